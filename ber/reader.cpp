@@ -1,0 +1,1 @@
+#include "ber/reader.h"

@@ -1,0 +1,23 @@
+// Base64 of requests (with line breaks) and of certificate texts (forgiving).
+#ifndef VT_ENROL_BASE64_H
+#define VT_ENROL_BASE64_H
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace enrol {
+
+// EncodeBase64Text writes the base64 of data with "\r\n" after each 64th character, also after the last. outLength
+// receives n + 2 + 2 x ((n - 1) / 64) for n encoded characters, which can exceed the text; out must have that size and
+// is zeroed behind the text. With a null out only the size is given. 0, or -10000 for exhausted memory.
+std::int32_t EncodeBase64Text(const std::uint8_t* data, std::size_t length, char* out, std::size_t& outLength);
+
+// DecodeBase64Text reads certificate text. Characters outside the alphabet are skipped; a group with "=" ends the text.
+// 0; -10000 for exhausted memory; -10002 for a partial last group. A group with "=" at a wrong place gives 0 with no
+// bytes at all.
+std::int32_t DecodeBase64Text(const char* text, std::size_t length, std::vector<std::uint8_t>& bytes);
+
+}  // namespace enrol
+
+#endif

@@ -1,0 +1,1 @@
+#include "pki/flat/ms_key.h"
