@@ -23,7 +23,7 @@ std::optional<std::string> valueOf(const std::string& name) {
     return value != nullptr ? std::optional<std::string>(value) : std::nullopt;
 }
 
-// An unknown variable stays as it stands, and its second "%" may begin the next one.
+// An unknown variable stays as it stands, with both of its "%".
 std::string expand(std::string_view source) {
     std::string expanded;
     while (!source.empty()) {
@@ -36,8 +36,8 @@ std::string expand(std::string_view source) {
         if (value)
             expanded.append(*value);
         else
-            expanded.append(source.substr(first, second - first));
-        source.remove_prefix(value ? second + 1 : second);
+            expanded.append(source.substr(first, second + 1 - first));
+        source.remove_prefix(second + 1);
     }
     return expanded;
 }
