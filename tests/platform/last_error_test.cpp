@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 #include "platform/platform.h"
@@ -13,15 +14,23 @@ TEST(last_error_test, KeepsWhatWasStored) {
     EXPECT_EQ(sys().GetLastError(), 0u);
 }
 
+// The Windows runtime itself writes the error where a thread starts and ends, so both threads wait in between.
 TEST(last_error_test, EachThreadHasItsOwn) {
+    std::atomic<int> step{0};
     DWORD other = 0;
-    sys().SetLastError(5);
-    std::thread thread([&other] {
+    std::thread thread([&] {
+        while (step != 1) {
+        }
         sys().SetLastError(7);
         other = sys().GetLastError();
+        step = 2;
     });
-    sys().SetLastError(5);  // the Windows runtime's thread start writes it
+    sys().SetLastError(5);
+    step = 1;
+    while (step != 2) {
+    }
+    const DWORD own = sys().GetLastError();
     thread.join();
     EXPECT_EQ(other, 7u);
-    EXPECT_EQ(sys().GetLastError(), 5u);
+    EXPECT_EQ(own, 5u);
 }
