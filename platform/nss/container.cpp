@@ -34,6 +34,15 @@ bool canServe(SECKEYPrivateKey* key, DWORD spec) {
 
 }  // namespace
 
+std::set<std::string>& keylessContainers() {
+    static auto& containers = *new std::set<std::string>;
+    return containers;
+}
+
+std::string keylessName(const Token& token, const std::string& name) {
+    return std::to_string(reinterpret_cast<std::uintptr_t>(token.slot.get())) + "/" + name;
+}
+
 std::shared_ptr<Container> findContainer(HCRYPTPROV prov) {
     std::shared_ptr<Container> container = Containers::instance().find(prov);
     if (container == nullptr)

@@ -3,6 +3,7 @@
 #define VT_PLATFORM_NSS_CONTAINER_H
 
 #include <memory>
+#include <set>
 #include <string>
 
 #include "platform/nss/handle.h"
@@ -29,6 +30,10 @@ struct Key {
 };
 
 using Keys = Handles<Key>;
+
+// Containers that were made and have no key yet. They exist for this process alone, as a token has no place for them.
+std::set<std::string>& keylessContainers();
+std::string keylessName(const Token& token, const std::string& name);
 
 // findContainer gives the context of a handle, or null with the last error ERROR_INVALID_PARAMETER.
 std::shared_ptr<Container> findContainer(HCRYPTPROV prov);

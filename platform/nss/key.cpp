@@ -93,6 +93,7 @@ BOOL CryptGenKey(HCRYPTPROV prov, ALG_ID spec, DWORD flags, HCRYPTKEY* key) {
     }
     if (former != nullptr)
         deleteKeyPair(container->token, std::move(former));
+    keylessContainers().erase(keylessName(container->token, container->name));
     *key = Keys::instance().open(made);
     return TRUE;
 }

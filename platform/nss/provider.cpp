@@ -1,6 +1,4 @@
-#include <set>
 #include <string>
-#include <utility>
 
 #include "platform/nss/container.h"
 #include "platform/nss/entries.h"
@@ -16,20 +14,14 @@ bool isFlagKnown(DWORD flags) {
     return flags == 0 || flags == CRYPT_NEWKEYSET || flags == CRYPT_DELETEKEYSET || flags == CRYPT_VERIFYCONTEXT;
 }
 
-// Containers that were made and have no key yet. They exist for this process alone, as a token has no place for them.
-std::set<std::pair<PK11SlotInfo*, std::string>>& keylessContainers() {
-    static auto& containers = *new std::set<std::pair<PK11SlotInfo*, std::string>>;
-    return containers;
-}
-
 BOOL createContainer(const Token& token, const std::string& name) {
     const bool isNew =
-        findPrivateKey(token, name) == nullptr && keylessContainers().insert({token.slot.get(), name}).second;
+        findPrivateKey(token, name) == nullptr && keylessContainers().insert(keylessName(token, name)).second;
     return isNew ? TRUE : posix::fail(NTE_EXISTS);
 }
 
 BOOL deleteContainer(const Token& token, const std::string& name) {
-    const bool wasKeyless = keylessContainers().erase({token.slot.get(), name}) != 0;
+    const bool wasKeyless = keylessContainers().erase(keylessName(token, name)) != 0;
     PrivateKey key = findPrivateKey(token, name);
     if (key == nullptr)
         return wasKeyless ? TRUE : posix::fail(NTE_BAD_KEYSET);
@@ -38,7 +30,7 @@ BOOL deleteContainer(const Token& token, const std::string& name) {
 
 BOOL checkContainer(const Token& token, const std::string& name) {
     const bool exists =
-        keylessContainers().count({token.slot.get(), name}) != 0 || findPrivateKey(token, name) != nullptr;
+        keylessContainers().count(keylessName(token, name)) != 0 || findPrivateKey(token, name) != nullptr;
     return exists ? TRUE : posix::fail(NTE_BAD_KEYSET);
 }
 
