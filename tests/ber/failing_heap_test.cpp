@@ -67,7 +67,10 @@ TEST(failing_heap_test, FailsCallocAndRealloc) {
         grown = std::realloc(block, 64);
     }
     EXPECT_EQ(grown, nullptr);
-    std::free(grown == nullptr ? block : grown);
+    if (grown == nullptr)
+        std::free(block);
+    else
+        std::free(grown);
 }
 
 TEST(failing_heap_test, FailsOperatorNewInOurCodeAndInTheStandardLibrary) {
