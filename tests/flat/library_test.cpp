@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <string>
 
@@ -76,13 +76,13 @@ TEST(LibraryTest, FailureToFreeIsZero) {
 
 TEST(LibraryTest, FileLengthIsItsSize) {
     const std::string path = testing::TempDir() + "flat_library_test.bin";
-    std::remove(path.c_str());
+    std::filesystem::remove(path);
     EXPECT_EQ(VT_GetFileLen(path.c_str()), 0) << "no file";
     for (const std::string& content : {std::string(), std::string("\r\n\0x", 4), std::string(70000, 'x')}) {
         std::ofstream(path, std::ios::binary) << content;
         EXPECT_EQ(VT_GetFileLen(path.c_str()), static_cast<std::int64_t>(content.size()));
     }
-    std::remove(path.c_str());
+    std::filesystem::remove(path);
 }
 
 TEST(LibraryTest, NullPathHasNoLength) {

@@ -51,10 +51,25 @@ static_assert(offsetof(VT_List, spare) == 3 * kPointer);
 static_assert(sizeof(VT_List) == 4 * kPointer);
 static_assert(sizeof(VT_List::spare) == 1);
 
-template <class Record>
-bool isZero(const Record& record) {
-    static const Record zero = {};
-    return std::memcmp(&record, &zero, sizeof record) == 0;
+bool isZero(const PKCS_Blob& blob) {
+    return blob.data == nullptr && blob.length == 0;
+}
+
+bool isZero(const PKCS_Alg& alg) {
+    return alg.algType == 0 && alg.iv == nullptr && alg.ivLength == 0 && alg.effectiveBits == 0;
+}
+
+bool isZero(const PKCS_Key& key) {
+    return key.data == nullptr && key.length == 0 && key.keyLength == 0;
+}
+
+bool isZero(const PKCS_PubKey& key) {
+    return isZero(key.modulus) && isZero(key.publicExponent);
+}
+
+bool isZero(const PKCS_PriKey& key) {
+    return isZero(key.modulus) && isZero(key.publicExponent) && isZero(key.privateExponent) && isZero(key.prime1) &&
+           isZero(key.prime2) && isZero(key.exponent1) && isZero(key.exponent2) && isZero(key.coefficient);
 }
 
 template <class Record>
