@@ -5,17 +5,21 @@
 #include <string>
 
 #include "pki/flat/flat.h"
-#include "tests/flat/failing_calloc.h"
-#include "tests/support/hex.h"
+#include "tests/support/failing_heap.h"
 
 namespace {
-
-using support::Bytes;
 
 struct Destroy {
     void operator()(VT_List* list) const { VT_DestroyList(&list); }
 };
 using ListPtr = std::unique_ptr<VT_List, Destroy>;
+
+// What the call gives when its n-th allocation fails.
+template <class Call>
+std::int32_t whenAllocationFails(long n, Call call) {
+    const support::FailingHeap heap(n);
+    return call();
+}
 
 ListPtr newList() {
     VT_List* list = nullptr;
@@ -53,15 +57,9 @@ TEST(ListTest, HeadCarriesItsText) {
 
 TEST(ListTest, CreateTellsWhichAllocationFailed) {
     VT_List* list = nullptr;
-    {
-        const FailingCalloc failing(0);
-        EXPECT_EQ(VT_CreateList(&list), -1);
-    }
+    EXPECT_EQ(whenAllocationFails(1, [&] { return VT_CreateList(&list); }), -1);
     EXPECT_EQ(list, nullptr);
-    {
-        const FailingCalloc failing(1);
-        EXPECT_EQ(VT_CreateList(&list), -2);
-    }
+    EXPECT_EQ(whenAllocationFails(2, [&] { return VT_CreateList(&list); }), -2);
     EXPECT_EQ(list, nullptr);
     EXPECT_EQ(VT_CreateList(nullptr), -1);
 }
@@ -125,14 +123,9 @@ TEST(ListTest, AddRefusesNullAndEmpty) {
 TEST(ListTest, AddTellsWhichAllocationFailedAndLeavesTheList) {
     const ListPtr list = newList();
     add(list, "a");
-    {
-        const FailingCalloc failing(0);
-        EXPECT_EQ(add(list, "b"), -1);
-    }
-    {
-        const FailingCalloc failing(1);
-        EXPECT_EQ(add(list, "b"), -2);
-    }
+    const std::string b = "b";
+    EXPECT_EQ(whenAllocationFails(1, [&] { return add(list, b); }), -1);
+    EXPECT_EQ(whenAllocationFails(2, [&] { return add(list, b); }), -2);
     EXPECT_EQ(total(list.get()), 1U);
     EXPECT_EQ(add(list, "c"), 0);
     EXPECT_EQ(at(list, 1), "c");

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "pki/flat/flat.h"
-#include "tests/flat/failing_calloc.h"
+#include "tests/support/failing_heap.h"
 
 namespace {
 
@@ -20,8 +20,13 @@ TEST(MemoryTest, MallocGivesOneByteMoreAllZero) {
 }
 
 TEST(MemoryTest, MallocIsNullOnFailure) {
-    const FailingCalloc failing(0);
-    EXPECT_EQ(T_malloc(16), nullptr);
+    int somewhere = 0;
+    void* bytes = &somewhere;
+    {
+        const support::FailingHeap heap(1);
+        bytes = T_malloc(16);
+    }
+    EXPECT_EQ(bytes, nullptr);
 }
 
 TEST(MemoryTest, MallocOfTheLargestSizeIsNull) {
@@ -38,6 +43,19 @@ TEST(MemoryTest, ReallocKeepsTheBytes) {
     T_strcpy(text, "hello");
     text = static_cast<char*>(T_realloc(text, 1000));
     ASSERT_NE(text, nullptr);
+    EXPECT_STREQ(text, "hello");
+    T_free(text);
+}
+
+TEST(MemoryTest, FailedReallocIsNullAndKeepsTheOld) {
+    auto* text = static_cast<char*>(T_malloc(5));
+    T_strcpy(text, "hello");
+    void* larger = text;
+    {
+        const support::FailingHeap heap(1);
+        larger = T_realloc(text, 1000);
+    }
+    EXPECT_EQ(larger, nullptr);
     EXPECT_STREQ(text, "hello");
     T_free(text);
 }

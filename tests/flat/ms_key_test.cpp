@@ -6,7 +6,7 @@
 #include <string>
 
 #include "pki/flat/flat.h"
-#include "tests/flat/failing_calloc.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/hex.h"
 #include "tests/vectors/ms_public_keys.h"
 
@@ -62,6 +62,13 @@ Bytes withoutLeadingZeros(Bytes bytes) {
     while (!bytes.empty() && bytes.front() == 0)
         bytes.erase(bytes.begin());
     return bytes;
+}
+
+// What the call gives when its n-th allocation fails.
+template <class Call>
+std::int32_t whenAllocationFails(long n, Call call) {
+    const support::FailingHeap heap(n);
+    return call();
 }
 
 TEST(MsKeyTest, NumbersAreThoseOfOpenssl) {
@@ -244,23 +251,22 @@ TEST(MsKeyTest, NullOutputGivesTheLengthWhateverItHeld) {
 
 TEST(MsKeyTest, ExhaustedMemory) {
     const Bytes blob = hex(kMsPublicKeys[0].blob);
-    for (const int failed : {0, 1}) {
-        PKCS_PubKey key = {};
-        std::uint32_t length = 77;
-        {
-            const FailingCalloc failing(failed);
-            EXPECT_EQ(VT_MSPubKeyToVPK(nullptr, blob.data(), &key), -1031) << failed;
-        }
-        {
-            const FailingCalloc failing(failed);
-            EXPECT_EQ(VT_MSPubKeyToP1Der(blob.data(), nullptr, &length), -1031) << failed;
-        }
-        EXPECT_EQ(key.modulus.data, nullptr);
-        EXPECT_EQ(length, 77U);
+    PKCS_PubKey key = {};
+    std::uint32_t length = 77;
+    for (const long n : {1, 2}) {
+        EXPECT_EQ(whenAllocationFails(n, [&] { return VT_MSPubKeyToVPK(nullptr, blob.data(), &key); }), -1031) << n;
+        EXPECT_EQ(whenAllocationFails(n, [&] { return VT_MSPubKeyToP1Der(blob.data(), nullptr, &length); }), -1031);
     }
-    const FailingCalloc failing(0);
-    std::uint32_t length = 0;
-    EXPECT_EQ(flat::publicKeyBlobToP1Der(blob.data(), blob.size(), nullptr, &length), 0) << "allocates nothing";
+    EXPECT_EQ(key.modulus.data, nullptr);
+    EXPECT_EQ(length, 77U);
+}
+
+TEST(MsKeyTest, InternalConverterAllocatesNothing) {
+    const Bytes blob = hex(kMsPublicKeys[0].blob);
+    std::uint8_t der[128] = {};
+    std::uint32_t length = sizeof der;
+    const auto convert = [&] { return flat::publicKeyBlobToP1Der(blob.data(), blob.size(), der, &length); };
+    EXPECT_EQ(whenAllocationFails(1, convert), 0);
 }
 
 TEST(MsKeyTest, BlobCutAtAnyByteIsRefused) {
