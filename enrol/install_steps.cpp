@@ -27,8 +27,8 @@ CertBytes decodeCertificateText(const char* text, std::size_t length) {
 BerReaderPtr openReader(const std::uint8_t* bytes, std::size_t size) {
     static constexpr std::uint8_t kNothing = 0;
     const bool fits = size <= static_cast<std::size_t>(std::numeric_limits<std::int32_t>::max());
-    BerReaderPtr reader(
-        fits ? BerReaderCreate(size == 0 ? &kNothing : bytes, static_cast<std::int32_t>(size)) : nullptr);
+    BerReaderPtr reader(fits ? BerReaderCreate(size == 0 ? &kNothing : bytes, static_cast<std::int32_t>(size))
+                             : nullptr);
     if (!reader)
         throw InstallFailure{kReasonNoMemory, kMessageNoMemory};
     return reader;

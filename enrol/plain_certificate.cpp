@@ -82,8 +82,7 @@ std::int32_t install(const char* provider, const CertBytes& der, const char* con
         return kInstallWrongKey;
     if (!isMicrosoftProvider(provider))
         return setCertificateOnKey(prov.get(), *der);
-    const std::int32_t reason =
-        BindCertificateToContainer(der->data(), der->size(), container, provider, keySpec);
+    const std::int32_t reason = BindCertificateToContainer(der->data(), der->size(), container, provider, keySpec);
     return reason == 0 ? kSuccess : makeCode(Operation::kInstall, reason);
 }
 
@@ -112,8 +111,7 @@ std::int32_t IsPlainCertificate(const char* text, std::size_t length) {
     }
 }
 
-std::int32_t InstallPlainCertificate(const char* provider, const char* text, std::size_t length,
-                                     std::int32_t keySpec) {
+std::int32_t InstallPlainCertificate(const char* provider, const char* text, std::size_t length, std::int32_t keySpec) {
     try {
         ContainerName container = {};
         if (const std::int32_t code = takeWaitingContainer(provider, length, container); code != kSuccess)

@@ -71,9 +71,9 @@ std::wstring validityText(const SYSTEMTIME& time) {
 std::int64_t readValidityText(std::wstring_view text) {
     std::int64_t year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0;
     // The blank before the hour is skipped as white space.
-    (void)(readNumber(text, 4, year) && readMark(text, kYear) && readNumber(text, 2, month) &&
-           readMark(text, kMonth) && readNumber(text, 2, day) && readMark(text, kDay) && readNumber(text, 2, hour) &&
-           readMark(text, L':') && readNumber(text, 2, minute) && readMark(text, L':') && readNumber(text, 2, second));
+    (void)(readNumber(text, 4, year) && readMark(text, kYear) && readNumber(text, 2, month) && readMark(text, kMonth) &&
+           readNumber(text, 2, day) && readMark(text, kDay) && readNumber(text, 2, hour) && readMark(text, L':') &&
+           readNumber(text, 2, minute) && readMark(text, L':') && readNumber(text, 2, second));
     return ((daysFromDate(year, month, day) * 24 + hour) * 60 + minute) * 60 + second;
 }
 
