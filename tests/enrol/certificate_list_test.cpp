@@ -154,7 +154,7 @@ TEST_F(certificate_list_test, NullStoreHasNoCertificates) {
 }
 
 TEST_F(certificate_list_test, ListHasAllInTheStoresOrder) {
-    for (const std::uint8_t serial : {5, 3, 9, 1})
+    for (const std::uint8_t serial : support::hex("05 03 09 01"))
         add("CN=a", "CN=ca", serial);
     const CallPlan calls;
     {
