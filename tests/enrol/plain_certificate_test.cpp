@@ -9,6 +9,7 @@
 #include "enrol/install_steps.h"
 #include "tests/support/call_plan.h"
 #include "tests/support/certificate.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/fake_crypto_api.h"
 #include "tests/support/fake_store.h"
 #include "tests/support/fake_system_api.h"
@@ -26,9 +27,11 @@ using support::base64;
 using support::Bytes;
 using support::CallPlan;
 using support::CertificateParts;
+using support::FailingHeap;
 using support::FakeCryptoApi;
 using support::FakeStore;
 using support::FakeSystemApi;
+using support::forEachExhaustion;
 using support::hex;
 using support::joined;
 using support::makeCertificate;
@@ -130,6 +133,19 @@ TEST(plain_certificate_test, FailureCarriesItsMessage) {
     }
 }
 
+TEST(plain_certificate_test, ExhaustedMemoryIsAReason) {
+    const std::string text = base64(hex(vectors::kAlice));
+    std::vector<std::int32_t> reasons;
+    reasons.reserve(100);
+    const long failures = forEachExhaustion([&] { reasons.push_back(IsPlainCertificate(text.data(), text.size())); });
+    ASSERT_GT(failures, 3);
+    EXPECT_EQ(reasons.front(), 8203);
+    EXPECT_EQ(reasons.back(), 0);
+    reasons.pop_back();
+    for (const std::int32_t reason : reasons)
+        EXPECT_TRUE(reason == 8203 || reason == 8224) << reason;
+}
+
 // The waiting key is Alice's, in a provider of either kind; "MY" is empty.
 class plain_certificate_install_test : public testing::Test {
   protected:
@@ -154,6 +170,14 @@ class plain_certificate_install_test : public testing::Test {
         const std::int32_t code = InstallPlainCertificate(provider, text.data(), text.size(), keySpec);
         EXPECT_EQ(system_.marker(), "(none)") << "the marker is consumed";
         return code;
+    }
+
+    // The marker is gone in the end, unless it is the deletion itself that fails. Its path is the third and fourth
+    // expansion; the reading takes the first two.
+    static std::string markerAfter(int n, const std::string& failed) {
+        const bool kept =
+            (failed == "ExpandEnvironmentStringsA" && n > 2) || failed == "FindFirstFileA" || failed == "DeleteFileA";
+        return kept ? kContainer : "(none)";
     }
 
     // The calls of CryptoAPI so far.
@@ -391,6 +415,7 @@ TEST_F(plain_certificate_install_test, EachFailureOfTheStorePathHasItsCode) {
         const std::int32_t code = InstallPlainCertificate(kMicrosoft, text.data(), text.size(), AT_SIGNATURE);
         const std::string failed = calls.failed().substr(0, calls.failed().find(' '));
         EXPECT_EQ(calls.openHandles(), "") << calls.failed();
+        EXPECT_EQ(system_.marker(), markerAfter(n, failed)) << calls.failed();
         if (failed.empty()) {
             EXPECT_EQ(code, 0);
             break;
@@ -422,6 +447,7 @@ TEST_F(plain_certificate_install_test, EachFailureOfTheKeyPathHasItsCode) {
         const std::int32_t code = InstallPlainCertificate(kOther, text.data(), text.size(), AT_SIGNATURE);
         const std::string failed = calls.failed().substr(0, calls.failed().find(' '));
         EXPECT_EQ(calls.openHandles(), "") << calls.failed();
+        EXPECT_EQ(system_.marker(), markerAfter(n, failed)) << calls.failed();
         if (failed.empty()) {
             EXPECT_EQ(code, 0);
             break;
@@ -441,6 +467,30 @@ TEST_F(plain_certificate_install_test, EachFailureOfTheKeyPathHasItsCode) {
             expected = 22068125;
         EXPECT_EQ(code, expected) << calls.failed();
         ASSERT_LT(n, 100);
+    }
+}
+
+TEST_F(plain_certificate_install_test, ExhaustedMemoryIsAnException) {
+    const std::string text = base64(hex(vectors::kAlice));
+    for (const char* provider : {kMicrosoft, kOther}) {
+        for (long n = 1;; ++n) {
+            reset();
+            std::int32_t code = 0;
+            bool failed = false;
+            {
+                const FailingHeap heap(n);
+                code = InstallPlainCertificate(provider, text.data(), text.size(), AT_SIGNATURE);
+                failed = heap.failed();
+            }
+            if (!failed) {
+                EXPECT_EQ(code, 0);
+                EXPECT_GT(n, 5);
+                break;
+            }
+            // A platform that runs out of memory refuses the call.
+            EXPECT_TRUE(code == 22068311 || code == 22068110 || code == 22068118 || code == 0) << n << ": " << code;
+            EXPECT_TRUE(store_.open.empty());
+        }
     }
 }
 

@@ -3,10 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "enrol/install_steps.h"
-#include "tests/support/call_plan.h"
 #include "tests/support/certificate.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/fake_crypto_api.h"
 #include "tests/support/fake_system_api.h"
 #include "tests/vectors/enrol_certificates.h"
@@ -20,6 +21,7 @@ using enrol::requireSignedData;
 using support::base64;
 using support::Bytes;
 using support::FakeSystemApi;
+using support::forEachExhaustion;
 using support::hex;
 using support::joined;
 using support::tlv;
@@ -101,6 +103,19 @@ TEST(signed_data_test, WrongTypeCarriesItsMessage) {
         const std::string message = failure.message;
         EXPECT_EQ(Bytes(message.begin(), message.end()), hex("e99d9e 5037 e7adbe e5908d e695b0 e68dae"));
     }
+}
+
+TEST(signed_data_test, ExhaustedMemoryIsAReason) {
+    const std::string text = base64(hex(vectors::kAliceChain));
+    std::vector<std::int32_t> reasons;
+    reasons.reserve(100);
+    const long failures = forEachExhaustion([&] { reasons.push_back(IsSignedData(text.data(), text.size())); });
+    ASSERT_GT(failures, 3);
+    EXPECT_EQ(reasons.front(), 8203);
+    EXPECT_EQ(reasons.back(), 0);
+    reasons.pop_back();
+    for (const std::int32_t reason : reasons)
+        EXPECT_TRUE(reason == 8203 || reason == 8224) << reason;
 }
 
 TEST(signed_data_test, InstallationTakesTheMarkerFirst) {

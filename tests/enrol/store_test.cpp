@@ -8,6 +8,7 @@
 #include "enrol/codes.h"
 #include "tests/support/call_plan.h"
 #include "tests/support/certificate.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/fake_crypto_api.h"
 #include "tests/support/fake_store.h"
 #include "tests/support/fake_system_api.h"
@@ -23,9 +24,11 @@ using support::base64;
 using support::Bytes;
 using support::CallPlan;
 using support::CertificateParts;
+using support::FailingHeap;
 using support::FakeCryptoApi;
 using support::FakeStore;
 using support::FakeSystemApi;
+using support::forEachExhaustion;
 using support::hex;
 using support::makeCertificate;
 using support::Replaced;
@@ -443,6 +446,53 @@ TEST_F(store_test, EveryFailureOfACheckGivesItsCode) {
         else
             EXPECT_TRUE(code == 0 || code == 22208321) << calls.failed() << " gives " << code;
         ASSERT_LT(n, 100);
+    }
+}
+
+TEST_F(store_test, CheckWithoutMemoryHasItsCode) {
+    store_.add("CA", makeCertificate({}), kWithoutKey);
+    const std::string text = base64(makeCertificate({}));
+    std::vector<std::int32_t> codes;
+    codes.reserve(1000);
+    const long failures = forEachExhaustion([&] { codes.push_back(check(text)); });
+    ASSERT_GT(failures, 3);
+    EXPECT_EQ(codes.front(), 22208203);
+    EXPECT_EQ(codes.back(), 0);
+    codes.pop_back();
+    for (const std::int32_t code : codes)
+        EXPECT_TRUE(code == 22208203 || code == 22208113) << code;
+    EXPECT_TRUE(store_.open.empty());
+}
+
+TEST_F(store_test, QueriesWithoutMemoryFindNothing) {
+    const struct {
+        std::int32_t (*run)();
+        std::int32_t notFound;
+    } kOperations[] = {{[] { return CertificateExists(kIssuer, "0A"); }, 1},
+                       {[] { return DeleteCertificate(kIssuer, "0A"); }, 22218126},
+                       {[] { return PruneCertificates(kSubject, kIssuer); }, 22238126}};
+    for (const auto& operation : kOperations) {
+        for (long n = 1;; ++n) {
+            store_.stores["MY"].clear();
+            store_.closeFlags.clear();
+            add(hex("0A"), kWithKey);
+            add(hex("0B"), kWithKey);
+            std::int32_t code = 0;
+            bool failed = false;
+            {
+                const FailingHeap heap(n);
+                code = operation.run();
+                failed = heap.failed();
+            }
+            EXPECT_TRUE(store_.open.empty()) << n;
+            EXPECT_FALSE(left().empty()) << n;
+            if (!failed) {
+                EXPECT_EQ(code, 0);
+                break;
+            }
+            EXPECT_TRUE(code == 0 || code == operation.notFound) << n << ": " << code;
+            ASSERT_LT(n, 10000);
+        }
     }
 }
 

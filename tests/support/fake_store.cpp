@@ -285,9 +285,9 @@ HCERTSTORE openNamed(const std::string& name) {
         fail(ERROR_FILE_NOT_FOUND);
         return nullptr;
     }
-    HCERTSTORE store = new char;
-    fake().open[store] = {name, 0};
-    return store;
+    auto store = std::make_unique<char>();
+    fake().open[store.get()] = {name, 0};
+    return store.release();
 }
 
 HCERTSTORE WINAPI openStore(LPCSTR provider, DWORD encoding, HCRYPTPROV_LEGACY prov, DWORD flags, const void* para) {
@@ -425,6 +425,8 @@ FakeStore::FakeStore() : stores{{"MY", {}}, {"ROOT", {}}, {"CA", {}}}, before_(p
     if (current != nullptr)
         ADD_FAILURE() << "two fakes at once";
     current = this;
+    // Closing a store allocates nothing, so that it works when memory is exhausted.
+    closeFlags.reserve(100);
     platform::CryptoApi& table = platform::replaceableCryptoApi();
     table.CertNameToStrW = nameToStr;
     table.CertCreateCertificateContext = createContext;
