@@ -94,12 +94,17 @@ def request_subject(der):
 
 
 def certificate_fields(der):
-    """Serial number (hexadecimal, an even count of digits), issuer and subject of a certificate."""
+    """Serial number (hexadecimal, an even count of digits), issuer and subject of a certificate, and the subject's parts."""
     fields = elements(elements(only(der, 0x30))[0][1])
     if fields[0][0] == 0xA0:
         fields = fields[1:]
     serial, issuer, subject = fields[0][1], name(fields[2][1]), name(fields[4][1])
-    return {"serialHex": serial.hex(), "issuerDn": dn_text(issuer), "subjectDn": dn_text(subject)}
+    return {
+        "serialHex": serial.hex(),
+        "issuerDn": dn_text(issuer),
+        "subjectDn": dn_text(subject),
+        "subject": [[SHORT_NAMES.get(oid, oid), value] for oid, value in subject],
+    }
 
 
 def dn_text(attributes):

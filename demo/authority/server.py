@@ -27,8 +27,7 @@ PAGE_FILES = {
 }
 SECURITY_HEADERS = {
     "Content-Security-Policy": "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; "
-                               "connect-src 'self'; object-src 'self'; base-uri 'none'; form-action 'self'; "
-                               "frame-ancestors 'none'",
+                               "connect-src 'self'; object-src 'self'; base-uri 'none'; form-action 'self'",
     "X-Content-Type-Options": "nosniff",
     "X-Frame-Options": "DENY",
     "Referrer-Policy": "no-referrer",
