@@ -54,6 +54,14 @@ class Handler(http.server.BaseHTTPRequestHandler):
     def do_POST(self):
         self._serve(self._post)
 
+    def do_PUT(self):
+        self._serve(self._refuse_method)
+
+    do_DELETE = do_PATCH = do_OPTIONS = do_HEAD = do_PUT
+
+    def _refuse_method(self):
+        raise BadRequest(405, "Only GET and POST are served here.")
+
     def _serve(self, action):
         try:
             if self.headers.get("Host") not in self.server.host_names:
@@ -167,7 +175,8 @@ class Handler(http.server.BaseHTTPRequestHandler):
         for name, value in headers.items():
             self.send_header(name, value)
         self.end_headers()
-        self.wfile.write(content)
+        if self.command != "HEAD":
+            self.wfile.write(content)
 
     def log_message(self, format, *args):  # the signature of the base class
         text = format % args

@@ -5,9 +5,10 @@ var enrolment = (function () {
 
   // The plug-in ---------------------------------------------------------------------------------------------------
 
-  // Every code that can lie behind an empty request, likeliest first. The page cannot ask which it was.
-  var REQUEST_CODES = [22188112, 22188104, 22188308, 22188201, 22188106, 22188107, 22188203];
-  var NAMED_REQUEST_CODES = [22188112, 22188104, 22038124, 22188308, 22188218, 22188201, 22188106, 22188107, 22188203];
+  // What lies behind an empty request as a rule, likeliest first; the page cannot ask which it was. Codes that the form
+  // rules out, and those of broken machines, are left to the support desk's table.
+  var REQUEST_CODES = [22188112, 22188104, 22188308, 22188201];
+  var NAMED_REQUEST_CODES = [22188112, 22188104, 22038124, 22188308, 22188218, 22188201];
 
   // An installation that ends in one of these leaves the waiting request as it was; any other uses it up.
   var REQUEST_KEPT_CODES = [-333, 22038226, 22068201, 22068204];

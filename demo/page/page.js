@@ -88,7 +88,7 @@
     var item = element('li');
     show('history-none', false);
     item.appendChild(element('span', clock() + ' ', 'time'));
-    item.appendChild(document.createTextNode(text));
+    item.appendChild(document.createTextNode(text.charAt(0).toUpperCase() + text.slice(1)));
     if (code !== undefined && code !== 0) {
       item.appendChild(element('span', ' (code ' + code + ')', 'code'));
     }
@@ -121,6 +121,11 @@
     return list;
   }
 
+  function bringIntoView(box) {
+    box.scrollIntoView(true);
+    window.scrollBy(0, -16);
+  }
+
   // The result stands just before the section that it belongs to, and takes the focus. kind is "good", "note" or "bad";
   // the words say the same as the colour.
   function result(kind, title, before, content, code) {
@@ -138,7 +143,7 @@
     say('');
     note(title, code);
     heading.focus();
-    box.scrollIntoView(true);
+    bringIntoView(box);
   }
 
   function hideResult() {
@@ -181,7 +186,7 @@
     before.parentNode.insertBefore(box, before);
     box.hidden = false;
     byId('confirm-no').focus();
-    box.scrollIntoView(true);
+    bringIntoView(box);
   }
 
   function answerConfirm(yes) {
@@ -396,8 +401,8 @@
       var item = element('li');
       item.appendChild(prose('strong', meaning.happened + '.'));
       item.appendChild(document.createTextNode(' ' + meaning.cause + ' '));
-      item.appendChild(element('em', meaning.remedy));
-      item.appendChild(element('span', ' (' + code + ')', 'code'));
+      item.appendChild(element('span', '(code ' + code + ')', 'code'));
+      item.appendChild(element('span', 'What helps: ' + meaning.remedy, 'remedy'));
       list.appendChild(item);
     });
     return list;
@@ -425,8 +430,7 @@
         failed('the hash could not be set, so no request was made', byId('stage-choose'), made.code);
       } else {
         result('bad', 'no request was made', byId('stage-choose'),
-               [element('p', 'The plug-in gave no request, and a page cannot learn why. These are the likely causes, with ' +
-                             'what helps:'), likelyCauses(made.likely)]);
+               [element('p', 'The plug-in gave no request, and a page cannot learn why. These are the likely causes:'), likelyCauses(made.likely)]);
       }
     });
   }
