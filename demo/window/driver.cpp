@@ -57,8 +57,8 @@ Driver::Command Driver::parse(const QString& line) {
         command.selector = tail.section(' ', 0, 0);
         command.rest = tail.section(' ', 1).trimmed();
     }
-    if (command.name == "press" || command.name == "enter" || command.name == "expect" || command.name == "size" ||
-        command.name.startsWith("screenshot")) {
+    if (QStringList({"press", "enter", "expect", "check", "await", "size", "screenshot", "screenshot-page"})
+            .contains(command.name)) {
         command.rest = tail;
     }
     return command;
@@ -98,6 +98,15 @@ QString Driver::perform(const Command& command) {
     if (command.name == "expect") {
         const QString value = evaluate(command.rest);
         return failedUnless(value == "true", "it is " + value);
+    }
+    if (command.name == "check") {
+        QFile file(command.rest);
+        const QString answer = file.open(QIODevice::ReadOnly) ? evaluate(QString::fromUtf8(file.readAll()).trimmed())
+                                                              : "there is no such file";
+        return failedUnless(answer == "good", "it says: " + answer);
+    }
+    if (command.name == "await") {
+        return failedUnless(waitUntil([&] { return QFile::exists(command.rest); }), "it did not appear");
     }
     if (command.name == "screenshot") {
         return failedUnless(screenshot(command.rest), "the picture could not be written");

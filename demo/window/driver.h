@@ -12,6 +12,8 @@
 //   expect-focus SELECTOR        fails unless the focus is on that element
 //   expect-gone SELECTOR         fails if a visible element matches
 //   expect EXPRESSION            fails unless the script expression is true
+//   check FILE                   runs a script file, and fails with the text that it gives unless that is "good"
+//   await FILE                   until the file exists
 //   print SELECTOR               writes the element's text to standard output
 //   save SELECTOR FILE           writes it to a file
 //   screenshot FILE              the window as it stands on the screen
