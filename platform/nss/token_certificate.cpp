@@ -69,8 +69,8 @@ class KeyNicknames {
     std::vector<Bytes> nicknames_;
 };
 
-// Puts the certificate onto a token as a PKCS#11 object, past NSS, which refuses to decode a certificate while another
-// one of that issuer and serial number is in use anywhere in the process.
+// Puts the certificate onto a token as a PKCS#11 object, past NSS, which refuses a certificate while another one of
+// that issuer and serial number is in use anywhere in the process.
 bool createObject(const Certificate& certificate, PK11SlotInfo* slot, Bytes identifier, const std::string& nickname) {
     CK_OBJECT_CLASS objectClass = CKO_CERTIFICATE;
     CK_CERTIFICATE_TYPE type = CKC_X_509;
@@ -116,9 +116,9 @@ Bytes keyIdentifier(const Certificate& certificate, PK11SlotInfo* slot) {
 bool import(const Certificate& certificate, PK11SlotInfo* slot, CK_OBJECT_HANDLE key, const std::string& nickname) {
     const KeyNicknames kept(certificate, slot);
     const NssCertificate decoded = decode(certificate);
-    if (decoded == nullptr)
-        return createObject(certificate, slot, keyIdentifier(certificate, slot), nickname);
-    return nss().PK11_ImportCert(slot, decoded.get(), key, nickname.c_str(), PR_FALSE) == SECSuccess;
+    const bool isImported =
+        decoded != nullptr && nss().PK11_ImportCert(slot, decoded.get(), key, nickname.c_str(), PR_FALSE) == SECSuccess;
+    return isImported || createObject(certificate, slot, keyIdentifier(certificate, slot), nickname);
 }
 
 bool isOnOneToken(CERTCertificate* certificate) {
@@ -221,7 +221,8 @@ bool removeCertificate(const Certificate& certificate, const Token& token) {
 
 std::string nicknameFor(const Certificate& certificate, const std::string& prefix) {
     const std::string text = subjectText(certificate);
-    const std::string base = prefix + (text.empty() ? "Certificate" : text);
+    std::string base = prefix + (text.empty() ? "Certificate" : text);
+    std::replace(base.begin(), base.end(), ':', ' ');  // what stands before a colon NSS takes for a token's name
     const CERT_NAME_BLOB& subject = certificate.info().Subject;
     const SECItem subjectItem = itemOf({subject.pbData, subject.cbData});
     std::string nickname = base;

@@ -54,7 +54,7 @@ TEST_F(nss_store_test, MyTakesACertificateBesideItsKey) {
     EXPECT_EQ(contents("MY"), Certificates{alice});
     const ToolResult list = tool("certutil -L -d " + home_.database());
     EXPECT_NE(list.output.find("u,u,u"), std::string::npos) << list.output;
-    EXPECT_EQ(list.output.find("MY:"), std::string::npos) << "a key's certificate needs no mark\n" << list.output;
+    EXPECT_EQ(list.output.find("MY -"), std::string::npos) << "a key's certificate needs no mark\n" << list.output;
     EXPECT_TRUE(Prov("alice", 0)) << "the container keeps its name";
 }
 
@@ -249,7 +249,7 @@ TEST_F(nss_store_test, NicknamesAreOfOneSubjectEach) {
     }
     EXPECT_EQ(contents("MY").size(), 2u);
     const ToolResult list = tool("certutil -L -d " + home_.database());
-    EXPECT_NE(list.output.find("MY: Shared #2"), std::string::npos) << list.output;
+    EXPECT_NE(list.output.find("MY - Shared #2"), std::string::npos) << list.output;
 }
 
 TEST_F(nss_store_test, StoreFollowsOtherProgramsWhenOpenedAnew) {
@@ -259,7 +259,7 @@ TEST_F(nss_store_test, StoreFollowsOtherProgramsWhenOpenedAnew) {
         const StoreHandle my("MY");
         EXPECT_EQ(addError(my, bob), 0u);
     }
-    const ToolResult deleted = tool("certutil -D -n 'MY: Robert' -d " + home_.database());
+    const ToolResult deleted = tool("certutil -D -n 'MY - Robert' -d " + home_.database());
     EXPECT_EQ(deleted.status, 0) << deleted.output;
     EXPECT_TRUE(contents("MY").empty());
 }
