@@ -27,7 +27,10 @@ struct Attribute {
           bytes_(reinterpret_cast<const BYTE*>(wide.data()), reinterpret_cast<const BYTE*>(wide.data() + wide.size())),
           type_(CERT_RDN_UTF8_STRING) {}
 
-    CERT_RDN_ATTR record() { return {objectId_.data(), type_, {static_cast<DWORD>(bytes_.size()), bytes_.data()}}; }
+    CERT_RDN_ATTR record() {
+        bytes_.reserve(1);  // an empty value still points somewhere, which Windows insists on
+        return {objectId_.data(), type_, {static_cast<DWORD>(bytes_.size()), bytes_.data()}};
+    }
 
     std::string objectId_;
     Bytes bytes_;
