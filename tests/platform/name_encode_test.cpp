@@ -28,8 +28,10 @@ struct Attribute {
           type_(CERT_RDN_UTF8_STRING) {}
 
     CERT_RDN_ATTR record() {
-        bytes_.reserve(1);  // an empty value still points somewhere, which Windows insists on
-        return {objectId_.data(), type_, {static_cast<DWORD>(bytes_.size()), bytes_.data()}};
+        // Windows takes a length of 0 for a text that a NUL ends.
+        static wchar_t nothing[1] = {};
+        BYTE* value = bytes_.empty() ? reinterpret_cast<BYTE*>(nothing) : bytes_.data();
+        return {objectId_.data(), type_, {static_cast<DWORD>(bytes_.size()), value}};
     }
 
     std::string objectId_;
