@@ -114,11 +114,17 @@ inline HANDLE const INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(static_cast<
 // Errors of GetLastError.
 inline constexpr DWORD ERROR_SUCCESS = 0;
 inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
+inline constexpr DWORD ERROR_PATH_NOT_FOUND = 3;
+inline constexpr DWORD ERROR_ACCESS_DENIED = 5;
+inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
 inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
 inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
 inline constexpr DWORD ERROR_INSUFFICIENT_BUFFER = 122;
+inline constexpr DWORD ERROR_MOD_NOT_FOUND = 126;
+inline constexpr DWORD ERROR_PROC_NOT_FOUND = 127;
 inline constexpr DWORD ERROR_MORE_DATA = 234;
 inline constexpr DWORD ERROR_NO_MORE_ITEMS = 259;
+inline constexpr DWORD ERROR_NO_UNICODE_TRANSLATION = 1113;
 inline constexpr DWORD ERROR_CANCELLED = 1223;
 inline constexpr DWORD NTE_BAD_UID = 0x80090001u;
 inline constexpr DWORD NTE_BAD_HASH = 0x80090002u;
@@ -296,6 +302,8 @@ struct CRYPT_ENCODE_PARA;
 inline constexpr UINT CP_ACP = 0;
 inline constexpr UINT CP_THREAD_ACP = 3;
 inline constexpr UINT CP_UTF8 = 65001;
+inline constexpr DWORD MB_ERR_INVALID_CHARS = 8;
+inline constexpr DWORD WC_ERR_INVALID_CHARS = 0x80;
 
 // Windows and painting.
 using WNDPROC = LRESULT (*)(HWND, UINT, WPARAM, LPARAM);
