@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Compares what a built shared library exports and needs with golden files.
 
-    check_exports.py nm|objdump TOOL LIBRARY NAMES NEEDS
+    check_exports.py LIBRARY NAMES NEEDS OBJDUMP [NM]
 
-NAMES lists every exported name, one a line; the library must export these and no others. NEEDS lists the libraries that
+LIBRARY is a DLL, or with NM an ELF library. NAMES lists every exported name, one a line; the library must export these and no others. NEEDS lists the libraries that
 it may load; it may need fewer. Prints a line per fault and ends with 1 if there is any.
 """
 import re
@@ -15,16 +15,13 @@ def run(*command):
     return subprocess.run(command, capture_output=True, text=True, check=True).stdout
 
 
-def elf(tool, library):
-    names = [line.split()[-1].split("@")[0] for line in run(tool, "-D", "--defined-only", library).splitlines()]
-    with open(library, "rb") as file:
-        is_elf = file.read(4) == b"\x7fELF"
-    dynamic = run(re.sub(r"nm$", "objdump", tool), "-p", library) if is_elf else ""
-    return names, re.findall(r"^\s*NEEDED\s+(\S+)", dynamic, re.MULTILINE)
+def read_elf(library, objdump, nm):
+    names = [line.split()[-1].split("@")[0] for line in run(nm, "-D", "--defined-only", library).splitlines()]
+    return names, re.findall(r"^\s*NEEDED\s+(\S+)", run(objdump, "-p", library), re.MULTILINE)
 
 
-def pe(tool, library):
-    listing = run(tool, "-p", library)
+def read_dll(library, objdump):
+    listing = run(objdump, "-p", library)
     table = listing.partition("[Ordinal/Name Pointer] Table")[2].partition("\n\n")[0]
     names = re.findall(r"^\s*\[\s*\d+\].*?(\S+)$", table, re.MULTILINE)
     return names, [name.lower() for name in re.findall(r"DLL Name:\s*(\S+)", listing)]
@@ -50,10 +47,11 @@ def faults(names, needs, names_path, needs_path):
 
 
 def main():
-    if len(sys.argv) != 6 or sys.argv[1] not in ("nm", "objdump"):
+    if len(sys.argv) not in (5, 6):
         sys.exit(__doc__)
-    names, needs = (elf if sys.argv[1] == "nm" else pe)(sys.argv[2], sys.argv[3])
-    found = list(faults(names, needs, sys.argv[4], sys.argv[5]))
+    library, names_path, needs_path, *tools = sys.argv[1:]
+    names, needs = read_elf(library, *tools) if len(tools) == 2 else read_dll(library, *tools)
+    found = list(faults(names, needs, names_path, needs_path))
     print("\n".join(found) if found else f"{len(names)} names as expected")
     sys.exit(1 if found else 0)
 
