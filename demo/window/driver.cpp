@@ -23,7 +23,10 @@ constexpr int kPauseMilliseconds = 20;
 // rest lets the engine lay out, run timers and talk to the network.
 void rest(int milliseconds = kPauseMilliseconds) {
     QEventLoop loop;
-    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    QTimer timer;
+    timer.setSingleShot(true);
+    QObject::connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
+    timer.start(milliseconds);
     loop.exec();
 }
 
@@ -84,7 +87,7 @@ QString Driver::run(const QStringList& lines) {
         }
         rest();
     }
-    return QString();
+    return {};
 }
 
 QString Driver::perform(const Command& command) {
@@ -93,7 +96,7 @@ QString Driver::perform(const Command& command) {
     }
     if (command.name == "enter") {
         enter(command.rest);
-        return QString();
+        return {};
     }
     if (command.name == "expect") {
         const QString value = evaluate(command.rest);
@@ -116,11 +119,11 @@ QString Driver::perform(const Command& command) {
     }
     if (command.name == "reload") {
         reload();
-        return QString();
+        return {};
     }
     if (command.name == "size") {
         view.resize(command.rest.section(' ', 0, 0).toInt(), command.rest.section(' ', 1, 1).toInt());
-        return QString();
+        return {};
     }
     return performOnElement(command);
 }
@@ -153,7 +156,7 @@ QString Driver::performOnElement(const Command& command) {
         return click(selector);
     }
     if (command.name == "type") {
-        const QString trouble = click(selector);
+        QString trouble = click(selector);
         if (trouble.isEmpty()) {
             sendKey(view, Qt::Key_A, Qt::ControlModifier, QString());
             sendKey(view, Qt::Key_Delete, Qt::NoModifier, QString());
@@ -169,7 +172,7 @@ QString Driver::performOnElement(const Command& command) {
     }
     if (command.name == "print") {
         QTextStream(stdout) << textOf(selector) << '\n';
-        return QString();
+        return {};
     }
     if (command.name == "save") {
         QFile file(command.rest);
@@ -187,13 +190,13 @@ QWebElement Driver::visible(const QString& selector) const {
             return element;
         }
     }
-    return QWebElement();
+    return {};
 }
 
 QString Driver::textOf(const QString& selector) const {
     QWebElement element = visible(selector);
     if (element.isNull()) {
-        return QString();
+        return {};
     }
     static const QStringList kFields = {"INPUT", "TEXTAREA", "SELECT"};
     return kFields.contains(element.tagName()) ? element.evaluateJavaScript("this.value").toString()
@@ -240,7 +243,7 @@ QString Driver::click(const QString& selector) {
                           type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
         QApplication::sendEvent(&view, &event);
     }
-    return QString();
+    return {};
 }
 
 QString Driver::choose(const QString& selector, const QString& beginning) {
@@ -253,7 +256,7 @@ QString Driver::choose(const QString& selector, const QString& beginning) {
     }
     for (int step = 0; step < count; ++step) {
         if (element.evaluateJavaScript(at).toString().startsWith(beginning)) {
-            return QString();
+            return {};
         }
         sendKey(view, Qt::Key_Down, Qt::NoModifier, QString());
     }
@@ -280,7 +283,7 @@ QString Driver::press(const QString& keys) {
         sendKey(view, key, modifiers, text);
         rest();
     }
-    return QString();
+    return {};
 }
 
 void Driver::enter(const QString& text) {

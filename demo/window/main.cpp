@@ -11,7 +11,6 @@
 #include <QFile>
 #include <QStandardPaths>
 #include <QTextStream>
-#include <QTimer>
 #include <QWebFrame>
 #include <QWebPage>
 #include <QWebSettings>
@@ -150,9 +149,9 @@ int main(int argc, char** argv) {
         }
         started = true;
         // After this signal has been served, so that the driver may load again.
-        QTimer::singleShot(0, &application, [&, loaded] {
-            QApplication::exit(loaded ? driveAndQuit(view, page, options) : kNotLoaded);
-        });
+        QMetaObject::invokeMethod(
+            &application, [&, loaded] { QApplication::exit(loaded ? driveAndQuit(view, page, options) : kNotLoaded); },
+            Qt::QueuedConnection);
     });
     view.load(options.address);
     return QApplication::exec();
