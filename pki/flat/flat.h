@@ -10,6 +10,7 @@
 #ifndef VT_PKI_FLAT_FLAT_H
 #define VT_PKI_FLAT_FLAT_H
 
+/* A C header: typedef, <stdint.h> and (void) are the language. NOLINTBEGIN(modernize-*) */
 #include <stddef.h>
 #include <stdint.h>
 
@@ -203,5 +204,6 @@ VT_API void VT_PrintBuf(const char* title, const uint8_t* bytes, uint32_t length
 #ifdef __cplusplus
 }
 #endif
+/* NOLINTEND(modernize-*) */
 
 #endif

@@ -19,11 +19,9 @@ void printLine(const uint8_t* bytes, uint32_t count) {
 }  // namespace
 
 int32_t VT_Log(const char* format, ...) {
-    if (format == nullptr)
-        return -1;
     va_list arguments;
     va_start(arguments, format);
-    const int written = std::vprintf(format, arguments);
+    const int written = format == nullptr ? -1 : std::vprintf(format, arguments);
     va_end(arguments);
     return written;
 }

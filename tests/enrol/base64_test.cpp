@@ -2,11 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
 #include <string>
 #include <vector>
 
 #include "tests/support/hex.h"
+#include "tests/support/noise.h"
 
 namespace {
 
@@ -145,11 +145,11 @@ std::string plainlyEncoded(const Bytes& data) {
 }
 
 TEST(base64, EncodesAndDecodesEveryLength) {
-    std::mt19937 random(20141021);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same inputs each time
+    support::Noise noise(20141021);
     for (std::size_t length = 0; length <= 1200; ++length) {
         Bytes data(length);
         for (std::uint8_t& byte : data)
-            byte = static_cast<std::uint8_t>(random());
+            byte = noise.byte();
         const std::string base64 = upToNul(encoded(data));
         ASSERT_EQ(base64, plainlyEncoded(data)) << length;
         ASSERT_EQ(decoded(base64), (Decoded{0, data})) << length;
@@ -253,13 +253,13 @@ Decoded plainlyDecoded(const std::string& base64) {
 }
 
 TEST(base64, HostileTextsGiveWhatTheRulesSay) {
-    std::mt19937 random(7);  // NOLINT(cert-msc32-c,cert-msc51-cpp): the same inputs each time
+    support::Noise noise(7);
     for (int round = 0; round < 20000; ++round) {
-        std::string base64 = upToNul(encoded(pattern(random() % 160)));
-        for (unsigned changes = random() % 4; changes > 0 && !base64.empty(); --changes) {
-            const std::size_t at = random() % base64.size();
-            const char c = random() % 3 == 0 ? '=' : static_cast<char>(random());
-            switch (random() % 3) {
+        std::string base64 = upToNul(encoded(pattern(noise.below(160))));
+        for (unsigned changes = noise.below(4); changes > 0 && !base64.empty(); --changes) {
+            const std::size_t at = noise.below(static_cast<std::uint32_t>(base64.size()));
+            const char c = noise.below(3) == 0 ? '=' : static_cast<char>(noise.byte());
+            switch (noise.below(3)) {
                 case 0:
                     base64[at] = c;
                     break;

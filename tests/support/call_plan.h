@@ -39,7 +39,7 @@ class CallPlan {
     // failCall makes the n-th call from now on fail, counted from 1, with that last error.
     void failCall(int n, DWORD error = NTE_FAIL);
 
-    // failCall makes the occurrence-th call of that entry fail, counted from 1.
+    // failCall makes the occurrence-th call of that entry from now on fail, counted from 1.
     void failCall(const std::string& entry, int occurrence = 1, DWORD error = NTE_FAIL);
 
     // failed names the call that was made to fail, with its occurrence: "CryptExportKey 2"; empty when none was.

@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "tests/support/fake_system_api.h"
+
 namespace support {
 namespace {
 
@@ -262,16 +264,10 @@ bool isPrintable(const Bytes& text) {
     });
 }
 
-// utf8Of: the value of a CERT_RDN_UTF8_STRING is wide text, its size in bytes.
-Bytes utf8Of(const CERT_RDN_VALUE_BLOB& value) {
-    const auto units = static_cast<int>(value.cbData / sizeof(wchar_t));
-    if (units == 0)
-        return {};
-    const auto* wide = reinterpret_cast<LPCWSTR>(value.pbData);
-    std::string text(static_cast<std::size_t>(units) * 4, '\0');
-    const int size = platform::sys().WideCharToMultiByte(CP_UTF8, 0, wide, units, text.data(),
-                                                         static_cast<int>(text.size()), nullptr, nullptr);
-    return {text.begin(), text.begin() + size};
+// utf8Value: the value of a CERT_RDN_UTF8_STRING is wide text, its size in bytes.
+Bytes utf8Value(const CERT_RDN_VALUE_BLOB& value) {
+    const std::string text = utf8Of({reinterpret_cast<LPCWSTR>(value.pbData), value.cbData / sizeof(wchar_t)});
+    return {text.begin(), text.end()};
 }
 
 BOOL WINAPI encodeObjectEx(DWORD encoding, LPCSTR type, const void* info, DWORD flags, CRYPT_ENCODE_PARA* para,
@@ -291,7 +287,7 @@ BOOL WINAPI encodeObjectEx(DWORD encoding, LPCSTR type, const void* info, DWORD 
                 return fail(CRYPT_E_INVALID_PRINTABLE_STRING);
             const bool printable = attr.dwValueType == CERT_RDN_PRINTABLE_STRING;
             attributes.push_back(tlv(0x30, joined({oidElement(attr.pszObjId),
-                                                   printable ? tlv(0x13, value) : tlv(0x0C, utf8Of(attr.Value))})));
+                                                   printable ? tlv(0x13, value) : tlv(0x0C, utf8Value(attr.Value))})));
         }
         rdns.push_back(tlv(0x31, joined(attributes)));
     }

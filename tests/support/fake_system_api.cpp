@@ -143,14 +143,7 @@ int WINAPI wideCharToMultiByte(UINT codePage, DWORD /*flags*/, LPCWSTR wide, int
     if (!usable(codePage, wide, length))
         return 0;
     const std::size_t units = length < 0 ? std::wcslen(wide) + 1 : static_cast<std::size_t>(length);
-    std::string converted;
-    for (std::size_t i = 0; i < units; ++i) {
-        auto c = static_cast<char32_t>(wide[i]);
-        if (sizeof(wchar_t) == 2 && c >= 0xD800 && c <= 0xDBFF && i + 1 < units)
-            c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char32_t>(wide[++i]) - 0xDC00);
-        appendUtf8(converted, c);
-    }
-    return deliver(converted, text, capacity);
+    return deliver(utf8Of({wide, units}), text, capacity);
 }
 
 BOOL WINAPI fileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* systemTime) {
@@ -207,6 +200,17 @@ std::string makeHome() {
 }
 
 }  // namespace
+
+std::string utf8Of(std::wstring_view wide) {
+    std::string text;
+    for (std::size_t i = 0; i < wide.size(); ++i) {
+        auto c = static_cast<char32_t>(wide[i]);
+        if (sizeof(wchar_t) == 2 && c >= 0xD800 && c <= 0xDBFF && i + 1 < wide.size())
+            c = 0x10000 + ((c - 0xD800) << 10) + (static_cast<char32_t>(wide[++i]) - 0xDC00);
+        appendUtf8(text, c);
+    }
+    return text;
+}
 
 FakeSystemApi* FakeSystemApi::current = nullptr;
 

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "platform/platform.h"
 
@@ -44,6 +45,9 @@ class FakeSystemApi {
     platform::SystemApi before_;
     std::string home_;
 };
+
+// utf8Of: wide text of either width of wchar_t in UTF-8.
+std::string utf8Of(std::wstring_view wide);
 
 }  // namespace support
 
