@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QStandardPaths>
 #include <QTextStream>
+#include <QTimer>
 #include <QWebFrame>
 #include <QWebPage>
 #include <QWebSettings>
@@ -141,17 +142,19 @@ int main(int argc, char** argv) {
     QApplication::setActiveWindow(&view);
     view.setFocus();
 
-    const bool driven = !options.script.isEmpty() || !options.screenshot.isEmpty();
-    bool started = false;
-    QObject::connect(&view, &QWebView::loadFinished, &application, [&](bool loaded) {
-        if (!driven || started) {
-            return;
+    // The driver starts after loadFinished has been served, so that it may load again.
+    bool loaded = false;
+    QTimer starter;
+    starter.setSingleShot(true);
+    QObject::connect(&starter, &QTimer::timeout, &application,
+                     [&] { QApplication::exit(loaded ? driveAndQuit(view, page, options) : kNotLoaded); });
+    bool waiting = !options.script.isEmpty() || !options.screenshot.isEmpty();
+    QObject::connect(&view, &QWebView::loadFinished, &application, [&](bool good) {
+        if (waiting) {
+            waiting = false;
+            loaded = good;
+            starter.start(0);
         }
-        started = true;
-        // After this signal has been served, so that the driver may load again.
-        QMetaObject::invokeMethod(
-            &application, [&, loaded] { QApplication::exit(loaded ? driveAndQuit(view, page, options) : kNotLoaded); },
-            Qt::QueuedConnection);
     });
     view.load(options.address);
     return QApplication::exec();
