@@ -70,15 +70,16 @@ start_authority() {
     printf '   The page is at %s\n' "$address"
 }
 
-# The window has a home folder of its own, and so has everything that the plug-in stores.
+# The window has a home folder of its own, and so has everything that the plug-in stores. The driver's report comes
+# through a channel of its own, beside the plug-in's diagnostics.
 window() {  # argument...
     local -a screen=()
     [[ -n ${DISPLAY:-} ]] || screen=(xvfb-run -a -s "-screen 0 1280x1024x24")
     (
         cd "$results"
         HOME=$home XDG_RUNTIME_DIR=$home MOZ_PLUGIN_PATH=$top/build/native LC_ALL=C.UTF-8 \
-            "${screen[@]}" "$top/build/native/bin/certenroll_window" --storage "$home/page" "$@" "$address"
-    )
+            "${screen[@]}" "$top/build/native/bin/certenroll_window" --storage "$home/page" --report /dev/fd/9 "$@" "$address"
+    ) 9>&1 >>"$folder/plugin-output.log" 2>"$folder/window.log"
 }
 
 certificate_of_the_order() {
@@ -136,12 +137,12 @@ enrol_by_the_page() {
     start_afresh
     start_authority
     say "Making a request on the page"
-    window --verbose --script "$top/demo/scripts/request.txt" 2>"$folder/window.log" | indent ||
+    window --script "$top/demo/scripts/request.txt" | indent ||
         fail "$(tail -n 3 "$folder/window.log")"
     request_as_pem
     certificate_of_the_order
     say "Installing the certificate"
-    window --verbose --script "$top/demo/scripts/install.txt" 2>"$folder/window.log" | indent ||
+    window --script "$top/demo/scripts/install.txt" | indent ||
         fail "$(tail -n 3 "$folder/window.log")"
     check_request_and_certificate
     say "What NSS finds in the store (a \"u\" is a certificate with its key)"
@@ -160,7 +161,7 @@ leave_the_page_to_the_person() {
     chmod 700 "$home"
     start_authority
     say "The window is yours; close it to end. What you store lies in $home"
-    window 2>"$folder/window.log" || fail "$(tail -n 3 "$folder/window.log")"
+    window || fail "$(tail -n 3 "$folder/window.log")"
     if [[ -d $home/.pki/nssdb ]]; then
         say "What NSS finds in the store"
         store_listing

@@ -68,17 +68,13 @@ Driver::Command Driver::parse(const QString& line) {
 }
 
 QString Driver::run(const QStringList& lines) {
-    QTextStream out(stdout);
     for (int at = 0; at < lines.size(); ++at) {
         const QString line = lines[at].trimmed();
         if (line.isEmpty()) {
             continue;
         }
         if (line.startsWith('#')) {
-            if (tellSteps) {
-                out << line.mid(1).trimmed() << '\n';
-                out.flush();
-            }
+            tell(line.mid(1).trimmed());
             continue;
         }
         const QString trouble = perform(parse(line));
@@ -171,7 +167,7 @@ QString Driver::performOnElement(const Command& command) {
         return failedUnless(textOf(selector).contains(command.rest), "its text is: " + textOf(selector));
     }
     if (command.name == "print") {
-        QTextStream(stdout) << textOf(selector) << '\n';
+        tell(textOf(selector));
         return {};
     }
     if (command.name == "save") {
@@ -201,6 +197,11 @@ QString Driver::textOf(const QString& selector) const {
     static const QStringList kFields = {"INPUT", "TEXTAREA", "SELECT"};
     return kFields.contains(element.tagName()) ? element.evaluateJavaScript("this.value").toString()
                                                : element.toPlainText();
+}
+
+void Driver::tell(const QString& text) {
+    report << text << '\n';
+    report.flush();
 }
 
 QString Driver::evaluate(const QString& expression) const {
