@@ -44,8 +44,17 @@ function(vt_room_tests room)
   vt_add_gtest(${ARG_NAME} ${room})
 endfunction()
 
+# vt_label_needs(<label> <target>...): what the tests of a label run is built by the target tests_<label>.
+function(vt_label_needs label)
+  if(NOT TARGET tests_${label})
+    add_custom_target(tests_${label})
+  endif()
+  add_dependencies(tests_${label} ${ARGN})
+endfunction()
+
 # vt_add_gtest(<program> <label>): registers a GoogleTest program with ctest.
 function(vt_add_gtest program label)
+  vt_label_needs(${label} ${program})
   if(CMAKE_CROSSCOMPILING)
     add_test(NAME ${label}.${program} COMMAND ${program})
     # One Wine prefix, one certificate store: programs take turns.

@@ -1,6 +1,209 @@
+/* The flat interface: plain records and functions of C linkage over the toolkit. C99 as well as C++.
+ *
+ * Conventions, said once:
+ *  - A function that returns int32_t gives 0 for success and a code below otherwise, unless it says something else.
+ *  - Lengths are in bytes. Numbers in records are big-endian byte strings.
+ *  - Every buffer that a function hands out comes from T_malloc, with a zero byte behind its data that the length does
+ *    not count. The caller frees it with T_free. An output record is overwritten, never read or freed first.
+ *  - Nothing takes a lock. A record or a list belongs to one caller at a time.
+ */
 #ifndef VT_PKI_FLAT_FLAT_H
 #define VT_PKI_FLAT_FLAT_H
 
+/* A C header: typedef, <stdint.h> and (void) are the language. NOLINTBEGIN(modernize-*) */
+#include <stddef.h>
+#include <stdint.h>
+
 #include "foundation/export.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* ---- Codes ------------------------------------------------------------------------------------------------------ */
+
+enum {
+    VT_E_KEY_BITS = -1008,         /* a Microsoft key blob of another bit length than 512, 1024 or 2048 */
+    VT_E_NULL_ARGUMENT = -1010,    /* a null argument */
+    VT_E_BUFFER_TOO_SMALL = -1019, /* the caller's buffer is too small */
+    VT_E_MEMORY = -1031            /* memory allocation failed */
+};
+
+/* The list functions have small codes of their own. */
+enum {
+    VT_LIST_E_NODE_MEMORY = -1, /* a node cannot be allocated */
+    VT_LIST_E_DATA_MEMORY = -2, /* its data cannot be allocated */
+    VT_LIST_E_NEGATIVE = -3,    /* a negative index */
+    VT_LIST_E_ARGUMENT = -4     /* null or empty data, a null list, or an index past the end */
+};
+
+/* ---- Records ---------------------------------------------------------------------------------------------------- */
+
+/* Bytes and their number. */
+typedef struct PKCS_Blob {
+    uint8_t* data;
+    uint32_t length;
+} PKCS_Blob;
+
+/* An algorithm with its parameters. iv may be null. */
+typedef struct PKCS_Alg {
+    int32_t algType;
+    uint8_t* iv;
+    uint32_t ivLength;
+    uint32_t effectiveBits;
+} PKCS_Alg;
+
+/* A session key. keyLength is the length that the cipher is told, which can differ from the bytes at hand. */
+typedef struct PKCS_Key {
+    uint8_t* data;
+    uint32_t length;
+    uint32_t keyLength;
+} PKCS_Key;
+
+/* An RSA public key (PKCS#1 RSAPublicKey). */
+typedef struct PKCS_PubKey {
+    PKCS_Blob modulus;
+    PKCS_Blob publicExponent;
+} PKCS_PubKey;
+
+/* An RSA private key (PKCS#1 RSAPrivateKey). */
+typedef struct PKCS_PriKey {
+    PKCS_Blob modulus;
+    PKCS_Blob publicExponent;
+    PKCS_Blob privateExponent;
+    PKCS_Blob prime1;
+    PKCS_Blob prime2;
+    PKCS_Blob exponent1;   /* privateExponent mod (prime1 - 1) */
+    PKCS_Blob exponent2;   /* privateExponent mod (prime2 - 1) */
+    PKCS_Blob coefficient; /* inverse of prime2 mod prime1 */
+} PKCS_PriKey;
+
+/* PKCS_InitAlg, PKCS_InitKey, PKCS_InitPubKey, PKCS_InitPriKey fill a record with zeros, whatever it held. A null
+ * pointer is accepted. Always 0. */
+VT_API int32_t PKCS_InitAlg(PKCS_Alg* alg);
+VT_API int32_t PKCS_InitKey(PKCS_Key* key);
+VT_API int32_t PKCS_InitPubKey(PKCS_PubKey* key);
+VT_API int32_t PKCS_InitPriKey(PKCS_PriKey* key);
+
+/* PKCS_FreeAlg, PKCS_FreeKey, PKCS_FreePubKey, PKCS_FreePriKey free every buffer of a record with T_free and fill the
+ * record with zeros, so that freeing it again does no harm. The record itself stays the caller's. A null pointer is
+ * accepted. Always 0. Key bytes are not wiped. */
+VT_API int32_t PKCS_FreeAlg(PKCS_Alg* alg);
+VT_API int32_t PKCS_FreeKey(PKCS_Key* key);
+VT_API int32_t PKCS_FreePubKey(PKCS_PubKey* key);
+VT_API int32_t PKCS_FreePriKey(PKCS_PriKey* key);
+
+/* ---- Memory and text -------------------------------------------------------------------------------------------- */
+
+/* T_malloc gives size + 1 bytes, all zero, so that text and data always end in a zero byte. Null if there is no memory;
+ * a size of 0 gives one byte. The caller frees them with T_free. */
+VT_API void* T_malloc(size_t size);
+
+/* T_realloc is realloc: exactly size bytes, none of them zeroed. On failure null, and the old buffer stays. */
+VT_API void* T_realloc(void* buffer, size_t size);
+
+/* T_free is free. Null is accepted. */
+VT_API void T_free(void* buffer);
+
+/* T_memset, T_memcpy, T_memmove, T_memcmp, T_strlen, T_strcpy, T_strcmp are the functions of <string.h>. */
+VT_API void* T_memset(void* buffer, int value, size_t length);
+VT_API void* T_memcpy(void* to, const void* from, size_t length);
+VT_API void* T_memmove(void* to, const void* from, size_t length);
+VT_API int T_memcmp(const void* left, const void* right, size_t length);
+VT_API size_t T_strlen(const char* text);
+VT_API char* T_strcpy(char* to, const char* from);
+VT_API int T_strcmp(const char* left, const char* right);
+
+/* ---- Lists ------------------------------------------------------------------------------------------------------ */
+
+/* A singly linked list of byte strings, such as the certificates of a message. The list is known by its head, a node
+ * like any other, whose data is a text that nobody reads. Every further node owns a copy of its data with a zero byte
+ * behind it.
+ *
+ * A caller may walk the nodes by next and read them. Only the functions below may link and unlink them: the head
+ * remembers where the list ends and where the last look-up stood, so that filling a list and reading it in order take
+ * time in proportion to its length. */
+typedef struct VT_List {
+    uint8_t* data;
+    uint32_t length;
+    struct VT_List* next;
+    uint8_t spare;
+} VT_List;
+
+/* VT_CreateList stores an empty list. -1 if the head cannot be allocated or list is null; -2 if its text cannot; *list
+ * is null then. The caller frees the list with VT_DestroyList. */
+VT_API int32_t VT_CreateList(VT_List** list);
+
+/* VT_AddListNode copies the data into a new node at the end. -4 for a null list, null data or zero length; -1 or -2 for
+ * exhausted memory (the node, its data). The list is as before then. */
+VT_API int32_t VT_AddListNode(VT_List* list, const uint8_t* data, uint32_t length);
+
+/* VT_GetListNodeTotal stores the number of nodes without the head. A null list has 0. -4 for a null total. */
+VT_API int32_t VT_GetListNodeTotal(const VT_List* list, uint32_t* total);
+
+/* VT_GetListNodeByIndex stores the length of a node, counted from 0 without the head, and copies its data to out. The
+ * size of out is not checked; with a null out only the length is stored, which may be null as well. -3 for a negative
+ * index; -4 for a null list or an index past the end. Nothing is stored then. */
+VT_API int32_t VT_GetListNodeByIndex(const VT_List* list, int32_t index, uint8_t* out, uint32_t* length);
+
+/* VT_DestroyList frees all nodes, the head included. The caller's pointer is left as it is and must not be used again.
+ * Null, and a pointer to null, are accepted. Always 0. */
+VT_API int32_t VT_DestroyList(VT_List** list);
+
+/* ---- Keys ------------------------------------------------------------------------------------------------------- */
+
+/* Both converters read a Microsoft PUBLICKEYBLOB (wincrypt.h: PUBLICKEYSTRUC, RSAPUBKEY, modulus, all little-endian) of
+ * 512, 1024 or 2048 bits. They look at nothing of its header but the bit length, and trust it: the blob must have
+ * 20 + bit length / 8 bytes. */
+
+/* VT_MSPubKeyToVPK gives the numbers of the key. The modulus has bit length / 8 bytes; the exponent is the shortest
+ * two's complement of the unsigned exponent word, so 65537 is 01 00 01, a set top bit has a zero byte in front, and 0
+ * has no bytes. unused is not looked at. -1010 for a null blob or key; -1008 for another bit length; -1031 for
+ * exhausted memory; key is untouched then. The caller frees the numbers with PKCS_FreePubKey. */
+VT_API int32_t VT_MSPubKeyToVPK(void* unused, const uint8_t* blob, PKCS_PubKey* key);
+
+/* VT_MSPubKeyToP1Der writes the key as DER RSAPublicKey (PKCS#1, RFC 8017 A.1.1). With a null der it stores the length
+ * alone; otherwise *length holds the capacity of der and receives the length. -1010 for a null blob or length; -1008
+ * and -1031 as above; -1019 if der is too small. *length is untouched then. */
+VT_API int32_t VT_MSPubKeyToP1Der(const uint8_t* blob, uint8_t* der, uint32_t* length);
+
+/* ---- Libraries, files and diagnostics --------------------------------------------------------------------------- */
+
+/* Any function; the caller casts it to the type it has. */
+typedef void (*VT_Func)(void);
+
+/* VT_LoadLibrary is LoadLibrary of the platform (the platform's loader elsewhere). Null on failure or for a null path.
+ * The caller gives the library back with VT_FreeLibrary. */
+VT_API void* VT_LoadLibrary(const char* path);
+
+/* VT_GetFuncAddress is GetProcAddress. Null if the library has no such name, or for a null library or name. */
+VT_API VT_Func VT_GetFuncAddress(void* library, const char* name);
+
+/* VT_FreeLibrary is FreeLibrary: non-zero for success, 0 on failure or for a null library. */
+VT_API int32_t VT_FreeLibrary(void* library);
+
+/* VT_GetFileLen gives the size of a file as stat has it. A file that cannot be looked at, or a null path, has 0. */
+VT_API int64_t VT_GetFileLen(const char* path);
+
+#if defined(__clang__)
+#define VT_PRINTF_LIKE __attribute__((format(printf, 1, 2)))
+#elif defined(__GNUC__)
+#define VT_PRINTF_LIKE __attribute__((format(gnu_printf, 1, 2)))
+#else
+#define VT_PRINTF_LIKE
+#endif
+
+/* VT_Log writes to standard output as printf does. Gives the number of characters, or a negative number on failure and
+ * for a null format. */
+VT_API int32_t VT_Log(const char* format, ...) VT_PRINTF_LIKE;
+
+/* VT_PrintBuf writes bytes to standard output by VT_Log: the title, if there is one, as "title (n bytes):", then
+ * sixteen bytes a line in hex. Null bytes are written as "00". */
+VT_API void VT_PrintBuf(const char* title, const uint8_t* bytes, uint32_t length);
+
+#ifdef __cplusplus
+}
+#endif
+/* NOLINTEND(modernize-*) */
 
 #endif
