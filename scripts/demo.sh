@@ -94,7 +94,7 @@ PYTHON
 request_as_pem() {
     {
         echo "-----BEGIN CERTIFICATE REQUEST-----"
-        tr -d '\r' <"$results/request.txt" | sed '/^$/d'
+        { tr -d '\r' <"$results/request.txt" && echo; } | sed '/^$/d'
         echo "-----END CERTIFICATE REQUEST-----"
     } >"$results/request.pem"
 }
@@ -108,7 +108,9 @@ store_listing() {
 
 check_request_and_certificate() {
     say "What openssl says of the request and the certificate"
-    openssl req -in "$results/request.pem" -noout -verify -subject 2>&1 | indent
+    openssl req -in "$results/request.pem" -noout -verify -subject >"$folder/openssl.log" 2>&1 || true
+    indent <"$folder/openssl.log"
+    grep -q 'verify OK' "$folder/openssl.log" || fail "the request's signature does not fit its key"
     openssl verify -CAfile "$folder/authority/root.pem" -untrusted "$folder/authority/issuing.pem" \
         "$results/certificate.pem" | indent
     cmp -s <(openssl req -in "$results/request.pem" -noout -pubkey) <(openssl x509 -in "$results/certificate.pem" -noout -pubkey) ||
