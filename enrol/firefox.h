@@ -1,3 +1,4 @@
+// Whether a certificate is known to the user's Firefox.
 #ifndef VT_ENROL_FIREFOX_H
 #define VT_ENROL_FIREFOX_H
 
@@ -6,7 +7,8 @@
 
 namespace enrol {
 
-// CheckCertificateInFirefox: whether the certificate stands in the user's Firefox profile. 0 or a code.
+// CheckCertificateInFirefox: whether the certificate stands in the user's Firefox profile. This build reads no Firefox
+// installation, so that it always gives 22208313, the code for one that cannot be found.
 std::int32_t CheckCertificateInFirefox(const char* text, std::size_t length);
 
 }  // namespace enrol

@@ -364,11 +364,10 @@ TEST_F(request, ABlobThatIsNoKeyEndsTheRequestAndLeavesTheContainer) {
     const Bytes good = support::fakePublicBlob(1024);
     Bytes oddSize = good;
     oddSize[12] = 0x01;
-    Bytes short1 = good;
-    short1.pop_back();
+    const Bytes cutShort(good.begin(), good.end() - 1);
     Bytes topBitClear = good;
     topBitClear.back() = 0x04;
-    for (const Bytes& blob : {oddSize, short1, topBitClear, Bytes(good.begin(), good.begin() + 19), Bytes{}}) {
+    for (const Bytes& blob : {oddSize, cutShort, topBitClear, Bytes(good.begin(), good.begin() + 19), Bytes{}}) {
         system.guid.Data1 = 0x01234567;
         crypto.containers.clear();
         crypto.makePublicBlob = [&](DWORD) { return blob; };

@@ -1,0 +1,27 @@
+// An answer that is a PKCS#7 SignedData (RFC 2315, section 9) holding a chain of certificates.
+#ifndef VT_ENROL_SIGNED_DATA_H
+#define VT_ENROL_SIGNED_DATA_H
+
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/platform.h"
+
+namespace enrol {
+
+// requireSignedData asks whether the text is a ContentInfo of type signedData (1.2.840.113549.1.7.2) whose content has
+// at least five elements. A sixth is let pass.
+// Throws InstallFailure: 8223 for bad base64, 8203 for exhausted memory, 8224 for another shape, 8204 for another type.
+void requireSignedData(const char* text, std::size_t length);
+
+// IsSignedData: 0, or the reason that requireSignedData gives.
+std::int32_t IsSignedData(const char* text, std::size_t length);
+
+// InstallSignedCertificate takes the marker as every installation does, and gives its code or 22068017, as this build
+// extracts no certificates from chains. importFlags is for the key when it moves to the container of the chain's leaf.
+std::int32_t InstallSignedCertificate(const char* provider, const char* text, std::size_t length, std::int32_t keySpec,
+                                      DWORD importFlags);
+
+}  // namespace enrol
+
+#endif

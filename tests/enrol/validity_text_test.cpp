@@ -1,0 +1,65 @@
+#include "enrol/validity_text.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using enrol::readValidityText;
+using enrol::validityText;
+
+SYSTEMTIME systemTime(unsigned year, unsigned month, unsigned day, unsigned hour, unsigned minute, unsigned second) {
+    SYSTEMTIME time = {};
+    time.wYear = static_cast<WORD>(year);
+    time.wMonth = static_cast<WORD>(month);
+    time.wDay = static_cast<WORD>(day);
+    time.wHour = static_cast<WORD>(hour);
+    time.wMinute = static_cast<WORD>(minute);
+    time.wSecond = static_cast<WORD>(second);
+    return time;
+}
+
+TEST(validity_text_test, TextHasYearMonthDayAndTime) {
+    EXPECT_EQ(validityText(systemTime(2014, 10, 21, 10, 30, 0)), L"2014\u5E7410\u670821\u65E5 10:30:00");
+    EXPECT_EQ(validityText(systemTime(2000, 1, 2, 3, 4, 5)), L"2000\u5E7401\u670802\u65E5 03:04:05");
+    EXPECT_EQ(validityText(systemTime(1, 1, 1, 0, 0, 0)), L"0001\u5E7401\u670801\u65E5 00:00:00");
+}
+
+// Seconds by python3: calendar.timegm((year, month, day, hour, minute, second)).
+TEST(validity_text_test, TextReadsBackAsSeconds) {
+    EXPECT_EQ(readValidityText(L"1970\u5E7401\u670801\u65E5 00:00:00"), 0);
+    EXPECT_EQ(readValidityText(L"2014\u5E7410\u670821\u65E5 10:30:00"), 1413887400);
+    EXPECT_EQ(readValidityText(L"2000\u5E7402\u670829\u65E5 23:59:59"), 951868799);
+    EXPECT_EQ(readValidityText(L"2100\u5E7402\u670828\u65E5 12:00:00"), 4107499200);
+    EXPECT_EQ(readValidityText(L"2100\u5E7403\u670801\u65E5 12:00:00"), 4107585600);
+}
+
+TEST(validity_text_test, TimesOutsideThe32BitRangeKeepTheirOrder) {
+    EXPECT_EQ(readValidityText(L"1950\u5E7401\u670801\u65E5 00:00:00"), -631152000);
+    EXPECT_EQ(readValidityText(L"1601\u5E7401\u670801\u65E5 00:00:00"), -11644473600);
+    EXPECT_EQ(readValidityText(L"2038\u5E7401\u670819\u65E5 03:14:08"), 2147483648);
+    EXPECT_EQ(readValidityText(L"9999\u5E7412\u670831\u65E5 23:59:59"), 253402300799);
+}
+
+TEST(validity_text_test, EveryDayFollowsTheOneBefore) {
+    static constexpr unsigned kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+    std::int64_t expected = -631152000;  // 1950-01-01
+    for (unsigned year = 1950; year < 2110; ++year) {
+        const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+        for (unsigned month = 1; month <= 12; ++month) {
+            const unsigned days = kDays[month - 1] + (month == 2 && leap ? 1 : 0);
+            for (unsigned day = 1; day <= days; ++day, expected += 86400)
+                ASSERT_EQ(readValidityText(validityText(systemTime(year, month, day, 0, 0, 0))), expected)
+                    << year << '-' << month << '-' << day;
+        }
+    }
+}
+
+TEST(validity_text_test, TextWithAnotherCharacterEndsTheReading) {
+    // Minutes and seconds are lost behind the wrong mark.
+    EXPECT_EQ(readValidityText(L"1970\u5E7401\u670801\u65E5 01.02:03"), 3600);
+    EXPECT_EQ(readValidityText(L"1970\u5E7401\u670802\u65E5"), 86400);
+    EXPECT_EQ(readValidityText(L""), readValidityText(L"x"));
+    EXPECT_LT(readValidityText(L""), readValidityText(L"0001\u5E7401\u670801\u65E5 00:00:00"));
+}
+
+}  // namespace
