@@ -331,6 +331,11 @@ Outcome Browser::get(NPObject* object, const std::string& property) {
     return take(ok, result);
 }
 
+bool Browser::has(NPObject* object, const std::string& name) {
+    const NPIdentifier known = identifier(name);
+    return Operations::hasMethod(nullptr, object, known) || Operations::hasProperty(nullptr, object, known);
+}
+
 bool Browser::set(NPObject* object, const std::string& property, const Value& value) {
     return Operations::setProperty(nullptr, object, identifier(property), &value.variant());
 }

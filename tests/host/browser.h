@@ -69,6 +69,7 @@ class Browser {
     Outcome call(NPObject* object, const std::string& method, const std::vector<Value>& args);
     Outcome callDefault(NPObject* object, const std::vector<Value>& args);
     Outcome get(NPObject* object, const std::string& property);
+    bool has(NPObject* object, const std::string& name);  // as a method or a property
     bool set(NPObject* object, const std::string& property, const Value& value);
     Outcome construct(NPObject* object, const std::vector<Value>& args);
 

@@ -1,0 +1,159 @@
+#include "platform/nss/token_certificate.h"
+
+#include <algorithm>
+
+#include "platform/nss/attribute.h"
+
+namespace platform::nss {
+namespace {
+
+constexpr char kCommonName[] = "2.5.4.3";
+
+SECItem itemOf(Span span) {
+    return {siBuffer, const_cast<BYTE*>(span.data), static_cast<unsigned int>(span.size)};
+}
+
+Bytes withoutLeadingZeros(const Bytes& number) {
+    return {std::find_if(number.begin(), number.end(), [](BYTE byte) { return byte != 0; }), number.end()};
+}
+
+bool isLoggedIn(const Token& token) {
+    PK11SlotInfo* slot = token.slot.get();
+    return nss().PK11_NeedLogin(slot) == PR_FALSE || nss().PK11_IsLoggedIn(slot, nullptr) != PR_FALSE;
+}
+
+// Public keys are used for the opposite of what their private keys are for.
+DWORD specOf(PK11GenericObject* object, bool isPrivate) {
+    const bool exchange = hasAttribute(object, isPrivate ? CKA_DECRYPT : CKA_ENCRYPT) ||
+                          hasAttribute(object, isPrivate ? CKA_UNWRAP : CKA_WRAP);
+    return exchange ? AT_KEYEXCHANGE : AT_SIGNATURE;
+}
+
+NssCertificate decode(const Certificate& certificate) {
+    SECItem der = itemOf(certificate.der());
+    return NssCertificate(
+        nss().CERT_NewTempCertificate(nss().CERT_GetDefaultCertDB(), &der, nullptr, PR_FALSE, PR_TRUE));
+}
+
+bool import(const Certificate& certificate, PK11SlotInfo* slot, CK_OBJECT_HANDLE key, const std::string& nickname) {
+    const NssCertificate decoded = decode(certificate);
+    return decoded != nullptr &&
+           nss().PK11_ImportCert(slot, decoded.get(), key, nickname.c_str(), PR_FALSE) == SECSuccess;
+}
+
+bool isOnOneToken(CERTCertificate* certificate) {
+    const SlotList slots(nss().PK11_GetAllSlotsForCert(certificate, nullptr));
+    PK11SlotListElement* first = slots != nullptr ? nss().PK11_GetFirstSafe(slots.get()) : nullptr;
+    return first == nullptr || nss().PK11_GetNextSafe(slots.get(), first, PR_FALSE) == nullptr;
+}
+
+bool destroyObject(const Certificate& certificate, PK11SlotInfo* slot) {
+    const Span der = certificate.der();
+    const Bytes value(der.data, der.data + der.size);
+    bool good = true;
+    forEachObject(slot, CKO_CERTIFICATE, [&](PK11GenericObject* object) {
+        if (readAttribute(object, CKA_VALUE) == value)
+            good = nss().PK11_DestroyTokenObject(slot, nss().PK11_GetObjectHandle(PK11_TypeGeneric, object, nullptr)) ==
+                       SECSuccess &&
+                   good;
+    });
+    return good;
+}
+
+// The text of the subject's last common name, else of its last attribute that is text in bytes.
+std::string subjectText(const Certificate& certificate) {
+    std::string commonName;
+    std::string other;
+    Element name = {};
+    const CERT_NAME_BLOB& subject = certificate.info().Subject;
+    if (!DerReader({subject.pbData, subject.cbData}).expect(kDerSequence, name))
+        return {};
+    Element rdn = {};
+    for (DerReader rdns(name.content); rdns.expect(kDerSet, rdn);) {
+        Element attribute = {};
+        for (DerReader attributes(rdn.content); attributes.expect(kDerSequence, attribute);) {
+            DerReader reader(attribute.content);
+            Element type = {};
+            Element value = {};
+            if (!reader.expect(kDerObjectIdentifier, type) || !reader.read(value))
+                continue;
+            const bool isText = value.tag == kDerUtf8String || value.tag == kDerPrintableString;
+            std::string& text = objectIdText(type.content) == kCommonName ? commonName : other;
+            if (isText)
+                text.assign(value.content.data, value.content.data + value.content.size);
+        }
+    }
+    return commonName.empty() ? other : commonName;
+}
+
+}  // namespace
+
+std::vector<TokenKey> listKeys(const Token& token) {
+    std::vector<TokenKey> keys;
+    const bool isPrivate = isLoggedIn(token);
+    forEachObject(token.slot.get(), isPrivate ? CKO_PRIVATE_KEY : CKO_PUBLIC_KEY, [&](PK11GenericObject* object) {
+        const Bytes modulus = withoutLeadingZeros(readAttribute(object, CKA_MODULUS));
+        if (!modulus.empty())
+            keys.push_back({token, modulus,
+                            containerNameOf(readAttribute(object, CKA_LABEL), readAttribute(object, CKA_ID)),
+                            specOf(object, isPrivate)});
+    });
+    return keys;
+}
+
+std::vector<TokenCertificate> listCertificates(const Token& token) {
+    std::vector<TokenCertificate> certificates;
+    forEachObject(token.slot.get(), CKO_CERTIFICATE, [&](PK11GenericObject* object) {
+        const Bytes der = readAttribute(object, CKA_VALUE);
+        const Bytes label = readAttribute(object, CKA_LABEL);
+        std::shared_ptr<Certificate> certificate = parseCertificate(der.data(), der.size());
+        if (certificate != nullptr)
+            certificates.push_back({token, std::move(certificate), {label.begin(), label.end()}});
+    });
+    return certificates;
+}
+
+const TokenKey* findKeyOf(const Certificate& certificate, const std::vector<TokenKey>& keys) {
+    const Bytes modulus = certificate.rsaModulus();
+    const auto found = std::find_if(keys.begin(), keys.end(),
+                                    [&](const TokenKey& key) { return !modulus.empty() && key.modulus == modulus; });
+    return found == keys.end() ? nullptr : &*found;
+}
+
+bool importForKey(const Certificate& certificate, const Key& key) {
+    // NSS hands the certificate's nickname on to its key, but the key's own is the name of the container.
+    const Bytes label = readAttribute(key.privateKey.get(), CKA_LABEL);
+    const bool good = import(certificate, key.token.slot.get(), key.privateKey->pkcs11ID, nicknameFor(certificate, ""));
+    const std::string name(label.begin(), label.end());
+    return nss().PK11_SetPrivateKeyNickname(key.privateKey.get(), name.c_str()) == SECSuccess && good;
+}
+
+bool importCertificate(const Certificate& certificate, const Token& token, const std::string& nickname) {
+    return import(certificate, token.slot.get(), CK_INVALID_HANDLE, nickname);
+}
+
+bool removeCertificate(const Certificate& certificate, const Token& token) {
+    PK11SlotInfo* slot = token.slot.get();
+    SECItem der = itemOf(certificate.der());
+    const NssCertificate found(nss().PK11_FindCertFromDERCertItem(slot, &der, nullptr));
+    if (found == nullptr)
+        return true;
+    // NSS deletes a certificate from every token that has it, which may be a database of the host's own as well.
+    return isOnOneToken(found.get()) ? nss().SEC_DeletePermCertificate(found.get()) == SECSuccess
+                                     : destroyObject(certificate, slot);
+}
+
+std::string nicknameFor(const Certificate& certificate, const std::string& prefix) {
+    const std::string text = subjectText(certificate);
+    const std::string base = prefix + (text.empty() ? "Certificate" : text);
+    const CERT_NAME_BLOB& subject = certificate.info().Subject;
+    const SECItem subjectItem = itemOf({subject.pbData, subject.cbData});
+    std::string nickname = base;
+    for (int count = 2;
+         nss().SEC_CertNicknameConflict(nickname.c_str(), &subjectItem, nss().CERT_GetDefaultCertDB()) != PR_FALSE;
+         ++count)
+        nickname = base + " #" + std::to_string(count);
+    return nickname;
+}
+
+}  // namespace platform::nss
