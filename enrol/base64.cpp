@@ -35,7 +35,7 @@ constexpr std::array<Pair, 4096> kPairs = makePairs();
 // encodeGroups writes four characters for each three bytes; length is a multiple of three.
 char* encodeGroups(const std::uint8_t* data, std::size_t length, char* out) {
     for (const std::uint8_t* const end = data + length; data != end; data += 3, out += 4) {
-        const std::uint32_t bits = static_cast<std::uint32_t>(data[0] << 16 | data[1] << 8 | data[2]);
+        const auto bits = static_cast<std::uint32_t>(data[0] << 16 | data[1] << 8 | data[2]);
         std::memcpy(out, &kPairs[bits >> 12], 2);
         std::memcpy(out + 2, &kPairs[bits & 0xFFF], 2);
     }
@@ -46,7 +46,7 @@ char* encodeGroups(const std::uint8_t* data, std::size_t length, char* out) {
 char* encodeTail(const std::uint8_t* data, std::size_t length, char* out) {
     if (length == 0)
         return out;
-    const std::uint32_t bits = static_cast<std::uint32_t>(data[0] << 16 | (length == 2 ? data[1] << 8 : 0));
+    const auto bits = static_cast<std::uint32_t>(data[0] << 16 | (length == 2 ? data[1] << 8 : 0));
     *out++ = kAlphabet[bits >> 18];
     *out++ = kAlphabet[bits >> 12 & 63];
     *out++ = length == 2 ? kAlphabet[bits >> 6 & 63] : '=';

@@ -30,7 +30,7 @@ void setName(ContainerName& name, const std::string& text) {
 std::string printedBy(void (*operation)()) {
     testing::internal::CaptureStdout();
     operation();
-    std::fflush(stdout);
+    (void)std::fflush(stdout);
     return testing::internal::GetCapturedStdout();
 }
 

@@ -101,7 +101,7 @@ BOOL WINAPI encodeObject(DWORD /*encoding*/, LPCSTR /*type*/, const void* /*info
                          CRYPT_ENCODE_PARA* /*para*/, void* encoded, DWORD* size) {
     *size = 2;
     if (encoded != nullptr)
-        std::memcpy(encoded, "\x30", 2);
+        std::memcpy(encoded, "0", 2);  // 30 00
     return TRUE;
 }
 
@@ -171,7 +171,7 @@ class memory : public testing::Test {
         table.ExpandEnvironmentStringsA = expand;
         table.MultiByteToWideChar = widen;
         table.WideCharToMultiByte = narrow;
-        std::snprintf(theHome, sizeof(theHome), "%s", system.home().c_str());
+        (void)std::snprintf(theHome, sizeof(theHome), "%s", system.home().c_str());
         enrol::chooseProvider("Prov", 4);
     }
     ~memory() override { enrol::forgetProvider(); }

@@ -43,7 +43,7 @@ Answer ask(Operation operation) {
     answer.size = 99;
     testing::internal::CaptureStdout();
     answer.code = operation(text, answer.size);
-    std::fflush(stdout);
+    (void)std::fflush(stdout);
     answer.printed = testing::internal::GetCapturedStdout();
     if (text) {
         EXPECT_EQ(text[answer.size], '\0');

@@ -15,7 +15,6 @@ namespace {
 
 using enrol::BuildSubject;
 using enrol::BuildSubjectComponent;
-using enrol::EncodeSubject;
 using enrol::HeapBytes;
 using enrol::SubjectComponent;
 using support::hex;
