@@ -50,6 +50,7 @@ trap clean_up EXIT
 # The screen of the machine, or else a virtual one.
 start_screen() {
     [[ -z ${DISPLAY:-} ]] || return 0
+    rm -f "$folder/display"
     Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$folder/display" >"$folder/xvfb.log" 2>&1 &
     xvfb_pid=$!
     for _ in $(seq 100); do
@@ -77,10 +78,11 @@ build() {  # preset target...
 
 start_authority() {
     say "Starting the demonstration authority"
+    rm -f "$folder/address"
     (cd demo && exec python3 -B -m authority --state "$folder/authority") >"$folder/address" 2>"$folder/authority.log" &
     authority_pid=$!
     for _ in $(seq 300); do
-        grep -q 'http://' "$folder/address" && break
+        grep -qs 'http://' "$folder/address" && break
         kill -0 "$authority_pid" 2>/dev/null || fail "the authority did not start; see $folder/authority.log"
         sleep 0.1
     done
