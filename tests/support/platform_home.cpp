@@ -1,4 +1,4 @@
-#include "tests/support/scratch_home.h"
+#include "tests/support/platform_home.h"
 
 #ifndef _WIN32
 
@@ -34,7 +34,7 @@ class Folder {
 
 namespace support {
 
-ScratchHome::ScratchHome() {
+PlatformHome::PlatformHome() {
 #ifndef _WIN32
     static const Folder folder;
 #endif
