@@ -13,7 +13,7 @@ declare -A packages=(
         libgmock-dev python3"
     [windows]="g++-mingw-w64-i686-posix mingw-w64-i686-dev wine wine32:i386 xvfb xauth fonts-liberation"
     [test]="libnss3-tools softhsm2 opensc openssl xvfb xauth clang-format clang-tidy shellcheck git"
-    [demo]="libqt5webkit5-dev qtbase5-dev xvfb xauth openssl libnss3-tools fonts-liberation"
+    [demo]="libqt5webkit5-dev qtbase5-dev xvfb xauth openssl libnss3-tools fonts-dejavu-core"
     [bench]="libbenchmark-dev libssl-dev"
     [fuzz]="clang llvm libclang-rt-dev"
 )

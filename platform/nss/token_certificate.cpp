@@ -121,7 +121,11 @@ const TokenKey* findKeyOf(const Certificate& certificate, const std::vector<Toke
 }
 
 bool importForKey(const Certificate& certificate, const Key& key) {
-    return import(certificate, key.token.slot.get(), key.privateKey->pkcs11ID, nicknameFor(certificate, ""));
+    // NSS hands the certificate's nickname on to its key, but the key's own is the name of the container.
+    const Bytes label = readAttribute(key.privateKey.get(), CKA_LABEL);
+    const bool good = import(certificate, key.token.slot.get(), key.privateKey->pkcs11ID, nicknameFor(certificate, ""));
+    const std::string name(label.begin(), label.end());
+    return nss().PK11_SetPrivateKeyNickname(key.privateKey.get(), name.c_str()) == SECSuccess && good;
 }
 
 bool importCertificate(const Certificate& certificate, const Token& token, const std::string& nickname) {
