@@ -1,7 +1,6 @@
 // vt_stores list <store>: the current user's certificates in a system store, as CryptoAPI tells them, a line of JSON
-// each: the SHA-1 of the certificate, the key container, its provider and key specification, and whether the key in that
-// container is the certificate's ("key":true).
-// vt_stores add <store> <file>: adds a certificate in DER.
+// each: the SHA-1 of the certificate, the key container, its provider and key specification, and whether the key in
+// that container is the certificate's ("key":true). vt_stores add <store> <file>: adds a certificate in DER.
 //
 // It knows nothing of the plug-in, so that the enrolment test has a witness.
 #include <windows.h>
@@ -55,9 +54,9 @@ bool holdsKeyOf(PCCERT_CONTEXT cert, const CRYPT_KEY_PROV_INFO& info) {
     CryptExportPublicKeyInfo(provider, info.dwKeySpec, kEncodings, nullptr, &size);
     std::vector<BYTE> exported(size);
     auto* const key = reinterpret_cast<PCERT_PUBLIC_KEY_INFO>(exported.data());
-    const bool holds =
-        size != 0 && CryptExportPublicKeyInfo(provider, info.dwKeySpec, kEncodings, key, &size) != FALSE &&
-        CertComparePublicKeyInfo(kEncodings, key, &cert->pCertInfo->SubjectPublicKeyInfo) != FALSE;
+    const bool holds = size != 0 &&
+                       CryptExportPublicKeyInfo(provider, info.dwKeySpec, kEncodings, key, &size) != FALSE &&
+                       CertComparePublicKeyInfo(kEncodings, key, &cert->pCertInfo->SubjectPublicKeyInfo) != FALSE;
     CryptReleaseContext(provider, 0);
     return holds;
 }
@@ -84,9 +83,9 @@ int list(HCERTSTORE store) {
 int add(HCERTSTORE store, const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     const std::vector<char> der{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    const BOOL added = CertAddEncodedCertificateToStore(store, kEncodings, reinterpret_cast<const BYTE*>(der.data()),
-                                                        static_cast<DWORD>(der.size()), CERT_STORE_ADD_USE_EXISTING,
-                                                        nullptr);
+    const BOOL added =
+        CertAddEncodedCertificateToStore(store, kEncodings, reinterpret_cast<const BYTE*>(der.data()),
+                                         static_cast<DWORD>(der.size()), CERT_STORE_ADD_USE_EXISTING, nullptr);
     if (added == FALSE)
         std::cerr << "cannot add " << path << ": " << GetLastError() << std::endl;
     return added == FALSE ? 1 : 0;
