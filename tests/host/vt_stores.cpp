@@ -1,6 +1,8 @@
 // vt_stores list <store>: the current user's certificates in a system store, as CryptoAPI tells them, a line of JSON
 // each: the SHA-1 of the certificate, the key container, its provider and key specification, and whether the key in
-// that container is the certificate's ("key":true). vt_stores add <store> <file>: adds a certificate in DER.
+// that container is the certificate's ("key":true).
+//
+// vt_stores add <store> <file>: adds a certificate in DER.
 //
 // It knows nothing of the plug-in, so that the enrolment test has a witness.
 #include <windows.h>
