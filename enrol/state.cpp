@@ -24,6 +24,10 @@ bool chooseProvider(const char* name, std::size_t length) {
     return true;
 }
 
+std::string chosenProvider() {
+    return sProviderName == nullptr ? std::string() : std::string(sProviderName);
+}
+
 void forgetProvider() {
     std::free(sProviderName);
     sProviderName = nullptr;
