@@ -69,7 +69,8 @@ tally() {  # build junit-file folder-of-gtest-files
 }
 
 configure() {  # build
-    check "$1 configure" cmake --preset "$1"
+    # Whether the window can be built is looked at anew: the engine may have been installed meanwhile.
+    check "$1 configure" cmake --preset "$1" -UVT_DEMO
 }
 
 # With rooms, builds those rooms' test programs (the target tests_<room>); else everything.
@@ -86,7 +87,7 @@ build() {  # build room...
         fi
     done
     [[ ${#targets[@]} -gt 0 ]] || targets=(all)
-    check "$build build" cmake --build --preset "$build" -j "$jobs" --target "${targets[@]}"
+    check "$build build" cmake --build --preset "$build" -j "$jobs" --target "${targets[@]}" -- -k 0
 }
 
 start_display() {
@@ -184,6 +185,26 @@ tally_unittest() {  # file
     [[ $bad -eq 0 ]] || tail -n 60 "$log"
 }
 
+# What the builds need. no_windows is set to the reason when Windows programs cannot be built or run.
+set_up() {  # number-of-rooms build...
+    local rooms=$1
+    shift
+    local -a groups=(build test)
+    [[ " $* " != *" windows "* ]] || groups+=(windows)
+    # The page's tests belong to a run of all rooms.
+    [[ $rooms -gt 0 || " $* " != *" native "* ]] || groups+=(demo)
+    bash scripts/setup.sh "${groups[@]}" && return
+    local group
+    for group in "${groups[@]}"; do
+        bash scripts/setup.sh "$group" && continue
+        case $group in
+            windows) no_windows="mingw and Wine could not be installed (see above)" ;;
+            demo) skip "browser" "the browser engine could not be installed (see above)" ;;
+            *) count 0 1 0 && printf 'FAILED   setup %s\n' "$group" ;;
+        esac
+    done
+}
+
 main() {
     local argument style='' scripts=''
     local -a builds=() rooms=()
@@ -206,19 +227,14 @@ main() {
     mkdir -p "$results"
     trap clean_up EXIT
 
-    local no_windows=''
+    no_windows=''
     if [[ -z ${VT_NO_SETUP:-} ]]; then
         section "setup"
-        bash scripts/setup.sh build test || count 0 1 0
-        if [[ " ${builds[*]} " == *" windows "* ]]; then
-            bash scripts/setup.sh windows || no_windows="mingw and Wine could not be installed (see above)"
-        fi
-        if [[ ${#rooms[@]} -eq 0 && " ${builds[*]} " == *" native "* ]]; then
-            bash scripts/setup.sh demo || skip "browser" "the browser engine could not be installed (see above)"
-        fi
+        set_up "${#rooms[@]}" "${builds[@]}"
     fi
-    command -v i686-w64-mingw32-g++-posix >/dev/null && command -v wine >/dev/null || no_windows=${no_windows:-there is \
-no mingw or no Wine here}
+    if [[ -z $no_windows ]] && ! { command -v i686-w64-mingw32-g++-posix && command -v wine; } >/dev/null; then
+        no_windows="there is no mingw or no Wine here"
+    fi
 
     local build
     for build in "${builds[@]}"; do

@@ -501,6 +501,14 @@ TEST(writer_test, AFailureKeepsWhatWasWrittenAndOpen) {
     EXPECT_EQ(output(writer), "30 08 02 01 01 30 03 01 01 FF");
 }
 
+TEST(writer_test, ATagWhoseStepFailedStillWaits) {
+    const Writer writer = makeWriter();
+    EXPECT_EQ(BerWriterPrintf(writer.get(), "TO", 7, 0x80, kEmail, 1), -1);
+    EXPECT_EQ(writer->pendingTag, 7);
+    EXPECT_EQ(BerWriterPrintf(writer.get(), "nn"), 4);
+    EXPECT_EQ(output(writer), "07 00 05 00");
+}
+
 TEST(writer_test, TheResultIsTheNumberOfBytes) {
     const Writer writer = makeWriter();
     EXPECT_EQ(BerWriterPrintf(writer.get(), "{{"), 0);

@@ -1,11 +1,12 @@
 """Witnesses of what stands in the user's stores: NSS's own tools on Linux, CryptoAPI on Windows."""
 
+import base64
 import json
 import os
 import re
 import subprocess
 
-from authority import openssl, sha1_of
+from authority import sha1_of
 
 
 class NssStores:
@@ -22,18 +23,21 @@ class NssStores:
         return done.stdout
 
     def _nicknames(self):
-        """Nickname and trust of each certificate."""
+        """Each nickname, and whether all certificates under it have their private key ("u")."""
         lines = self._tool("certutil", "-L", "-d", self.database).decode().splitlines()
         found = [re.match(r"^(.*\S)\s+([a-zA-Z]*,[a-zA-Z]*,[a-zA-Z]*)\s*$", line) for line in lines]
-        return [(match.group(1), match.group(2)) for match in found if match]
+        names = {}
+        for match in filter(None, found):
+            names[match.group(1)] = names.get(match.group(1), True) and "u" in match.group(2)
+        return names
 
     def certificates(self):
         """SHA-1 of each certificate, and whether its private key is there."""
         stored = {}
-        for nickname, trust in self._nicknames():
-            pem = self._tool("certutil", "-L", "-d", self.database, "-n", nickname, "-a")
-            for block in re.findall(rb"-----BEGIN CERTIFICATE-----.*?-----END CERTIFICATE-----", pem, re.S):
-                stored[sha1_of(openssl("x509", "-outform", "DER", stdin=block))] = "u" in trust
+        for nickname, with_key in self._nicknames().items():
+            pem = self._tool("certutil", "-L", "-d", self.database, "-n", nickname, "-a").decode()
+            for body in re.findall(r"-----BEGIN CERTIFICATE-----(.*?)-----END CERTIFICATE-----", pem, re.S):
+                stored[sha1_of(base64.b64decode(body))] = with_key
         return stored
 
     def containers(self):

@@ -41,12 +41,29 @@ std::string variable(const char* name) {
     return {text.data(), length < text.size() ? length : 0};
 }
 
-// The code with which an entry point is to fail, 0 for none.
+// How many calls of an entry point there were since the list of failures changed.
+unsigned countCall(const std::string& entryPoint, const std::string& list) {
+    static std::string known;
+    static std::map<std::string, unsigned> calls;
+    if (list != known) {
+        known = list;
+        calls.clear();
+    }
+    return ++calls[entryPoint];
+}
+
+// The code with which this call of an entry point is to fail, 0 for none.
 DWORD failureOf(const std::string& entryPoint) {
     const std::string list = "," + variable(support::kTestProviderFailuresVariable);
     const std::string key = "," + entryPoint + "=";
+    const unsigned call = countCall(entryPoint, list);
     const std::size_t at = list.find(key);
-    return at == std::string::npos ? 0 : std::strtoul(list.c_str() + at + key.size(), nullptr, 16);
+    if (at == std::string::npos)
+        return 0;
+    char* end = nullptr;
+    const DWORD code = std::strtoul(list.c_str() + at + key.size(), &end, 16);
+    const unsigned long letThrough = *end == '+' ? std::strtoul(end + 1, nullptr, 10) : 0;
+    return call > letThrough ? code : 0;
 }
 
 void appendTo(const std::string& path, const void* data, std::size_t size, DWORD disposition) {

@@ -86,10 +86,10 @@ TestProvider::~TestProvider() {
     removeFolder(folder_);
 }
 
-void TestProvider::fail(const std::string& entryPoint, DWORD code) {
-    std::array<char, 16> digits{};
-    std::snprintf(digits.data(), digits.size(), "=%08lX", code);
-    failures_ += (failures_.empty() ? "" : ",") + entryPoint + digits.data();
+void TestProvider::fail(const std::string& entryPoint, DWORD code, unsigned letThrough) {
+    std::array<char, 32> rest{};
+    std::snprintf(rest.data(), rest.size(), "=%08lX+%u", code, letThrough);
+    failures_ += (failures_.empty() ? "" : ",") + entryPoint + rest.data();
     SetEnvironmentVariableA(kTestProviderFailuresVariable, failures_.c_str());
 }
 
@@ -107,9 +107,10 @@ std::vector<std::string> TestProvider::calls() const {
     return lines;
 }
 
-bool TestProvider::wasCalled(const std::string& start) const {
+unsigned TestProvider::count(const std::string& start) const {
     const auto lines = calls();
-    return std::any_of(lines.begin(), lines.end(), [&](const auto& line) { return line.rfind(start, 0) == 0; });
+    return static_cast<unsigned>(
+        std::count_if(lines.begin(), lines.end(), [&](const auto& line) { return line.rfind(start, 0) == 0; }));
 }
 
 void TestProvider::forgetCalls() {

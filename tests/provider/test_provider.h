@@ -6,7 +6,7 @@
 //     TestProvider provider("Vemtrel Test Provider");
 //     provider.fail("CPGetUserKey", NTE_NO_KEY);
 //     ... a call that runs into it ...
-//     EXPECT_EQ(provider.calls(), "CPAcquireContext ...");
+//     EXPECT_EQ(provider.count("CPGetUserKey"), 1u);
 //
 // The DLL is told through environment variables of the process that loads it, so a test can also set them for a
 // program that it starts.
@@ -25,7 +25,8 @@ inline constexpr char kTestProviderFile[] = "vt_test_provider.dll";
 
 // The folder for calls.log and for the certificates that keys were given; unset: nothing is kept.
 inline constexpr char kTestProviderFolderVariable[] = "VT_TEST_PROVIDER_FOLDER";
-// "CPGetUserKey=8009000D,CPSetKeyParam=80090020": calls that fail, and with which code in hexadecimal.
+// "CPGetUserKey=8009000D+2,CPSetKeyParam=80090020": calls that fail, with which code in hexadecimal, and how many calls
+// are let through first. The counting starts anew whenever the text changes.
 inline constexpr char kTestProviderFailuresVariable[] = "VT_TEST_PROVIDER_FAILURES";
 
 class TestProvider {
@@ -39,15 +40,16 @@ class TestProvider {
 
     const std::string& name() const { return name_; }
 
-    // From now on the entry point of that name fails with code. succeed() ends all such failures.
-    void fail(const std::string& entryPoint, DWORD code);
+    // From now on the entry point of that name fails with code, after so many calls that are let through. succeed()
+    // ends all such failures.
+    void fail(const std::string& entryPoint, DWORD code, unsigned letThrough = 0);
     void succeed();
 
     // The calls that came in since the start or the last forgetCalls(), as "CPGetUserKey(2) ok" or
     // "CPGetUserKey(2) failed 8009000D". The number in brackets is the key's kind, algorithm, parameter or flags,
     // whichever the entry point is about.
     std::vector<std::string> calls() const;
-    bool wasCalled(const std::string& start) const;  // some call begins so
+    unsigned count(const std::string& start) const;  // how many calls begin so
     void forgetCalls();
 
     // The certificate that the key of this container was given with KP_CERTIFICATE; empty if none.
