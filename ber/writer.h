@@ -83,7 +83,8 @@ void BerWriterFree(BerWriter* writer);
 // It returns the number of bytes written, headers of elements counted when they are closed, or -1 for any failure: a
 // letter outside the table, an argument outside the bounds above, a negative tag or length, a closing letter with
 // nothing open, a value beyond 2^31 - 1 bytes, exhausted memory, a null writer or format. The step that fails writes
-// nothing; what the ones before it wrote stays, and what was open stays open, except an element whose closing fails.
+// nothing; what the ones before it wrote stays, what was open stays open, except an element whose closing fails, and a
+// tag that was meant for the failed step waits for the next one.
 int BerWriterPrintf(BerWriter* writer, const char* format, ...);
 
 // BerWriterVprintf is BerWriterPrintf over a list of the caller's, which it leaves indeterminate as vprintf does.

@@ -64,7 +64,7 @@ void ReleaseContexts::operator()(PCCERT_CONTEXT* contexts) const {
 bool OpenMyStore(ProviderHandle& prov, CheckedStoreHandle& store) {
     store.reset();
     if (!makeDefaultContainer(prov)) {
-        if (sys().GetLastError() != NTE_EXISTS)
+        if (sys().GetLastError() != static_cast<DWORD>(NTE_EXISTS))
             return false;
         // Deleting a container opens none, so what it stores is no handle.
         HCRYPTPROV deleted = 0;

@@ -23,7 +23,10 @@ constexpr int kPauseMilliseconds = 20;
 // rest lets the engine lay out, run timers and talk to the network.
 void rest(int milliseconds = kPauseMilliseconds) {
     QEventLoop loop;
-    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    QTimer timer;
+    timer.setSingleShot(true);
+    QObject::connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
+    timer.start(milliseconds);
     loop.exec();
 }
 
@@ -37,6 +40,16 @@ void sendKey(QWidget& widget, int key, Qt::KeyboardModifiers modifiers, const QS
 QString quotedForScript(QString text) {
     text.replace('\\', "\\\\").replace('\'', "\\'");
     return '\'' + text + '\'';
+}
+
+// isHit tells whether a click at that place of the window would reach the element.
+bool isHit(QWebElement& element, const QPoint& place) {
+    const QString expression = QString(
+                                   "var hit = document.elementFromPoint(%1, %2);"
+                                   "this === hit || this.contains(hit)")
+                                   .arg(place.x())
+                                   .arg(place.y());
+    return element.evaluateJavaScript(expression).toBool();
 }
 
 QString failedUnless(bool good, const QString& complaint) {
@@ -65,17 +78,13 @@ Driver::Command Driver::parse(const QString& line) {
 }
 
 QString Driver::run(const QStringList& lines) {
-    QTextStream out(stdout);
     for (int at = 0; at < lines.size(); ++at) {
         const QString line = lines[at].trimmed();
         if (line.isEmpty()) {
             continue;
         }
         if (line.startsWith('#')) {
-            if (tellSteps) {
-                out << line.mid(1).trimmed() << '\n';
-                out.flush();
-            }
+            tell(line.mid(1).trimmed());
             continue;
         }
         const QString trouble = perform(parse(line));
@@ -84,7 +93,7 @@ QString Driver::run(const QStringList& lines) {
         }
         rest();
     }
-    return QString();
+    return {};
 }
 
 QString Driver::perform(const Command& command) {
@@ -93,7 +102,7 @@ QString Driver::perform(const Command& command) {
     }
     if (command.name == "enter") {
         enter(command.rest);
-        return QString();
+        return {};
     }
     if (command.name == "expect") {
         const QString value = evaluate(command.rest);
@@ -116,11 +125,11 @@ QString Driver::perform(const Command& command) {
     }
     if (command.name == "reload") {
         reload();
-        return QString();
+        return {};
     }
     if (command.name == "size") {
         view.resize(command.rest.section(' ', 0, 0).toInt(), command.rest.section(' ', 1, 1).toInt());
-        return QString();
+        return {};
     }
     return performOnElement(command);
 }
@@ -153,7 +162,7 @@ QString Driver::performOnElement(const Command& command) {
         return click(selector);
     }
     if (command.name == "type") {
-        const QString trouble = click(selector);
+        QString trouble = click(selector);
         if (trouble.isEmpty()) {
             sendKey(view, Qt::Key_A, Qt::ControlModifier, QString());
             sendKey(view, Qt::Key_Delete, Qt::NoModifier, QString());
@@ -168,8 +177,8 @@ QString Driver::performOnElement(const Command& command) {
         return failedUnless(textOf(selector).contains(command.rest), "its text is: " + textOf(selector));
     }
     if (command.name == "print") {
-        QTextStream(stdout) << textOf(selector) << '\n';
-        return QString();
+        tell(textOf(selector));
+        return {};
     }
     if (command.name == "save") {
         QFile file(command.rest);
@@ -187,17 +196,22 @@ QWebElement Driver::visible(const QString& selector) const {
             return element;
         }
     }
-    return QWebElement();
+    return {};
 }
 
 QString Driver::textOf(const QString& selector) const {
     QWebElement element = visible(selector);
     if (element.isNull()) {
-        return QString();
+        return {};
     }
     static const QStringList kFields = {"INPUT", "TEXTAREA", "SELECT"};
     return kFields.contains(element.tagName()) ? element.evaluateJavaScript("this.value").toString()
                                                : element.toPlainText();
+}
+
+void Driver::tell(const QString& text) {
+    report << text << '\n';
+    report.flush();
 }
 
 QString Driver::evaluate(const QString& expression) const {
@@ -222,16 +236,15 @@ QString Driver::click(const QString& selector) {
     if (element.evaluateJavaScript("this.disabled").toBool()) {
         return "it is disabled";
     }
-    element.evaluateJavaScript("this.scrollIntoViewIfNeeded(true)");
-    rest();
-    const QPoint place = element.geometry().center() - view.page()->mainFrame()->scrollPosition();
-    const QString hit = element
-                            .evaluateJavaScript(QString("var hit = document.elementFromPoint(%1, %2);"
-                                                        "String(this === hit || this.contains(hit))")
-                                                    .arg(place.x())
-                                                    .arg(place.y()))
-                            .toString();
-    if (hit != "true") {
+    // A page that is still being filled moves its elements about; a person would follow with the mouse.
+    QPoint place;
+    const bool reached = waitUntil([&] {
+        element.evaluateJavaScript("this.scrollIntoViewIfNeeded(true)");
+        rest();
+        place = element.geometry().center() - view.page()->mainFrame()->scrollPosition();
+        return isHit(element, place);
+    });
+    if (!reached) {
         return "something else lies over it";
     }
     for (const QEvent::Type type : {QEvent::MouseMove, QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
@@ -240,7 +253,7 @@ QString Driver::click(const QString& selector) {
                           type == QEvent::MouseButtonPress ? Qt::LeftButton : Qt::NoButton, Qt::NoModifier);
         QApplication::sendEvent(&view, &event);
     }
-    return QString();
+    return {};
 }
 
 QString Driver::choose(const QString& selector, const QString& beginning) {
@@ -253,7 +266,7 @@ QString Driver::choose(const QString& selector, const QString& beginning) {
     }
     for (int step = 0; step < count; ++step) {
         if (element.evaluateJavaScript(at).toString().startsWith(beginning)) {
-            return QString();
+            return {};
         }
         sendKey(view, Qt::Key_Down, Qt::NoModifier, QString());
     }
@@ -280,7 +293,7 @@ QString Driver::press(const QString& keys) {
         sendKey(view, key, modifiers, text);
         rest();
     }
-    return QString();
+    return {};
 }
 
 void Driver::enter(const QString& text) {

@@ -14,26 +14,28 @@
 //   expect EXPRESSION            fails unless the script expression is true
 //   check FILE                   runs a script file, and fails with the text that it gives unless that is "good"
 //   await FILE                   until the file exists
-//   print SELECTOR               writes the element's text to standard output
+//   print SELECTOR               writes the element's text to the report
 //   save SELECTOR FILE           writes it to a file
 //   screenshot FILE              the window as it stands on the screen
 //   screenshot-page FILE         the whole page
 //   reload, size WIDTH HEIGHT
 //
-// A selector with blanks stands in quotation marks. Lines that begin with # say what follows and are printed with
-// --verbose. Waits end after the driver's time limit.
+// A selector with blanks stands in quotation marks. Lines that begin with # say what follows and go to the report.
+// Waits end after the driver's time limit.
 #ifndef VT_DEMO_WINDOW_DRIVER_H
 #define VT_DEMO_WINDOW_DRIVER_H
 
+#include <QIODevice>
 #include <QString>
 #include <QStringList>
+#include <QTextStream>
 #include <QWebElement>
 #include <QWebView>
 
 class Driver {
   public:
-    Driver(QWebView& window, int waitMilliseconds, bool verbose)
-        : view(window), waitLimit(waitMilliseconds), tellSteps(verbose) {}
+    Driver(QWebView& window, int waitMilliseconds, QIODevice& reportTo)
+        : view(window), waitLimit(waitMilliseconds), report(&reportTo) {}
 
     // run plays the script; gives an empty text, or what went wrong and in which line.
     QString run(const QStringList& lines);
@@ -54,6 +56,7 @@ class Driver {
     QWebElement visible(const QString& selector) const;
     QString textOf(const QString& selector) const;
     QString evaluate(const QString& expression) const;
+    void tell(const QString& text);
     template <typename Condition>
     bool waitUntil(Condition condition);
 
@@ -66,7 +69,7 @@ class Driver {
 
     QWebView& view;
     int waitLimit;
-    bool tellSteps;
+    QTextStream report;
 };
 
 #endif

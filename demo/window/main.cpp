@@ -50,9 +50,9 @@ struct Options {
     QString script;
     QString inject;
     QString screenshot;
+    QString report;
     QSize size;
     int waitMilliseconds = 0;
-    bool verbose = false;
     bool noPlugins = false;
 };
 
@@ -67,9 +67,9 @@ Options readOptions(const QApplication& application) {
     const QCommandLineOption screenshot("screenshot", "write a picture of the window before quitting", "file");
     const QCommandLineOption size("size", "size of the window", "WIDTHxHEIGHT", "980x900");
     const QCommandLineOption wait("wait", "seconds that the driver waits for an element", "seconds", "60");
-    const QCommandLineOption verbose("verbose", "print the script's # lines");
+    const QCommandLineOption report("report", "where the driver reports (else standard output)", "file");
     const QCommandLineOption noPlugins("no-plugins", "load no plug-ins");
-    parser.addOptions({storage, script, inject, screenshot, size, wait, verbose, noPlugins});
+    parser.addOptions({storage, script, inject, screenshot, size, wait, report, noPlugins});
     parser.process(application);
     if (parser.positionalArguments().size() != 1) {
         parser.showHelp(kNotLoaded);
@@ -82,14 +82,14 @@ Options readOptions(const QApplication& application) {
     options.screenshot = parser.value(screenshot);
     options.size = QSize(parser.value(size).section('x', 0, 0).toInt(), parser.value(size).section('x', 1, 1).toInt());
     options.waitMilliseconds = parser.value(wait).toInt() * 1000;
-    options.verbose = parser.isSet(verbose);
+    options.report = parser.value(report);
     options.noPlugins = parser.isSet(noPlugins);
     return options;
 }
 
 QString readText(const QString& name) {
     QFile file(name);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    return !name.isEmpty() && file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
 }
 
 void applySettings(const Options& options) {
@@ -106,7 +106,14 @@ void applySettings(const Options& options) {
 }
 
 int driveAndQuit(QWebView& view, const Page& page, const Options& options) {
-    Driver driver(view, options.waitMilliseconds, options.verbose);
+    QFile report(options.report);
+    const bool reporting = options.report.isEmpty() ? report.open(stdout, QIODevice::WriteOnly)
+                                                    : report.open(QIODevice::WriteOnly | QIODevice::Truncate);
+    if (!reporting) {
+        QTextStream(stderr) << "cannot write " << options.report << '\n';
+        return 1;
+    }
+    Driver driver(view, options.waitMilliseconds, report);
     QString trouble = driver.run(readText(options.script).split('\n'));
     if (trouble.isEmpty() && page.errors > 0) {
         trouble = "the page has script errors";
@@ -142,17 +149,19 @@ int main(int argc, char** argv) {
     QApplication::setActiveWindow(&view);
     view.setFocus();
 
-    const bool driven = !options.script.isEmpty() || !options.screenshot.isEmpty();
-    bool started = false;
-    QObject::connect(&view, &QWebView::loadFinished, &application, [&](bool loaded) {
-        if (!driven || started) {
-            return;
+    // The driver starts after loadFinished has been served, so that it may load again.
+    bool loaded = false;
+    QTimer starter;
+    starter.setSingleShot(true);
+    QObject::connect(&starter, &QTimer::timeout, &application,
+                     [&] { QApplication::exit(loaded ? driveAndQuit(view, page, options) : kNotLoaded); });
+    bool waiting = !options.script.isEmpty() || !options.screenshot.isEmpty();
+    QObject::connect(&view, &QWebView::loadFinished, &application, [&](bool good) {
+        if (waiting) {
+            waiting = false;
+            loaded = good;
+            starter.start(0);
         }
-        started = true;
-        // After this signal has been served, so that the driver may load again.
-        QTimer::singleShot(0, &application, [&, loaded] {
-            QApplication::exit(loaded ? driveAndQuit(view, page, options) : kNotLoaded);
-        });
     });
     view.load(options.address);
     return QApplication::exec();

@@ -1,5 +1,4 @@
 """The demonstration authority, asked as its page asks it, and as nobody should."""
-import base64
 import http.client
 import json
 import os
@@ -157,13 +156,13 @@ class Refusing(support.ScratchTest):
         der = support.der_of(self.request)
         for length in range(0, len(der), 7):
             with self.subTest(length=length):
-                self.assertEqual(self.authority.order({"request": base64.b64encode(der[:length]).decode()}).status, 422)
+                self.assertEqual(self.authority.order({"request": support.base64_of(der[:length])}).status, 422)
         self.assertEqual(self.authority.orders(), [])
 
     def test_a_signature_that_does_not_fit(self):
         der = bytearray(support.der_of(self.request))
         der[-1] ^= 1
-        self.order_refused(422, request=base64.b64encode(der).decode())
+        self.order_refused(422, request=support.base64_of(der))
 
     def test_a_key_that_is_not_rsa(self):
         key = os.path.join(self.scratch, "ec.pem")

@@ -168,6 +168,10 @@ def der_of(text):
     return base64.b64decode(text)
 
 
+def base64_of(data):
+    return base64.b64encode(data).decode("ascii")
+
+
 def wait_for(condition, seconds=START_SECONDS):
     end = time.monotonic() + seconds
     while not condition():

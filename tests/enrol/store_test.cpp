@@ -233,10 +233,13 @@ TEST_F(store_test, PruneLeavesOthersAlone) {
 }
 
 TEST_F(store_test, PruneComparesToTheSecond) {
-    add(hex("02"), kWithKey, "20150101000001Z");
-    add(hex("01"), kWithKey, "20150101000000Z");
-    EXPECT_EQ(PruneCertificates(kSubject, kIssuer), 0);
-    EXPECT_EQ(left(), Serials{"02"});
+    for (const bool laterFirst : {true, false}) {
+        store_.stores["MY"].clear();
+        add(hex(laterFirst ? "02" : "01"), kWithKey, laterFirst ? "20150101000001Z" : "20150101000000Z");
+        add(hex(laterFirst ? "01" : "02"), kWithKey, laterFirst ? "20150101000000Z" : "20150101000001Z");
+        EXPECT_EQ(PruneCertificates(kSubject, kIssuer), 0);
+        EXPECT_EQ(left(), Serials{"02"});
+    }
 }
 
 TEST_F(store_test, PruneComparesTimesBeyondTheEndOf32BitTime) {

@@ -138,7 +138,7 @@ void readCertificate(Element& element) {
     element.publicKey.assign(bits.begin() + 1, bits.end());
 }
 
-CRYPTOAPI_BLOB blobOf(Bytes& bytes) {
+CRYPT_INTEGER_BLOB blobOf(Bytes& bytes) {
     return {static_cast<DWORD>(bytes.size()), bytes.data()};
 }
 
@@ -248,7 +248,7 @@ DWORD WINAPI enumProperties(PCCERT_CONTEXT context, DWORD property) {
     return next == all.end() ? 0 : *next;
 }
 
-bool sameBlob(const CRYPTOAPI_BLOB& a, const CRYPTOAPI_BLOB& b) {
+bool sameBlob(const CRYPT_INTEGER_BLOB& a, const CRYPT_INTEGER_BLOB& b) {
     return std::equal(a.pbData, a.pbData + a.cbData, b.pbData, b.pbData + b.cbData);
 }
 
@@ -275,8 +275,8 @@ BOOL WINAPI compareIntegerBlob(PCRYPT_INTEGER_BLOB a, PCRYPT_INTEGER_BLOB b) {
 
 BOOL WINAPI comparePublicKeyInfo(DWORD encoding, PCERT_PUBLIC_KEY_INFO a, PCERT_PUBLIC_KEY_INFO b) {
     EXPECT_EQ(encoding, DWORD{X509_ASN_ENCODING | PKCS_7_ASN_ENCODING});
-    const CRYPTOAPI_BLOB left = {a->PublicKey.cbData, a->PublicKey.pbData};
-    const CRYPTOAPI_BLOB right = {b->PublicKey.cbData, b->PublicKey.pbData};
+    const CRYPT_INTEGER_BLOB left = {a->PublicKey.cbData, a->PublicKey.pbData};
+    const CRYPT_INTEGER_BLOB right = {b->PublicKey.cbData, b->PublicKey.pbData};
     return std::strcmp(a->Algorithm.pszObjId, b->Algorithm.pszObjId) == 0 && sameBlob(left, right) ? TRUE : FALSE;
 }
 

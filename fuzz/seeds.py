@@ -1,0 +1,129 @@
+#!/usr/bin/env python3
+"""Writes the seed corpora, fuzz/<target>/corpus/*, from openssl's output and a few texts.
+
+Run it by hand when a target's input changes its form; what it makes is kept in the tree.
+"""
+
+import base64
+import pathlib
+import subprocess
+import tempfile
+
+HERE = pathlib.Path(__file__).resolve().parent
+
+EVERY_KIND = """asn1 = SEQUENCE:all
+[all]
+v = INTEGER:-129
+e = ENUMERATED:300
+b = BOOLEAN:true
+n = NULL
+o = FORMAT:HEX,OCTETSTRING:DEADBEEF
+bs = FORMAT:BITLIST,BITSTRING:0,1,5,10
+oid = OID:1.2.840.113549.1.9.1
+ia = IA5STRING:enroll@vemtrel.test
+ut = UTCTIME:231231235959Z
+set = EXPLICIT:0,SET:inner
+imp = IMPLICIT:31C,NULL
+[inner]
+i = INTEGER:0x7FFFFFFF
+"""
+READER_LETTERS = "{[(n}])iebo6aguBIOtx$Z"
+WRITER_LETTERS = "{[(}])iebnoBIOaP6MUmugA"
+
+
+def openssl(*arguments, stdin=None):
+    return subprocess.run(["openssl", *arguments], input=stdin, capture_output=True, check=True).stdout
+
+
+def save(target, name, data):
+    folder = HERE / target / "corpus"
+    folder.mkdir(parents=True, exist_ok=True)
+    (folder / name).write_bytes(data)
+
+
+def made_by_openssl(scratch):
+    """A certificate, a chain without signers, a public key and a value with an element of every kind, as DER."""
+    key, cert = scratch / "key.pem", scratch / "cert.pem"
+    openssl("req", "-x509", "-newkey", "rsa:512", "-nodes", "-keyout", key, "-out", cert, "-days", "30", "-utf8",
+            "-subj", "/C=DE/O=Vemtrel, \"Test\"/OU=B\u00fcro/CN=Seed+SN=7/emailAddress=seed@vemtrel.test")
+    config = scratch / "every_kind.cnf"
+    config.write_text(EVERY_KIND)
+    openssl("asn1parse", "-genconf", config, "-noout", "-out", scratch / "every_kind.der")
+    return {
+        "certificate": openssl("x509", "-in", cert, "-outform", "DER"),
+        "chain": openssl("crl2pkcs7", "-nocrl", "-certfile", cert, "-outform", "DER"),
+        "public_key": openssl("rsa", "-in", key, "-RSAPublicKey_out", "-outform", "DER"),
+        "every_kind": (scratch / "every_kind.der").read_bytes(),
+    }
+
+
+def reader_seed(form, data):
+    """One of the program's formats by its number, or a format of up to twelve letters."""
+    if isinstance(form, int):
+        return bytes([form]) + data
+    return bytes([11 + len(form)]) + bytes(READER_LETTERS.index(letter) for letter in form) + data
+
+
+def writer_steps():
+    def step(letter, arguments=b"", tag=None):
+        head = WRITER_LETTERS.index(letter) | (0x80 if tag else 0)
+        return bytes([head]) + (tag or b"") + arguments
+
+    number = lambda value: value.to_bytes(4, "big", signed=True)
+    tag = lambda value, bits: number(value) + bytes([bits])
+    arcs = lambda *values: bytes([len(values)]) + b"".join(number(value) + b"\0" for value in values)
+    text = lambda data, times=0: bytes([len(data)]) + data + bytes([times])
+    yield "request", (step("{") + step("i", number(0)) + step("{") + step("}") + step("{") + step("{")
+                      + step("O", arcs(1, 2, 840, 113549, 1, 1, 1)) + step("n") + step("}")
+                      + step("B", b"\x03\x30\x01\x00\x00") + step("}") + step("{", tag=tag(0, 0xA0)) + step("[")
+                      + step("a", text(b"enroll@vemtrel.test")) + step("]") + step("}") + step("}"))
+    yield "every_letter", (step("(", number(3)) + step("e", number(-129)) + step("b", b"\x01")
+                           + step("o", text(b"\xde\xad")) + step("I", b"\x03" + b"010001")
+                           + step("P", text(b"Vemtrel")) + step("6", text(b"t")) + step("M", text(b"t"))
+                           + step("U", text(b"\0\0\0A")) + step("m", text(b"\0A")) + step("u", b"\x06231231235959")
+                           + step("g", b"\x07" + b"20231231235959") + step("A") + step(")"))
+    yield "long_tag", step("n", tag=tag(31, 0x80)) + step("i", number(5), tag=tag(2**31 - 1, 0x40))
+    yield "grows", step("{") + step("o", text(b"0123456789" * 20, 60)) + step("i", number(1)) + step("}")
+
+
+def main():
+    with tempfile.TemporaryDirectory() as scratch:
+        der = made_by_openssl(pathlib.Path(scratch))
+
+    save("ber_reader", "public_key", reader_seed(0, der["public_key"]))
+    save("ber_reader", "certificate", reader_seed(1, der["certificate"]))
+    save("ber_reader", "certificate_version", reader_seed(2, der["certificate"][4:]))
+    save("ber_reader", "chain", reader_seed(3, der["chain"]))
+    save("ber_reader", "every_kind", reader_seed("{iebnoBOaug(", der["every_kind"]))
+    save("ber_reader", "peeked", reader_seed("t{tiIx6$x", der["every_kind"]))
+    for name, steps in writer_steps():
+        save("ber_writer", name, steps)
+
+    save("base64_decode", "certificate", base64.encodebytes(der["certificate"]))
+    for name, text in {"empty": b"", "one_pad": b"QUI=", "two_pads": b"QQ==", "misplaced": b"QUJDQQ=A", "partial": b"QUJD\nQ",
+                       "foreign": b"-----BEGIN-----\r\nQ U\tI=\r\nrest"}.items():
+        save("base64_decode", name, text)
+
+    for name, text in {"pairs": b"0A 1B", "odd": b"0A1", "letters": b"deadBEEF", "bad": b"0x12", "long": b"12" * 512,
+                       "too_long": b"12" * 513}.items():
+        save("serial", name, text)
+
+    for name, text in {"same": b"CN=a,O=b\nCN=A, O=b", "subset": b"CN=a, O=b\nCN=a", "value": b"a\nCN=a",
+                       "long_key": b"description=a\nDESCRIPTION=A", "other": b"CN=a\nCN=a, O=b"}.items():
+        save("names", name, text)
+
+    for name, text in {"four": "C=DE,O=Vemtrel,OU=B\u00fcro,CN=Seed \U0001f511", "blank": "C=DE, CN=a",
+                       "commas": ",,,", "empty_value": "CN=,O=", "equals": "CN=a=b", "no_equals": "CN",
+                       "eleven": ",".join(["OU=x"] * 11), "ten": ",".join(["OU=x"] * 10)}.items():
+        save("subject", name, text.encode())
+    save("subject", "bad_utf8", b"CN=\xff\xc3,O=\xed\xa0\x80")
+
+    save("answer", "certificate", der["certificate"])
+    save("answer", "chain", der["chain"])
+    save("answer", "every_kind", der["every_kind"])
+    save("certificate", "self_signed", der["certificate"])
+    save("certificate", "name", der["certificate"][der["certificate"].index(bytes.fromhex("310b3009060355040613024445")) - 2:])
+
+
+if __name__ == "__main__":
+    main()
