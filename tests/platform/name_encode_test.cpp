@@ -58,9 +58,11 @@ Encoded encode(const CERT_NAME_INFO& info) {
 // One RDN of one attribute for each.
 Encoded encode(std::vector<Attribute> attributes) {
     std::vector<CERT_RDN_ATTR> records;
+    records.reserve(attributes.size());
     for (Attribute& attribute : attributes)
         records.push_back(attribute.record());
     std::vector<CERT_RDN> rdns;
+    rdns.reserve(records.size());
     for (CERT_RDN_ATTR& record : records)
         rdns.push_back({1, &record});
     return encode(CERT_NAME_INFO{static_cast<DWORD>(rdns.size()), rdns.data()});
@@ -105,8 +107,8 @@ TEST(name_encode_test, OddValuesEncode) {
               spaced("300f310d300b060355040a0c04efbfbd61"))
         << "a lone surrogate is replaced";
     const std::string der = encode({{"2.5.4.3", std::wstring(300, L'x')}}).der;
-    EXPECT_EQ(der.substr(0, 3 * 21), toHex(hex("3082013d31820139308201350603550403 0c82012c")) + " ");
-    EXPECT_EQ(der.size(), 3u * 321 - 1);
+    EXPECT_EQ(der.substr(0, 63), toHex(hex("3082013d31820139308201350603550403 0c82012c")) + " ");
+    EXPECT_EQ(der.size(), 962u);
 }
 
 TEST(name_encode_test, HalfACharacterIsDropped) {

@@ -55,14 +55,14 @@ TEST_F(nss_certificate_test, ReadsWhatOpensslMakes) {
               "05 00");
     EXPECT_EQ(info.SubjectPublicKeyInfo.PublicKey.cbData, 140u);
     EXPECT_EQ(info.SubjectPublicKeyInfo.PublicKey.cUnusedBits, 0u);
-    const auto begin = info.rgExtension;
-    const auto end = info.rgExtension + info.cExtension;
-    const auto usage =
+    const auto* begin = info.rgExtension;
+    const auto* end = info.rgExtension + info.cExtension;
+    const auto* usage =
         std::find_if(begin, end, [](const CERT_EXTENSION& e) { return std::string(e.pszObjId) == "2.5.29.15"; });
     ASSERT_NE(usage, end);
     EXPECT_TRUE(usage->fCritical);
     EXPECT_EQ(support::toHex(usage->Value.pbData, usage->Value.cbData), "03 02 07 80");
-    const auto identifier =
+    const auto* identifier =
         std::find_if(begin, end, [](const CERT_EXTENSION& e) { return std::string(e.pszObjId) == "2.5.29.14"; });
     ASSERT_NE(identifier, end);
     EXPECT_FALSE(identifier->fCritical);

@@ -50,7 +50,7 @@ Bytes exportKey(const char* container, DWORD blobType, DWORD spec, const char* p
 std::string publicKeyPem(const support::ScratchHome& home, const char* container, const char* provider) {
     const std::string blob =
         home.file("public.blob", textOf(exportKey(container, PUBLICKEYBLOB, AT_SIGNATURE, provider)));
-    const std::string pem = home.file(std::string(container) + ".pub.pem");
+    std::string pem = home.file(std::string(container) + ".pub.pem");
     const ToolResult result = tool("openssl rsa -pubin -inform MSBLOB -in " + blob + " -pubout -out " + pem);
     EXPECT_EQ(result.status, 0) << result.output;
     return pem;

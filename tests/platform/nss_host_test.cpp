@@ -38,7 +38,7 @@ class nss_host_test : public NssTest {
     }
 
     std::string makeOtherDatabase() {
-        const std::string other = "sql:" + home_.path() + "/other";
+        std::string other = "sql:" + home_.path() + "/other";
         const ToolResult made = tool("mkdir " + home_.path() + "/other && certutil -N --empty-password -d " + other);
         EXPECT_EQ(made.status, 0) << made.output;
         return other;

@@ -26,13 +26,13 @@ ScratchHome::~ScratchHome() {
 }
 
 std::string ScratchHome::file(const std::string& name, const std::string& bytes) const {
-    const std::string path = file(name);
+    std::string path = file(name);
     std::ofstream(path, std::ios::binary) << bytes;
     return path;
 }
 
 std::string ScratchHome::script(const std::string& name, const std::string& text) const {
-    const std::string path = file(name, "#!/bin/sh\n" + text + "\n");
+    std::string path = file(name, "#!/bin/sh\n" + text + "\n");
     chmod(path.c_str(), 0700);
     return path;
 }
