@@ -4,7 +4,6 @@
 
 using namespace nss_test;
 using support::tool;
-using support::ToolResult;
 
 namespace {
 

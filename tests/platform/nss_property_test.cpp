@@ -10,7 +10,7 @@ class nss_property_test : public NssTest {
     Bytes install(const char* container, const char* subject, ALG_ID spec = AT_SIGNATURE) {
         makeKey(container, 1024, CRYPT_EXPORTABLE, spec);
         const Authority authority(home_);
-        const Bytes der = authority.certify(publicKeyPem(home_, container), subject, 5);
+        Bytes der = authority.certify(publicKeyPem(home_, container), subject, 5);
         setOnKey(container, der);
         return der;
     }
