@@ -152,7 +152,7 @@ std::shared_ptr<CertificateElement> store(Store& into, const std::shared_ptr<Cer
     const bool isNatural = key.has_value() || naturalStore(*certificate) == into.kind;
     if (token.slot == nullptr || !removeRivals(*certificate, token))
         return nullptr;
-    const std::string nickname = nicknameFor(*certificate, isNatural ? "" : nameOf(into.kind).nicknamePrefix);
+    const std::string nickname = nicknameFor(*certificate, token, isNatural ? "" : nameOf(into.kind).nicknamePrefix);
     if (!importCertificate(*certificate, token, nickname))
         return nullptr;
     into.elements.push_back(elementOf({token, certificate, nickname}, key ? &*key : nullptr));

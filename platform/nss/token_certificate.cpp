@@ -1,6 +1,7 @@
 #include "platform/nss/token_certificate.h"
 
 #include <algorithm>
+#include <set>
 
 #include "platform/nss/attribute.h"
 
@@ -140,6 +141,12 @@ bool destroyObject(const Certificate& certificate, PK11SlotInfo* slot) {
     return good;
 }
 
+bool haveSameSubject(const Certificate& a, const Certificate& b) {
+    const CERT_NAME_BLOB& subject = a.info().Subject;
+    const CERT_NAME_BLOB& other = b.info().Subject;
+    return std::equal(subject.pbData, subject.pbData + subject.cbData, other.pbData, other.pbData + other.cbData);
+}
+
 // The text of the subject's last common name, else of its last attribute that is text in bytes.
 std::string subjectText(const Certificate& certificate) {
     std::string commonName;
@@ -201,11 +208,7 @@ const TokenKey* findKeyOf(const Certificate& certificate, const std::vector<Toke
 }
 
 bool importForKey(const Certificate& certificate, const Key& key) {
-    // NSS hands the certificate's nickname on to its key, but the key's own is the name of the container.
-    const Bytes label = readAttribute(key.privateKey.get(), CKA_LABEL);
-    const bool good = import(certificate, key.token.slot.get(), key.privateKey->pkcs11ID, nicknameFor(certificate, ""));
-    const std::string name(label.begin(), label.end());
-    return nss().PK11_SetPrivateKeyNickname(key.privateKey.get(), name.c_str()) == SECSuccess && good;
+    return import(certificate, key.token.slot.get(), key.privateKey->pkcs11ID, nicknameFor(certificate, key.token, ""));
 }
 
 bool importCertificate(const Certificate& certificate, const Token& token, const std::string& nickname) {
@@ -223,16 +226,18 @@ bool removeCertificate(const Certificate& certificate, const Token& token) {
                                      : destroyObject(certificate, slot);
 }
 
-std::string nicknameFor(const Certificate& certificate, const std::string& prefix) {
+std::string nicknameFor(const Certificate& certificate, const Token& token, const std::string& prefix) {
     const std::string text = subjectText(certificate);
     std::string base = prefix + (text.empty() ? "Certificate" : text);
     std::replace(base.begin(), base.end(), ':', ' ');  // what stands before a colon NSS takes for a token's name
-    const CERT_NAME_BLOB& subject = certificate.info().Subject;
-    const SECItem subjectItem = itemOf({subject.pbData, subject.cbData});
+    std::set<std::string> taken;
+    for (const TokenCertificate& other : listCertificates(token)) {
+        if (haveSameSubject(*other.certificate, certificate) && !other.nickname.empty())
+            return other.nickname;
+        taken.insert(other.nickname);
+    }
     std::string nickname = base;
-    for (int count = 2;
-         nss().SEC_CertNicknameConflict(nickname.c_str(), &subjectItem, nss().CERT_GetDefaultCertDB()) != PR_FALSE;
-         ++count)
+    for (int count = 2; taken.count(nickname) != 0; ++count)
         nickname = base + " #" + std::to_string(count);
     return nickname;
 }

@@ -237,10 +237,8 @@ TEST_F(nss_pin_test, UninitialisedTokenIsNotReady) {
     DWORD size = sizeof name;
     ASSERT_TRUE(capi().CryptEnumProvidersA(0, nullptr, 0, &type, name, &size));
     size = sizeof name;
-    if (capi().CryptEnumProvidersA(1, nullptr, 0, &type, name, &size) != FALSE) {
-        HCRYPTPROV prov = 0;
-        EXPECT_EQ(
-            errorOf([&] { return capi().CryptAcquireContextA(&prov, "c", name, PROV_RSA_FULL, CRYPT_NEWKEYSET); }),
-            SCARD_E_NOT_READY);
-    }
+    ASSERT_TRUE(capi().CryptEnumProvidersA(1, nullptr, 0, &type, name, &size));
+    HCRYPTPROV prov = 0;
+    EXPECT_EQ(errorOf([&] { return capi().CryptAcquireContextA(&prov, "c", name, PROV_RSA_FULL, CRYPT_NEWKEYSET); }),
+              SCARD_E_NOT_READY);
 }
