@@ -93,6 +93,8 @@ build() {  # build room...
 start_display() {
     [[ -z $xvfb_pid ]] && command -v Xvfb >/dev/null || return 0
     local number=$results/display
+    # A number left by an earlier run names a display that is gone.
+    rm -f "$number"
     Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$number" >/dev/null 2>&1 &
     xvfb_pid=$!
     for _ in $(seq 50); do
@@ -170,7 +172,7 @@ run_scripts() {
 tally_unittest() {  # file
     local log
     log=$results/$(basename "$1").log
-    python3 "$1" >"$log" 2>&1 </dev/null
+    python3 "$1" -v >"$log" 2>&1 </dev/null
     local status=$? ran bad ignored
     ran=$(sed -n 's/^Ran \([0-9]*\) test.*/\1/p' "$log" | tail -n 1)
     bad=$(sed -n 's/^FAILED (\(.*\))/\1/p' "$log" | grep -oE '(failures|errors)=[0-9]+' | cut -d= -f2 | paste -sd+)
@@ -182,6 +184,7 @@ tally_unittest() {  # file
     [[ $ran -ge $((bad + ignored)) ]] || ran=$((bad + ignored))
     count $((ran - bad - ignored)) "$bad" "$ignored"
     printf '%s: %d passed, %d failed, %d skipped\n' "$1" $((ran - bad - ignored)) "$bad" "$ignored"
+    sed -n "s/^\(.*\) \.\.\. skipped \(.*\)/skipped  \1: \2/p" "$log"
     [[ $bad -eq 0 ]] || tail -n 60 "$log"
 }
 

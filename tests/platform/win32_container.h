@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/platform.h"
 #include "tests/support/hex.h"
@@ -27,9 +29,7 @@ class Container {
             platform::capi().CryptAcquireContextA(&provider_, name_.c_str(), kBuiltIn, PROV_RSA_FULL, CRYPT_NEWKEYSET));
     }
     ~Container() {
-        for (const HCRYPTKEY key : keys_)
-            platform::capi().CryptDestroyKey(key);
-        platform::capi().CryptReleaseContext(provider_, 0);
+        close();
         deleteContainer(name_);
     }
     Container(const Container&) = delete;
@@ -37,6 +37,12 @@ class Container {
 
     const std::string& name() const { return name_; }
     HCRYPTPROV provider() const { return provider_; }
+
+    // Closes the container with its keys, and opens it again.
+    void reopen() {
+        close();
+        EXPECT_TRUE(platform::capi().CryptAcquireContextA(&provider_, name_.c_str(), kBuiltIn, PROV_RSA_FULL, 0));
+    }
 
     // The new key lives as long as the container. 0 when it could not be made.
     HCRYPTKEY generate(DWORD spec, DWORD bits, DWORD flags) {
@@ -60,6 +66,13 @@ class Container {
     }
 
   private:
+    void close() {
+        for (const HCRYPTKEY key : keys_)
+            platform::capi().CryptDestroyKey(key);
+        keys_.clear();
+        platform::capi().CryptReleaseContext(provider_, 0);
+    }
+
     std::string name_;
     HCRYPTPROV provider_ = 0;
     std::vector<HCRYPTKEY> keys_;

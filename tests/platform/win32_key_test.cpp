@@ -55,33 +55,33 @@ TEST_P(win32_key_test, SizeIsTheOneAskedForAndBlobsHaveThePublishedLayout) {
 INSTANTIATE_TEST_SUITE_P(Sizes, win32_key_test, testing::Values(512, 1024, 2048, 4096),
                          testing::PrintToStringParamName());
 
-TEST(win32_key_test_more, NonExportableKeyKeepsItsSecret) {
+TEST(win32_key_blob_test, NonExportableKeyKeepsItsSecret) {
     Container container("vt-win32-closed");
     const HCRYPTKEY key = container.generate(AT_SIGNATURE, 512, 0);
     ASSERT_NE(key, 0u);
     EXPECT_FALSE(Container::exported(key, PUBLICKEYBLOB).empty());
     DWORD size = 0;
     EXPECT_FALSE(capi().CryptExportKey(key, 0, PRIVATEKEYBLOB, 0, nullptr, &size));
-    EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_BAD_KEY));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_BAD_KEY_STATE));
 }
 
-TEST(win32_key_test_more, KeyIsFoundAgainByItsSpecification) {
+// The container is closed in between: Wine writes a key into the registry when its container is closed.
+TEST(win32_key_blob_test, KeyIsFoundAgainByItsSpecification) {
     Container container("vt-win32-found");
     HCRYPTKEY found = 0;
     EXPECT_FALSE(capi().CryptGetUserKey(container.provider(), AT_SIGNATURE, &found));
     EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_NO_KEY));
     const Bytes made = Container::exported(container.generate(AT_SIGNATURE, 512, 0), PUBLICKEYBLOB);
 
-    HCRYPTPROV again = 0;
-    ASSERT_TRUE(capi().CryptAcquireContextA(&again, container.name().c_str(), win32::kBuiltIn, PROV_RSA_FULL, 0));
-    ASSERT_TRUE(capi().CryptGetUserKey(again, AT_SIGNATURE, &found));
+    container.reopen();
+    ASSERT_TRUE(capi().CryptGetUserKey(container.provider(), AT_SIGNATURE, &found));
     EXPECT_EQ(Container::exported(found, PUBLICKEYBLOB), made);
     EXPECT_TRUE(capi().CryptDestroyKey(found));
-    EXPECT_FALSE(capi().CryptGetUserKey(again, AT_KEYEXCHANGE, &found));
-    EXPECT_TRUE(capi().CryptReleaseContext(again, 0));
+    EXPECT_FALSE(capi().CryptGetUserKey(container.provider(), AT_KEYEXCHANGE, &found));
+    EXPECT_EQ(GetLastError(), static_cast<DWORD>(NTE_NO_KEY));
 }
 
-TEST(win32_key_test_more, PublicKeyInfoHasTheKeyInIt) {
+TEST(win32_key_blob_test, PublicKeyInfoHasTheKeyInIt) {
     Container container("vt-win32-info");
     const Bytes blob = Container::exported(container.generate(AT_SIGNATURE, 512, 0), PUBLICKEYBLOB);
     DWORD size = 0;
@@ -100,7 +100,7 @@ TEST(win32_key_test_more, PublicKeyInfoHasTheKeyInIt) {
 }
 
 // Why the built-in provider's certificates are bound in the store instead.
-TEST(win32_key_test_more, BuiltInProviderTakesNoCertificate) {
+TEST(win32_key_blob_test, BuiltInProviderTakesNoCertificate) {
     Container container("vt-win32-param");
     const HCRYPTKEY key = container.generate(AT_SIGNATURE, 512, 0);
     const Bytes der = support::hex("30 00");

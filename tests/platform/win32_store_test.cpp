@@ -41,6 +41,16 @@ Bytes derOf(PCCERT_CONTEXT cert) {
     return {cert->pbCertEncoded, cert->pbCertEncoded + cert->cbCertEncoded};
 }
 
+// The first such certificate of the store, for the caller to free or to delete; null if there is none.
+PCCERT_CONTEXT find(HCERTSTORE store, const Bytes& der) {
+    PCCERT_CONTEXT cert = nullptr;
+    while ((cert = capi().CertEnumCertificatesInStore(store, cert)) != nullptr) {
+        if (derOf(cert) == der)
+            break;
+    }
+    return cert;
+}
+
 // Runs the probe, which lies beside this program, and gives how many such certificates a new process sees.
 DWORD seenByANewProcess(const char* store, const Bytes& der) {
     std::array<char, MAX_PATH> path{};
@@ -93,14 +103,13 @@ class win32_store_test : public testing::TestWithParam<const char*> {
         return found;
     }
 
-    // Deletes each such certificate and commits. The enumeration goes on from a copy, as deleting frees the context.
+    // Deletes each such certificate and commits; gives how many there were.
     static int remove(const Bytes& der) {
         HCERTSTORE store = open();
         int removed = 0;
-        for (PCCERT_CONTEXT cert = nullptr; (cert = capi().CertEnumCertificatesInStore(store, cert)) != nullptr;) {
-            if (derOf(cert) == der &&
-                capi().CertDeleteCertificateFromStore(capi().CertDuplicateCertificateContext(cert)) != 0)
-                ++removed;
+        while (PCCERT_CONTEXT cert = find(store, der)) {
+            EXPECT_TRUE(capi().CertDeleteCertificateFromStore(cert));
+            ++removed;
         }
         EXPECT_TRUE(capi().CertControlStore(store, 0, CERT_STORE_CTRL_COMMIT, nullptr));
         EXPECT_TRUE(capi().CertCloseStore(store, 0));
@@ -161,7 +170,7 @@ TEST_P(win32_store_test, BytesThatAreNoCertificateAreRefused) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Stores, win32_store_test, testing::Values("MY", "ROOT", "CA"),
-                         testing::PrintToStringParamName());
+                         [](const auto& store) { return std::string(store.param); });
 
 constexpr wchar_t kContainer[] = L"vt-win32-bound";
 
@@ -191,26 +200,21 @@ TEST(win32_binding_test, ContainerAndProviderAreReadBackFromTheStore) {
     addBound(container.provider(), der);
 
     HCERTSTORE store = capi().CertOpenSystemStoreA(0, "MY");
-    int seen = 0;
-    for (PCCERT_CONTEXT cert = nullptr; (cert = capi().CertEnumCertificatesInStore(store, cert)) != nullptr;) {
-        if (derOf(cert) != der)
-            continue;
-        DWORD size = 0;
-        ASSERT_TRUE(capi().CertGetCertificateContextProperty(cert, CERT_KEY_PROV_INFO_PROP_ID, nullptr, &size));
-        Bytes room(size);
-        ASSERT_TRUE(capi().CertGetCertificateContextProperty(cert, CERT_KEY_PROV_INFO_PROP_ID, room.data(), &size));
-        const auto* info = reinterpret_cast<const CRYPT_KEY_PROV_INFO*>(room.data());
-        EXPECT_STREQ(info->pwszContainerName, kContainer);
-        EXPECT_STREQ(info->pwszProvName, L"Microsoft Enhanced Cryptographic Provider v1.0");
-        EXPECT_EQ(info->dwKeySpec, static_cast<DWORD>(AT_KEYEXCHANGE));
-        bool listed = false;
-        for (DWORD id = 0; (id = capi().CertEnumCertificateContextProperties(cert, id)) != 0;)
-            listed = listed || id == CERT_KEY_PROV_INFO_PROP_ID;
-        EXPECT_TRUE(listed);
-        EXPECT_TRUE(capi().CertDeleteCertificateFromStore(capi().CertDuplicateCertificateContext(cert)));
-        ++seen;
-    }
-    EXPECT_EQ(seen, 1);
+    PCCERT_CONTEXT cert = find(store, der);
+    ASSERT_NE(cert, nullptr);
+    DWORD size = 0;
+    ASSERT_TRUE(capi().CertGetCertificateContextProperty(cert, CERT_KEY_PROV_INFO_PROP_ID, nullptr, &size));
+    Bytes room(size);
+    ASSERT_TRUE(capi().CertGetCertificateContextProperty(cert, CERT_KEY_PROV_INFO_PROP_ID, room.data(), &size));
+    const auto* info = reinterpret_cast<const CRYPT_KEY_PROV_INFO*>(room.data());
+    EXPECT_STREQ(info->pwszContainerName, kContainer);
+    EXPECT_STREQ(info->pwszProvName, L"Microsoft Enhanced Cryptographic Provider v1.0");
+    EXPECT_EQ(info->dwKeySpec, static_cast<DWORD>(AT_KEYEXCHANGE));
+    bool listed = false;
+    for (DWORD id = 0; (id = capi().CertEnumCertificateContextProperties(cert, id)) != 0;)
+        listed = listed || id == CERT_KEY_PROV_INFO_PROP_ID;
+    EXPECT_TRUE(listed);
+    EXPECT_TRUE(capi().CertDeleteCertificateFromStore(cert));
     EXPECT_TRUE(capi().CertControlStore(store, 0, CERT_STORE_CTRL_COMMIT, nullptr));
     EXPECT_TRUE(capi().CertCloseStore(store, 0));
     EXPECT_EQ(seenByANewProcess("MY", der), 0u);

@@ -50,17 +50,34 @@ class other_maker_install_test : public testing::Test {
     }
     bool standsInMy() const {
         HCERTSTORE store = capi().CertOpenSystemStoreA(0, "MY");
-        bool found = false;
-        for (PCCERT_CONTEXT cert = nullptr; (cert = capi().CertEnumCertificatesInStore(store, cert)) != nullptr;)
-            found = found || Bytes(cert->pbCertEncoded, cert->pbCertEncoded + cert->cbCertEncoded) == certificate_;
+        PCCERT_CONTEXT cert = findIn(store);
+        const bool found = cert != nullptr;
+        if (found)
+            capi().CertFreeCertificateContext(cert);
         capi().CertCloseStore(store, 0);
         return found;
+    }
+    void takeOutOfMy() const {
+        HCERTSTORE store = capi().CertOpenSystemStoreA(0, "MY");
+        while (PCCERT_CONTEXT cert = findIn(store))
+            capi().CertDeleteCertificateFromStore(cert);
+        capi().CertControlStore(store, 0, CERT_STORE_CTRL_COMMIT, nullptr);
+        capi().CertCloseStore(store, 0);
     }
 
     std::string container_;
     Bytes certificate_;
 
   private:
+    PCCERT_CONTEXT findIn(HCERTSTORE store) const {
+        PCCERT_CONTEXT cert = nullptr;
+        while ((cert = capi().CertEnumCertificatesInStore(store, cert)) != nullptr) {
+            if (Bytes(cert->pbCertEncoded, cert->pbCertEncoded + cert->cbCertEncoded) == certificate_)
+                break;
+        }
+        return cert;
+    }
+
     Bytes publicBlob(const TestProvider& provider) const {
         HCRYPTPROV handle = 0;
         HCRYPTKEY key = 0;
@@ -107,7 +124,7 @@ TEST_F(other_maker_install_test, BuiltInPathNeedsOnlyTheWordMicrosoftInFront) {
     EXPECT_EQ(install(), 0);
     EXPECT_TRUE(provider.certificateOf(container_).empty());
     EXPECT_TRUE(standsInMy());
-    EXPECT_EQ(support::base64(certificate_).empty(), false);
+    takeOutOfMy();
     deleteKey(provider);
 }
 
@@ -122,16 +139,18 @@ TEST_F(other_maker_install_test, CertificateOfAnotherKeyIsRefused) {
     deleteKey(provider);
 }
 
-// Without the exported key there is nothing to compare, and no certificate context either, which this path needs.
-TEST_F(other_maker_install_test, KeyThatCannotBeExported) {
+// Without the exported key there is nothing to compare the certificate with: it is installed unseen.
+TEST_F(other_maker_install_test, KeyThatCannotBeExportedIsNotCompared) {
     TestProvider provider;
     requestWith(provider);
+    certificate_ = support::makeCertificate({});
     provider.fail("CPExportKey", static_cast<DWORD>(NTE_BAD_KEY_STATE));
-    EXPECT_EQ(install(), 22068103);
-    EXPECT_EQ(provider.count("CPSetKeyParam"), 0u);
+    provider.forgetCalls();
+    EXPECT_EQ(install(), 0) << testing::PrintToString(provider.calls());
+    EXPECT_EQ(provider.count("CPExportKey(6) failed 8009000B"), 1u);
+    EXPECT_EQ(provider.certificateOf(container_), certificate_);
     EXPECT_TRUE(markerIsGone());
     provider.succeed();
-    EXPECT_TRUE(keyStillWaits(provider));
     deleteKey(provider);
 }
 

@@ -220,8 +220,7 @@ struct Wrapper<Entry, kKind, kName> {
 #undef VT_ERROR
 
 void wrapAll() {
-#define VT_ENTRY(table, entry) \
-    tableNamed<table>().entry = Wrapper<&table::entry, Kind::ordinary, kNameOf##entry>::call;
+#define VT_ENTRY(table, entry) tableNamed<table>().entry = Wrapper<&table::entry, Kind::ordinary, kNameOf##entry>::call;
 #define VT_RELEASE(table, entry) \
     tableNamed<table>().entry = Wrapper<&table::entry, Kind::release, kNameOf##entry>::call;
 #define VT_ERROR(table, entry)
