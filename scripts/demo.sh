@@ -188,7 +188,7 @@ play_on_the_host() {  # script
 
 enrol_under_wine() {
     set_up build windows demo
-    build windows npvemtrel_certenroll vt_host
+    build windows npvemtrel_certenroll vt_host vt_stores
     export VT_WINEPREFIX=$folder/wine
     start_afresh
     rm -rf "$VT_WINEPREFIX"
@@ -208,13 +208,14 @@ enrol_under_wine() {
     say "Installing the certificate"
     play_on_the_host host_install.txt
     check_request_and_certificate
-    say "What the scratch prefix holds of the user's certificates (by their SHA-1 fingerprints)"
-    scripts/wine.sh reg query 'HKCU\Software\Microsoft\SystemCertificates\My\Certificates' 2>"$folder/wine.log" |
+    say "What CryptoAPI finds in the store (\"key\":true is a certificate with its own key)"
+    scripts/wine.sh "$top/build/windows/bin/vt_stores.exe" list MY 2>"$folder/wine.log" |
         tr -d '\r' >"$results/store.txt" || fail "the store could not be listed; see $folder/wine.log"
     indent <"$results/store.txt"
     local fingerprint
     fingerprint=$(openssl x509 -in "$results/certificate.pem" -noout -fingerprint -sha1 | tr -d : | sed 's/.*=//')
-    grep -q "$fingerprint" "$results/store.txt" || fail "the certificate ($fingerprint) is not among them"
+    grep -i "$fingerprint" "$results/store.txt" | grep -q '"key":true' ||
+        fail "the certificate ($fingerprint) is not there with its key"
     where_the_results_lie request.txt certificate.txt certificate.pem store.txt window.png
 }
 

@@ -97,6 +97,8 @@ build() {  # build room...
 start_display() {
     [[ -z $xvfb_pid ]] && command -v Xvfb >/dev/null || return 0
     local number=$results/display
+    # A number left by an earlier run names a display that is gone.
+    rm -f "$number"
     Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$number" >/dev/null 2>&1 &
     xvfb_pid=$!
     for _ in $(seq 50); do

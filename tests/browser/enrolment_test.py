@@ -135,6 +135,9 @@ wait-text #result is here
                          % self.picture("enrolment-installed"))
         self.assertFalse(os.path.exists(self.marker()))
         self.assertEqual(self.serials(), [self.authority.orders()[0]["serialHex"]])
+        # The key keeps its container's name, by which the certificate finds it again.
+        self.assertEqual(len(self.keys()), 1)
+        self.assertIn(container, self.keys()[0])
 
     def test_the_plug_in_starts_again_with_every_load_of_the_page(self):
         self.window.play("""

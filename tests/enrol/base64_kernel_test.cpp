@@ -134,7 +134,7 @@ TEST(base64_kernel_test_choice, TheVectorFormIsTakenWhereTheProcessorHasIt) {
 TEST(base64_kernel_test_vector, TheVectorFormReadsLinesOf64CharactersWhole) {
     if (enrol::avx2Base64() == nullptr)
         GTEST_SKIP() << "this processor has no AVX2";
-    const Bytes data = noiseBytes(48 * 5, 9);
+    const Bytes data = noiseBytes(240, 9);
     const std::string chars = encodedBitByBit(data);
     for (const char* lineBreak : {"\r\n", "\n", "\r"}) {
         std::string text;

@@ -467,6 +467,25 @@ TEST_F(request_test, ASubjectOfAMegabyteWorks) {
     EXPECT_GT(answer.size, 1400000U);
 }
 
+// A provider's dialog about the key lets messages through, and with them another call of a page.
+TEST_F(request_test, AProviderForgottenDuringTheRequestDoesNotChangeIt) {
+    const Replaced<& platform::CryptoApi::CryptGenKey>* replaced = nullptr;
+    const Replaced<&platform::CryptoApi::CryptGenKey> genKey(
+        [&](HCRYPTPROV prov, ALG_ID spec, DWORD flags, HCRYPTKEY* key) {
+            std::memset(enrol::sProviderName, '#', std::strlen(enrol::sProviderName));
+            enrol::forgetProvider();
+            return replaced->original(prov, spec, flags, key);
+        });
+    replaced = &genKey;
+    EXPECT_EQ(generate(1024).code, 0);
+    enrol::chooseProvider(kProvider, sizeof(kProvider) - 1);
+    EXPECT_EQ(generateFor("CN=a").code, 0);
+    enrol::chooseProvider(kProvider, sizeof(kProvider) - 1);
+    calls.failCall("CryptExportKey");
+    EXPECT_EQ(generate(1024).code, 22188106);
+    EXPECT_EQ(crypto.containers.size(), 2U) << "the third container is deleted";
+}
+
 TEST_F(request_test, AnExceptionOfThePlatformEndsTheRequest) {
     const Replaced<&platform::CryptoApi::CryptGenKey> genKey(
         [](HCRYPTPROV, ALG_ID, DWORD, HCRYPTKEY*) -> BOOL { throw 1; });

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 
 namespace {
@@ -24,6 +25,12 @@ TEST(state_test, KeepsATerminatedCopyOfTheProvidersName) {
     ASSERT_TRUE(enrol::chooseProvider("a\0b", 3));
     EXPECT_EQ(std::memcmp(enrol::sProviderName, "a\0b", 4), 0);
     enrol::forgetProvider();
+}
+
+TEST(state_test, ANameThatNoMemoryCanHoldIsRefused) {
+    ASSERT_TRUE(enrol::chooseProvider("Prov", 4));
+    EXPECT_FALSE(enrol::chooseProvider("x", SIZE_MAX));
+    EXPECT_EQ(enrol::sProviderName, nullptr);
 }
 
 TEST(state_test, ForgettingClearsTheProviderAndTheListAlone) {

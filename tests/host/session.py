@@ -5,6 +5,7 @@ import os
 import re
 import shutil
 import subprocess
+import tempfile
 
 
 class Outcome:
@@ -36,17 +37,27 @@ class Site:
         else:
             self.environment["VT_WINEPREFIX"] = self.environment["WINEPREFIX"] = os.path.join(work, "wine")
             self.run_program(["cmd", "/c", "exit"])  # makes the prefix
+            # One server for all sessions: starting it takes longer than a session.
+            subprocess.run(["wineserver", "-w"], env=self.environment, timeout=120, check=False)
+            subprocess.run(["wineserver", "-p"], env=self.environment, stdin=subprocess.DEVNULL,
+                           stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, timeout=120, check=False)
             home = self.run_program(["cmd", "/c", "echo %HOMEDRIVE%%HOMEPATH%"]).stdout.strip()
             drive, path = home[0].lower(), home[2:].replace("\\", "/")
             self.home = os.path.join(self.environment["VT_WINEPREFIX"], "drive_" + drive) + path
             self.marker = os.path.join(self.home, "vemtrelCertEnrollContainer.data")
 
-    def run_program(self, command, **options):
+    def run_program(self, command):
         """Runs a program of the site's platform and returns its finished process."""
         if self.wine is not None:
             command = [self.wine] + command
-        return subprocess.run(command, env=self.environment, cwd=self.work, capture_output=True, text=True,
-                              timeout=600, check=False, **options)
+        # Files rather than pipes: Wine's own processes outlive the program and would keep a pipe open.
+        with tempfile.TemporaryFile("w+b") as output, tempfile.TemporaryFile("w+b") as errors:
+            done = subprocess.run(command, env=self.environment, cwd=self.work, stdin=subprocess.DEVNULL,
+                                  stdout=output, stderr=errors, timeout=600, check=False)
+            for file, name in ((output, "stdout"), (errors, "stderr")):
+                file.seek(0)
+                setattr(done, name, file.read().decode("utf-8", "replace").replace("\r\n", "\n"))
+        return done
 
     def session(self, *commands, host=None):
         """One browser session. Returns the outcomes of its commands; a session that crashes or leaks is an error."""
@@ -75,7 +86,8 @@ class Site:
 
     def close(self):
         if self.wine is not None:
-            subprocess.run(["wineserver", "-w"], env=self.environment, timeout=120, check=False)
+            # The server of this prefix alone.
+            subprocess.run(["wineserver", "-k"], env=self.environment, timeout=120, check=False)
 
 
 def quoted(argument):

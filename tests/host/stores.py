@@ -60,14 +60,21 @@ class NssStores:
 class WindowsStores:
     """The current user's system stores, seen by a program that asks CryptoAPI itself."""
 
-    def __init__(self, site, program):
-        self.site, self.program = site, program
+    def __init__(self, site, program, provider):
+        self.site, self.program, self.provider = site, program, provider
 
     def _list(self, store):
         done = self.site.run_program([self.program, "list", store])
         if done.returncode != 0:
             raise AssertionError(done.stderr)
         return [json.loads(line) for line in done.stdout.splitlines() if line.startswith("{")]
+
+    def containers(self):
+        """Names of the key containers of the provider."""
+        done = self.site.run_program([self.program, "containers", self.provider])
+        if done.returncode != 0:
+            raise AssertionError(done.stderr)
+        return done.stdout.splitlines()
 
     def has_with_key(self, der):
         return any(entry["sha1"] == sha1_of(der) and entry.get("key", False) for entry in self._list("MY"))

@@ -1,8 +1,7 @@
 // vt_stores list <store>: the current user's certificates in a system store, as CryptoAPI tells them, a line of JSON
 // each: the SHA-1 of the certificate, the key container, its provider and key specification, and whether the key in
-// that container is the certificate's ("key":true).
-//
-// vt_stores add <store> <file>: adds a certificate in DER.
+// that container is the certificate's ("key":true). vt_stores add <store> <file>: adds a certificate in DER. vt_stores
+// containers <provider>: the names of the user's key containers in a provider, one a line.
 //
 // It knows nothing of the plug-in, so that the enrolment test has a witness.
 #include <windows.h>
@@ -93,12 +92,30 @@ int add(HCERTSTORE store, const std::string& path) {
     return added == FALSE ? 1 : 0;
 }
 
+int listContainers(const char* provider) {
+    HCRYPTPROV prov = 0;
+    if (CryptAcquireContextA(&prov, nullptr, provider, PROV_RSA_FULL, CRYPT_VERIFYCONTEXT) == FALSE)
+        return 2;
+    BYTE name[1024] = {};
+    DWORD size = sizeof(name);
+    DWORD flags = CRYPT_FIRST;
+    while (CryptGetProvParam(prov, PP_ENUMCONTAINERS, name, &size, flags) != FALSE) {
+        std::cout << reinterpret_cast<const char*>(name) << std::endl;
+        size = sizeof(name);
+        flags = CRYPT_NEXT;
+    }
+    CryptReleaseContext(prov, 0);
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     const std::string command = argc > 2 ? argv[1] : "";
+    if (command == "containers" && argc == 3)
+        return listContainers(argv[2]);
     if (!(command == "list" && argc == 3) && !(command == "add" && argc == 4)) {
-        std::cerr << "usage: vt_stores list <store> | add <store> <file>" << std::endl;
+        std::cerr << "usage: vt_stores list <store> | add <store> <file> | containers <provider>" << std::endl;
         return 2;
     }
     HCERTSTORE const store = CertOpenSystemStoreA(0, argv[2]);

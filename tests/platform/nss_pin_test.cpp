@@ -69,25 +69,25 @@ TEST_F(nss_pin_test, RightPinEnrolsOnTheToken) {
         return support::runInOwnProcess();
     makeCard();
     answerPrompt("echo 1234");
-    makeKey("on the card", 1024, 0, AT_SIGNATURE, kCard);
+    makeKey("on-the-card", 1024, 0, AT_SIGNATURE, kCard);
     EXPECT_EQ(asked(), "Enter the PIN of the token \"card\".\n") << "once";
     const Authority authority(home_);
-    const Bytes der = authority.certify(publicKeyPem(home_, "on the card", kCard), "/CN=Alice", 5);
-    setOnKey("on the card", der, kCard);
+    const Bytes der = authority.certify(publicKeyPem(home_, "on-the-card", kCard), "/CN=Alice", 5);
+    setOnKey("on-the-card", der, kCard);
     const ToolResult objects = tool("pkcs11-tool --module " VT_SOFTHSM " --token-label card --login --pin 1234 -O");
     EXPECT_NE(objects.output.find("Private Key Object"), std::string::npos) << objects.output;
-    EXPECT_NE(objects.output.find("on the card"), std::string::npos) << objects.output;
+    EXPECT_NE(objects.output.find("on-the-card"), std::string::npos) << objects.output;
     EXPECT_NE(objects.output.find("Certificate Object"), std::string::npos) << objects.output;
     const StoreHandle my("MY");
     PCCERT_CONTEXT cert = find(my, der);
     ASSERT_NE(cert, nullptr);
-    EXPECT_EQ(keyInfoOf(cert).container, L"on the card");
+    EXPECT_EQ(keyInfoOf(cert).container, L"on-the-card");
     EXPECT_EQ(keyInfoOf(cert).provider, L"card");
     EXPECT_TRUE(capi().CertDeleteCertificateFromStore(cert));
     const ToolResult left = tool("pkcs11-tool --module " VT_SOFTHSM " --token-label card --login --pin 1234 -O");
     EXPECT_EQ(left.output.find("Certificate Object"), std::string::npos) << left.output;
     EXPECT_NE(left.output.find("Private Key Object"), std::string::npos) << left.output;
-    EXPECT_TRUE(Prov("on the card", CRYPT_DELETEKEYSET, kCard).get() == 0);
+    EXPECT_TRUE(Prov("on-the-card", CRYPT_DELETEKEYSET, kCard).get() == 0);
     const ToolResult none = tool("pkcs11-tool --module " VT_SOFTHSM " --token-label card --login --pin 1234 -O");
     EXPECT_EQ(none.output.find("Key Object"), std::string::npos) << none.output;
 }
@@ -198,7 +198,8 @@ TEST_F(nss_pin_test, PinentryIsAskedWhereNoAskpassIsNamed) {
     EXPECT_EQ(acquireError(CRYPT_NEWKEYSET), SCARD_W_CANCELLED_BY_USER);
     EXPECT_NE(asked().find("SETDESC Enter the PIN of the token \"card\".\n"), std::string::npos) << asked();
     EXPECT_NE(asked().find("GETPIN\n"), std::string::npos);
-    for (const char* answer : {"echo OK", "exit 1", "echo 'D 12'", "echo 'D 1%'; echo OK", "echo 'D 1%ZZ'; echo OK"}) {
+    for (const char* answer :
+         {"echo OK", "exit 1", "echo 'D 12'; exit 1", "echo 'D 1%'; echo OK", "echo 'D 1%ZZ'; echo OK"}) {
         pinentry(answer);
         EXPECT_EQ(acquireError(CRYPT_NEWKEYSET), SCARD_W_CANCELLED_BY_USER) << answer;
     }
