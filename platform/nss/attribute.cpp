@@ -26,6 +26,11 @@ Bytes readAttribute(PK11GenericObject* object, CK_ATTRIBUTE_TYPE type) {
     return read(PK11_TypeGeneric, object, type);
 }
 
+bool writeAttribute(PK11GenericObject* object, CK_ATTRIBUTE_TYPE type, Bytes value) {
+    SECItem item = {siBuffer, value.data(), static_cast<unsigned int>(value.size())};
+    return nss().PK11_WriteRawAttribute(PK11_TypeGeneric, object, type, &item) == SECSuccess;
+}
+
 bool hasAttribute(SECKEYPrivateKey* key, CK_ATTRIBUTE_TYPE type) {
     return isTrue(readAttribute(key, type));
 }

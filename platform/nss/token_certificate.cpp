@@ -35,10 +35,90 @@ NssCertificate decode(const Certificate& certificate) {
         nss().CERT_NewTempCertificate(nss().CERT_GetDefaultCertDB(), &der, nullptr, PR_FALSE, PR_TRUE));
 }
 
+// The nicknames of the certificate's key objects on a token. NSS gives them the certificate's nickname when it imports
+// one, but a container goes by its name: what was there is put back when this ends.
+class KeyNicknames {
+  public:
+    KeyNicknames(const Certificate& certificate, PK11SlotInfo* slot) : modulus_(certificate.rsaModulus()), slot_(slot) {
+        visit([this](PK11GenericObject* object) { nicknames_.push_back(readAttribute(object, CKA_LABEL)); });
+    }
+    ~KeyNicknames() {
+        std::size_t at = 0;
+        visit([&](PK11GenericObject* object) {
+            if (at < nicknames_.size() && readAttribute(object, CKA_LABEL) != nicknames_[at])
+                writeAttribute(object, CKA_LABEL, nicknames_[at]);
+            ++at;
+        });
+    }
+    KeyNicknames(const KeyNicknames&) = delete;
+    KeyNicknames& operator=(const KeyNicknames&) = delete;
+
+  private:
+    void visit(const std::function<void(PK11GenericObject*)>& each) const {
+        for (const CK_OBJECT_CLASS kind : {CKO_PRIVATE_KEY, CKO_PUBLIC_KEY}) {
+            forEachObject(slot_, kind, [&](PK11GenericObject* object) {
+                const Bytes modulus = withoutLeadingZeros(readAttribute(object, CKA_MODULUS));
+                if (!modulus.empty() && modulus == modulus_)
+                    each(object);
+            });
+        }
+    }
+
+    Bytes modulus_;
+    PK11SlotInfo* slot_;
+    std::vector<Bytes> nicknames_;
+};
+
+// Puts the certificate onto a token as a PKCS#11 object, past NSS, which refuses to decode a certificate while another
+// one of that issuer and serial number is in use anywhere in the process.
+bool createObject(const Certificate& certificate, PK11SlotInfo* slot, Bytes identifier, const std::string& nickname) {
+    CK_OBJECT_CLASS objectClass = CKO_CERTIFICATE;
+    CK_CERTIFICATE_TYPE type = CKC_X_509;
+    CK_BBOOL isTrue = CK_TRUE;
+    const CERT_INFO& info = certificate.info();
+    Bytes serial(info.SerialNumber.pbData, info.SerialNumber.pbData + info.SerialNumber.cbData);
+    std::reverse(serial.begin(), serial.end());
+    serial = derElement(kDerInteger, serial);
+    std::string label = nickname;
+    const Span der = certificate.der();
+    const CK_ATTRIBUTE attributes[] = {
+        {CKA_CLASS, &objectClass, sizeof objectClass},
+        {CKA_TOKEN, &isTrue, sizeof isTrue},
+        {CKA_CERTIFICATE_TYPE, &type, sizeof type},
+        {CKA_LABEL, label.data(), label.size()},
+        {CKA_SUBJECT, info.Subject.pbData, info.Subject.cbData},
+        {CKA_ISSUER, info.Issuer.pbData, info.Issuer.cbData},
+        {CKA_SERIAL_NUMBER, serial.data(), serial.size()},
+        {CKA_VALUE, const_cast<BYTE*>(der.data), der.size},
+        {CKA_ID, identifier.data(), identifier.size()},
+    };
+    PK11GenericObject* object =
+        nss().PK11_CreateGenericObject(slot, attributes, static_cast<int>(std::size(attributes)), PR_TRUE);
+    if (object == nullptr)
+        return false;
+    nss().PK11_DestroyGenericObjects(object);
+    return true;
+}
+
+// The identifier of the certificate's key on the token; empty if there is none.
+Bytes keyIdentifier(const Certificate& certificate, PK11SlotInfo* slot) {
+    Bytes identifier;
+    const Bytes modulus = certificate.rsaModulus();
+    for (const CK_OBJECT_CLASS kind : {CKO_PUBLIC_KEY, CKO_PRIVATE_KEY}) {
+        forEachObject(slot, kind, [&](PK11GenericObject* object) {
+            if (!modulus.empty() && withoutLeadingZeros(readAttribute(object, CKA_MODULUS)) == modulus)
+                identifier = readAttribute(object, CKA_ID);
+        });
+    }
+    return identifier;
+}
+
 bool import(const Certificate& certificate, PK11SlotInfo* slot, CK_OBJECT_HANDLE key, const std::string& nickname) {
+    const KeyNicknames kept(certificate, slot);
     const NssCertificate decoded = decode(certificate);
-    return decoded != nullptr &&
-           nss().PK11_ImportCert(slot, decoded.get(), key, nickname.c_str(), PR_FALSE) == SECSuccess;
+    if (decoded == nullptr)
+        return createObject(certificate, slot, keyIdentifier(certificate, slot), nickname);
+    return nss().PK11_ImportCert(slot, decoded.get(), key, nickname.c_str(), PR_FALSE) == SECSuccess;
 }
 
 bool isOnOneToken(CERTCertificate* certificate) {
@@ -137,7 +217,7 @@ bool removeCertificate(const Certificate& certificate, const Token& token) {
     SECItem der = itemOf(certificate.der());
     const NssCertificate found(nss().PK11_FindCertFromDERCertItem(slot, &der, nullptr));
     if (found == nullptr)
-        return true;
+        return destroyObject(certificate, slot);
     // NSS deletes a certificate from every token that has it, which may be a database of the host's own as well.
     return isOnOneToken(found.get()) ? nss().SEC_DeletePermCertificate(found.get()) == SECSuccess
                                      : destroyObject(certificate, slot);

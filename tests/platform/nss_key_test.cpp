@@ -1,5 +1,5 @@
+#include <cctype>
 #include <cstring>
-#include <numeric>
 
 #include "tests/platform/nss_fixture.h"
 
@@ -47,7 +47,7 @@ TEST_F(nss_key_test, PublicBlobHasTheMicrosoftLayout) {
 }
 
 TEST_F(nss_key_test, PrivateBlobHoldsTheWholeKey) {
-    for (const DWORD bits : {512u, 1024u, 1032u, 2048u}) {
+    for (const DWORD bits : {512u, 1024u, 1040u, 2048u}) {
         const std::string name = "key" + std::to_string(bits);
         makeKey(name.c_str(), bits);
         const Bytes blob = exportKey(name.c_str(), PRIVATEKEYBLOB);
@@ -94,7 +94,7 @@ TEST_F(nss_key_test, ExportRefusesBadArguments) {
 
 TEST_F(nss_key_test, GenerationTakesEverySizeAndRefusesOthers) {
     const Prov prov("c", CRYPT_NEWKEYSET);
-    for (const DWORD bits : {511u, 513u, 504u, 4104u, 16384u})
+    for (const DWORD bits : {511u, 513u, 520u, 496u, 4112u, 16384u})
         EXPECT_EQ(generationError(prov.get(), AT_SIGNATURE, bits << 16), NTE_BAD_FLAGS) << bits;
     EXPECT_EQ(generationError(prov.get(), AT_SIGNATURE, 512u << 16 | 4), NTE_BAD_FLAGS);
     for (const ALG_ID spec : {0u, 3u, 0x2400u, 0x6801u, 0xFFFFFFFFu})
@@ -152,13 +152,21 @@ TEST_F(nss_key_test, KeysAreSeenByOtherPrograms) {
     EXPECT_NE(list.output.find("for everybody"), std::string::npos) << list.output;
 }
 
-TEST_F(nss_key_test, KeyOfAnotherProgramIsAContainer) {
-    const ToolResult made = tool("mkdir -p " + home_.path() + "/.pki/nssdb && certutil -N --empty-password -d " +
-                                 home_.database() + " && head -c 64 /dev/urandom > " + home_.file("noise") +
-                                 " && certutil -S -x -n Bob -s CN=Bob -t ,, -k rsa -g 1024 -z " + home_.file("noise") +
-                                 " -d " + home_.database());
+TEST_F(nss_key_test, KeyWithoutNicknameGoesByItsIdentifier) {
+    const ToolResult made =
+        tool("mkdir -p " + home_.path() + "/.pki/nssdb && certutil -N --empty-password -d " + home_.database() +
+             " && head -c 64 /dev/urandom > " + home_.file("noise") +
+             " && certutil -R -s CN=Bob -k rsa -g 1024 -a -o " + home_.file("csr") + " -z " + home_.file("noise") +
+             " -d " + home_.database() + " && certutil -K -d " + home_.database());
     ASSERT_EQ(made.status, 0) << made.output;
-    EXPECT_TRUE(Prov("Bob", 0)) << "by its nickname";
+    const std::size_t at = made.output.find("rsa      ");
+    ASSERT_NE(at, std::string::npos) << made.output;
+    std::string name = made.output.substr(at + 9, 40);
+    for (char& c : name)
+        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
+    EXPECT_TRUE(Prov(name.c_str(), 0)) << name;
+    EXPECT_FALSE(Prov(name.substr(1).c_str(), 0));
+    EXPECT_FALSE(Prov("", 0));
 }
 
 TEST_F(nss_key_test, PublicKeyInfoIsWhatOpensslSees) {

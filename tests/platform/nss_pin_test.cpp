@@ -198,7 +198,7 @@ TEST_F(nss_pin_test, PinentryIsAskedWhereNoAskpassIsNamed) {
     EXPECT_EQ(acquireError(CRYPT_NEWKEYSET), SCARD_W_CANCELLED_BY_USER);
     EXPECT_NE(asked().find("SETDESC Enter the PIN of the token \"card\".\n"), std::string::npos) << asked();
     EXPECT_NE(asked().find("GETPIN\n"), std::string::npos);
-    for (const char* answer : {"echo OK", "exit 1", "echo 'D 12'", "echo 'D 1%'; echo OK", "echo 'D 1%ZZ'; echo OK"}) {
+    for (const char* answer : {"echo OK", "exit 1", "echo 'D 12'; exit 1", "echo 'D 1%'; echo OK", "echo 'D 1%ZZ'; echo OK"}) {
         pinentry(answer);
         EXPECT_EQ(acquireError(CRYPT_NEWKEYSET), SCARD_W_CANCELLED_BY_USER) << answer;
     }
