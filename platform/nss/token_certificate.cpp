@@ -13,10 +13,6 @@ SECItem itemOf(Span span) {
     return {siBuffer, const_cast<BYTE*>(span.data), static_cast<unsigned int>(span.size)};
 }
 
-Bytes withoutLeadingZeros(const Bytes& number) {
-    return {std::find_if(number.begin(), number.end(), [](BYTE byte) { return byte != 0; }), number.end()};
-}
-
 bool isLoggedIn(const Token& token) {
     PK11SlotInfo* slot = token.slot.get();
     return nss().PK11_NeedLogin(slot) == PR_FALSE || nss().PK11_IsLoggedIn(slot, nullptr) != PR_FALSE;
@@ -57,7 +53,7 @@ class KeyNicknames {
     void visit(const std::function<void(PK11GenericObject*)>& each) const {
         for (const CK_OBJECT_CLASS kind : {CKO_PRIVATE_KEY, CKO_PUBLIC_KEY}) {
             forEachObject(slot_, kind, [&](PK11GenericObject* object) {
-                const Bytes modulus = withoutLeadingZeros(readAttribute(object, CKA_MODULUS));
+                const Bytes modulus = readNumber(object, CKA_MODULUS);
                 if (!modulus.empty() && modulus == modulus_)
                     each(object);
             });
@@ -106,7 +102,7 @@ Bytes keyIdentifier(const Certificate& certificate, PK11SlotInfo* slot) {
     const Bytes modulus = certificate.rsaModulus();
     for (const CK_OBJECT_CLASS kind : {CKO_PUBLIC_KEY, CKO_PRIVATE_KEY}) {
         forEachObject(slot, kind, [&](PK11GenericObject* object) {
-            if (!modulus.empty() && withoutLeadingZeros(readAttribute(object, CKA_MODULUS)) == modulus)
+            if (!modulus.empty() && readNumber(object, CKA_MODULUS) == modulus)
                 identifier = readAttribute(object, CKA_ID);
         });
     }
@@ -172,7 +168,7 @@ std::vector<TokenKey> listKeys(const Token& token) {
     std::vector<TokenKey> keys;
     const bool isPrivate = isLoggedIn(token);
     forEachObject(token.slot.get(), isPrivate ? CKO_PRIVATE_KEY : CKO_PUBLIC_KEY, [&](PK11GenericObject* object) {
-        const Bytes modulus = withoutLeadingZeros(readAttribute(object, CKA_MODULUS));
+        const Bytes modulus = readNumber(object, CKA_MODULUS);
         if (!modulus.empty())
             keys.push_back({token, modulus,
                             containerNameOf(readAttribute(object, CKA_LABEL), readAttribute(object, CKA_ID)),
@@ -224,7 +220,9 @@ bool removeCertificate(const Certificate& certificate, const Token& token) {
 }
 
 std::string nicknameFor(const Certificate& certificate, const std::string& prefix) {
-    const std::string text = subjectText(certificate);
+    // A colon ends a token's name in NSS and a store's in our marks, and the subject is to tell neither.
+    std::string text = subjectText(certificate);
+    std::replace(text.begin(), text.end(), ':', ' ');
     const std::string base = prefix + (text.empty() ? "Certificate" : text);
     const CERT_NAME_BLOB& subject = certificate.info().Subject;
     const SECItem subjectItem = itemOf({subject.pbData, subject.cbData});

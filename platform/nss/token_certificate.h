@@ -48,7 +48,7 @@ bool importCertificate(const Certificate& certificate, const Token& token, const
 bool removeCertificate(const Certificate& certificate, const Token& token);
 
 // nicknameFor gives a name for the certificate that no other subject's certificate has: its common name, or what else
-// its subject tells.
+// its subject tells, with blanks for colons.
 std::string nicknameFor(const Certificate& certificate, const std::string& prefix);
 
 }  // namespace platform::nss
