@@ -23,9 +23,9 @@ struct StoreName {
 };
 
 constexpr StoreName kStoreNames[] = {
-    {StoreKind::kMy, "MY", "MY: "},
-    {StoreKind::kRoot, "ROOT", "ROOT: "},
-    {StoreKind::kCa, "CA", "CA: "},
+    {StoreKind::kMy, "MY", "MY - "},
+    {StoreKind::kRoot, "ROOT", "ROOT - "},
+    {StoreKind::kCa, "CA", "CA - "},
 };
 
 const StoreName* findStoreName(const std::string& name) {
@@ -41,7 +41,6 @@ const StoreName& nameOf(StoreKind kind) {
 
 // The store that the nickname says a certificate was added to.
 std::optional<StoreKind> markedStore(const std::string& nickname) {
-    // The nickname of a certificate on another token begins with that token's name in NSS, but not on the token.
     for (const StoreName& known : kStoreNames) {
         if (nickname.rfind(known.nicknamePrefix, 0) == 0)
             return known.kind;

@@ -65,8 +65,8 @@ class KeyNicknames {
     std::vector<Bytes> nicknames_;
 };
 
-// Puts the certificate onto a token as a PKCS#11 object, past NSS, which refuses to decode a certificate while another
-// one of that issuer and serial number is in use anywhere in the process.
+// Puts the certificate onto a token as a PKCS#11 object, past NSS, which refuses a certificate while another one of
+// that issuer and serial number is in use anywhere in the process.
 bool createObject(const Certificate& certificate, PK11SlotInfo* slot, Bytes identifier, const std::string& nickname) {
     CK_OBJECT_CLASS objectClass = CKO_CERTIFICATE;
     CK_CERTIFICATE_TYPE type = CKC_X_509;
@@ -112,9 +112,9 @@ Bytes keyIdentifier(const Certificate& certificate, PK11SlotInfo* slot) {
 bool import(const Certificate& certificate, PK11SlotInfo* slot, CK_OBJECT_HANDLE key, const std::string& nickname) {
     const KeyNicknames kept(certificate, slot);
     const NssCertificate decoded = decode(certificate);
-    if (decoded == nullptr)
-        return createObject(certificate, slot, keyIdentifier(certificate, slot), nickname);
-    return nss().PK11_ImportCert(slot, decoded.get(), key, nickname.c_str(), PR_FALSE) == SECSuccess;
+    const bool isImported =
+        decoded != nullptr && nss().PK11_ImportCert(slot, decoded.get(), key, nickname.c_str(), PR_FALSE) == SECSuccess;
+    return isImported || createObject(certificate, slot, keyIdentifier(certificate, slot), nickname);
 }
 
 bool isOnOneToken(CERTCertificate* certificate) {
@@ -134,6 +134,17 @@ bool destroyObject(const Certificate& certificate, PK11SlotInfo* slot) {
                    good;
     });
     return good;
+}
+
+// The text without blanks before its hyphens: it must not look like a store's mark (store.h).
+std::string unmarked(const std::string& text) {
+    std::string result;
+    for (const char c : text) {
+        while (c == '-' && !result.empty() && (result.back() == ' ' || result.back() == ':'))
+            result.pop_back();
+        result += c;
+    }
+    return result;
 }
 
 // The text of the subject's last common name, else of its last attribute that is text in bytes.
@@ -159,7 +170,7 @@ std::string subjectText(const Certificate& certificate) {
                 text.assign(value.content.data, value.content.data + value.content.size);
         }
     }
-    return commonName.empty() ? other : commonName;
+    return unmarked(commonName.empty() ? other : commonName);
 }
 
 }  // namespace
@@ -197,11 +208,7 @@ const TokenKey* findKeyOf(const Certificate& certificate, const std::vector<Toke
 }
 
 bool importForKey(const Certificate& certificate, const Key& key) {
-    // NSS hands the certificate's nickname on to its key, but the key's own is the name of the container.
-    const Bytes label = readAttribute(key.privateKey.get(), CKA_LABEL);
-    const bool good = import(certificate, key.token.slot.get(), key.privateKey->pkcs11ID, nicknameFor(certificate, ""));
-    const std::string name(label.begin(), label.end());
-    return nss().PK11_SetPrivateKeyNickname(key.privateKey.get(), name.c_str()) == SECSuccess && good;
+    return import(certificate, key.token.slot.get(), key.privateKey->pkcs11ID, nicknameFor(certificate, ""));
 }
 
 bool importCertificate(const Certificate& certificate, const Token& token, const std::string& nickname) {
@@ -220,10 +227,9 @@ bool removeCertificate(const Certificate& certificate, const Token& token) {
 }
 
 std::string nicknameFor(const Certificate& certificate, const std::string& prefix) {
-    // A colon ends a token's name in NSS and a store's in our marks, and the subject is to tell neither.
-    std::string text = subjectText(certificate);
-    std::replace(text.begin(), text.end(), ':', ' ');
-    const std::string base = prefix + (text.empty() ? "Certificate" : text);
+    const std::string text = subjectText(certificate);
+    std::string base = prefix + (text.empty() ? "Certificate" : text);
+    std::replace(base.begin(), base.end(), ':', ' ');  // what stands before a colon NSS takes for a token's name
     const CERT_NAME_BLOB& subject = certificate.info().Subject;
     const SECItem subjectItem = itemOf({subject.pbData, subject.cbData});
     std::string nickname = base;

@@ -10,7 +10,7 @@ using support::hex;
 
 namespace {
 
-CRYPTOAPI_BLOB blobOf(Bytes& bytes) {
+CRYPT_INTEGER_BLOB blobOf(Bytes& bytes) {
     return {static_cast<DWORD>(bytes.size()), bytes.data()};
 }
 

@@ -54,7 +54,7 @@ TEST_F(nss_store_test, MyTakesACertificateBesideItsKey) {
     EXPECT_EQ(contents("MY"), Certificates{alice});
     const ToolResult list = tool("certutil -L -d " + home_.database());
     EXPECT_NE(list.output.find("u,u,u"), std::string::npos) << list.output;
-    EXPECT_EQ(list.output.find("MY:"), std::string::npos) << "a key's certificate needs no mark\n" << list.output;
+    EXPECT_EQ(list.output.find("MY -"), std::string::npos) << "a key's certificate needs no mark\n" << list.output;
     EXPECT_TRUE(Prov("alice", 0)) << "the container keeps its name";
 }
 
@@ -156,8 +156,8 @@ TEST_F(nss_store_test, AddingAgainLeavesTheUsersTrust) {
 TEST_F(nss_store_test, NameLikeAStoresIsNoMark) {
     makeKey("alice", 1024);
     const Authority authority(home_);
-    const Bytes alice = authority.certify(publicKeyPem(home_, "alice"), "/CN=ROOT: Alice", 5);
-    const Bytes sub = strange(authority, "/CN=ROOT: Sub", 9, "basicConstraints=critical,CA:TRUE");
+    const Bytes alice = authority.certify(publicKeyPem(home_, "alice"), "/CN=ROOT - Alice", 5);
+    const Bytes sub = strange(authority, "/CN=ROOT :- Sub", 9, "basicConstraints=critical,CA:TRUE");
     {
         const StoreHandle my("MY");
         const StoreHandle ca("CA");
@@ -277,22 +277,22 @@ TEST_F(nss_store_test, NicknamesAreOfOneSubjectEach) {
     const Authority authority(home_);
     {
         const StoreHandle my("MY");
-        EXPECT_EQ(addError(my, strange(authority, "/O=One/CN=Same", 1)), 0u);
-        EXPECT_EQ(addError(my, strange(authority, "/O=Two/CN=Same", 2)), 0u);
+        EXPECT_EQ(addError(my, strange(authority, "/O=One/CN=Shared", 1)), 0u);
+        EXPECT_EQ(addError(my, strange(authority, "/O=Two/CN=Shared", 2)), 0u);
     }
     EXPECT_EQ(contents("MY").size(), 2u);
     const ToolResult list = tool("certutil -L -d " + home_.database());
-    EXPECT_NE(list.output.find("MY: Same #2"), std::string::npos) << list.output;
+    EXPECT_NE(list.output.find("MY - Shared #2"), std::string::npos) << list.output;
 }
 
 TEST_F(nss_store_test, StoreFollowsOtherProgramsWhenOpenedAnew) {
     const Authority authority(home_);
-    const Bytes bob = strange(authority, "/CN=Bob", 6);
+    const Bytes bob = strange(authority, "/CN=Robert", 6);
     {
         const StoreHandle my("MY");
         EXPECT_EQ(addError(my, bob), 0u);
     }
-    const ToolResult deleted = tool("certutil -D -n 'MY: Bob' -d " + home_.database());
+    const ToolResult deleted = tool("certutil -D -n 'MY - Robert' -d " + home_.database());
     EXPECT_EQ(deleted.status, 0) << deleted.output;
     EXPECT_TRUE(contents("MY").empty());
 }
