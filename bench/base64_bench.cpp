@@ -42,7 +42,7 @@ void count(benchmark::State& state) {
 void encodeOurs(benchmark::State& state) {
     const bench::Bytes bytes = input(state);
     std::string text(2 * bytes.size() + 4, '\0');
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto round : state) {
         std::size_t size = 0;
         enrol::EncodeBase64Text(bytes.data(), bytes.size(), text.data(), size);
         benchmark::DoNotOptimize(text.data());
@@ -55,7 +55,7 @@ BENCHMARK(encodeOurs)->Name("base64 encode/ours")->Arg(3072)->Arg(1 << 20);
 void encodeOpenssl(benchmark::State& state) {
     const bench::Bytes bytes = input(state);
     std::string text(2 * bytes.size() + 4, '\0');
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto round : state) {
         EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), static_cast<int>(bytes.size()));
         benchmark::DoNotOptimize(text.data());
         benchmark::ClobberMemory();
@@ -68,7 +68,7 @@ void decodeOurs(benchmark::State& state, std::string (*write)(const bench::Bytes
     const bench::Bytes bytes = input(state);
     const std::string text = write(bytes);
     bench::Bytes out;
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto round : state) {
         enrol::DecodeBase64Text(text.data(), text.size(), out);
         benchmark::DoNotOptimize(out.data());
         benchmark::ClobberMemory();
@@ -88,7 +88,7 @@ void decodeOneLineOpenssl(benchmark::State& state) {
     const bench::Bytes bytes = input(state);
     const std::string text = oneLine(bytes);
     bench::Bytes out(text.size() / 4 * 3);
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto round : state) {
         benchmark::DoNotOptimize(EVP_DecodeBlock(out.data(), charsOf(text), static_cast<int>(text.size())));
         benchmark::ClobberMemory();
     }
@@ -110,7 +110,7 @@ void decodeLinesOpenssl(benchmark::State& state) {
     const std::string text = textOf(bytes);
     bench::Bytes out(text.size());
     const std::unique_ptr<EVP_ENCODE_CTX, FreeContext> context(EVP_ENCODE_CTX_new());
-    for (auto _ : state) {
+    for ([[maybe_unused]] auto round : state) {
         int length = 0;
         int rest = 0;
         EVP_DecodeInit(context.get());

@@ -91,7 +91,7 @@ ASN1_SEQUENCE(BenchValue) =
     void writeOurs(benchmark::State & state) {
         const bench::Bytes bits = bench::patternBytes(kBitBytes);
         const bench::Bytes octets = bench::patternBytes(kOctets);
-        for (auto _ : state)
+        for ([[maybe_unused]] auto round : state)
             benchmark::DoNotOptimize(ourValue(bits, octets)->buffer);
     }
     BENCHMARK(writeOurs)->Name("BER write/ours");
@@ -104,7 +104,7 @@ ASN1_SEQUENCE(BenchValue) =
         const Der der = opensslValue(bits, octets, length);
         if (bench::Bytes(der.get(), der.get() + length) != bench::Bytes(ours->buffer, ours->buffer + ours->used))
             state.SkipWithError("the two values differ");
-        for (auto _ : state)
+        for ([[maybe_unused]] auto round : state)
             benchmark::DoNotOptimize(opensslValue(bits, octets, length));
     }
     BENCHMARK(writeOpenssl)->Name("BER write/OpenSSL");
@@ -120,7 +120,7 @@ ASN1_SEQUENCE(BenchValue) =
 
     void readOurs(benchmark::State & state) {
         const Writer value = ourValue(bench::patternBytes(kBitBytes), bench::patternBytes(kOctets));
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto round : state) {
             const std::unique_ptr<BerReader, FreeReader> reader(BerReaderCreate(value->buffer, value->used));
             std::int32_t number = 0;
             std::int32_t arcCount = 0;
@@ -146,7 +146,7 @@ ASN1_SEQUENCE(BenchValue) =
 
     void readOpenssl(benchmark::State & state) {
         const Writer der = ourValue(bench::patternBytes(kBitBytes), bench::patternBytes(kOctets));
-        for (auto _ : state) {
+        for ([[maybe_unused]] auto round : state) {
             const unsigned char* next = der->buffer;
             const Value value(d2i_BenchValue(nullptr, &next, der->used));
             if (value == nullptr || ASN1_INTEGER_get(value->number) != kNumber)

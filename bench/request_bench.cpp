@@ -103,7 +103,7 @@ std::string plainText(const std::string& text) {
 void ours(benchmark::State& state) {
     const bench::Bytes blob = bench::publicKeyBlob();
     const bench::Bytes signature = bench::signature();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto round : state)
         benchmark::DoNotOptimize(ourRequest(blob, signature));
 }
 BENCHMARK(ours)->Name("request/2048/ours");
@@ -113,7 +113,7 @@ void openssl(benchmark::State& state) {
     const bench::Bytes signature = bench::signature();
     if (plainText(opensslRequest(key.get(), signature)) != plainText(ourRequest(bench::publicKeyBlob(), signature)))
         state.SkipWithError("the two requests differ");
-    for (auto _ : state)
+    for ([[maybe_unused]] auto round : state)
         benchmark::DoNotOptimize(opensslRequest(key.get(), signature));
 }
 BENCHMARK(openssl)->Name("request/2048/OpenSSL");
@@ -121,7 +121,7 @@ BENCHMARK(openssl)->Name("request/2048/OpenSSL");
 void opensslFromDer(benchmark::State& state) {
     const bench::Bytes der = bench::publicKeyDer();
     const bench::Bytes signature = bench::signature();
-    for (auto _ : state)
+    for ([[maybe_unused]] auto round : state)
         benchmark::DoNotOptimize(opensslRequest(opensslKey(der).get(), signature));
 }
 BENCHMARK(opensslFromDer)->Name("request/2048/OpenSSL, key decoded too");

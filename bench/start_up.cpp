@@ -61,7 +61,7 @@ bool makeInstance(void* library, NPNetscapeFuncs& browser, NPPluginFuncs& plugin
 }
 
 int fail(const char* what) {
-    std::fprintf(stderr, "start_up: %s\n", what);
+    static_cast<void>(std::fprintf(stderr, "start_up: %s\n", what));
     return EXIT_FAILURE;
 }
 

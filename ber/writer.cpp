@@ -311,7 +311,7 @@ class Printer {
 
     int appendRaw() {
         const auto* bytes = next<const void*>();
-        const std::int32_t length = next<int>();
+        const auto length = next<int>();
         if (length < 0 || (bytes == nullptr && length != 0))
             return kFailed;
         std::uint8_t* out = take(writer_, length);
@@ -341,7 +341,7 @@ class Printer {
 
     int putBitString(std::int32_t tag) {
         const auto* bytes = next<const std::uint8_t*>();
-        const std::int32_t bits = next<int>();
+        const auto bits = next<int>();
         if (bits < 0 || (bytes == nullptr && bits != 0))
             return kFailed;
         const std::int32_t count = bits / 8 + (bits % 8 != 0 ? 1 : 0);
@@ -360,7 +360,7 @@ class Printer {
 
     int putHexInteger(std::int32_t tag) {
         const auto* text = next<const char*>();
-        const std::int32_t length = next<int>();
+        const auto length = next<int>();
         if (text == nullptr || length < 0)
             return kFailed;
         const std::size_t digits = std::strlen(text);
@@ -381,7 +381,7 @@ class Printer {
 
     int putObjectIdentifier(std::int32_t tag) {
         const auto* arcs = next<const std::int32_t*>();
-        const std::int32_t count = next<int>();
+        const auto count = next<int>();
         if (arcs == nullptr || count < 2 || count > kMostArcs)
             return kFailed;
         if (arcs[0] < 0 || arcs[0] > 2 || arcs[1] < 0 || arcs[1] > 39)

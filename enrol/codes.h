@@ -9,7 +9,7 @@ namespace enrol {
 
 // Operations, the middle part of a code.
 enum class Operation : std::int32_t {
-#define VT_OPERATION(number, constant, name) constant = number,
+#define VT_OPERATION(number, constant, name) constant = (number),
 #define VT_CODE(value, constant, happened, cause, remedy)
 #include "enrol/codes.def"
 #undef VT_OPERATION

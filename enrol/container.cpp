@@ -17,7 +17,7 @@ using Expansion = char[kExpansionCapacity];
 using Path = char[256];
 
 struct CloseFile {
-    void operator()(std::FILE* file) const { std::fclose(file); }
+    void operator()(std::FILE* file) const { (void)std::fclose(file); }
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
@@ -64,9 +64,9 @@ void GenerateContainerName(ContainerName& name) {
         throw std::runtime_error("can not create a random name!");
     std::memset(name, 0, sizeof(name));
     // The third group is lower case, unlike the others: containers of pending requests have such names.
-    std::snprintf(name, sizeof(name), "%08lX-%04X-%04x-%02X%02X-%02X%02X%02X%02X%02X%02X",
-                  static_cast<unsigned long>(guid.Data1), guid.Data2, guid.Data3, guid.Data4[0], guid.Data4[1],
-                  guid.Data4[2], guid.Data4[3], guid.Data4[4], guid.Data4[5], guid.Data4[6], guid.Data4[7]);
+    (void)std::snprintf(name, sizeof(name), "%08lX-%04X-%04x-%02X%02X-%02X%02X%02X%02X%02X%02X",
+                        static_cast<unsigned long>(guid.Data1), guid.Data2, guid.Data3, guid.Data4[0], guid.Data4[1],
+                        guid.Data4[2], guid.Data4[3], guid.Data4[4], guid.Data4[5], guid.Data4[6], guid.Data4[7]);
 }
 
 std::int32_t WriteContainerMarker(const ContainerName& name) {

@@ -15,9 +15,9 @@ constexpr DWORD kImportUnprotected = 0;
 std::int32_t installEither(const char* text, std::size_t length, DWORD importFlags) {
     try {
         if (IsPlainCertificate(text, length) == 0)
-            return InstallPlainCertificate(sProviderName, text, length, sKeySpec);
+            return InstallPlainCertificate(chosenProvider().c_str(), text, length, sKeySpec);
         if (IsSignedData(text, length) == 0)
-            return InstallSignedCertificate(sProviderName, text, length, sKeySpec, importFlags);
+            return InstallSignedCertificate(chosenProvider().c_str(), text, length, sKeySpec, importFlags);
         return kAnswerUnknownShape;
     } catch (...) {
         return kInstallException;
@@ -38,7 +38,7 @@ std::int32_t WriteClientCertExpX509(const char* text, std::size_t length) {
     try {
         if (IsPlainCertificate(text, length) != 0)
             return kAnswerUnknownShape;
-        return InstallPlainCertificate(sProviderName, text, length, sKeySpec);
+        return InstallPlainCertificate(chosenProvider().c_str(), text, length, sKeySpec);
     } catch (...) {
         return kInstallException;
     }

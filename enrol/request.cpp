@@ -27,7 +27,7 @@ struct SubjectOrder {
 
 // The settings as they are when a request begins.
 struct Settings {
-    const char* provider = sProviderName;
+    std::string provider = chosenProvider();
     std::int32_t keySpec = sKeySpec;
     std::int32_t hashAlgId = sHashAlgId;
 };
@@ -49,16 +49,16 @@ DWORD sizeFlag(std::int32_t keyBits) {
     }
 }
 
-void deleteContainer(const char* container, const char* provider) {
+void deleteContainer(const char* container, const std::string& provider) {
     HCRYPTPROV none = 0;
-    capi().CryptAcquireContextA(&none, container, provider, PROV_RSA_FULL, CRYPT_DELETEKEYSET);
+    capi().CryptAcquireContextA(&none, container, provider.c_str(), PROV_RSA_FULL, CRYPT_DELETEKEYSET);
 }
 
 // createContainer makes an empty container and replaces one of that name.
-bool createContainer(const char* container, const char* provider, ProviderHandle& prov) {
+bool createContainer(const char* container, const std::string& provider, ProviderHandle& prov) {
     const auto create = [&] {
-        return capi().CryptAcquireContextA(prov.receive(), container, provider, PROV_RSA_FULL, CRYPT_NEWKEYSET) !=
-               FALSE;
+        return capi().CryptAcquireContextA(prov.receive(), container, provider.c_str(), PROV_RSA_FULL,
+                                           CRYPT_NEWKEYSET) != FALSE;
     };
     if (create())
         return true;
@@ -137,7 +137,7 @@ std::int32_t buildRequest(const Settings& settings, const ContainerName& contain
     if (!info)
         return kRequestNoMemory;
     HeapBytes signature;
-    if (SignRequestBody(settings.provider, container, settings.keySpec, settings.hashAlgId, info->buffer,
+    if (SignRequestBody(settings.provider.c_str(), container, settings.keySpec, settings.hashAlgId, info->buffer,
                         static_cast<std::size_t>(info->used), signature) != 0)
         return kRequestKeyOrSignatureFailed;
     const BerValue request = writeRequest(*info, settings.hashAlgId, signature.data.get(), signature.size);
@@ -170,7 +170,7 @@ std::int32_t generate(std::int32_t keyBits, const SubjectOrder* order, HeapText&
     GenerateContainerName(container);
     if (WriteContainerMarker(container) != 0)
         return kRequestMarkerNotWritten;
-    if (isEmpty(settings.provider))
+    if (settings.provider.empty())
         return kRequestNoProvider;
     const DWORD size = sizeFlag(keyBits);
     if (size == 0)

@@ -1,5 +1,6 @@
 #include "enrol/state.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
@@ -16,11 +17,15 @@ char sProviderListText[2048] = {};
 
 bool chooseProvider(const char* name, std::size_t length) {
     std::free(sProviderName);
-    sProviderName = static_cast<char*>(std::calloc(length + 1, 1));
+    sProviderName = length == SIZE_MAX ? nullptr : static_cast<char*>(std::calloc(length + 1, 1));
     if (sProviderName == nullptr)
         return false;
     std::memcpy(sProviderName, name, length);
     return true;
+}
+
+std::string chosenProvider() {
+    return sProviderName == nullptr ? std::string() : std::string(sProviderName);
 }
 
 void forgetProvider() {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace enrol {
 
@@ -27,6 +28,10 @@ extern char sProviderListText[2048];
 // chooseProvider stores a copy of length bytes of name as sProviderName and frees the former one. It does not ask
 // whether such a provider exists. False when memory is exhausted; then no provider is chosen.
 bool chooseProvider(const char* name, std::size_t length);
+
+// chosenProvider gives a copy of sProviderName, empty when there is none. An operation that calls a provider works on
+// such a copy: a provider's dialog lets messages through, and with them calls that choose another one or none.
+std::string chosenProvider();
 
 // forgetProvider frees and nulls sProviderName and zeroes sProviderListText: every instance starts and ends so.
 void forgetProvider();

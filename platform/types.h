@@ -109,7 +109,8 @@ struct PAINTSTRUCT {
     RECT rcPaint;
 };
 
-inline HANDLE const INVALID_HANDLE_VALUE = reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-1));
+// A macro as on Windows: a constant of pointer type cannot be made at compile time.
+#define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-1)))
 
 // Errors of GetLastError.
 inline constexpr DWORD ERROR_SUCCESS = 0;

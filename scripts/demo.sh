@@ -15,6 +15,8 @@ folder=$top/build/demo
 home=$folder/home
 results=$folder/results
 authority_pid=
+xvfb_pid=
+wine_runs=
 step=0
 
 usage() { sed -n '2,/^set /{/^#/s/^# \{0,1\}//p}' "$0"; }
@@ -39,9 +41,26 @@ quietly() {  # name command...
 }
 
 clean_up() {
+    [[ -z $wine_runs ]] || scripts/wine.sh --stop >/dev/null 2>&1 || true
     [[ -z $authority_pid ]] || kill "$authority_pid" 2>/dev/null || true
+    [[ -z $xvfb_pid ]] || kill "$xvfb_pid" 2>/dev/null || true
 }
 trap clean_up EXIT
+
+# The screen of the machine, or else a virtual one.
+start_screen() {
+    [[ -z ${DISPLAY:-} ]] || return 0
+    rm -f "$folder/display"
+    Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$folder/display" >"$folder/xvfb.log" 2>&1 &
+    xvfb_pid=$!
+    for _ in $(seq 100); do
+        [[ ! -s $folder/display ]] || break
+        sleep 0.1
+    done
+    [[ -s $folder/display ]] || fail "no virtual screen could be started; see $folder/xvfb.log"
+    DISPLAY=:$(cat "$folder/display")
+    export DISPLAY
+}
 
 set_up() {  # group...
     [[ -z ${VT_NO_SETUP:-} ]] || return 0
@@ -59,10 +78,11 @@ build() {  # preset target...
 
 start_authority() {
     say "Starting the demonstration authority"
+    rm -f "$folder/address"
     (cd demo && exec python3 -B -m authority --state "$folder/authority") >"$folder/address" 2>"$folder/authority.log" &
     authority_pid=$!
     for _ in $(seq 300); do
-        grep -q 'http://' "$folder/address" && break
+        grep -qs 'http://' "$folder/address" && break
         kill -0 "$authority_pid" 2>/dev/null || fail "the authority did not start; see $folder/authority.log"
         sleep 0.1
     done
@@ -73,28 +93,24 @@ start_authority() {
 # The window has a home folder of its own, and so has everything that the plug-in stores. The driver's report comes
 # through a channel of its own, beside the plug-in's diagnostics.
 window() {  # argument...
-    local -a screen=()
-    [[ -n ${DISPLAY:-} ]] || screen=(xvfb-run -a -s "-screen 0 1280x1024x24")
     (
         cd "$results"
         HOME=$home XDG_RUNTIME_DIR=$home MOZ_PLUGIN_PATH=$top/build/native LC_ALL=C.UTF-8 \
-            "${screen[@]}" "$top/build/native/bin/certenroll_window" --storage "$home/page" --report /dev/fd/9 "$@" "$address"
+            "$top/build/native/bin/certenroll_window" --storage "$home/page" --report /dev/fd/9 "$@" "$address"
     ) 9>&1 >>"$folder/plugin-output.log" 2>"$folder/window.log"
 }
 
-certificate_of_the_order() {
-    python3 - "$address" >"$results/certificate.txt" <<'PYTHON'
-import json, sys, urllib.request
-orders = json.load(urllib.request.urlopen(sys.argv[1] + "api/orders"))["orders"]
-sys.stdout.write(orders[0]["certificate"])
-PYTHON
-    openssl base64 -d -A -in <(tr -d '\r\n' <"$results/certificate.txt") | openssl x509 -inform DER -out "$results/certificate.pem"
+authority_client() { (cd demo && python3 -B -m authority.client "$@"); }
+
+certificate_as_pem() {
+    tr -d '\r\n' <"$results/certificate.txt" | openssl base64 -d -A |
+        openssl x509 -inform DER -out "$results/certificate.pem" || fail "openssl cannot read the certificate"
 }
 
 request_as_pem() {
     {
         echo "-----BEGIN CERTIFICATE REQUEST-----"
-        tr -d '\r' <"$results/request.txt" | sed '/^$/d'
+        { tr -d '\r' <"$results/request.txt" && echo; } | sed '/^$/d'
         echo "-----END CERTIFICATE REQUEST-----"
     } >"$results/request.pem"
 }
@@ -108,7 +124,9 @@ store_listing() {
 
 check_request_and_certificate() {
     say "What openssl says of the request and the certificate"
-    openssl req -in "$results/request.pem" -noout -verify -subject 2>&1 | indent
+    openssl req -in "$results/request.pem" -noout -verify -subject >"$folder/openssl.log" 2>&1 || true
+    indent <"$folder/openssl.log"
+    grep -q 'verify OK' "$folder/openssl.log" || fail "the request's signature does not fit its key"
     openssl verify -CAfile "$folder/authority/root.pem" -untrusted "$folder/authority/issuing.pem" \
         "$results/certificate.pem" | indent
     cmp -s <(openssl req -in "$results/request.pem" -noout -pubkey) <(openssl x509 -in "$results/certificate.pem" -noout -pubkey) ||
@@ -131,26 +149,74 @@ start_afresh() {
     chmod 700 "$home"
 }
 
+play_on_the_page() {  # script
+    window --script "$top/demo/scripts/$1" | indent || fail "$(tail -n 3 "$folder/window.log")"
+}
+
 enrol_by_the_page() {
     set_up build demo
     build native npvemtrel_certenroll certenroll_window
     start_afresh
+    start_screen
     start_authority
     say "Making a request on the page"
-    window --script "$top/demo/scripts/request.txt" | indent ||
-        fail "$(tail -n 3 "$folder/window.log")"
+    play_on_the_page page_request.txt
     request_as_pem
-    certificate_of_the_order
+    authority_client latest "$address" "$results" >/dev/null || fail "the authority has issued nothing"
+    certificate_as_pem
     say "Installing the certificate"
-    window --script "$top/demo/scripts/install.txt" | indent ||
-        fail "$(tail -n 3 "$folder/window.log")"
+    play_on_the_page page_install.txt
     check_request_and_certificate
-    say "What NSS finds in the store (a \"u\" is a certificate with its key)"
+    say "What NSS finds in the store (\"u\" is a certificate with its key)"
     store_listing
     indent <"$results/store.txt"
     grep -q 'u,u,u' "$results/store.txt" || fail "the store holds no certificate with its key"
+    say "Trusting the authority, which only the user can decide (here with certutil)"
+    certutil -A -d "sql:$home/.pki/nssdb" -n "Demonstration root" -t C,, -i "$folder/authority/root.pem"
+    play_on_the_page page_known.txt
     where_the_results_lie request.txt certificate.txt certificate.pem store.txt 1-choose.png 2-requested.png \
         3-issued.png 4-installed.png 5-page.png
+}
+
+# Plays a script of the host program against the Windows build.
+play_on_the_host() {  # script
+    (cd "$results" && "$top/scripts/wine.sh" "$top/build/windows/bin/vt_host.exe" \
+        "Z:$top/build/windows/npvemtrel_certenroll.dll" "Z:$top/demo/scripts/$1") >"$folder/host.log" 2>&1 ||
+        fail "$(tail -n 3 "$folder/host.log")"
+    cut -c 1-110 "$folder/host.log" | tr -d '\r' | grep -v '^=*$' | indent
+}
+
+enrol_under_wine() {
+    set_up build windows demo
+    build windows npvemtrel_certenroll vt_host vt_stores
+    export VT_WINEPREFIX=$folder/wine
+    start_afresh
+    rm -rf "$VT_WINEPREFIX"
+    start_screen
+    start_authority
+    say "Making a scratch prefix for Wine"
+    wine_runs=1
+    quietly wine scripts/wine.sh --start
+    say "Making a request, with the calls that a page makes"
+    play_on_the_host host_request.txt
+    python3 demo/tools/bmp_to_png.py "$results/window.bmp" "$results/window.png"
+    request_as_pem
+    say "Sending it to the authority"
+    printf '   Order number '
+    authority_client order "$address" "$results/request.txt" "$results" || fail "the authority has issued nothing"
+    certificate_as_pem
+    say "Installing the certificate"
+    play_on_the_host host_install.txt
+    check_request_and_certificate
+    say "What CryptoAPI finds in the store (\"key\":true is a certificate with its own key)"
+    scripts/wine.sh "$top/build/windows/bin/vt_stores.exe" list MY 2>"$folder/wine.log" |
+        tr -d '\r' >"$results/store.txt" || fail "the store could not be listed; see $folder/wine.log"
+    indent <"$results/store.txt"
+    local fingerprint
+    fingerprint=$(openssl x509 -in "$results/certificate.pem" -noout -fingerprint -sha1 | tr -d : | sed 's/.*=//')
+    grep -i "$fingerprint" "$results/store.txt" | grep -q '"key":true' ||
+        fail "the certificate ($fingerprint) is not there with its key"
+    where_the_results_lie request.txt certificate.txt certificate.pem store.txt window.png
 }
 
 leave_the_page_to_the_person() {

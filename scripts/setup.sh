@@ -5,6 +5,8 @@
 #
 # Groups: build windows test demo bench fuzz. Without a group: build windows test demo.
 # --list prints the packages of the groups and installs nothing.
+# VT_MAY_DOWNGRADE=1 or 0: whether packages may be taken back to the release's own versions where apt refuses otherwise
+# (else: in CI, containers and chroots only).
 # Exit status: 0 when everything is there, 1 when something could not be had (what, and what to do, is printed).
 set -euo pipefail
 
@@ -13,7 +15,7 @@ declare -A packages=(
         libgmock-dev python3"
     [windows]="g++-mingw-w64-i686-posix mingw-w64-i686-dev wine wine32:i386 xvfb xauth fonts-liberation"
     [test]="libnss3-tools softhsm2 opensc openssl xvfb xauth clang-format clang-tidy shellcheck git"
-    [demo]="libqt5webkit5-dev qtbase5-dev xvfb xauth openssl libnss3-tools fonts-liberation"
+    [demo]="libqt5webkit5-dev qtbase5-dev xvfb xauth openssl libnss3-tools fonts-dejavu-core"
     [bench]="libbenchmark-dev libssl-dev"
     [fuzz]="clang llvm libclang-rt-dev"
 )
@@ -33,6 +35,7 @@ is_installed() { [[ $(dpkg-query -W -f '${db:Status-Status}' "$1" 2>/dev/null) =
 
 # Package versions of a machine that somebody works on are not ours to move backwards.
 may_downgrade() {
+    [[ -z ${VT_MAY_DOWNGRADE:-} ]] || { [[ $VT_MAY_DOWNGRADE == 1 ]] && return 0 || return 1; }
     [[ ${CI:-} == true || ${CI:-} == 1 || -e /.dockerenv || -e /run/.containerenv || -n ${container:-} ]] && return 0
     systemd-detect-virt --quiet --container 2>/dev/null && return 0
     ischroot 2>/dev/null

@@ -69,29 +69,36 @@ tally() {  # build junit-file folder-of-gtest-files
 }
 
 configure() {  # build
-    check "$1 configure" cmake --preset "$1"
+    # Whether the window can be built is looked at anew: the engine may have been installed meanwhile.
+    check "$1 configure" cmake --preset "$1" -UVT_DEMO
 }
 
-# With rooms, builds those rooms' test programs (the target tests_<room>); else everything.
+# With rooms, builds those rooms' test programs (the target tests_<room>), or everything for a room of scripts alone.
 build() {  # build room...
-    local build=$1 room
+    local build=$1 room help
     local -a targets=()
     shift
+    help=$(cmake --build --preset "$build" --target help 2>/dev/null)
     for room in "$@"; do
-        if cmake --build --preset "$build" --target help 2>/dev/null | grep -q "^tests_$room:"; then
+        if grep -q "^tests_$room:" <<<"$help"; then
             targets+=("tests_$room")
+        elif ctest --preset "$build" --print-labels 2>/dev/null | grep -qx " *$room"; then
+            targets+=(all)
         else
-            targets=(all)
-            break
+            count 0 1 0
+            printf 'FAILED   %s: there is no room %s\n' "$build" "$room"
+            return 1
         fi
     done
     [[ ${#targets[@]} -gt 0 ]] || targets=(all)
-    check "$build build" cmake --build --preset "$build" -j "$jobs" --target "${targets[@]}"
+    check "$build build" cmake --build --preset "$build" -j "$jobs" --target "${targets[@]}" -- -k 0
 }
 
 start_display() {
     [[ -z $xvfb_pid ]] && command -v Xvfb >/dev/null || return 0
     local number=$results/display
+    # A number left by an earlier run names a display that is gone.
+    rm -f "$number"
     Xvfb -displayfd 3 -screen 0 1280x1024x24 -nolisten tcp 3>"$number" >/dev/null 2>&1 &
     xvfb_pid=$!
     for _ in $(seq 50); do
@@ -108,7 +115,7 @@ clean_up() {
 }
 
 run_tests() {  # build room...
-    local build=$1 pattern
+    local build=$1 pattern=''
     shift
     local junit=$results/$build.xml gtest=$results/$build
     local -a select=()
@@ -132,7 +139,13 @@ run_tests() {  # build room...
     fi
     env "${environment[@]}" ctest --preset "$build" -j "$at_once" --no-tests=error --output-junit "$junit" \
         --test-output-size-failed 20000 --quiet "${select[@]}" >"$results/$build.ctest.log" 2>&1 </dev/null
+    local status=$? before=$failed
     tally "$build" "$junit" "$gtest"
+    if [[ $status -ne 0 && $failed -eq $before ]]; then
+        count 0 1 0
+        printf 'FAILED   %s: ctest ended with %d%s\n' "$build" "$status" "${pattern:+ (is there a room $pattern?)}"
+        tail -n 20 "$results/$build.ctest.log"
+    fi
 }
 
 run_build() {  # build room...
@@ -169,7 +182,7 @@ run_scripts() {
 tally_unittest() {  # file
     local log
     log=$results/$(basename "$1").log
-    python3 "$1" >"$log" 2>&1 </dev/null
+    python3 "$1" -v >"$log" 2>&1 </dev/null
     local status=$? ran bad ignored
     ran=$(sed -n 's/^Ran \([0-9]*\) test.*/\1/p' "$log" | tail -n 1)
     bad=$(sed -n 's/^FAILED (\(.*\))/\1/p' "$log" | grep -oE '(failures|errors)=[0-9]+' | cut -d= -f2 | paste -sd+)
@@ -181,7 +194,28 @@ tally_unittest() {  # file
     [[ $ran -ge $((bad + ignored)) ]] || ran=$((bad + ignored))
     count $((ran - bad - ignored)) "$bad" "$ignored"
     printf '%s: %d passed, %d failed, %d skipped\n' "$1" $((ran - bad - ignored)) "$bad" "$ignored"
+    sed -n "s/^\(.*\) \.\.\. skipped \(.*\)/skipped  \1: \2/p" "$log"
     [[ $bad -eq 0 ]] || tail -n 60 "$log"
+}
+
+# What the builds need. no_windows is set to the reason when Windows programs cannot be built or run.
+set_up() {  # number-of-rooms build...
+    local rooms=$1
+    shift
+    local -a groups=(build test)
+    [[ " $* " != *" windows "* ]] || groups+=(windows)
+    # The page's tests belong to a run of all rooms.
+    [[ $rooms -gt 0 || " $* " != *" native "* ]] || groups+=(demo)
+    bash scripts/setup.sh "${groups[@]}" && return
+    local group
+    for group in "${groups[@]}"; do
+        bash scripts/setup.sh "$group" && continue
+        case $group in
+            windows) no_windows="mingw and Wine could not be installed (see above)" ;;
+            demo) skip "browser" "the browser engine could not be installed (see above)" ;;
+            *) count 0 1 0 && printf 'FAILED   setup %s\n' "$group" ;;
+        esac
+    done
 }
 
 main() {
@@ -206,19 +240,14 @@ main() {
     mkdir -p "$results"
     trap clean_up EXIT
 
-    local no_windows=''
+    no_windows=''
     if [[ -z ${VT_NO_SETUP:-} ]]; then
         section "setup"
-        bash scripts/setup.sh build test || count 0 1 0
-        if [[ " ${builds[*]} " == *" windows "* ]]; then
-            bash scripts/setup.sh windows || no_windows="mingw and Wine could not be installed (see above)"
-        fi
-        if [[ ${#rooms[@]} -eq 0 && " ${builds[*]} " == *" native "* ]]; then
-            bash scripts/setup.sh demo || skip "browser" "the browser engine could not be installed (see above)"
-        fi
+        set_up "${#rooms[@]}" "${builds[@]}"
     fi
-    command -v i686-w64-mingw32-g++-posix >/dev/null && command -v wine >/dev/null || no_windows=${no_windows:-there is \
-no mingw or no Wine here}
+    if [[ -z $no_windows ]] && ! { command -v i686-w64-mingw32-g++-posix && command -v wine; } >/dev/null; then
+        no_windows="there is no mingw or no Wine here"
+    fi
 
     local build
     for build in "${builds[@]}"; do

@@ -42,6 +42,16 @@ QString quotedForScript(QString text) {
     return '\'' + text + '\'';
 }
 
+// isHit tells whether a click at that place of the window would reach the element.
+bool isHit(QWebElement& element, const QPoint& place) {
+    const QString expression = QString(
+                                   "var hit = document.elementFromPoint(%1, %2);"
+                                   "this === hit || this.contains(hit)")
+                                   .arg(place.x())
+                                   .arg(place.y());
+    return element.evaluateJavaScript(expression).toBool();
+}
+
 QString failedUnless(bool good, const QString& complaint) {
     return good ? QString() : complaint;
 }
@@ -226,16 +236,15 @@ QString Driver::click(const QString& selector) {
     if (element.evaluateJavaScript("this.disabled").toBool()) {
         return "it is disabled";
     }
-    element.evaluateJavaScript("this.scrollIntoViewIfNeeded(true)");
-    rest();
-    const QPoint place = element.geometry().center() - view.page()->mainFrame()->scrollPosition();
-    const QString hit = element
-                            .evaluateJavaScript(QString("var hit = document.elementFromPoint(%1, %2);"
-                                                        "String(this === hit || this.contains(hit))")
-                                                    .arg(place.x())
-                                                    .arg(place.y()))
-                            .toString();
-    if (hit != "true") {
+    // A page that is still being filled moves its elements about; a person would follow with the mouse.
+    QPoint place;
+    const bool reached = waitUntil([&] {
+        element.evaluateJavaScript("this.scrollIntoViewIfNeeded(true)");
+        rest();
+        place = element.geometry().center() - view.page()->mainFrame()->scrollPosition();
+        return isHit(element, place);
+    });
+    if (!reached) {
         return "something else lies over it";
     }
     for (const QEvent::Type type : {QEvent::MouseMove, QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {

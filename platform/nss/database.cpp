@@ -2,8 +2,10 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "platform/posix/home.h"
 #include "platform/posix/last_error.h"
@@ -22,27 +24,50 @@ std::string quoted(const std::string& value) {
     return text + "'";
 }
 
-// Two calls, since only the first loads the database's modules, and only the second tells its token where the host has
-// databases of its own. NSS knows that both mean one database, also where the host has opened that one.
-PK11SlotInfo* openToken(const std::string& database) {
+// The tokens of NSS's own module.
+std::vector<Slot> ownTokens() {
+    std::vector<Slot> tokens;
+    const SlotList list(nss().PK11_GetAllTokens(CKM_INVALID_MECHANISM, PR_FALSE, PR_FALSE, nullptr));
+    if (list == nullptr)
+        return tokens;
+    for (PK11SlotListElement* element = nss().PK11_GetFirstSafe(list.get()); element != nullptr;
+         element = nss().PK11_GetNextSafe(list.get(), element, PR_FALSE)) {
+        if (nss().PK11_IsInternal(element->slot) != PR_FALSE)
+            tokens.push_back(ownSlot(nss().PK11_ReferenceSlot(element->slot)));
+    }
+    return tokens;
+}
+
+// Opens the database and its modules, and finds its token: the key token where NSS was not in use, else the token that
+// was not there before. Where none is new the host has that database open, and NSS tells which token it is.
+Slot openToken(const std::string& database) {
+    const bool wasInUse = nss().NSS_IsInitialized() != PR_FALSE;
+    const std::vector<Slot> before = wasInUse ? ownTokens() : std::vector<Slot>();
+    char description[] = "NSS Certificate DB";
     NSSInitParameters parameters = {};
     parameters.length = sizeof parameters;
+    parameters.dbTokenDescription = description;
     if (nss().NSS_InitContext(database.c_str(), "", "", "secmod.db", &parameters, 0) == nullptr)
         return nullptr;
-    const std::string spec = "configDir=" + quoted(database) + " tokenDescription='NSS Certificate DB'";
-    return nss().SECMOD_OpenUserDB(spec.c_str());
+    if (!wasInUse)
+        return ownSlot(nss().PK11_GetInternalKeySlot());
+    for (const Slot& token : ownTokens()) {
+        if (std::find(before.begin(), before.end(), token) == before.end())
+            return token;
+    }
+    const std::string spec = "configDir=" + quoted(database) + " tokenDescription=" + quoted(description);
+    return ownSlot(nss().SECMOD_OpenUserDB(spec.c_str()));
 }
 
 Slot open(const std::string& home) {
     const std::string folder = home + "/.pki";
     mkdir(folder.c_str(), 0700);
     mkdir((folder + "/nssdb").c_str(), 0700);
-    PK11SlotInfo* slot = openToken("sql:" + folder + "/nssdb");
+    Slot slot = openToken("sql:" + folder + "/nssdb");
     if (slot == nullptr)
         return nullptr;
-    Slot owned = ownSlot(slot);
-    const bool fresh = nss().PK11_NeedUserInit(slot) != PR_FALSE;
-    return fresh && nss().PK11_InitPin(slot, nullptr, "") != SECSuccess ? nullptr : owned;
+    const bool isFresh = nss().PK11_NeedUserInit(slot.get()) != PR_FALSE;
+    return isFresh && nss().PK11_InitPin(slot.get(), nullptr, "") != SECSuccess ? nullptr : slot;
 }
 
 }  // namespace

@@ -24,10 +24,10 @@ BOOL CryptReleaseContext(HCRYPTPROV prov, DWORD flags);
 
 // Keys (key.cpp, key_blob.cpp).
 
-// Sizes of 512 to 4096 bits in steps of 8; 0 in the high half of flags means 2048. A key that the container has already
-// is replaced. Flags that ask for the platform's protection prompts are taken; here the token decides.
-// Errors: ERROR_INVALID_PARAMETER; NTE_BAD_ALGID for another specification than AT_SIGNATURE and AT_KEYEXCHANGE;
-// NTE_BAD_FLAGS for other flags or sizes; NTE_PERM for a context without a container; NTE_FAIL.
+// Sizes of 512 to 4096 bits in steps of 16; 0 in the high half of flags means 2048. A key that the container has
+// already is replaced. Flags that ask for the platform's protection prompts are taken; here the token decides. Errors:
+// ERROR_INVALID_PARAMETER; NTE_BAD_ALGID for another specification than AT_SIGNATURE and AT_KEYEXCHANGE; NTE_BAD_FLAGS
+// for other flags or sizes; NTE_PERM for a context without a container; NTE_FAIL.
 BOOL CryptGenKey(HCRYPTPROV prov, ALG_ID spec, DWORD flags, HCRYPTKEY* key);
 BOOL CryptGetUserKey(HCRYPTPROV prov, DWORD spec, HCRYPTKEY* key);
 BOOL CryptDestroyKey(HCRYPTKEY key);

@@ -18,7 +18,7 @@ DWORD bitsOf(DWORD flags) {
     const DWORD bits = flags >> 16;
     if (bits == 0)
         return kDefaultBits;
-    return bits >= 512 && bits <= 4096 && bits % 8 == 0 ? bits : 0;
+    return bits >= 512 && bits <= 4096 && bits % 16 == 0 ? bits : 0;
 }
 
 // What the pair may be used for follows from its specification; openKey reads it back from there.

@@ -52,9 +52,9 @@ using SymmetricKey = std::unique_ptr<PK11SymKey, Release<&Functions::PK11_FreeSy
 using DigestContext = std::unique_ptr<PK11Context, ReleaseContext>;
 using NssCertificate = std::unique_ptr<CERTCertificate, Release<&Functions::CERT_DestroyCertificate>>;
 
-// ownSlot takes over one reference.
+// ownSlot takes over one reference; of null it makes an empty Slot.
 inline Slot ownSlot(PK11SlotInfo* slot) {
-    return {slot, Release<&Functions::PK11_FreeSlot>()};
+    return slot != nullptr ? Slot(slot, Release<&Functions::PK11_FreeSlot>()) : nullptr;
 }
 
 }  // namespace platform::nss

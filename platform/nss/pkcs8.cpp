@@ -28,16 +28,18 @@ constexpr Wrapping kWrappings[] = {
 };
 
 void wipe(Bytes& bytes) {
-    explicit_bzero(bytes.data(), bytes.size());
+    if (!bytes.empty())
+        explicit_bzero(bytes.data(), bytes.size());
 }
 
 SECItem itemOf(Bytes& bytes) {
     return {siBuffer, bytes.data(), static_cast<unsigned int>(bytes.size())};
 }
 
-SymmetricKey importKey(PK11SlotInfo* slot, CK_MECHANISM_TYPE mechanism, CK_ATTRIBUTE_TYPE use, Bytes& aesKey) {
+// The mechanism tells NSS no more than the kind of key.
+SymmetricKey importKey(PK11SlotInfo* slot, CK_ATTRIBUTE_TYPE use, Bytes& aesKey) {
     SECItem item = itemOf(aesKey);
-    return SymmetricKey(nss().PK11_ImportSymKey(slot, mechanism, PK11_OriginUnwrap, use, &item, nullptr));
+    return SymmetricKey(nss().PK11_ImportSymKey(slot, CKM_AES_CBC, PK11_OriginUnwrap, use, &item, nullptr));
 }
 
 // The key's PrivateKeyInfo (PKCS#8); empty if the token does not know the wrapping, or refuses.
@@ -46,14 +48,14 @@ Bytes privateKeyInfo(const Key& key, const Wrapping& wrapping, Bytes& aesKey, By
     if (nss().PK11_DoesMechanism(slot, wrapping.wrap) == PR_FALSE)
         return {};
     SECItem parameter = wrapping.hasIv ? itemOf(iv) : SECItem{siBuffer, nullptr, 0};
-    const SymmetricKey wrappingKey = importKey(slot, wrapping.wrap, CKA_WRAP, aesKey);
+    const SymmetricKey wrappingKey = importKey(slot, CKA_WRAP, aesKey);
     Bytes wrapped(kWrappedCapacity);
     SECItem wrappedItem = itemOf(wrapped);
     if (wrappingKey == nullptr || nss().PK11_WrapPrivKey(slot, wrappingKey.get(), key.privateKey.get(), wrapping.wrap,
                                                          &parameter, &wrappedItem, nullptr) != SECSuccess)
         return {};
     const Slot unwrapper = ownSlot(nss().PK11_GetInternalSlot());
-    const SymmetricKey unwrappingKey = importKey(unwrapper.get(), wrapping.unwrap, CKA_DECRYPT, aesKey);
+    const SymmetricKey unwrappingKey = importKey(unwrapper.get(), CKA_DECRYPT, aesKey);
     Bytes info(kWrappedCapacity);
     unsigned int length = 0;
     if (unwrappingKey == nullptr ||

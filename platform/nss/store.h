@@ -5,7 +5,7 @@
 //   "CA"    the other authority certificates of the user's database, and those that were added to "CA"
 //
 // Where a certificate's nature alone would not bring it back into the store that it was added to, its nickname begins
-// with the store's name ("MY: Example"); so it is found there in every later process.
+// with the store's name ("MY - Example"); so it is found there in every later process.
 #ifndef VT_PLATFORM_NSS_STORE_H
 #define VT_PLATFORM_NSS_STORE_H
 

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -42,13 +43,7 @@ std::string expand(std::string_view source) {
     return expanded;
 }
 
-}  // namespace
-
-DWORD ExpandEnvironmentStringsA(LPCSTR source, LPSTR target, DWORD capacity) {
-    if (source == nullptr || (target == nullptr && capacity != 0)) {
-        setLastError(ERROR_INVALID_PARAMETER);
-        return 0;
-    }
+DWORD expandInto(LPCSTR source, LPSTR target, DWORD capacity) {
     const std::string expanded = expand(source);
     const std::size_t needed = expanded.size() + 1;
     if (needed <= capacity)
@@ -56,6 +51,21 @@ DWORD ExpandEnvironmentStringsA(LPCSTR source, LPSTR target, DWORD capacity) {
     else if (capacity != 0)
         target[0] = '\0';
     return static_cast<DWORD>(needed);
+}
+
+}  // namespace
+
+DWORD ExpandEnvironmentStringsA(LPCSTR source, LPSTR target, DWORD capacity) {
+    if (source == nullptr || (target == nullptr && capacity != 0)) {
+        setLastError(ERROR_INVALID_PARAMETER);
+        return 0;
+    }
+    try {
+        return expandInto(source, target, capacity);
+    } catch (const std::bad_alloc&) {
+        setLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return 0;
+    }
 }
 
 }  // namespace platform::posix

@@ -3,7 +3,7 @@
 
 #include <cerrno>
 #include <cstring>
-#include <string>
+#include <string_view>
 
 #include "platform/posix/entries.h"
 #include "platform/posix/last_error.h"
@@ -17,9 +17,9 @@ constexpr DWORD kAttributeNormal = 0x80;     // FILE_ATTRIBUTE_NORMAL
 // A search finds one file and holds nothing, so that every search has the same handle.
 char searchHandle;
 
-std::string baseName(const std::string& path) {
+std::string_view baseName(std::string_view path) {
     const std::size_t slash = path.find_last_of('/');
-    return slash == std::string::npos ? path : path.substr(slash + 1);
+    return slash == std::string_view::npos ? path : path.substr(slash + 1);
 }
 
 }  // namespace
@@ -30,7 +30,7 @@ HANDLE FindFirstFileA(LPCSTR path, WIN32_FIND_DATAA* found) {
         return INVALID_HANDLE_VALUE;
     }
     struct stat status = {};
-    const std::string name = baseName(path);
+    const std::string_view name = baseName(path);
     const bool exists = stat(path, &status) == 0;
     if (!exists || name.size() >= MAX_PATH) {
         setLastError(exists ? ERROR_PATH_NOT_FOUND : errorOfErrno(errno));
@@ -38,7 +38,7 @@ HANDLE FindFirstFileA(LPCSTR path, WIN32_FIND_DATAA* found) {
     }
     *found = {};
     found->dwFileAttributes = S_ISDIR(status.st_mode) ? kAttributeDirectory : kAttributeNormal;
-    std::memcpy(found->cFileName, name.c_str(), name.size() + 1);
+    std::memcpy(found->cFileName, name.data(), name.size());
     return &searchHandle;
 }
 

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
-#include <string>
+#include <string_view>
 
 #include "platform/posix/entries.h"
 #include "platform/posix/last_error.h"
@@ -19,12 +19,14 @@ HANDLE currentProcess() {
     return reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-1));
 }
 
-std::string programName() {
-    char path[PATH_MAX];
+using Path = char[PATH_MAX];
+
+// The name stands in the path; a browser asks for it in calls that no exception may leave, so that it takes no memory.
+std::string_view programName(Path& path) {
     const ssize_t length = readlink("/proc/self/exe", path, sizeof path);
     if (length <= 0)
         return {};
-    const std::string full(path, static_cast<std::size_t>(length));
+    const std::string_view full(path, static_cast<std::size_t>(length));
     return full.substr(full.find_last_of('/') + 1);
 }
 
@@ -47,7 +49,8 @@ BOOL EnumProcessModules(HANDLE process, HMODULE* modules, DWORD size, DWORD* nee
 
 DWORD GetModuleBaseNameA(HANDLE process, HMODULE module, LPSTR name, DWORD capacity) {
     const bool known = process == currentProcess() && (module == nullptr || module == &programModule);
-    const std::string program = known ? programName() : std::string();
+    Path path;
+    const std::string_view program = known ? programName(path) : std::string_view();
     if (program.empty() || name == nullptr || capacity == 0) {
         setLastError(program.empty() ? ERROR_INVALID_HANDLE : ERROR_INVALID_PARAMETER);
         return 0;

@@ -40,6 +40,8 @@ CryptoApi& replaceableCryptoApi() {
     return table;
 }
 
-const CryptoApi& capi() { return replaceableCryptoApi(); }
+const CryptoApi& capi() {
+    return replaceableCryptoApi();
+}
 
 }  // namespace platform

@@ -3,6 +3,8 @@
 namespace platform {
 
 SystemApi& replaceableSystemApi() {
+    // One entry a line, in the table's order.
+    // clang-format off
     static SystemApi table = {
         GetLastError,
         SetLastError,
@@ -30,9 +32,12 @@ SystemApi& replaceableSystemApi() {
         DrawTextA,
         DefWindowProcA,
     };
+    // clang-format on
     return table;
 }
 
-const SystemApi& sys() { return replaceableSystemApi(); }
+const SystemApi& sys() {
+    return replaceableSystemApi();
+}
 
 }  // namespace platform

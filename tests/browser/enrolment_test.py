@@ -135,11 +135,32 @@ wait-text #result is here
                          % self.picture("enrolment-installed"))
         self.assertFalse(os.path.exists(self.marker()))
         self.assertEqual(self.serials(), [self.authority.orders()[0]["serialHex"]])
+        # The key keeps its container's name, by which the certificate finds it again.
+        self.assertEqual(len(self.keys()), 1)
+        self.assertIn(container, self.keys()[0])
 
-    def test_the_window_of_the_plug_in(self):
-        self.window.play("wait #stage-choose\nwait #plugin\n"
-                         "expect (document.querySelector('#plugin').scrollIntoView(), true)\nscreenshot %s\n"
-                         % self.picture("plugin-window"))
+    def test_the_plug_in_starts_again_with_every_load_of_the_page(self):
+        self.window.play("""
+wait #stage-choose
+reload
+wait #stage-choose
+reload
+wait-text #plugin-state The plug-in is ready (version 1.0.14.1)
+expect document.querySelectorAll('#provider option').length >= 1
+expect document.querySelector('#provider').value === 'NSS Certificate DB'
+expect document.querySelector('#plugin').KeySpec === undefined
+expect (document.querySelector('#plugin').KeySpec = 1, document.querySelector('#plugin').KeySpec === undefined)
+expect document.querySelector('#plugin').listCSP(-1) === ''
+expect document.querySelector('#plugin').genP10(1000) === ''
+""")
+
+    def test_wrong_arguments_are_script_errors(self):
+        script = "wait #stage-choose\n"
+        for call in ("getVersion(1)", "genP10()", "genP10('1024')", "genP10_exp_withdn(1024, 1)", "setCSP(1)",
+                     "writeClientCert()", "IsCertExist('CN=x')", "CheckCertValid('1')", "deleteCert(1, 2)"):
+            script += ("expect (function () { try { document.querySelector('#plugin').%s; return false; } "
+                       "catch (error) { return true; } }())\n" % call)
+        self.window.play(script)
 
 
 class EnrolmentFailing(EnrolmentTest):

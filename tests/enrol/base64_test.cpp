@@ -61,7 +61,7 @@ Bytes pattern(std::size_t length) {
     return bytes;
 }
 
-TEST(base64, EncodesTheVectorsOfRfc4648) {
+TEST(base64_test, EncodesTheVectorsOfRfc4648) {
     const std::pair<const char*, const char*> vectors[] = {{"f", "Zg=="},         {"fo", "Zm8="},
                                                            {"foo", "Zm9v"},       {"foob", "Zm9vYg=="},
                                                            {"fooba", "Zm9vYmE="}, {"foobar", "Zm9vYmFy"}};
@@ -76,7 +76,7 @@ TEST(base64, EncodesTheVectorsOfRfc4648) {
 constexpr char kPattern48[] = "CzBVep/E6Q4zWH2ix+wRNluApcrvFDleg6jN8hc8YYar0PUaP2SJrtP4HUJnjLHW";
 constexpr char kPattern96[] = "+yBFao+02f4jSG2St9wBJktwlbrfBClOc5i94gcsUXabwOUKL1R5nsPoDTJXfKHG";
 
-TEST(base64, BreaksTheLineAfterEach64thCharacterAlsoTheLast) {
+TEST(base64_test, BreaksTheLineAfterEach64thCharacterAlsoTheLast) {
     const std::string line(kPattern48);
     EXPECT_EQ(upToNul(encoded(pattern(45))), line.substr(0, 60));
     EXPECT_EQ(upToNul(encoded(pattern(46))), line.substr(0, 60) + "jA==\r\n");
@@ -88,7 +88,7 @@ TEST(base64, BreaksTheLineAfterEach64thCharacterAlsoTheLast) {
 }
 
 // The size is n + 2 + 2 x ((n - 1) / 64): it exceeds the text by 2 unless the text ends in a line break.
-TEST(base64, TheSizeMayExceedTheText) {
+TEST(base64_test, TheSizeMayExceedTheText) {
     EXPECT_EQ(encoded(pattern(45)), std::string(kPattern48).substr(0, 60) + std::string(2, '\0'));
     EXPECT_EQ(encoded(pattern(48)).size(), 66U);
     EXPECT_EQ(encoded(pattern(48)), std::string(kPattern48) + "\r\n");
@@ -98,7 +98,7 @@ TEST(base64, TheSizeMayExceedTheText) {
     EXPECT_EQ(encoded({}), std::string(2, '\0'));
 }
 
-TEST(base64, SizesFollowTheFormula) {
+TEST(base64_test, SizesFollowTheFormula) {
     for (std::size_t length = 1; length <= 400; ++length) {
         const std::size_t n = (length + 2) / 3 * 4;
         std::size_t size = 0;
@@ -107,7 +107,7 @@ TEST(base64, SizesFollowTheFormula) {
     }
 }
 
-TEST(base64, ASizeThatNoMemoryCanHoldIsRefused) {
+TEST(base64_test, ASizeThatNoMemoryCanHoldIsRefused) {
     const std::uint8_t byte = 0;
     std::size_t size = 0;
     EXPECT_EQ(enrol::EncodeBase64Text(&byte, ~std::size_t{0}, nullptr, size), -10000);
@@ -144,7 +144,7 @@ std::string plainlyEncoded(const Bytes& data) {
     return lines;
 }
 
-TEST(base64, EncodesAndDecodesEveryLength) {
+TEST(base64_test, EncodesAndDecodesEveryLength) {
     support::Noise noise(20141021);
     for (std::size_t length = 0; length <= 1200; ++length) {
         Bytes data(length);
@@ -156,7 +156,7 @@ TEST(base64, EncodesAndDecodesEveryLength) {
     }
 }
 
-TEST(base64, EncodesEveryPairOfCharacters) {
+TEST(base64_test, EncodesEveryPairOfCharacters) {
     Bytes data;
     for (unsigned twelve = 0; twelve < 4096; ++twelve) {
         const unsigned bits = twelve << 12 | (4095 - twelve);
@@ -167,7 +167,7 @@ TEST(base64, EncodesEveryPairOfCharacters) {
     EXPECT_EQ(decoded(plainlyEncoded(data)), (Decoded{0, data}));
 }
 
-TEST(base64, SkipsLineBreaksBlanksAndForeignCharacters) {
+TEST(base64_test, SkipsLineBreaksBlanksAndForeignCharacters) {
     EXPECT_EQ(decoded("Zm9v\r\nYmFy"), text("foobar"));
     EXPECT_EQ(decoded("  Z m\t9\nv-_*YmF\x80y\xFF "), text("foobar"));
     EXPECT_EQ(decoded("-----Zm9v"), text("foo"));
@@ -177,7 +177,7 @@ TEST(base64, SkipsLineBreaksBlanksAndForeignCharacters) {
               text("foo"));
 }
 
-TEST(base64, SkipsEachForeignCharacterAtEachPlace) {
+TEST(base64_test, SkipsEachForeignCharacterAtEachPlace) {
     const std::string known(kAlphabet);
     for (int c = 0; c < 256; ++c) {
         const char foreign = static_cast<char>(c);
@@ -191,14 +191,14 @@ TEST(base64, SkipsEachForeignCharacterAtEachPlace) {
     }
 }
 
-TEST(base64, APaddedGroupEndsTheText) {
+TEST(base64_test, APaddedGroupEndsTheText) {
     EXPECT_EQ(decoded("Zg==Zm9v"), text("f"));
     EXPECT_EQ(decoded("Zm8=Zm9v"), text("fo"));
     EXPECT_EQ(decoded("Zm9vZg==Z"), text("foof"));
     EXPECT_EQ(decoded("Zg=\r\n="), text("f"));
 }
 
-TEST(base64, PadAtAWrongPlaceGivesNothingAtAll) {
+TEST(base64_test, PadAtAWrongPlaceGivesNothingAtAll) {
     for (const char* group :
          {"=AAA", "A=AA", "AA=A", "==AA", "=A=A", "A==A", "=AA=", "A=A=", "===A", "A===", "==A=", "=A==", "===="}) {
         EXPECT_EQ(decoded(group), text("")) << group;
@@ -206,7 +206,7 @@ TEST(base64, PadAtAWrongPlaceGivesNothingAtAll) {
     }
 }
 
-TEST(base64, APartialGroupIsAFailure) {
+TEST(base64_test, APartialGroupIsAFailure) {
     for (const char* end : {"Z", "Zm", "Zm9", "Zg=", "Z=", "=", "==", "==="}) {
         EXPECT_EQ(decoded(end), (Decoded{kPartialGroup, {}})) << end;
         EXPECT_EQ(decoded(std::string("Zm9vYmFy") + end), (Decoded{kPartialGroup, {}})) << end;
@@ -214,12 +214,12 @@ TEST(base64, APartialGroupIsAFailure) {
     }
 }
 
-TEST(base64, TextThatYieldsNothingIsASuccess) {
+TEST(base64_test, TextThatYieldsNothingIsASuccess) {
     EXPECT_EQ(decoded(""), text(""));
     EXPECT_EQ(decoded("\r\n \t*"), text(""));
 }
 
-TEST(base64, BitsBehindTheLastByteDoNotCount) {
+TEST(base64_test, BitsBehindTheLastByteDoNotCount) {
     EXPECT_EQ(decoded("Zh=="), text("f"));
     EXPECT_EQ(decoded("Zm9="), text("fo"));
 }
@@ -252,7 +252,7 @@ Decoded plainlyDecoded(const std::string& base64) {
     return {0, bytes};
 }
 
-TEST(base64, HostileTextsGiveWhatTheRulesSay) {
+TEST(base64_test, HostileTextsGiveWhatTheRulesSay) {
     support::Noise noise(7);
     for (int round = 0; round < 20000; ++round) {
         std::string base64 = upToNul(encoded(pattern(noise.below(160))));
@@ -274,7 +274,7 @@ TEST(base64, HostileTextsGiveWhatTheRulesSay) {
     }
 }
 
-TEST(base64, DecodesAMegabyteInLinesOfAnyLength) {
+TEST(base64_test, DecodesAMegabyteInLinesOfAnyLength) {
     const Bytes data = pattern(1 << 20);
     const std::string base64 = upToNul(encoded(data));
     EXPECT_EQ(decoded(base64), (Decoded{0, data}));

@@ -15,7 +15,7 @@ namespace {
 
 using enrol::ContainerName;
 
-class container : public testing::Test {
+class container_test : public testing::Test {
   protected:
     support::FailingTables tables;
     support::FakeSystemApi system;
@@ -30,7 +30,7 @@ void setName(ContainerName& name, const std::string& text) {
 std::string printedBy(void (*operation)()) {
     testing::internal::CaptureStdout();
     operation();
-    std::fflush(stdout);
+    (void)std::fflush(stdout);
     return testing::internal::GetCapturedStdout();
 }
 
@@ -39,7 +39,7 @@ void readIt() {
     enrol::ReadContainerMarker(name);
 }
 
-TEST_F(container, TheNameIsTheGuidWithItsThirdGroupInLowerCase) {
+TEST_F(container_test, TheNameIsTheGuidWithItsThirdGroupInLowerCase) {
     system.guid = {0xABCDEF01, 0xABCD, 0xABCD, {0xAB, 0xCD, 0xEF, 0xAB, 0xCD, 0xEF, 0x0A, 0xBC}};
     ContainerName name;
     std::memset(name, '#', sizeof(name));
@@ -49,14 +49,14 @@ TEST_F(container, TheNameIsTheGuidWithItsThirdGroupInLowerCase) {
         ASSERT_EQ(name[i], '\0') << i;
 }
 
-TEST_F(container, EachGroupKeepsItsLeadingZeros) {
+TEST_F(container_test, EachGroupKeepsItsLeadingZeros) {
     system.guid = {1, 2, 3, {4, 5, 6, 7, 8, 9, 10, 11}};
     ContainerName name;
     enrol::GenerateContainerName(name);
     EXPECT_STREQ(name, "00000001-0002-0003-0405-060708090A0B");
 }
 
-TEST_F(container, ThrowsWhenNoGuidCanBeHad) {
+TEST_F(container_test, ThrowsWhenNoGuidCanBeHad) {
     calls.failCall("CoCreateGuid");
     ContainerName name;
     try {
@@ -67,14 +67,14 @@ TEST_F(container, ThrowsWhenNoGuidCanBeHad) {
     }
 }
 
-TEST_F(container, TheMarkerHoldsTheNamesBytesAlone) {
+TEST_F(container_test, TheMarkerHoldsTheNamesBytesAlone) {
     ContainerName name;
     setName(name, "01234567-89AB-cdef-FEDC-BA9876543210");
     EXPECT_EQ(enrol::WriteContainerMarker(name), 0);
     EXPECT_EQ(system.marker(), "01234567-89AB-cdef-FEDC-BA9876543210");
 }
 
-TEST_F(container, TheMarkerLiesBelowHomeDriveAndHomePath) {
+TEST_F(container_test, TheMarkerLiesBelowHomeDriveAndHomePath) {
     const std::string home = system.home();
     system.environment = {{"HOMEDRIVE", home.substr(0, 2)}, {"HOMEPATH", home.substr(2)}};
     ContainerName name;
@@ -83,7 +83,7 @@ TEST_F(container, TheMarkerLiesBelowHomeDriveAndHomePath) {
     EXPECT_EQ(system.marker(), "name");
 }
 
-TEST_F(container, ASecondRequestReplacesTheMarker) {
+TEST_F(container_test, ASecondRequestReplacesTheMarker) {
     system.writeMarker("a longer text of an earlier request");
     ContainerName name;
     setName(name, "second");
@@ -91,13 +91,13 @@ TEST_F(container, ASecondRequestReplacesTheMarker) {
     EXPECT_EQ(system.marker(), "second");
 }
 
-TEST_F(container, AnEmptyNameWritesNothing) {
+TEST_F(container_test, AnEmptyNameWritesNothing) {
     ContainerName name;
     setName(name, "");
     EXPECT_EQ(enrol::WriteContainerMarker(name), -2);
 }
 
-TEST_F(container, AMissingFolderIsAFileThatCannotBeCreated) {
+TEST_F(container_test, AMissingFolderIsAFileThatCannotBeCreated) {
     system.environment["HOMEPATH"] = system.home() + "/missing";
     ContainerName name;
     setName(name, "name");
@@ -106,7 +106,7 @@ TEST_F(container, AMissingFolderIsAFileThatCannotBeCreated) {
 }
 
 #if !defined(_WIN32)
-TEST_F(container, AFullDiskIsNoticed) {
+TEST_F(container_test, AFullDiskIsNoticed) {
     std::filesystem::create_symlink("/dev/full", system.markerPath());
     ContainerName name;
     setName(name, "name");
@@ -114,7 +114,7 @@ TEST_F(container, AFullDiskIsNoticed) {
 }
 #endif
 
-TEST_F(container, ReadsWhatWasWritten) {
+TEST_F(container_test, ReadsWhatWasWritten) {
     ContainerName name;
     setName(name, "01234567-89AB-cdef-FEDC-BA9876543210");
     ASSERT_EQ(enrol::WriteContainerMarker(name), 0);
@@ -124,20 +124,20 @@ TEST_F(container, ReadsWhatWasWritten) {
     EXPECT_EQ(std::memcmp(read, name, sizeof(name)), 0);
 }
 
-TEST_F(container, AMissingMarkerCannotBeOpened) {
+TEST_F(container_test, AMissingMarkerCannotBeOpened) {
     ContainerName name;
     std::memset(name, '#', sizeof(name));
     EXPECT_EQ(enrol::ReadContainerMarker(name), -1);
     EXPECT_STREQ(name, "");
 }
 
-TEST_F(container, AnEmptyMarkerIsNoName) {
+TEST_F(container_test, AnEmptyMarkerIsNoName) {
     system.writeMarker("");
     ContainerName name;
     EXPECT_EQ(enrol::ReadContainerMarker(name), -2);
 }
 
-TEST_F(container, OfALongMarkerTheFirst128BytesCount) {
+TEST_F(container_test, OfALongMarkerTheFirst128BytesCount) {
     for (const std::size_t length : {127U, 128U, 129U, 1000U}) {
         system.writeMarker(std::string(length, 'x') + "end");
         ContainerName name;
@@ -147,7 +147,7 @@ TEST_F(container, OfALongMarkerTheFirst128BytesCount) {
     }
 }
 
-TEST_F(container, DeletesTheMarker) {
+TEST_F(container_test, DeletesTheMarker) {
     system.writeMarker("name");
     enrol::DeleteContainerMarker();
     EXPECT_EQ(system.marker(), "(none)");
@@ -155,14 +155,14 @@ TEST_F(container, DeletesTheMarker) {
     EXPECT_EQ(calls.openHandles(), "");
 }
 
-TEST_F(container, DeletingAMissingMarkerPassesSilently) {
+TEST_F(container_test, DeletingAMissingMarkerPassesSilently) {
     enrol::DeleteContainerMarker();
     EXPECT_EQ(calls.count("FindFirstFileA"), 1);
     EXPECT_EQ(calls.count("DeleteFileA"), 0);
     EXPECT_EQ(calls.count("FindClose"), 0);
 }
 
-TEST_F(container, ReadAndDeletePrintBothExpansionsAndWriteDoesNot) {
+TEST_F(container_test, ReadAndDeletePrintBothExpansionsAndWriteDoesNot) {
     const std::string expected = "  \n  " + system.home() + "\n";
     EXPECT_EQ(printedBy(readIt), expected);
     EXPECT_EQ(printedBy(enrol::DeleteContainerMarker), expected);
@@ -175,7 +175,7 @@ TEST_F(container, ReadAndDeletePrintBothExpansionsAndWriteDoesNot) {
 }
 
 // 1024 bytes with the NUL fit and are printed, though no path can be made of them.
-TEST_F(container, AnExpansionThatDoesNotFitIsNotPrinted) {
+TEST_F(container_test, AnExpansionThatDoesNotFitIsNotPrinted) {
     const std::string longest(1023, 'h');
     system.environment = {{"HOMEDRIVE", "D:"}, {"HOMEPATH", longest}};
     EXPECT_EQ(printedBy(readIt), "  D:\n  " + longest + "\n");
@@ -186,7 +186,7 @@ TEST_F(container, AnExpansionThatDoesNotFitIsNotPrinted) {
     EXPECT_EQ(printedBy(enrol::DeleteContainerMarker), "  p\n");
 }
 
-TEST_F(container, APathOf256BytesOrMoreCannotBeOpened) {
+TEST_F(container_test, APathOf256BytesOrMoreCannotBeOpened) {
     // Folder, separator, 31 characters of the file's name, NUL: 256 bytes.
     const std::size_t longest = 256 - 1 - 31 - 1;
     std::string home = system.home();
@@ -210,7 +210,7 @@ TEST_F(container, APathOf256BytesOrMoreCannotBeOpened) {
     EXPECT_EQ(calls.count("FindFirstFileA"), 0);
 }
 
-TEST_F(container, AHomeThatCannotBeExpandedCannotBeOpened) {
+TEST_F(container_test, AHomeThatCannotBeExpandedCannotBeOpened) {
     ContainerName name;
     for (int occurrence = 1; occurrence <= 2; ++occurrence) {
         setName(name, "name");

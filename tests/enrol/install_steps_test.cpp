@@ -24,11 +24,10 @@ TEST(install_steps_test, TextIsDecodedIntoSharedBytes) {
     const std::string text = "AQID\r\nBAU=";
     const CertBytes bytes = decodeCertificateText(text.data(), text.size());
     EXPECT_EQ(*bytes, hex("01 02 03 04 05"));
-    {
-        const CertBytes other = bytes;
-        EXPECT_EQ(bytes.use_count(), 2);
-        EXPECT_EQ(other->data(), bytes->data());
-    }
+    CertBytes other = bytes;
+    EXPECT_EQ(bytes.use_count(), 2);
+    EXPECT_EQ(other->data(), bytes->data());
+    other.reset();
     EXPECT_EQ(bytes.use_count(), 1);
 }
 

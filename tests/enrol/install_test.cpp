@@ -11,6 +11,7 @@
 #include "tests/support/fake_crypto_api.h"
 #include "tests/support/fake_store.h"
 #include "tests/support/fake_system_api.h"
+#include "tests/support/replace.h"
 #include "tests/vectors/enrol_certificates.h"
 
 namespace {
@@ -22,6 +23,7 @@ using support::FakeCryptoApi;
 using support::FakeStore;
 using support::FakeSystemApi;
 using support::hex;
+using support::Replaced;
 
 constexpr char kContainer[] = "01234567-89AB-cdef-FEDC-BA9876543210";
 constexpr char kMicrosoft[] = "Microsoft Base Cryptographic Provider v1.0";
@@ -77,6 +79,28 @@ TEST_F(install_test, ProviderAndKeySpecificationAreTheChosenOnes) {
     choose(kOther);
     EXPECT_EQ(run(enrol::WriteClientCert, hex(vectors::kAlice)), 0);
     EXPECT_EQ(crypto_.containers.at({kOther, kContainer}).at(AT_SIGNATURE).certificate, hex(vectors::kAlice));
+}
+
+// A provider's dialog lets messages through, and with them another call of a page.
+TEST_F(install_test, AProviderForgottenDuringTheInstallationDoesNotChangeIt) {
+    const Replaced<& platform::CryptoApi::CryptAcquireContextW>* replaced = nullptr;
+    const Replaced<&platform::CryptoApi::CryptAcquireContextW> acquire(
+        [&](HCRYPTPROV* prov, LPCWSTR container, LPCWSTR provider, DWORD type, DWORD flags) {
+            const BOOL opened = replaced->original(prov, container, provider, type, flags);
+            std::memset(enrol::sProviderName, '#', std::strlen(enrol::sProviderName));
+            enrol::forgetProvider();
+            return opened;
+        });
+    replaced = &acquire;
+    for (const Operation operation : kAll) {
+        store_.stores["MY"].clear();
+        system_.writeMarker(kContainer);
+        choose(kMicrosoft);
+        EXPECT_EQ(run(operation, hex(vectors::kAlice)), 0);
+        ASSERT_EQ(store_.ders("MY").size(), 1U);
+        EXPECT_EQ(store_.stores["MY"][0]->key->provider,
+                  std::wstring(kMicrosoft, kMicrosoft + std::strlen(kMicrosoft)));
+    }
 }
 
 TEST_F(install_test, WithoutAProviderTheMarkerIsConsumed) {

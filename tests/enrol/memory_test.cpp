@@ -101,7 +101,7 @@ BOOL WINAPI encodeObject(DWORD /*encoding*/, LPCSTR /*type*/, const void* /*info
                          CRYPT_ENCODE_PARA* /*para*/, void* encoded, DWORD* size) {
     *size = 2;
     if (encoded != nullptr)
-        std::memcpy(encoded, "\x30", 2);
+        std::memcpy(encoded, "0", 2);  // 30 00
     return TRUE;
 }
 
@@ -151,9 +151,9 @@ std::string leftBehind() {
            std::string(static_cast<std::size_t>(thePlatform.deletions), 'd');
 }
 
-class memory : public testing::Test {
+class memory_test : public testing::Test {
   protected:
-    memory() {
+    memory_test() {
         platform::CryptoApi& crypto = platform::replaceableCryptoApi();
         crypto.CryptEnumProvidersA = enumProviders;
         crypto.CryptAcquireContextA = acquireContext;
@@ -171,10 +171,10 @@ class memory : public testing::Test {
         table.ExpandEnvironmentStringsA = expand;
         table.MultiByteToWideChar = widen;
         table.WideCharToMultiByte = narrow;
-        std::snprintf(theHome, sizeof(theHome), "%s", system.home().c_str());
+        (void)std::snprintf(theHome, sizeof(theHome), "%s", system.home().c_str());
         enrol::chooseProvider("Prov", 4);
     }
-    ~memory() override { enrol::forgetProvider(); }
+    ~memory_test() override { enrol::forgetProvider(); }
 
     // outcomes runs the operation with each allocation failing in turn and gives what came of it, equal neighbours
     // once; the last is the run without a failure.
@@ -204,7 +204,7 @@ class memory : public testing::Test {
     support::FakeSystemApi system;
 };
 
-TEST_F(memory, ARequestMeetsItAnywhere) {
+TEST_F(memory_test, ARequestMeetsItAnywhere) {
     const std::vector<Outcome> expected = {
         {22188203, "d"},   // the blob: the container is deleted
         {22188203, ""},    // its DER, from here on the container stays
@@ -224,7 +224,7 @@ TEST_F(memory, ARequestMeetsItAnywhere) {
               expected);
 }
 
-TEST_F(memory, ARequestWithASubjectMeetsItAnywhere) {
+TEST_F(memory_test, ARequestWithASubjectMeetsItAnywhere) {
     const std::vector<Outcome> expected = {
         {22188201, ""},    // the wide text
         {22188203, "d"},   // the blob
@@ -246,7 +246,7 @@ TEST_F(memory, ARequestWithASubjectMeetsItAnywhere) {
               expected);
 }
 
-TEST_F(memory, EnumerationMeetsItAtTheName) {
+TEST_F(memory_test, EnumerationMeetsItAtTheName) {
     const std::vector<Outcome> expected = {{22018203, ""}, {0, ""}};
     EXPECT_EQ(outcomes([] {
                   enrol::HeapText name;
@@ -256,7 +256,7 @@ TEST_F(memory, EnumerationMeetsItAtTheName) {
               expected);
 }
 
-TEST_F(memory, DecodingBase64MeetsItAtTheBytes) {
+TEST_F(memory_test, DecodingBase64MeetsItAtTheBytes) {
     const std::vector<Outcome> expected = {{-10000, ""}, {0, ""}};
     EXPECT_EQ(outcomes([] {
                   std::vector<std::uint8_t> bytes;
@@ -267,7 +267,7 @@ TEST_F(memory, DecodingBase64MeetsItAtTheBytes) {
               expected);
 }
 
-TEST_F(memory, EncodingBase64TakesNone) {
+TEST_F(memory_test, EncodingBase64TakesNone) {
     const std::vector<Outcome> expected = {{0, ""}};
     EXPECT_EQ(outcomes([] {
                   char out[16];
@@ -277,7 +277,7 @@ TEST_F(memory, EncodingBase64TakesNone) {
               expected);
 }
 
-TEST_F(memory, ChoosingAProviderWithoutItChoosesNone) {
+TEST_F(memory_test, ChoosingAProviderWithoutItChoosesNone) {
     bool chosen = true;
     {
         const support::FailingHeap heap(1);

@@ -84,7 +84,7 @@ TEST(names_test, NoKeysCompareWhole) {
 }
 
 TEST(names_test, NullTokens) {
-    const std::wstring_view token = L"";
+    const std::wstring_view token;
     EXPECT_TRUE(equalTokens(nullptr, nullptr));
     EXPECT_FALSE(equalTokens(&token, nullptr));
     EXPECT_FALSE(equalTokens(nullptr, &token));

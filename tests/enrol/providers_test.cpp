@@ -14,7 +14,7 @@ namespace {
 constexpr DWORD kProvDss = 3;
 constexpr DWORD kProvRsaAes = 24;
 
-class providers : public testing::Test {
+class providers_test : public testing::Test {
   protected:
     // nameOf gives the index-th name, "(null)" past the end, "(code)" for a failure.
     static std::string nameOf(std::int32_t index) {
@@ -36,7 +36,7 @@ class providers : public testing::Test {
     support::CallPlan calls;
 };
 
-TEST_F(providers, TheIndexRunsOverRsaFullProvidersAlone) {
+TEST_F(providers_test, TheIndexRunsOverRsaFullProvidersAlone) {
     crypto.providers = {{"a DSS provider", kProvDss}, {"first", PROV_RSA_FULL}, {"an AES provider", kProvRsaAes},
                         {"second", PROV_RSA_FULL},    {"third", PROV_RSA_FULL}, {"last", kProvDss}};
     EXPECT_EQ(nameOf(0), "first");
@@ -46,14 +46,14 @@ TEST_F(providers, TheIndexRunsOverRsaFullProvidersAlone) {
     EXPECT_EQ(nameOf(0x7FFFFFFF), "(null)");
 }
 
-TEST_F(providers, WithoutAnRsaFullProviderTheListIsEmpty) {
+TEST_F(providers_test, WithoutAnRsaFullProviderTheListIsEmpty) {
     crypto.providers = {{"a DSS provider", kProvDss}};
     EXPECT_EQ(nameOf(0), "(null)");
     crypto.providers.clear();
     EXPECT_EQ(nameOf(0), "(null)");
 }
 
-TEST_F(providers, ANegativeIndexIsRefusedUnasked) {
+TEST_F(providers_test, ANegativeIndexIsRefusedUnasked) {
     for (const std::int32_t index : {-1, -2147483647 - 1}) {
         enrol::HeapText name;
         std::uint32_t length = 0;
@@ -63,7 +63,7 @@ TEST_F(providers, ANegativeIndexIsRefusedUnasked) {
     EXPECT_TRUE(calls.log().empty());
 }
 
-TEST_F(providers, ASizeThatCannotBeHadEndsTheList) {
+TEST_F(providers_test, ASizeThatCannotBeHadEndsTheList) {
     crypto.providers = {{"first", PROV_RSA_FULL}, {"second", PROV_RSA_FULL}};
     calls.failCall(1);
     EXPECT_EQ(nameOf(0), "(null)");
@@ -71,7 +71,7 @@ TEST_F(providers, ASizeThatCannotBeHadEndsTheList) {
     EXPECT_EQ(nameOf(1), "(null)");
 }
 
-TEST_F(providers, ANameThatCannotBeHadIsPassedOver) {
+TEST_F(providers_test, ANameThatCannotBeHadIsPassedOver) {
     crypto.providers = {{"first", PROV_RSA_FULL}, {"second", PROV_RSA_FULL}};
     calls.failCall(2);
     EXPECT_EQ(nameOf(0), "second");
@@ -79,7 +79,7 @@ TEST_F(providers, ANameThatCannotBeHadIsPassedOver) {
     EXPECT_EQ(nameOf(1), "(null)");
 }
 
-TEST_F(providers, AsksForEachSizeAndThenTheName) {
+TEST_F(providers_test, AsksForEachSizeAndThenTheName) {
     crypto.providers = {{"first", PROV_RSA_FULL}, {"second", PROV_RSA_FULL}};
     nameOf(1);
     EXPECT_EQ(calls.count("CryptEnumProvidersA"), 4);

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "enrol/ansi_text.h"
 #include "enrol/cert_handles.h"
 #include "enrol/ch_cert.h"
 #include "enrol/codes.h"
@@ -15,7 +16,7 @@
 #include "enrol/store.h"
 #include "tests/support/call_plan.h"
 #include "tests/support/certificate.h"
-#include "tests/support/scratch_home.h"
+#include "tests/support/platform_home.h"
 #include "tests/vectors/enrol_certificates.h"
 
 namespace {
@@ -127,7 +128,7 @@ class real_store_test : public testing::Test {
     }
 
     // Before anything asks the platform for the user's home.
-    const support::ScratchHome home_;
+    const support::PlatformHome home_;
     std::string provider_;
     Bytes publicBlob_;
 };
@@ -155,9 +156,24 @@ TEST_F(real_store_test, InstalledCertificateKnowsItsKey) {
     DWORD spec = 0;
     EXPECT_TRUE(all[0].GetKeySpec(spec));
     EXPECT_EQ(spec, AT_SIGNATURE);
+    DWORD size = 0;
+    ASSERT_TRUE(capi().CertGetCertificateContextProperty(all[0].context, CERT_KEY_PROV_INFO_PROP_ID, nullptr, &size));
+    std::vector<BYTE> record(size);
+    ASSERT_TRUE(
+        capi().CertGetCertificateContextProperty(all[0].context, CERT_KEY_PROV_INFO_PROP_ID, record.data(), &size));
+    const auto* info = reinterpret_cast<const CRYPT_KEY_PROV_INFO*>(record.data());
+    EXPECT_EQ(std::wstring(info->pwszContainerName), enrol::widen(CP_ACP, kContainer));
+    EXPECT_EQ(std::wstring(info->pwszProvName), enrol::widen(CP_ACP, provider_.c_str()));
+    EXPECT_EQ(info->dwProvType, DWORD{PROV_RSA_FULL});
     EXPECT_EQ(all[0].GetSubjectName(), L"O=Example, CN=RealUser");
     EXPECT_EQ(all[0].GetIssuerName(), L"O=Example, CN=RealCA");
     EXPECT_EQ(all[0].GetNotBeforeText(), L"2014\u5E7410\u670821\u65E5 10:30:00");
+}
+
+TEST_F(real_store_test, ContainerKeepsItsNameAfterTheInstallation) {
+    ASSERT_EQ(install(certificate(hex("01"))), 0);
+    ProviderHandle prov;
+    EXPECT_TRUE(capi().CryptAcquireContextA(prov.receive(), kContainer, provider_.c_str(), PROV_RSA_FULL, 0));
 }
 
 TEST_F(real_store_test, CertificateOfAnotherKeyIsRefused) {

@@ -46,7 +46,7 @@ Bytes requestInfoOf(DWORD bits, const Bytes& subject) {
                                  "65 6E 72 6F 6C 6C 40 76 65 6D 74 72 65 6C 2E 74 65 73 74")}));
 }
 
-TEST(request_body, TakesTheModulusBehindAZeroByte) {
+TEST(request_body_test, TakesTheModulusBehindAZeroByte) {
     for (const DWORD bits : {512U, 1024U, 2048U, 4096U}) {
         const StagedModulus modulus = stagedFake(bits);
         EXPECT_EQ(modulus.bits, static_cast<std::int32_t>(bits));
@@ -56,7 +56,7 @@ TEST(request_body, TakesTheModulusBehindAZeroByte) {
     }
 }
 
-TEST(request_body, DoesNotLookAtTheExponent) {
+TEST(request_body_test, DoesNotLookAtTheExponent) {
     for (const DWORD exponent : {3U, 17U, 65537U, 0xFFFFFFFFU}) {
         StagedModulus modulus;
         EXPECT_TRUE(reads(rsaPublicKeyDer(fakePublicBlob(1024, exponent)), modulus)) << exponent;
@@ -65,7 +65,7 @@ TEST(request_body, DoesNotLookAtTheExponent) {
 }
 
 // Such a modulus would read as a bit string of other bits, and the request would state a key that is not the user's.
-TEST(request_body, AModulusWithItsTopBitClearIsRefused) {
+TEST(request_body_test, AModulusWithItsTopBitClearIsRefused) {
     for (const unsigned first : {0x00U, 0x01U, 0x04U, 0x07U, 0x08U, 0x09U, 0x40U, 0x7FU}) {
         Bytes content = fakeModulus(1024);
         content.front() = static_cast<std::uint8_t>(first);
@@ -74,7 +74,7 @@ TEST(request_body, AModulusWithItsTopBitClearIsRefused) {
     }
 }
 
-TEST(request_body, OtherKeySizesAreRefused) {
+TEST(request_body_test, OtherKeySizesAreRefused) {
     for (const std::size_t bytes : {1U, 63U, 65U, 96U, 127U, 129U, 384U, 513U, 3000U}) {
         const Bytes content(bytes, 0xC1);
         StagedModulus modulus;
@@ -82,7 +82,7 @@ TEST(request_body, OtherKeySizesAreRefused) {
     }
 }
 
-TEST(request_body, ATruncatedKeyIsRefused) {
+TEST(request_body_test, ATruncatedKeyIsRefused) {
     const Bytes whole = rsaPublicKeyDer(fakePublicBlob(512));
     const std::size_t modulusEnd = whole.size() - 5;
     for (std::size_t length = 0; length < modulusEnd; ++length) {
@@ -92,26 +92,26 @@ TEST(request_body, ATruncatedKeyIsRefused) {
     }
 }
 
-TEST(request_body, ThePublicKeyHasALeadingZeroByteAndExponent65537) {
+TEST(request_body_test, ThePublicKeyHasALeadingZeroByteAndExponent65537) {
     for (const DWORD bits : {512U, 1024U, 2048U, 4096U})
         EXPECT_EQ(hexOf(enrol::writePublicKey(stagedFake(bits))), toHex(publicKeyOf(bits)));
 }
 
-TEST(request_body, TheRequestInfoWithAnEmptySubject) {
+TEST(request_body_test, TheRequestInfoWithAnEmptySubject) {
     for (const DWORD bits : {512U, 1024U, 2048U, 4096U}) {
         const BerValue key = enrol::writePublicKey(stagedFake(bits));
         EXPECT_EQ(hexOf(enrol::writeRequestInfo(*key, nullptr, 0)), toHex(requestInfoOf(bits, hex("30 00"))));
     }
 }
 
-TEST(request_body, TheRequestInfoWithASubject) {
+TEST(request_body_test, TheRequestInfoWithASubject) {
     const Bytes subject = hex("30 0C 31 0A 30 08 06 03 55 04 03 0C 01 61");
     const BerValue key = enrol::writePublicKey(stagedFake(2048));
     EXPECT_EQ(hexOf(enrol::writeRequestInfo(*key, subject.data(), subject.size())),
               toHex(requestInfoOf(2048, subject)));
 }
 
-TEST(request_body, TheRequestHoldsInfoAlgorithmAndSignature) {
+TEST(request_body_test, TheRequestHoldsInfoAlgorithmAndSignature) {
     const BerValue key = enrol::writePublicKey(stagedFake(1024));
     const BerValue info = enrol::writeRequestInfo(*key, nullptr, 0);
     const Bytes signature = support::fakeSignature(1024, 1, {1, 2, 3});
@@ -133,20 +133,20 @@ int labelOf(std::int32_t hashAlgId) {
     return request->buffer[algorithmEnd - 3];
 }
 
-TEST(request_body, EveryHashButMd5IsLabelledSha1) {
+TEST(request_body_test, EveryHashButMd5IsLabelledSha1) {
     EXPECT_EQ(labelOf(0x8003), 4);
     for (const std::int32_t hashAlgId : {0x8004, 0x8001, 0x8002, 0x800C, 0, 1, -1, -0x7FFD, 0x18003})
         EXPECT_EQ(labelOf(hashAlgId), 5) << hashAlgId;
 }
 
-TEST(request_body, ALargeSubjectGrowsTheRequest) {
+TEST(request_body_test, ALargeSubjectGrowsTheRequest) {
     const Bytes subject =
         tlv(0x30, tlv(0x31, tlv(0x30, joined({hex("06 03 55 04 03"), tlv(0x0C, Bytes(100000, 'x'))}))));
     const BerValue key = enrol::writePublicKey(stagedFake(512));
     EXPECT_EQ(hexOf(enrol::writeRequestInfo(*key, subject.data(), subject.size())), toHex(requestInfoOf(512, subject)));
 }
 
-TEST(request_body, TheAddressHas19Characters) {
+TEST(request_body_test, TheAddressHas19Characters) {
     EXPECT_STREQ(enrol::kRequestEmail, "enroll@vemtrel.test");
 }
 

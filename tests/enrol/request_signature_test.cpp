@@ -17,9 +17,9 @@ using enrol::SignRequestBody;
 using support::Bytes;
 using support::toHex;
 
-class request_signature : public testing::Test {
+class request_signature_test : public testing::Test {
   protected:
-    request_signature() { crypto.addKey("Fake Provider", "box", AT_SIGNATURE, 1024); }
+    request_signature_test() { crypto.addKey("Fake Provider", "box", AT_SIGNATURE, 1024); }
 
     std::int32_t sign(std::int32_t keySpec = AT_SIGNATURE, std::int32_t algId = CALG_SHA1) {
         return SignRequestBody("Fake Provider", "box", keySpec, algId, data.data(), data.size(), signature);
@@ -33,7 +33,7 @@ class request_signature : public testing::Test {
     HeapBytes signature;
 };
 
-TEST_F(request_signature, GivesTheBytesMostSignificantFirst) {
+TEST_F(request_signature_test, GivesTheBytesMostSignificantFirst) {
     crypto.makeSignature = [](const support::FakeCryptoApi::Key&, ALG_ID, const Bytes&) { return Bytes{1, 2, 3, 4}; };
     ASSERT_EQ(sign(), 0);
     EXPECT_EQ(toHex(signature.data.get(), signature.size), "04 03 02 01");
@@ -41,7 +41,7 @@ TEST_F(request_signature, GivesTheBytesMostSignificantFirst) {
     EXPECT_EQ(calls.openHandles(), "");
 }
 
-TEST_F(request_signature, HashesTheWholeBodyWithTheAlgorithmGiven) {
+TEST_F(request_signature_test, HashesTheWholeBodyWithTheAlgorithmGiven) {
     for (const std::int32_t algId : {0x8003, 0x8004, 0x800C}) {
         ASSERT_EQ(sign(AT_SIGNATURE, algId), 0);
         EXPECT_EQ(crypto.lastHashed, data);
@@ -51,7 +51,7 @@ TEST_F(request_signature, HashesTheWholeBodyWithTheAlgorithmGiven) {
     }
 }
 
-TEST_F(request_signature, UsesTheKeyOfTheSpecification) {
+TEST_F(request_signature_test, UsesTheKeyOfTheSpecification) {
     crypto.addKey("Fake Provider", "box", AT_KEYEXCHANGE, 512);
     ASSERT_EQ(sign(AT_KEYEXCHANGE), 0);
     EXPECT_EQ(signature.size, 64U);
@@ -59,7 +59,7 @@ TEST_F(request_signature, UsesTheKeyOfTheSpecification) {
     EXPECT_EQ(signature.size, 128U);
 }
 
-TEST_F(request_signature, AsksThePlatformInThisOrder) {
+TEST_F(request_signature_test, AsksThePlatformInThisOrder) {
     ASSERT_EQ(sign(), 0);
     EXPECT_EQ(calls.log(),
               (std::vector<std::string>{"CryptAcquireContextA", "CryptCreateHash", "CryptHashData", "CryptSignHashA",
@@ -67,7 +67,7 @@ TEST_F(request_signature, AsksThePlatformInThisOrder) {
 }
 
 // Each step has its number, and what was open stays open.
-TEST_F(request_signature, AFailureNamesItsStepAndLeavesTheHandlesOpen) {
+TEST_F(request_signature_test, AFailureNamesItsStepAndLeavesTheHandlesOpen) {
     const std::pair<std::int32_t, const char*> steps[] = {{-1, ""},
                                                           {-2, "provider"},
                                                           {-3, "hash provider provider"},
@@ -81,14 +81,14 @@ TEST_F(request_signature, AFailureNamesItsStepAndLeavesTheHandlesOpen) {
     }
 }
 
-TEST_F(request_signature, AReleaseThatFailsIsNotLookedAt) {
+TEST_F(request_signature_test, AReleaseThatFailsIsNotLookedAt) {
     for (const char* release : {"CryptDestroyHash", "CryptReleaseContext"}) {
         calls.failCall(release);
         EXPECT_EQ(sign(), 0) << release;
     }
 }
 
-TEST_F(request_signature, AMissingContainerKeyOrAlgorithmIsAFailedStep) {
+TEST_F(request_signature_test, AMissingContainerKeyOrAlgorithmIsAFailedStep) {
     EXPECT_EQ(SignRequestBody("Fake Provider", "none", AT_SIGNATURE, CALG_SHA1, data.data(), 5, signature), -1);
     EXPECT_EQ(SignRequestBody("No Provider", "box", AT_SIGNATURE, CALG_SHA1, data.data(), 5, signature), -1);
     EXPECT_EQ(sign(AT_SIGNATURE, 0), -2);

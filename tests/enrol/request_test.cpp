@@ -43,7 +43,7 @@ Answer ask(Operation operation) {
     answer.size = 99;
     testing::internal::CaptureStdout();
     answer.code = operation(text, answer.size);
-    std::fflush(stdout);
+    (void)std::fflush(stdout);
     answer.printed = testing::internal::GetCapturedStdout();
     if (text) {
         EXPECT_EQ(text[answer.size], '\0');
@@ -115,10 +115,10 @@ Bytes requestOf(DWORD bits, const Bytes& subject, ALG_ID alg) {
                              tlv(0x03, joined({{0}, support::fakeSignature(bits, alg, info)}))}));
 }
 
-class request : public testing::Test {
+class request_test : public testing::Test {
   protected:
-    request() { enrol::chooseProvider(kProvider, sizeof(kProvider) - 1); }
-    ~request() override {
+    request_test() { enrol::chooseProvider(kProvider, sizeof(kProvider) - 1); }
+    ~request_test() override {
         enrol::forgetProvider();
         enrol::sKeySpec = AT_SIGNATURE;
         enrol::sHashAlgId = CALG_SHA1;
@@ -134,7 +134,7 @@ class request : public testing::Test {
     support::CallPlan calls;
 };
 
-TEST_F(request, GivesTheRequestOfEachKeySize) {
+TEST_F(request_test, GivesTheRequestOfEachKeySize) {
     for (const std::int32_t bits : {512, 1024, 2048, 4096}) {
         const Answer answer = generate(bits);
         ASSERT_EQ(answer.code, 0) << bits;
@@ -143,7 +143,7 @@ TEST_F(request, GivesTheRequestOfEachKeySize) {
     }
 }
 
-TEST_F(request, AsksThePlatformInThisOrder) {
+TEST_F(request_test, AsksThePlatformInThisOrder) {
     ASSERT_EQ(generate(1024).code, 0);
     const std::vector<std::string> expected = {"CoCreateGuid",
                                                "ExpandEnvironmentStringsA",
@@ -164,7 +164,7 @@ TEST_F(request, AsksThePlatformInThisOrder) {
     EXPECT_EQ(calls.log(), expected);
 }
 
-TEST_F(request, TheKeyStaysInItsContainerAndTheMarkerNamesIt) {
+TEST_F(request_test, TheKeyStaysInItsContainerAndTheMarkerNamesIt) {
     ASSERT_EQ(generate(2048).code, 0);
     EXPECT_EQ(system.marker(), kFirstName);
     ASSERT_TRUE(containerExists());
@@ -174,7 +174,7 @@ TEST_F(request, TheKeyStaysInItsContainerAndTheMarkerNamesIt) {
     EXPECT_EQ(keys.at(AT_SIGNATURE).flags, CRYPT_EXPORTABLE);
 }
 
-TEST_F(request, ASecondRequestReplacesTheMarkerAndLeavesTheFirstKey) {
+TEST_F(request_test, ASecondRequestReplacesTheMarkerAndLeavesTheFirstKey) {
     ASSERT_EQ(generate(512).code, 0);
     ASSERT_EQ(generate(512).code, 0);
     EXPECT_EQ(system.marker(), "01234568-89AB-cdef-FEDC-BA9876543210");
@@ -182,7 +182,7 @@ TEST_F(request, ASecondRequestReplacesTheMarkerAndLeavesTheFirstKey) {
     EXPECT_TRUE(containerExists("01234568-89AB-cdef-FEDC-BA9876543210"));
 }
 
-TEST_F(request, TheKeySpecificationIsAsSet) {
+TEST_F(request_test, TheKeySpecificationIsAsSet) {
     enrol::sKeySpec = AT_KEYEXCHANGE;
     ASSERT_EQ(generate(512).code, 0);
     EXPECT_EQ(crypto.containers.at({kProvider, kFirstName}).count(AT_KEYEXCHANGE), 1U);
@@ -190,32 +190,32 @@ TEST_F(request, TheKeySpecificationIsAsSet) {
     EXPECT_EQ(generate(512).code, 22188104);
 }
 
-TEST_F(request, Md5IsLabelledMd5) {
+TEST_F(request_test, Md5IsLabelledMd5) {
     enrol::sHashAlgId = CALG_MD5;
     EXPECT_EQ(toHex(derOf(generate(1024).text)), toHex(requestOf(1024, hex("30 00"), CALG_MD5)));
 }
 
-TEST_F(request, AnyOtherHashIsLabelledSha1) {
+TEST_F(request_test, AnyOtherHashIsLabelledSha1) {
     enrol::sHashAlgId = 0x800C;
     EXPECT_EQ(toHex(derOf(generate(1024).text)), toHex(requestOf(1024, hex("30 00"), 0x800C)));
     EXPECT_EQ(crypto.lastAlgorithm, 0x800CU);
 }
 
-TEST_F(request, AnotherExponentIsStatedAs65537) {
+TEST_F(request_test, AnotherExponentIsStatedAs65537) {
     for (const DWORD exponent : {3U, 17U, 0x80000001U}) {
         crypto.makePublicBlob = [=](DWORD bits) { return support::fakePublicBlob(bits, exponent); };
         EXPECT_EQ(toHex(derOf(generate(1024).text)), toHex(requestOf(1024, hex("30 00"), CALG_SHA1))) << exponent;
     }
 }
 
-TEST_F(request, PrintsTheLengthOfThePublicKey) {
+TEST_F(request_test, PrintsTheLengthOfThePublicKey) {
     EXPECT_EQ(generate(512).printed, "p1PubkeyDerLen = 74\n");
     EXPECT_EQ(generate(1024).printed, "p1PubkeyDerLen = 140\n");
     EXPECT_EQ(generate(2048).printed, "p1PubkeyDerLen = 270\n");
     EXPECT_EQ(generateFor("CN=a", 1, 4096).printed, "p1PubkeyDerLen = 526\n");
 }
 
-TEST_F(request, TheSizeGivenBackMayExceedTheText) {
+TEST_F(request_test, TheSizeGivenBackMayExceedTheText) {
     bool sawFullLine = false;
     bool sawPartLine = false;
     for (std::size_t length = 1; length <= 60; ++length) {
@@ -231,7 +231,7 @@ TEST_F(request, TheSizeGivenBackMayExceedTheText) {
     EXPECT_TRUE(sawPartLine);
 }
 
-TEST_F(request, OtherKeySizesAreRefusedAfterTheMarker) {
+TEST_F(request_test, OtherKeySizesAreRefusedAfterTheMarker) {
     for (const std::int32_t bits : {0, 1, -1, 511, 768, 1000, 1025, 3072, 8192, 65536 + 1024, -2147483647 - 1}) {
         EXPECT_EQ(generate(bits).code, 22188202) << bits;
         EXPECT_EQ(generateFor("CN=a", 1, bits).code, 22188202) << bits;
@@ -240,7 +240,7 @@ TEST_F(request, OtherKeySizesAreRefusedAfterTheMarker) {
     EXPECT_NE(system.marker(), "(none)");
 }
 
-TEST_F(request, WithoutAProviderTheMarkerIsWrittenAllTheSame) {
+TEST_F(request_test, WithoutAProviderTheMarkerIsWrittenAllTheSame) {
     enrol::forgetProvider();
     EXPECT_EQ(generate(1024).code, 22188201);
     EXPECT_EQ(system.marker(), kFirstName);
@@ -250,7 +250,7 @@ TEST_F(request, WithoutAProviderTheMarkerIsWrittenAllTheSame) {
     EXPECT_EQ(calls.count("CryptAcquireContextA"), 0);
 }
 
-TEST_F(request, AnUnwritableHomeEndsTheRequestBeforeAnyKey) {
+TEST_F(request_test, AnUnwritableHomeEndsTheRequestBeforeAnyKey) {
     system.environment["HOMEPATH"] = system.home() + "/missing";
     EXPECT_EQ(generate(1024).code, 22188308);
     enrol::forgetProvider();
@@ -258,7 +258,7 @@ TEST_F(request, AnUnwritableHomeEndsTheRequestBeforeAnyKey) {
     EXPECT_TRUE(crypto.containers.empty());
 }
 
-TEST_F(request, AContainerOfThatNameIsReplaced) {
+TEST_F(request_test, AContainerOfThatNameIsReplaced) {
     crypto.addKey(kProvider, kFirstName, AT_KEYEXCHANGE, 512);
     EXPECT_EQ(generate(1024).code, 0);
     EXPECT_EQ(crypto.containers.at({kProvider, kFirstName}).count(AT_KEYEXCHANGE), 0U);
@@ -266,7 +266,7 @@ TEST_F(request, AContainerOfThatNameIsReplaced) {
     EXPECT_EQ(calls.openHandles(), "");
 }
 
-TEST_F(request, AContainerThatCannotBeReplacedEndsTheRequest) {
+TEST_F(request_test, AContainerThatCannotBeReplacedEndsTheRequest) {
     // The deletion fails, so the second creation does; then the second creation itself fails.
     for (const int occurrence : {2, 3}) {
         crypto.containers.clear();
@@ -278,7 +278,7 @@ TEST_F(request, AContainerThatCannotBeReplacedEndsTheRequest) {
     }
 }
 
-TEST_F(request, OnlyAnExistingContainerIsReplaced) {
+TEST_F(request_test, OnlyAnExistingContainerIsReplaced) {
     calls.failCall("CryptAcquireContextA", 1, NTE_BAD_KEYSET);
     EXPECT_EQ(generate(1024).code, 22188112);
     EXPECT_EQ(calls.count("CryptAcquireContextA"), 1);
@@ -360,7 +360,7 @@ TEST(request_failures, EachPlatformCallHasItsCodeAndLeavesWhatIsTold) {
     enrol::forgetProvider();
 }
 
-TEST_F(request, ABlobThatIsNoKeyEndsTheRequestAndLeavesTheContainer) {
+TEST_F(request_test, ABlobThatIsNoKeyEndsTheRequestAndLeavesTheContainer) {
     const Bytes good = support::fakePublicBlob(1024);
     Bytes oddSize = good;
     oddSize[12] = 0x01;
@@ -377,7 +377,7 @@ TEST_F(request, ABlobThatIsNoKeyEndsTheRequestAndLeavesTheContainer) {
     }
 }
 
-TEST_F(request, TheSubjectStandsInTheRequest) {
+TEST_F(request_test, TheSubjectStandsInTheRequest) {
     EXPECT_EQ(toHex(derOf(generateFor("C=DE,O=Org,OU=Unit,CN=J\xC3\xB6rg").text)),
               toHex(requestOf(1024,
                               hex("30 3A"
@@ -388,16 +388,16 @@ TEST_F(request, TheSubjectStandsInTheRequest) {
                               CALG_SHA1)));
 }
 
-TEST_F(request, CommasAloneAreAnEmptySubject) {
+TEST_F(request_test, CommasAloneAreAnEmptySubject) {
     EXPECT_EQ(toHex(derOf(generateFor(",,").text)), toHex(requestOf(1024, hex("30 00"), CALG_SHA1)));
 }
 
-TEST_F(request, BadUtf8IsReplacedAsThePlatformDoes) {
+TEST_F(request_test, BadUtf8IsReplacedAsThePlatformDoes) {
     EXPECT_EQ(toHex(derOf(generateFor("CN=\xFF").text)),
               toHex(requestOf(1024, hex("30 0E 31 0C 30 0A 06 03 55 04 03 0C 03 EF BF BD"), CALG_SHA1)));
 }
 
-TEST_F(request, BothWaysOfExportingAreUnderHighProtection) {
+TEST_F(request_test, BothWaysOfExportingAreUnderHighProtection) {
     ASSERT_EQ(generateFor("CN=a", 1).code, 0);
     EXPECT_EQ(crypto.containers.at({kProvider, kFirstName}).at(AT_SIGNATURE).flags, 0x8001U);
     system.guid.Data1 = 0x01234567;
@@ -405,7 +405,7 @@ TEST_F(request, BothWaysOfExportingAreUnderHighProtection) {
     EXPECT_EQ(crypto.containers.at({kProvider, kFirstName}).at(AT_SIGNATURE).flags, 0x8000U);
 }
 
-TEST_F(request, AnyOtherExportableIsRefusedAndLeavesAnEmptyContainer) {
+TEST_F(request_test, AnyOtherExportableIsRefusedAndLeavesAnEmptyContainer) {
     for (const std::int32_t exportable : {2, -1, 0x7FFFFFFF}) {
         system.guid.Data1 = 0x01234567;
         crypto.containers.clear();
@@ -417,7 +417,7 @@ TEST_F(request, AnyOtherExportableIsRefusedAndLeavesAnEmptyContainer) {
     EXPECT_EQ(calls.count("CryptGenKey"), 0);
 }
 
-TEST_F(request, ABadSubjectEndsTheRequestAfterTheKey) {
+TEST_F(request_test, ABadSubjectEndsTheRequestAfterTheKey) {
     const std::string ten = "CN=a,CN=a,CN=a,CN=a,CN=a,CN=a,CN=a,CN=a,CN=a,CN=a";
     EXPECT_EQ(generateFor(ten).code, 0);
     EXPECT_EQ(generateFor(ten + ",CN=a").code, 22038227);
@@ -429,7 +429,7 @@ TEST_F(request, ABadSubjectEndsTheRequestAfterTheKey) {
     EXPECT_EQ(calls.openHandles(), "");
 }
 
-TEST_F(request, AnEmptySubjectIsRefusedBeforeAnythingElse) {
+TEST_F(request_test, AnEmptySubjectIsRefusedBeforeAnythingElse) {
     EXPECT_EQ(generateFor("").code, 22188201);
     EXPECT_EQ(generateFor(std::string("\0CN=a", 5)).code, 22188201);
     EXPECT_EQ(ask([](enrol::HeapText& text, std::size_t& size) {
@@ -443,7 +443,7 @@ TEST_F(request, AnEmptySubjectIsRefusedBeforeAnythingElse) {
     EXPECT_TRUE(calls.log().empty());
 }
 
-TEST_F(request, WithASubjectAMissingProviderIsNoticedBeforeTheMarker) {
+TEST_F(request_test, WithASubjectAMissingProviderIsNoticedBeforeTheMarker) {
     enrol::forgetProvider();
     EXPECT_EQ(generateFor("CN=a").code, 22188201);
     enrol::chooseProvider("", 0);
@@ -453,7 +453,7 @@ TEST_F(request, WithASubjectAMissingProviderIsNoticedBeforeTheMarker) {
 }
 
 #if SIZE_MAX > 0xFFFFFFFF
-TEST_F(request, ASubjectThatNoCallCanTakeIsRefused) {
+TEST_F(request_test, ASubjectThatNoCallCanTakeIsRefused) {
     EXPECT_EQ(ask([](enrol::HeapText& text, std::size_t& size) {
                   return enrol::GenerateRequestWithSubject(1024, 1, "CN=a", std::size_t{1} << 31, text, size);
               }).code,
@@ -461,13 +461,32 @@ TEST_F(request, ASubjectThatNoCallCanTakeIsRefused) {
 }
 #endif
 
-TEST_F(request, ASubjectOfAMegabyteWorks) {
+TEST_F(request_test, ASubjectOfAMegabyteWorks) {
     const Answer answer = generateFor("CN=" + std::string(1 << 20, 'x'));
     ASSERT_EQ(answer.code, 0);
     EXPECT_GT(answer.size, 1400000U);
 }
 
-TEST_F(request, AnExceptionOfThePlatformEndsTheRequest) {
+// A provider's dialog about the key lets messages through, and with them another call of a page.
+TEST_F(request_test, AProviderForgottenDuringTheRequestDoesNotChangeIt) {
+    const Replaced<& platform::CryptoApi::CryptGenKey>* replaced = nullptr;
+    const Replaced<&platform::CryptoApi::CryptGenKey> genKey(
+        [&](HCRYPTPROV prov, ALG_ID spec, DWORD flags, HCRYPTKEY* key) {
+            std::memset(enrol::sProviderName, '#', std::strlen(enrol::sProviderName));
+            enrol::forgetProvider();
+            return replaced->original(prov, spec, flags, key);
+        });
+    replaced = &genKey;
+    EXPECT_EQ(generate(1024).code, 0);
+    enrol::chooseProvider(kProvider, sizeof(kProvider) - 1);
+    EXPECT_EQ(generateFor("CN=a").code, 0);
+    enrol::chooseProvider(kProvider, sizeof(kProvider) - 1);
+    calls.failCall("CryptExportKey");
+    EXPECT_EQ(generate(1024).code, 22188106);
+    EXPECT_EQ(crypto.containers.size(), 2U) << "the third container is deleted";
+}
+
+TEST_F(request_test, AnExceptionOfThePlatformEndsTheRequest) {
     const Replaced<&platform::CryptoApi::CryptGenKey> genKey(
         [](HCRYPTPROV, ALG_ID, DWORD, HCRYPTKEY*) -> BOOL { throw 1; });
     EXPECT_EQ(generate(1024).code, 22188201);

@@ -2,11 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 
 namespace {
 
-TEST(state, StartsWithASignatureKeyAndSha1) {
+TEST(state_test, StartsWithASignatureKeyAndSha1) {
     EXPECT_EQ(enrol::sProviderName, nullptr);
     EXPECT_EQ(enrol::sKeySpec, 2);
     EXPECT_EQ(enrol::sHashAlgId, 0x8004);
@@ -15,7 +16,7 @@ TEST(state, StartsWithASignatureKeyAndSha1) {
     EXPECT_EQ(sizeof(enrol::sProviderListText), 2048U);
 }
 
-TEST(state, KeepsATerminatedCopyOfTheProvidersName) {
+TEST(state_test, KeepsATerminatedCopyOfTheProvidersName) {
     const char name[] = {'P', 'r', 'o', 'v', '#'};
     ASSERT_TRUE(enrol::chooseProvider(name, 4));
     EXPECT_STREQ(enrol::sProviderName, "Prov");
@@ -26,7 +27,13 @@ TEST(state, KeepsATerminatedCopyOfTheProvidersName) {
     enrol::forgetProvider();
 }
 
-TEST(state, ForgettingClearsTheProviderAndTheListAlone) {
+TEST(state_test, ANameThatNoMemoryCanHoldIsRefused) {
+    ASSERT_TRUE(enrol::chooseProvider("Prov", 4));
+    EXPECT_FALSE(enrol::chooseProvider("x", SIZE_MAX));
+    EXPECT_EQ(enrol::sProviderName, nullptr);
+}
+
+TEST(state_test, ForgettingClearsTheProviderAndTheListAlone) {
     ASSERT_TRUE(enrol::chooseProvider("Prov", 4));
     std::memset(enrol::sProviderListText, 'x', sizeof(enrol::sProviderListText));
     enrol::sKeySpec = 1;

@@ -233,10 +233,13 @@ TEST_F(store_test, PruneLeavesOthersAlone) {
 }
 
 TEST_F(store_test, PruneComparesToTheSecond) {
-    add(hex("02"), kWithKey, "20150101000001Z");
-    add(hex("01"), kWithKey, "20150101000000Z");
-    EXPECT_EQ(PruneCertificates(kSubject, kIssuer), 0);
-    EXPECT_EQ(left(), Serials{"02"});
+    for (const bool laterFirst : {true, false}) {
+        store_.stores["MY"].clear();
+        add(hex(laterFirst ? "02" : "01"), kWithKey, laterFirst ? "20150101000001Z" : "20150101000000Z");
+        add(hex(laterFirst ? "01" : "02"), kWithKey, laterFirst ? "20150101000000Z" : "20150101000001Z");
+        EXPECT_EQ(PruneCertificates(kSubject, kIssuer), 0);
+        EXPECT_EQ(left(), Serials{"02"});
+    }
 }
 
 TEST_F(store_test, PruneComparesTimesBeyondTheEndOf32BitTime) {
@@ -245,6 +248,17 @@ TEST_F(store_test, PruneComparesTimesBeyondTheEndOf32BitTime) {
     add(hex("03"), kWithKey, "20500101000000Z");
     EXPECT_EQ(PruneCertificates(kSubject, kIssuer), 0);
     EXPECT_EQ(left(), Serials{"03"});
+}
+
+TEST_F(store_test, StartsBefore1970AndAfter3000AreTheSameToPrune) {
+    add(hex("05"), kWithKey, "19500101000000Z");
+    add(hex("03"), kWithKey, "19691231235959Z");
+    add(hex("04"), kWithKey, "30010101000000Z");
+    EXPECT_EQ(PruneCertificates(kSubject, kIssuer), 0);
+    EXPECT_EQ(left(), Serials{"05"}) << "the larger serial";
+    add(hex("01"), kWithKey, "19700101000000Z");
+    EXPECT_EQ(PruneCertificates(kSubject, kIssuer), 0);
+    EXPECT_EQ(left(), Serials{"01"}) << "the later start";
 }
 
 TEST_F(store_test, PruneTakesNoAccountOfDaylightSaving) {

@@ -15,13 +15,12 @@ namespace {
 
 using enrol::BuildSubject;
 using enrol::BuildSubjectComponent;
-using enrol::EncodeSubject;
 using enrol::HeapBytes;
 using enrol::SubjectComponent;
 using support::hex;
 using support::toHex;
 
-class subject : public testing::Test {
+class subject_test : public testing::Test {
   protected:
     static std::int32_t reasonOf(std::wstring_view text) {
         SubjectComponent component;
@@ -49,7 +48,7 @@ std::wstring wideValue(const SubjectComponent& component) {
     return {reinterpret_cast<LPCWSTR>(component.attr.Value.pbData), component.attr.Value.cbData / sizeof(wchar_t)};
 }
 
-TEST_F(subject, CountryIsAPrintableStringInTheAnsiCodePage) {
+TEST_F(subject_test, CountryIsAPrintableStringInTheAnsiCodePage) {
     SubjectComponent component;
     ASSERT_EQ(BuildSubjectComponent(L"C=DE", component), 0);
     EXPECT_STREQ(component.attr.pszObjId, "2.5.4.6");
@@ -58,7 +57,7 @@ TEST_F(subject, CountryIsAPrintableStringInTheAnsiCodePage) {
     EXPECT_EQ(narrowValue(component), "DE");
 }
 
-TEST_F(subject, TheOthersAreUtf8StringsGivenAsWideText) {
+TEST_F(subject_test, TheOthersAreUtf8StringsGivenAsWideText) {
     const std::pair<std::wstring, std::string> kinds[] = {{L"O", "2.5.4.10"}, {L"OU", "2.5.4.11"}, {L"CN", "2.5.4.3"}};
     for (const auto& [key, oid] : kinds) {
         SubjectComponent component;
@@ -71,23 +70,23 @@ TEST_F(subject, TheOthersAreUtf8StringsGivenAsWideText) {
     EXPECT_TRUE(calls.log().empty());
 }
 
-TEST_F(subject, KeysAreReadInEitherCase) {
+TEST_F(subject_test, KeysAreReadInEitherCase) {
     for (const wchar_t* text : {L"c=x", L"o=x", L"ou=x", L"oU=x", L"cn=x", L"Cn=x"})
         EXPECT_EQ(reasonOf(text), 0) << support::utf8Of(text);
 }
 
-TEST_F(subject, AnUnknownKeyIsRefused) {
+TEST_F(subject_test, AnUnknownKeyIsRefused) {
     for (const wchar_t* text : {L"=x", L"=", L"L=x", L"ST=x", L"E=x", L"CNN=x", L"CO=x", L"OUT=x", L"N=x", L" CN=x",
                                 L"CN =x", L"\tO=x", L"2.5.4.3=x", L"\u212A=x"})
         EXPECT_EQ(reasonOf(text), 8227) << support::utf8Of(text);
 }
 
-TEST_F(subject, AComponentWithoutEqualsIsRefused) {
+TEST_F(subject_test, AComponentWithoutEqualsIsRefused) {
     for (const wchar_t* text : {L"", L"CN", L"x", L" "})
         EXPECT_EQ(reasonOf(text), 8228) << support::utf8Of(text);
 }
 
-TEST_F(subject, TheValueIsEverythingBehindTheFirstEquals) {
+TEST_F(subject_test, TheValueIsEverythingBehindTheFirstEquals) {
     SubjectComponent component;
     ASSERT_EQ(BuildSubjectComponent(L"CN= a = b ", component), 0);
     EXPECT_EQ(wideValue(component), L" a = b ");
@@ -95,7 +94,7 @@ TEST_F(subject, TheValueIsEverythingBehindTheFirstEquals) {
     EXPECT_EQ(narrowValue(component), " D ");
 }
 
-TEST_F(subject, AnEmptyValueIsAnEmptyTerminatedText) {
+TEST_F(subject_test, AnEmptyValueIsAnEmptyTerminatedText) {
     SubjectComponent component;
     ASSERT_EQ(BuildSubjectComponent(L"CN=", component), 0);
     EXPECT_EQ(component.attr.Value.cbData, 0U);
@@ -105,14 +104,14 @@ TEST_F(subject, AnEmptyValueIsAnEmptyTerminatedText) {
     EXPECT_EQ(*component.attr.Value.pbData, 0);
 }
 
-TEST_F(subject, ACountryThatCannotBeConvertedIsNotEncodable) {
+TEST_F(subject_test, ACountryThatCannotBeConvertedIsNotEncodable) {
     for (int occurrence = 1; occurrence <= 2; ++occurrence) {
         calls.failCall("WideCharToMultiByte", occurrence);
         EXPECT_EQ(reasonOf(L"C=DE"), 8124) << occurrence;
     }
 }
 
-TEST_F(subject, FourComponentsYieldFourNamesInTheTextsOrder) {
+TEST_F(subject_test, FourComponentsYieldFourNamesInTheTextsOrder) {
     EXPECT_EQ(derOf(L"C=DE,O=Org,OU=Unit,CN=J\u00F6rg"), toHex(hex("30 3A"
                                                                    "31 0B 30 09 06 03 55 04 06 13 02 44 45"
                                                                    "31 0C 30 0A 06 03 55 04 0A 0C 03 4F 72 67"
@@ -122,19 +121,19 @@ TEST_F(subject, FourComponentsYieldFourNamesInTheTextsOrder) {
               toHex(hex("30 18 31 0A 30 08 06 03 55 04 03 0C 01 62 31 0A 30 08 06 03 55 04 03 0C 01 61")));
 }
 
-TEST_F(subject, EmptyComponentsVanish) {
+TEST_F(subject_test, EmptyComponentsVanish) {
     EXPECT_EQ(derOf(L",,CN=a,,,O=b,"), derOf(L"CN=a,O=b"));
 }
 
-TEST_F(subject, CommasAloneAreAnEmptyName) {
+TEST_F(subject_test, CommasAloneAreAnEmptyName) {
     EXPECT_EQ(derOf(L",,,"), "30 00");
 }
 
-TEST_F(subject, TheTextEndsAtItsFirstNul) {
+TEST_F(subject_test, TheTextEndsAtItsFirstNul) {
     EXPECT_EQ(derOf(std::wstring_view(L"CN=a\0,bad", 9)), derOf(L"CN=a"));
 }
 
-TEST_F(subject, TenComponentsWorkAndElevenDoNot) {
+TEST_F(subject_test, TenComponentsWorkAndElevenDoNot) {
     std::wstring text = L"CN=x";
     for (int i = 2; i <= 10; ++i)
         text += L",CN=x";
@@ -145,14 +144,14 @@ TEST_F(subject, TenComponentsWorkAndElevenDoNot) {
     EXPECT_EQ(derOf(text + L",x"), "8227");
 }
 
-TEST_F(subject, TheFirstBadComponentDecides) {
+TEST_F(subject_test, TheFirstBadComponentDecides) {
     EXPECT_EQ(derOf(L"CN=a,b,X=c"), "8228");
     EXPECT_EQ(derOf(L"CN=a,X=c,b"), "8227");
     EXPECT_EQ(derOf(L"CN=a, O=b"), "8227");
     EXPECT_EQ(calls.count("CryptEncodeObjectEx"), 0);
 }
 
-TEST_F(subject, AFailedEncodingIsNotEncodable) {
+TEST_F(subject_test, AFailedEncodingIsNotEncodable) {
     for (int occurrence = 1; occurrence <= 2; ++occurrence) {
         calls.failCall("CryptEncodeObjectEx", occurrence);
         EXPECT_EQ(derOf(L"CN=a"), "8124") << occurrence;
@@ -161,7 +160,7 @@ TEST_F(subject, AFailedEncodingIsNotEncodable) {
 }
 
 // Whatever the page sends, the answer is a reason or a Name.
-TEST_F(subject, HostileTexts) {
+TEST_F(subject_test, HostileTexts) {
     static constexpr wchar_t kPieces[] = L"CNOUcnou==,,, \0\uFFFD\u00FCx";
     support::Noise noise(3);
     for (int round = 0; round < 5000; ++round) {

@@ -21,7 +21,7 @@ std::vector<std::wstring> tokensOf(std::wstring_view text, wchar_t delimiter = L
 
 using Tokens = std::vector<std::wstring>;
 
-TEST(wide_text, FoldsTheLettersAToZAlone) {
+TEST(wide_text_test, FoldsTheLettersAToZAlone) {
     EXPECT_EQ(foldCase(L'A'), L'a');
     EXPECT_EQ(foldCase(L'Z'), L'z');
     EXPECT_EQ(foldCase(L'a'), L'a');
@@ -30,7 +30,7 @@ TEST(wide_text, FoldsTheLettersAToZAlone) {
     EXPECT_EQ(foldCase(L'\u00C4'), L'\u00C4');
 }
 
-TEST(wide_text, ComparesWithoutRegardToCase) {
+TEST(wide_text_test, ComparesWithoutRegardToCase) {
     EXPECT_EQ(compareNoCase(L"Example", L"eXAMPLE"), 0);
     EXPECT_EQ(compareNoCase(L"", L""), 0);
     EXPECT_LT(compareNoCase(L"a", L"B"), 0);
@@ -41,11 +41,11 @@ TEST(wide_text, ComparesWithoutRegardToCase) {
 }
 
 // '_' lies between the cases: folding to lower case puts it below the letters.
-TEST(wide_text, OrdersByTheLowerCaseLetters) {
+TEST(wide_text_test, OrdersByTheLowerCaseLetters) {
     EXPECT_LT(compareNoCase(L"_", L"A"), 0);
 }
 
-TEST(wide_text, ComparesNoMoreThanTheCount) {
+TEST(wide_text_test, ComparesNoMoreThanTheCount) {
     EXPECT_EQ(compareNoCase(L"CNx", L"cny", 2), 0);
     EXPECT_NE(compareNoCase(L"CNx", L"cny", 3), 0);
     EXPECT_EQ(compareNoCase(L"CN", L"cn", 99), 0);
@@ -53,7 +53,7 @@ TEST(wide_text, ComparesNoMoreThanTheCount) {
     EXPECT_EQ(compareNoCase(L"a", L"b", 0), 0);
 }
 
-TEST(wide_text, SkipsEmptyTokens) {
+TEST(wide_text_test, SkipsEmptyTokens) {
     EXPECT_EQ(tokensOf(L"a,b"), (Tokens{L"a", L"b"}));
     EXPECT_EQ(tokensOf(L",,a,,,b,,"), (Tokens{L"a", L"b"}));
     EXPECT_EQ(tokensOf(L"a"), (Tokens{L"a"}));
@@ -62,7 +62,7 @@ TEST(wide_text, SkipsEmptyTokens) {
     EXPECT_EQ(tokensOf(L",,,"), Tokens{});
 }
 
-TEST(wide_text, EndsAtTheFirstNul) {
+TEST(wide_text_test, EndsAtTheFirstNul) {
     EXPECT_EQ(tokensOf(std::wstring_view(L"a,b\0c,d", 7)), (Tokens{L"a", L"b"}));
     EXPECT_EQ(tokensOf(std::wstring_view(L"\0a", 2)), Tokens{});
 }

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "pki/flat/flat.h"
-#include "tests/support/failing_heap.h"
+#include "tests/flat/when_allocation_fails.h"
 
 namespace {
 
@@ -13,13 +13,6 @@ struct Destroy {
     void operator()(VT_List* list) const { VT_DestroyList(&list); }
 };
 using ListPtr = std::unique_ptr<VT_List, Destroy>;
-
-// What the call gives when its n-th allocation fails.
-template <class Call>
-std::int32_t whenAllocationFails(long n, Call call) {
-    const support::FailingHeap heap(n);
-    return call();
-}
 
 ListPtr newList() {
     VT_List* list = nullptr;

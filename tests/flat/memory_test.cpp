@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "pki/flat/flat.h"
-#include "tests/support/failing_heap.h"
+#include "tests/flat/when_allocation_fails.h"
 
 namespace {
 
@@ -20,13 +20,7 @@ TEST(MemoryTest, MallocGivesOneByteMoreAllZero) {
 }
 
 TEST(MemoryTest, MallocIsNullOnFailure) {
-    int somewhere = 0;
-    void* bytes = &somewhere;
-    {
-        const support::FailingHeap heap(1);
-        bytes = T_malloc(16);
-    }
-    EXPECT_EQ(bytes, nullptr);
+    EXPECT_EQ(whenAllocationFails(1, [] { return T_malloc(16); }), nullptr);
 }
 
 TEST(MemoryTest, MallocOfTheLargestSizeIsNull) {
@@ -50,12 +44,7 @@ TEST(MemoryTest, ReallocKeepsTheBytes) {
 TEST(MemoryTest, FailedReallocIsNullAndKeepsTheOld) {
     auto* text = static_cast<char*>(T_malloc(5));
     T_strcpy(text, "hello");
-    void* larger = text;
-    {
-        const support::FailingHeap heap(1);
-        larger = T_realloc(text, 1000);
-    }
-    EXPECT_EQ(larger, nullptr);
+    EXPECT_EQ(whenAllocationFails(1, [&] { return T_realloc(text, 1000); }), nullptr);
     EXPECT_STREQ(text, "hello");
     T_free(text);
 }

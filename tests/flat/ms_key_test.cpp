@@ -6,7 +6,7 @@
 #include <string>
 
 #include "pki/flat/flat.h"
-#include "tests/support/failing_heap.h"
+#include "tests/flat/when_allocation_fails.h"
 #include "tests/support/hex.h"
 #include "tests/vectors/ms_public_keys.h"
 
@@ -62,13 +62,6 @@ Bytes withoutLeadingZeros(Bytes bytes) {
     while (!bytes.empty() && bytes.front() == 0)
         bytes.erase(bytes.begin());
     return bytes;
-}
-
-// What the call gives when its n-th allocation fails.
-template <class Call>
-std::int32_t whenAllocationFails(long n, Call call) {
-    const support::FailingHeap heap(n);
-    return call();
 }
 
 TEST(MsKeyTest, NumbersAreThoseOfOpenssl) {

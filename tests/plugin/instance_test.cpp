@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "tests/plugin/plugin_test.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/failing_tables.h"
 
 namespace {
@@ -156,6 +157,19 @@ TEST_F(instance, NewMakesAFreshRecord) {
     EXPECT_STREQ(made->text, kWelcome);
     EXPECT_EQ(sizeof(made->text), 128u);
     operations.destroy(&first, nullptr);
+}
+
+TEST_F(instance, WithoutMemoryNewGives5AndChangesNothing) {
+    enrol::chooseProvider("P", 1);
+    NPError error = 0;
+    {
+        const support::FailingHeap heap(1);
+        error = makeInstance(&first);
+    }
+    EXPECT_EQ(error, 5);
+    EXPECT_EQ(first.pdata, nullptr);
+    EXPECT_THAT(browser.calls, IsEmpty());
+    EXPECT_STREQ(enrol::sProviderName, "P");
 }
 
 TEST_F(instance, TheRecordKeepsItsOrderOfFields) {

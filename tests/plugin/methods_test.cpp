@@ -4,6 +4,7 @@
 
 #include "tests/plugin/fake_enrol.h"
 #include "tests/plugin/plugin_test.h"
+#include "tests/support/failing_heap.h"
 
 namespace {
 
@@ -332,6 +333,24 @@ TEST_F(methods, setCSPTakesNulsAndMegabytes) {
     EXPECT_EQ(enrol::sLastError, 22188201) << "a name that begins with a NUL is empty";
     EXPECT_THAT(call("setCSP", {std::string(3 << 20, 'p')}), IsUndefined());
     EXPECT_EQ(std::strlen(enrol::sProviderName), std::size_t{3} << 20);
+}
+
+TEST_F(methods, setCSPWithoutMemoryIsLeftWithNoProvider) {
+    chooseProvider("Former");
+    NPVariant name = {};
+    name.type = NPVariantType_String;
+    name.value.stringValue = {"Other", 5};
+    NPVariant result = {};
+    const NPIdentifier setCSP = browser.identifier("setCSP");
+    bool answer = false;
+    {
+        const support::FailingHeap heap(1);
+        answer = page.object()->_class->invoke(page.object(), setCSP, &name, 1, &result);
+    }
+    EXPECT_TRUE(answer);
+    EXPECT_EQ(result.type, NPVariantType_Void);
+    EXPECT_EQ(enrol::sProviderName, nullptr);
+    EXPECT_EQ(enrol::sLastError, 22028201);
 }
 
 // listCSP
@@ -719,6 +738,13 @@ TEST_F(methods, AHostNameThatFillsTheBufferIsNotReadPastItsEnd) {
         return capacity;
     });
     EXPECT_FALSE(plugin::IsPluginContainerHost());
+}
+
+// The question stands at the head of eight methods, and no exception may reach the browser.
+TEST_F(methods, ExhaustedMemoryDoesNotChangeTheHost) {
+    bool isContainer = true;
+    support::forEachExhaustion([&] { isContainer = plugin::IsPluginContainerHost(); });
+    EXPECT_FALSE(isContainer);
 }
 
 TEST_F(methods, ThisTestIsNoPluginContainer) {

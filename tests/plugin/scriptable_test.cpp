@@ -3,6 +3,7 @@
 
 #include "tests/plugin/fake_enrol.h"
 #include "tests/plugin/plugin_test.h"
+#include "tests/support/failing_heap.h"
 
 namespace {
 
@@ -86,6 +87,14 @@ TEST_F(scriptable, AllocateKeepsTheInstanceAndDeallocateFrees) {
     ASSERT_NE(part, nullptr);
     EXPECT_EQ(static_cast<ScriptablePluginObjectBase*>(part)->mNpp, page.instance());
     table().deallocate(part);
+}
+
+TEST_F(scriptable, AllocateWithoutMemoryGivesNull) {
+    for (NPClass* made : {&plugin::sScriptablePluginObject_NPClass, &plugin::sConstructablePluginObject_NPClass}) {
+        const support::FailingHeap heap(1);
+        NPObject* const part = made->allocate(page.instance(), made);
+        ASSERT_EQ(part, nullptr);
+    }
 }
 
 TEST_F(scriptable, ThePageSeesThirteenMethods) {

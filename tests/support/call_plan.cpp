@@ -20,10 +20,14 @@ const CryptoApi& before(const CryptoApi* /*kind*/) {
 const SystemApi& before(const SystemApi* /*kind*/) {
     return theSystem;
 }
-CryptoApi& tableNamed(CryptoApi* /*kind*/) {
+template <class Table>
+Table& tableNamed();
+template <>
+CryptoApi& tableNamed<CryptoApi>() {
     return platform::replaceableCryptoApi();
 }
-SystemApi& tableNamed(SystemApi* /*kind*/) {
+template <>
+SystemApi& tableNamed<SystemApi>() {
     return platform::replaceableSystemApi();
 }
 
@@ -216,10 +220,9 @@ struct Wrapper<Entry, kKind, kName> {
 #undef VT_ERROR
 
 void wrapAll() {
-#define VT_ENTRY(table, entry) \
-    tableNamed(static_cast<table*>(nullptr)).entry = Wrapper<&table::entry, Kind::ordinary, kNameOf##entry>::call;
+#define VT_ENTRY(table, entry) tableNamed<table>().entry = Wrapper<&table::entry, Kind::ordinary, kNameOf##entry>::call;
 #define VT_RELEASE(table, entry) \
-    tableNamed(static_cast<table*>(nullptr)).entry = Wrapper<&table::entry, Kind::release, kNameOf##entry>::call;
+    tableNamed<table>().entry = Wrapper<&table::entry, Kind::release, kNameOf##entry>::call;
 #define VT_ERROR(table, entry)
 #include "tests/support/table_entries.def"
 #undef VT_ENTRY

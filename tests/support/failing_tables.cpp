@@ -45,10 +45,14 @@ enum Index : int {
 #undef VT_ERROR
 };
 
-CryptoApi& tableNamed(CryptoApi* /*kind*/) {
+template <class Table>
+Table& tableNamed();
+template <>
+CryptoApi& tableNamed<CryptoApi>() {
     return platform::replaceableCryptoApi();
 }
-SystemApi& tableNamed(SystemApi* /*kind*/) {
+template <>
+SystemApi& tableNamed<SystemApi>() {
     return platform::replaceableSystemApi();
 }
 
@@ -56,7 +60,7 @@ SystemApi& tableNamed(SystemApi* /*kind*/) {
 
 FailingTables::FailingTables()
     : cryptoBefore_(platform::replaceableCryptoApi()), systemBefore_(platform::replaceableSystemApi()) {
-#define VT_ENTRY(table, entry) refuse<k##entry>(tableNamed(static_cast<table*>(nullptr)).entry);
+#define VT_ENTRY(table, entry) refuse<k##entry>(tableNamed<table>().entry);
 #define VT_RELEASE(table, entry) VT_ENTRY(table, entry)
 #define VT_ERROR(table, entry) VT_ENTRY(table, entry)
 #include "tests/support/table_entries.def"

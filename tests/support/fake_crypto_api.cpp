@@ -83,7 +83,9 @@ BOOL WINAPI acquireContextW(HCRYPTPROV* prov, LPCWSTR container, LPCWSTR provide
 }
 
 BOOL WINAPI releaseContext(HCRYPTPROV prov, DWORD /*flags*/) {
-    return fake().openProviders.erase(prov) != 0 ? TRUE : fail(ERROR_INVALID_PARAMETER);
+    const bool wasOpen = fake().openProviders.erase(prov) != 0;
+    EXPECT_TRUE(wasOpen) << "a context is released that is not open";
+    return wasOpen ? TRUE : fail(ERROR_INVALID_PARAMETER);
 }
 
 FakeCryptoApi::Key* findKey(const FakeCryptoApi::ContainerId& id, DWORD spec) {

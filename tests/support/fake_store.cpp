@@ -286,7 +286,7 @@ HCERTSTORE openNamed(const std::string& name) {
         return nullptr;
     }
     auto store = std::make_unique<char>();
-    fake().open[store.get()] = {name, 0};
+    fake().open[store.get()].name = name;
     return store.release();
 }
 
@@ -299,7 +299,10 @@ HCERTSTORE WINAPI openStore(LPCSTR provider, DWORD encoding, HCRYPTPROV_LEGACY p
     std::string narrow;
     for (const wchar_t c : name)
         narrow += static_cast<char>(c);
-    return openNamed(narrow);
+    HCERTSTORE store = openNamed(narrow);
+    if (store != nullptr)
+        fake().open[store].provider = prov;
+    return store;
 }
 
 HCERTSTORE WINAPI openSystemStore(HCRYPTPROV_LEGACY prov, LPCSTR name) {
@@ -317,6 +320,9 @@ BOOL WINAPI closeStore(HCERTSTORE store, DWORD flags) {
     for (const auto& element : fake().stores[found->second.name])
         element->deleted = false;
     fake().closeFlags.push_back(flags);
+    if (found->second.provider != 0) {
+        EXPECT_TRUE(platform::capi().CryptReleaseContext(found->second.provider, 0));
+    }
     fake().open.erase(found);
     delete static_cast<char*>(store);
     return TRUE;

@@ -67,6 +67,7 @@ class FakeStore {
     struct OpenStore {
         std::string name;
         int contexts = 0;
+        HCRYPTPROV provider = 0;  // released with the store, as the platform does
     };
     struct Context {
         CERT_CONTEXT context = {};

@@ -167,8 +167,7 @@ inline constexpr char kSignedText[] =
     "e2f02a393d20d227d4f598fa77065d057b5543";
 
 // openssl cms -data_create: another content type
-inline constexpr char kPlainText[] =
-    "301506092a864886f70d010701a0080406746578740d0a";
+inline constexpr char kPlainText[] = "301506092a864886f70d010701a0080406746578740d0a";
 }  // namespace vectors
 
 #endif

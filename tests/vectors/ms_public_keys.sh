@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Writes ms_public_keys.h: RSA public keys by openssl, as Microsoft blob, as DER RSAPublicKey and as numbers.
-# Run it in this folder; the keys are new each time.
+# The keys are new each time.
 set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")"
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
 
