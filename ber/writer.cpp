@@ -129,15 +129,10 @@ int hexDigit(char c) {
     return -1;
 }
 
-// A va_list by itself cannot be handed on by reference everywhere, since it is an array on some platforms.
-struct Arguments {
-    std::va_list list;
-};
-
 // One call of BerWriterPrintf. Each step returns the number of bytes it wrote, or kFailed.
 class Printer {
   public:
-    Printer(BerWriter& writer, Arguments& arguments) : writer_(writer), arguments_(arguments) {}
+    Printer(BerWriter& writer, std::va_list& arguments) : writer_(writer), arguments_(arguments) {}
 
     int run(const char* format) {
         int total = 0;
@@ -154,7 +149,7 @@ class Printer {
   private:
     template <class T>
     T next() {
-        return va_arg(arguments_.list, T);
+        return va_arg(arguments_, T);
     }
 
     int step(char letter) {
@@ -302,12 +297,12 @@ class Printer {
     }
 
     int putBytes(std::int32_t tag) {
-        const void* bytes = next<const void*>();
+        const auto* bytes = next<const void*>();
         return putContent(tag, bytes, next<int>());
     }
 
     int putText(std::int32_t tag) {
-        const char* text = next<const char*>();
+        const auto* text = next<const char*>();
         if (text == nullptr)
             return kFailed;
         const std::size_t length = std::strlen(text);
@@ -315,7 +310,7 @@ class Printer {
     }
 
     int appendRaw() {
-        const void* bytes = next<const void*>();
+        const auto* bytes = next<const void*>();
         const auto length = next<int>();
         if (length < 0 || (bytes == nullptr && length != 0))
             return kFailed;
@@ -364,7 +359,7 @@ class Printer {
     }
 
     int putHexInteger(std::int32_t tag) {
-        const char* text = next<const char*>();
+        const auto* text = next<const char*>();
         const auto length = next<int>();
         if (text == nullptr || length < 0)
             return kFailed;
@@ -403,7 +398,7 @@ class Printer {
     }
 
     BerWriter& writer_;
-    Arguments& arguments_;
+    std::va_list& arguments_;
     std::uint8_t pendingClass_ = 0;
 };
 
@@ -437,10 +432,11 @@ void BerWriterFree(BerWriter* writer) {
 int BerWriterVprintf(BerWriter* writer, const char* format, std::va_list arguments) {
     if (writer == nullptr || format == nullptr)
         return kFailed;
-    Arguments own;
-    va_copy(own.list, arguments);
+    // A copy, since a parameter of this type is a pointer where the type is an array, and no reference binds to it.
+    std::va_list own;
+    va_copy(own, arguments);
     const int result = Printer(*writer, own).run(format);
-    va_end(own.list);
+    va_end(own);
     return result;
 }
 

@@ -101,7 +101,7 @@ void paint(HWND hWnd) {
 
 }  // namespace
 
-PluginInstance::PluginInstance(NPP owner) : npp(owner), text() {
+PluginInstance::PluginInstance(NPP owner) : npp(owner) {
     NPNFuncs.getvalue(npp, NPNVWindowNPObject, static_cast<void*>(&sWindowObj));
     fetchIdentifiers();
     NPNFuncs.uagent(npp);
