@@ -46,9 +46,9 @@ std::string expand(std::string_view source) {
 DWORD expandInto(LPCSTR source, LPSTR target, DWORD capacity) {
     const std::string expanded = expand(source);
     const std::size_t needed = expanded.size() + 1;
-    if (needed <= capacity)
+    if (target != nullptr && needed <= capacity)
         std::memcpy(target, expanded.c_str(), needed);
-    else if (capacity != 0)
+    else if (target != nullptr && capacity != 0)
         target[0] = '\0';
     return static_cast<DWORD>(needed);
 }
