@@ -28,7 +28,8 @@ constexpr Wrapping kWrappings[] = {
 };
 
 void wipe(Bytes& bytes) {
-    explicit_bzero(bytes.data(), bytes.size());
+    if (!bytes.empty())
+        explicit_bzero(bytes.data(), bytes.size());
 }
 
 SECItem itemOf(Bytes& bytes) {

@@ -45,7 +45,7 @@ void moveToKey(CertificateElement& element, const KeyProviderInfo& info) {
     const std::vector<TokenKey> keys = listKeys(token);
     const TokenKey* key = findKeyOf(*element.certificate, keys);
     if (key == nullptr || key->container != narrow(info.container) ||
-        !importCertificate(*element.certificate, token, nicknameFor(*element.certificate, "")))
+        !importCertificate(*element.certificate, token, nicknameFor(*element.certificate, token, "")))
         return;
     removeCertificate(*element.certificate, element.token);
     element.token = token;

@@ -1,6 +1,7 @@
 #include "platform/nss/token_certificate.h"
 
 #include <algorithm>
+#include <set>
 
 #include "platform/nss/attribute.h"
 
@@ -11,10 +12,6 @@ constexpr char kCommonName[] = "2.5.4.3";
 
 SECItem itemOf(Span span) {
     return {siBuffer, const_cast<BYTE*>(span.data), static_cast<unsigned int>(span.size)};
-}
-
-Bytes withoutLeadingZeros(const Bytes& number) {
-    return {std::find_if(number.begin(), number.end(), [](BYTE byte) { return byte != 0; }), number.end()};
 }
 
 bool isLoggedIn(const Token& token) {
@@ -57,7 +54,7 @@ class KeyNicknames {
     void visit(const std::function<void(PK11GenericObject*)>& each) const {
         for (const CK_OBJECT_CLASS kind : {CKO_PRIVATE_KEY, CKO_PUBLIC_KEY}) {
             forEachObject(slot_, kind, [&](PK11GenericObject* object) {
-                const Bytes modulus = withoutLeadingZeros(readAttribute(object, CKA_MODULUS));
+                const Bytes modulus = readNumber(object, CKA_MODULUS);
                 if (!modulus.empty() && modulus == modulus_)
                     each(object);
             });
@@ -106,7 +103,7 @@ Bytes keyIdentifier(const Certificate& certificate, PK11SlotInfo* slot) {
     const Bytes modulus = certificate.rsaModulus();
     for (const CK_OBJECT_CLASS kind : {CKO_PUBLIC_KEY, CKO_PRIVATE_KEY}) {
         forEachObject(slot, kind, [&](PK11GenericObject* object) {
-            if (!modulus.empty() && withoutLeadingZeros(readAttribute(object, CKA_MODULUS)) == modulus)
+            if (!modulus.empty() && readNumber(object, CKA_MODULUS) == modulus)
                 identifier = readAttribute(object, CKA_ID);
         });
     }
@@ -140,6 +137,23 @@ bool destroyObject(const Certificate& certificate, PK11SlotInfo* slot) {
     return good;
 }
 
+bool haveSameSubject(const Certificate& a, const Certificate& b) {
+    const CERT_NAME_BLOB& subject = a.info().Subject;
+    const CERT_NAME_BLOB& other = b.info().Subject;
+    return std::equal(subject.pbData, subject.pbData + subject.cbData, other.pbData, other.pbData + other.cbData);
+}
+
+// The text without blanks before its hyphens: it must not look like a store's mark (store.h).
+std::string unmarked(const std::string& text) {
+    std::string result;
+    for (const char c : text) {
+        while (c == '-' && !result.empty() && (result.back() == ' ' || result.back() == ':'))
+            result.pop_back();
+        result += c;
+    }
+    return result;
+}
+
 // The text of the subject's last common name, else of its last attribute that is text in bytes.
 std::string subjectText(const Certificate& certificate) {
     std::string commonName;
@@ -163,7 +177,7 @@ std::string subjectText(const Certificate& certificate) {
                 text.assign(value.content.data, value.content.data + value.content.size);
         }
     }
-    return commonName.empty() ? other : commonName;
+    return unmarked(commonName.empty() ? other : commonName);
 }
 
 }  // namespace
@@ -172,7 +186,7 @@ std::vector<TokenKey> listKeys(const Token& token) {
     std::vector<TokenKey> keys;
     const bool isPrivate = isLoggedIn(token);
     forEachObject(token.slot.get(), isPrivate ? CKO_PRIVATE_KEY : CKO_PUBLIC_KEY, [&](PK11GenericObject* object) {
-        const Bytes modulus = withoutLeadingZeros(readAttribute(object, CKA_MODULUS));
+        const Bytes modulus = readNumber(object, CKA_MODULUS);
         if (!modulus.empty())
             keys.push_back({token, modulus,
                             containerNameOf(readAttribute(object, CKA_LABEL), readAttribute(object, CKA_ID)),
@@ -201,11 +215,7 @@ const TokenKey* findKeyOf(const Certificate& certificate, const std::vector<Toke
 }
 
 bool importForKey(const Certificate& certificate, const Key& key) {
-    // NSS hands the certificate's nickname on to its key, but the key's own is the name of the container.
-    const Bytes label = readAttribute(key.privateKey.get(), CKA_LABEL);
-    const bool good = import(certificate, key.token.slot.get(), key.privateKey->pkcs11ID, nicknameFor(certificate, ""));
-    const std::string name(label.begin(), label.end());
-    return nss().PK11_SetPrivateKeyNickname(key.privateKey.get(), name.c_str()) == SECSuccess && good;
+    return import(certificate, key.token.slot.get(), key.privateKey->pkcs11ID, nicknameFor(certificate, key.token, ""));
 }
 
 bool importCertificate(const Certificate& certificate, const Token& token, const std::string& nickname) {
@@ -223,16 +233,18 @@ bool removeCertificate(const Certificate& certificate, const Token& token) {
                                      : destroyObject(certificate, slot);
 }
 
-std::string nicknameFor(const Certificate& certificate, const std::string& prefix) {
+std::string nicknameFor(const Certificate& certificate, const Token& token, const std::string& prefix) {
     const std::string text = subjectText(certificate);
     std::string base = prefix + (text.empty() ? "Certificate" : text);
     std::replace(base.begin(), base.end(), ':', ' ');  // what stands before a colon NSS takes for a token's name
-    const CERT_NAME_BLOB& subject = certificate.info().Subject;
-    const SECItem subjectItem = itemOf({subject.pbData, subject.cbData});
+    std::set<std::string> taken;
+    for (const TokenCertificate& other : listCertificates(token)) {
+        if (haveSameSubject(*other.certificate, certificate) && !other.nickname.empty())
+            return other.nickname;
+        taken.insert(other.nickname);
+    }
     std::string nickname = base;
-    for (int count = 2;
-         nss().SEC_CertNicknameConflict(nickname.c_str(), &subjectItem, nss().CERT_GetDefaultCertDB()) != PR_FALSE;
-         ++count)
+    for (int count = 2; taken.count(nickname) != 0; ++count)
         nickname = base + " #" + std::to_string(count);
     return nickname;
 }

@@ -47,9 +47,10 @@ bool importCertificate(const Certificate& certificate, const Token& token, const
 // certificate that is not there counts as deleted.
 bool removeCertificate(const Certificate& certificate, const Token& token);
 
-// nicknameFor gives a name for the certificate that no other subject's certificate has: its common name, or what else
-// its subject tells.
-std::string nicknameFor(const Certificate& certificate, const std::string& prefix);
+// nicknameFor gives the nickname under which a token takes the certificate: that of another one of its subject, as NSS
+// holds one nickname for one subject, else the prefix and the common name, or what else the subject tells, with a
+// number where another subject has that.
+std::string nicknameFor(const Certificate& certificate, const Token& token, const std::string& prefix);
 
 }  // namespace platform::nss
 

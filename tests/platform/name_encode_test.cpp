@@ -27,7 +27,12 @@ struct Attribute {
           bytes_(reinterpret_cast<const BYTE*>(wide.data()), reinterpret_cast<const BYTE*>(wide.data() + wide.size())),
           type_(CERT_RDN_UTF8_STRING) {}
 
-    CERT_RDN_ATTR record() { return {objectId_.data(), type_, {static_cast<DWORD>(bytes_.size()), bytes_.data()}}; }
+    CERT_RDN_ATTR record() {
+        // Windows takes a length of 0 for a text that a NUL ends.
+        static wchar_t nothing[1] = {};
+        BYTE* value = bytes_.empty() ? reinterpret_cast<BYTE*>(nothing) : bytes_.data();
+        return {objectId_.data(), type_, {static_cast<DWORD>(bytes_.size()), value}};
+    }
 
     std::string objectId_;
     Bytes bytes_;
