@@ -20,11 +20,6 @@ struct Identifier {
     std::uint8_t classBits;
 };
 
-// A va_list by itself cannot be handed on by reference everywhere, since it is an array on some platforms.
-struct Arguments {
-    std::va_list list;
-};
-
 // The primitive over the input. Each read... returns kDone, kFailed or, where it says so, kEndOfInput.
 class Input {
   public:
@@ -115,7 +110,7 @@ class Input {
 // One call of BerReaderScanf.
 class Scanner {
   public:
-    Scanner(BerReader& reader, Arguments& arguments) : input_(reader), arguments_(arguments) {}
+    Scanner(BerReader& reader, std::va_list& arguments) : input_(reader), arguments_(arguments) {}
 
     int run(const char* format) {
         for (; *format != '\0'; ++format) {
@@ -129,7 +124,7 @@ class Scanner {
   private:
     template <class T>
     T* next() {
-        return va_arg(arguments_.list, T*);
+        return va_arg(arguments_, T*);
     }
 
     // Letters that read no header of their own come first; every other one has it read, known or not.
@@ -379,7 +374,7 @@ class Scanner {
     }
 
     Input input_;
-    Arguments& arguments_;
+    std::va_list& arguments_;
 };
 
 }  // namespace
@@ -406,10 +401,11 @@ void BerReaderFree(BerReader* reader) {
 int BerReaderVscanf(BerReader* reader, const char* format, std::va_list arguments) {
     if (reader == nullptr || format == nullptr)
         return kFailed;
-    Arguments own;
-    va_copy(own.list, arguments);
+    // A copy, since a parameter of this type is a pointer where the type is an array, and no reference binds to it.
+    std::va_list own;
+    va_copy(own, arguments);
     const int result = Scanner(*reader, own).run(format);
-    va_end(own.list);
+    va_end(own);
     return result;
 }
 

@@ -129,15 +129,10 @@ int hexDigit(char c) {
     return -1;
 }
 
-// A va_list by itself cannot be handed on by reference everywhere, since it is an array on some platforms.
-struct Arguments {
-    std::va_list list;
-};
-
 // One call of BerWriterPrintf. Each step returns the number of bytes it wrote, or kFailed.
 class Printer {
   public:
-    Printer(BerWriter& writer, Arguments& arguments) : writer_(writer), arguments_(arguments) {}
+    Printer(BerWriter& writer, std::va_list& arguments) : writer_(writer), arguments_(arguments) {}
 
     int run(const char* format) {
         int total = 0;
@@ -154,7 +149,7 @@ class Printer {
   private:
     template <class T>
     T next() {
-        return va_arg(arguments_.list, T);
+        return va_arg(arguments_, T);
     }
 
     int step(char letter) {
@@ -302,12 +297,12 @@ class Printer {
     }
 
     int putBytes(std::int32_t tag) {
-        const void* bytes = next<const void*>();
+        const auto* bytes = next<const void*>();
         return putContent(tag, bytes, next<int>());
     }
 
     int putText(std::int32_t tag) {
-        const char* text = next<const char*>();
+        const auto* text = next<const char*>();
         if (text == nullptr)
             return kFailed;
         const std::size_t length = std::strlen(text);
@@ -315,8 +310,8 @@ class Printer {
     }
 
     int appendRaw() {
-        const void* bytes = next<const void*>();
-        const std::int32_t length = next<int>();
+        const auto* bytes = next<const void*>();
+        const auto length = next<int>();
         if (length < 0 || (bytes == nullptr && length != 0))
             return kFailed;
         std::uint8_t* out = take(writer_, length);
@@ -346,7 +341,7 @@ class Printer {
 
     int putBitString(std::int32_t tag) {
         const auto* bytes = next<const std::uint8_t*>();
-        const std::int32_t bits = next<int>();
+        const auto bits = next<int>();
         if (bits < 0 || (bytes == nullptr && bits != 0))
             return kFailed;
         const std::int32_t count = bits / 8 + (bits % 8 != 0 ? 1 : 0);
@@ -364,8 +359,8 @@ class Printer {
     }
 
     int putHexInteger(std::int32_t tag) {
-        const char* text = next<const char*>();
-        const std::int32_t length = next<int>();
+        const auto* text = next<const char*>();
+        const auto length = next<int>();
         if (text == nullptr || length < 0)
             return kFailed;
         const std::size_t digits = std::strlen(text);
@@ -386,7 +381,7 @@ class Printer {
 
     int putObjectIdentifier(std::int32_t tag) {
         const auto* arcs = next<const std::int32_t*>();
-        const std::int32_t count = next<int>();
+        const auto count = next<int>();
         if (arcs == nullptr || count < 2 || count > kMostArcs)
             return kFailed;
         if (arcs[0] < 0 || arcs[0] > 2 || arcs[1] < 0 || arcs[1] > 39)
@@ -403,7 +398,7 @@ class Printer {
     }
 
     BerWriter& writer_;
-    Arguments& arguments_;
+    std::va_list& arguments_;
     std::uint8_t pendingClass_ = 0;
 };
 
@@ -437,10 +432,11 @@ void BerWriterFree(BerWriter* writer) {
 int BerWriterVprintf(BerWriter* writer, const char* format, std::va_list arguments) {
     if (writer == nullptr || format == nullptr)
         return kFailed;
-    Arguments own;
-    va_copy(own.list, arguments);
+    // A copy, since a parameter of this type is a pointer where the type is an array, and no reference binds to it.
+    std::va_list own;
+    va_copy(own, arguments);
     const int result = Printer(*writer, own).run(format);
-    va_end(own.list);
+    va_end(own);
     return result;
 }
 

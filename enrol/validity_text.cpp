@@ -8,6 +8,8 @@ constexpr wchar_t kYear = L'\u5E74';
 constexpr wchar_t kMonth = L'\u6708';
 constexpr wchar_t kDay = L'\u65E5';
 
+constexpr std::int64_t kLastSecond = 32535215999;  // 3000-12-31 23:59:59
+
 void append(std::wstring& text, unsigned value, std::size_t width) {
     const std::wstring digits = std::to_wstring(value);
     if (digits.size() < width)
@@ -74,7 +76,9 @@ std::int64_t readValidityText(std::wstring_view text) {
     (void)(readNumber(text, 4, year) && readMark(text, kYear) && readNumber(text, 2, month) && readMark(text, kMonth) &&
            readNumber(text, 2, day) && readMark(text, kDay) && readNumber(text, 2, hour) && readMark(text, L':') &&
            readNumber(text, 2, minute) && readMark(text, L':') && readNumber(text, 2, second));
-    return ((daysFromDate(year, month, day) * 24 + hour) * 60 + minute) * 60 + second;
+    const std::int64_t seconds = ((daysFromDate(year, month, day) * 24 + hour) * 60 + minute) * 60 + second;
+    // The range of _mktime64, by which the order of certificates is defined: its -1 makes all times outside it equal.
+    return seconds < 0 || seconds > kLastSecond ? -1 : seconds;
 }
 
 }  // namespace enrol

@@ -14,8 +14,8 @@ namespace enrol {
 std::wstring validityText(const SYSTEMTIME& time);
 
 // readValidityText reads such a text back and gives the seconds since 1970-01-01 00:00:00, without time zone and
-// daylight saving, at 64 bits whatever the platform's time_t is. Reading ends at the first piece that does not fit, and
-// what was not read counts as 0.
+// daylight saving, at 64 bits whatever the platform's time_t is; -1 for a time before that, or after the year 3000.
+// Reading ends at the first piece that does not fit, and what was not read counts as 0.
 std::int64_t readValidityText(std::wstring_view text);
 
 }  // namespace enrol

@@ -26,10 +26,10 @@ bool opens(const std::uint8_t* data, std::size_t size, const char* format) {
 int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0 || size > 16384)
         return 0;
-    std::size_t length = 0;
-    FUZZ_ASSERT(enrol::EncodeBase64Text(data, size, nullptr, length) == 0);
-    std::string text(length, '\0');
-    FUZZ_ASSERT(enrol::EncodeBase64Text(data, size, text.data(), length) == 0);
+    std::size_t room = 0;
+    FUZZ_ASSERT(enrol::EncodeBase64Text(data, size, nullptr, room) == 0);
+    std::string text(room, '\0');
+    FUZZ_ASSERT(enrol::EncodeBase64Text(data, size, text.data(), room) == 0);
     text.resize(std::min(text.size(), text.find('\0')));
 
     const std::int32_t plain = enrol::IsPlainCertificate(text.data(), text.size());

@@ -45,7 +45,7 @@ std::string encode(const fuzz::Bytes& bytes) {
     FUZZ_ASSERT(enrol::EncodeBase64Text(bytes.data(), bytes.size(), text.data(), length) == 0);
     const auto end = std::find(text.begin(), text.end(), '\0');
     FUZZ_ASSERT(std::all_of(end, text.end(), [](char c) { return c == '\0'; }));
-    return std::string(text.begin(), end);
+    return {text.begin(), end};
 }
 
 void checkLines(std::string_view text) {

@@ -28,7 +28,7 @@ std::vector<fs::path> filesOf(const fs::path& folder) {
 }
 
 void replay(const fs::path& file) {
-    std::fprintf(stderr, "%s\n", file.filename().string().c_str());  // the last one named is the one that fails
+    (void)std::fprintf(stderr, "%s\n", file.filename().string().c_str());  // the last one named is the one that fails
     std::ifstream stream(file, std::ios::binary);
     const fuzz::Bytes bytes{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
     LLVMFuzzerTestOneInput(bytes.data(), bytes.size());
@@ -42,7 +42,7 @@ int replayAll(int count, char** folders) {
             ++replayed;
         }
     }
-    std::fprintf(stderr, "%zu inputs\n", replayed);
+    (void)std::fprintf(stderr, "%zu inputs\n", replayed);
     return replayed == 0 ? 1 : 0;
 }
 
@@ -52,7 +52,7 @@ int main(int argc, char** argv) {
     try {
         return replayAll(argc - 1, argv + 1);
     } catch (const std::exception& failure) {
-        std::fprintf(stderr, "%s\n", failure.what());
+        (void)std::fprintf(stderr, "%s\n", failure.what());
         return 1;
     }
 }

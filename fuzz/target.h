@@ -20,7 +20,7 @@ namespace fuzz {
 using Bytes = std::vector<std::uint8_t>;
 
 [[noreturn]] inline void fail(const char* condition, const char* file, int line) {
-    std::fprintf(stderr, "%s:%d: does not hold: %s\n", file, line, condition);
+    (void)std::fprintf(stderr, "%s:%d: does not hold: %s\n", file, line, condition);
     std::abort();
 }
 

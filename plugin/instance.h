@@ -35,7 +35,7 @@ struct PluginInstance {
     std::uint32_t spare = 0;
     bool initialized = false;              // true once attached
     NPObject* scriptableObject = nullptr;  // one reference, null until asked for
-    char text[128];                        // what the window paints
+    char text[128] = {};                   // what the window paints
 };
 
 // The browser's window object, one for the whole module: each instance gets it anew, and the first one that goes

@@ -73,17 +73,21 @@ configure() {  # build
     check "$1 configure" cmake --preset "$1" -UVT_DEMO
 }
 
-# With rooms, builds those rooms' test programs (the target tests_<room>); else everything.
+# With rooms, builds those rooms' test programs (the target tests_<room>), or everything for a room of scripts alone.
 build() {  # build room...
-    local build=$1 room
+    local build=$1 room help
     local -a targets=()
     shift
+    help=$(cmake --build --preset "$build" --target help 2>/dev/null)
     for room in "$@"; do
-        if cmake --build --preset "$build" --target help 2>/dev/null | grep -q "^tests_$room:"; then
+        if grep -q "^tests_$room:" <<<"$help"; then
             targets+=("tests_$room")
+        elif ctest --preset "$build" --print-labels 2>/dev/null | grep -qx " *$room"; then
+            targets+=(all)
         else
-            targets=(all)
-            break
+            count 0 1 0
+            printf 'FAILED   %s: there is no room %s\n' "$build" "$room"
+            return 1
         fi
     done
     [[ ${#targets[@]} -gt 0 ]] || targets=(all)
@@ -111,7 +115,7 @@ clean_up() {
 }
 
 run_tests() {  # build room...
-    local build=$1 pattern
+    local build=$1 pattern=''
     shift
     local junit=$results/$build.xml gtest=$results/$build
     local -a select=()
@@ -135,7 +139,13 @@ run_tests() {  # build room...
     fi
     env "${environment[@]}" ctest --preset "$build" -j "$at_once" --no-tests=error --output-junit "$junit" \
         --test-output-size-failed 20000 --quiet "${select[@]}" >"$results/$build.ctest.log" 2>&1 </dev/null
+    local status=$? before=$failed
     tally "$build" "$junit" "$gtest"
+    if [[ $status -ne 0 && $failed -eq $before ]]; then
+        count 0 1 0
+        printf 'FAILED   %s: ctest ended with %d%s\n' "$build" "$status" "${pattern:+ (is there a room $pattern?)}"
+        tail -n 20 "$results/$build.ctest.log"
+    fi
 }
 
 run_build() {  # build room...

@@ -237,8 +237,8 @@ var certEnrollCodes = {
   "22188229": {
     operation: "request generation",
     happened: "Subject is not valid UTF-8",
-    cause: "The name holds characters that are not properly encoded, which happens with text copied from old documents.",
-    remedy: "Type the names anew in place of pasting them, and make the request again."
+    cause: "The system refused to read the name as UTF-8 text: it is far too long, or the system's text conversion is out of order. Single characters that are badly encoded do not cause this; they are replaced.",
+    remedy: "Shorten the names and make the request again. If it comes back, restart the browser."
   },
   "22188308": {
     operation: "request generation",

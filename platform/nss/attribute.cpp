@@ -1,5 +1,7 @@
 #include "platform/nss/attribute.h"
 
+#include <algorithm>
+
 namespace platform::nss {
 namespace {
 
@@ -10,6 +12,10 @@ Bytes read(PK11ObjectType kind, void* object, CK_ATTRIBUTE_TYPE type) {
     Bytes value(item.data, item.data + item.len);
     nss().SECITEM_FreeItem(&item, PR_FALSE);
     return value;
+}
+
+Bytes withoutLeadingZeros(const Bytes& number) {
+    return {std::find_if(number.begin(), number.end(), [](BYTE byte) { return byte != 0; }), number.end()};
 }
 
 bool isTrue(const Bytes& value) {
@@ -24,6 +30,14 @@ Bytes readAttribute(SECKEYPrivateKey* key, CK_ATTRIBUTE_TYPE type) {
 
 Bytes readAttribute(PK11GenericObject* object, CK_ATTRIBUTE_TYPE type) {
     return read(PK11_TypeGeneric, object, type);
+}
+
+Bytes readNumber(SECKEYPrivateKey* key, CK_ATTRIBUTE_TYPE type) {
+    return withoutLeadingZeros(readAttribute(key, type));
+}
+
+Bytes readNumber(PK11GenericObject* object, CK_ATTRIBUTE_TYPE type) {
+    return withoutLeadingZeros(readAttribute(object, type));
 }
 
 bool writeAttribute(PK11GenericObject* object, CK_ATTRIBUTE_TYPE type, Bytes value) {

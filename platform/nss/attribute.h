@@ -13,6 +13,10 @@ namespace platform::nss {
 Bytes readAttribute(SECKEYPrivateKey* key, CK_ATTRIBUTE_TYPE type);
 Bytes readAttribute(PK11GenericObject* object, CK_ATTRIBUTE_TYPE type);
 
+// readNumber gives an attribute that is a number, without leading zeros, which tokens give or not.
+Bytes readNumber(SECKEYPrivateKey* key, CK_ATTRIBUTE_TYPE type);
+Bytes readNumber(PK11GenericObject* object, CK_ATTRIBUTE_TYPE type);
+
 // writeAttribute changes an attribute's value. False if the token refuses.
 bool writeAttribute(PK11GenericObject* object, CK_ATTRIBUTE_TYPE type, Bytes value);
 

@@ -55,7 +55,8 @@ bool readTimeOfYear(const BYTE* text, int year, FILETIME& time) {
     if (text[10] != 'Z' || year < 1601 || month < 1 || month > 12 || day < 1 || day > daysOfMonth(year, month) ||
         hour < 0 || hour > 23 || minute < 0 || minute > 59 || second < 0 || second > 59)
         return false;
-    const std::int64_t seconds = daysBefore(year, month, day) * 86400 + hour * 3600 + minute * 60 + second;
+    const std::int64_t seconds =
+        daysBefore(year, month, day) * 86400 + std::int64_t{hour} * 3600 + std::int64_t{minute} * 60 + second;
     const auto steps = static_cast<std::uint64_t>(seconds) * 10000000;
     time = {static_cast<DWORD>(steps), static_cast<DWORD>(steps >> 32)};
     return true;

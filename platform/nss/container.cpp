@@ -69,9 +69,10 @@ std::string containerNameOf(const Bytes& nickname, const Bytes& identifier) {
 
 bool deleteKeyPair(const Token& token, PrivateKey key) {
     PK11SlotInfo* slot = token.slot.get();
-    const Bytes identifier = readAttribute(key.get(), CKA_ID);
+    // By the modulus, as other programs make keys without identifiers or give one to several.
+    const Bytes modulus = readNumber(key.get(), CKA_MODULUS);
     forEachObject(slot, CKO_PUBLIC_KEY, [&](PK11GenericObject* object) {
-        if (readAttribute(object, CKA_ID) == identifier)
+        if (!modulus.empty() && readNumber(object, CKA_MODULUS) == modulus)
             nss().PK11_DestroyTokenObject(slot, nss().PK11_GetObjectHandle(PK11_TypeGeneric, object, nullptr));
     });
     return nss().PK11_DeleteTokenPrivateKey(key.release(), PR_TRUE) == SECSuccess;

@@ -119,7 +119,10 @@ BOOL CryptSignHashA(HCRYPTHASH hash, DWORD spec, LPCSTR /*description*/, DWORD f
     const std::shared_ptr<Key> key = openKey(*opened->container, spec);
     if (key == nullptr)
         return FALSE;
-    Bytes value(static_cast<std::size_t>(nss().PK11_SignatureLen(key->privateKey.get())));
+    const int length = nss().PK11_SignatureLen(key->privateKey.get());
+    if (length <= 0)
+        return posix::fail(NTE_FAIL);
+    Bytes value(static_cast<std::size_t>(length));
     if (signature == nullptr || *size < value.size())
         return giveOut(value, signature, size);
     if (!finish(*opened) || !sign(*key, digestInfo(*opened), value))

@@ -145,12 +145,30 @@ bool removeRivals(const Certificate& certificate, const Token& token) {
     });
 }
 
+// Whether the token has that very certificate where the store finds it.
+bool isThere(StoreKind kind, const Certificate& certificate, const Token& token) {
+    const std::vector<TokenCertificate> all = listCertificates(token);
+    const Span der = certificate.der();
+    return std::any_of(all.begin(), all.end(), [&](const TokenCertificate& stored) {
+        const Span other = stored.certificate->der();
+        return std::equal(der.data, der.data + der.size, other.data, other.data + other.size) &&
+               belongsTo(kind, stored, false);
+    });
+}
+
 std::shared_ptr<CertificateElement> store(Store& into, const std::shared_ptr<Certificate>& certificate) {
     const std::optional<TokenKey> key =
         into.kind == StoreKind::kMy ? keyAnywhere(*certificate) : std::optional<TokenKey>();
     const Token token = key ? key->token : findToken(nullptr);
     const bool isNatural = key.has_value() || naturalStore(*certificate) == into.kind;
-    if (token.slot == nullptr || !removeRivals(*certificate, token))
+    if (token.slot == nullptr)
+        return nullptr;
+    // What is there already stays untouched: with it would go the trust that the user has given it.
+    if (!key && isThere(into.kind, *certificate, token)) {
+        into.elements.push_back(elementOf({token, certificate, {}}, nullptr));
+        return into.elements.back();
+    }
+    if (!removeRivals(*certificate, token))
         return nullptr;
     const std::string nickname = nicknameFor(*certificate, token, isNatural ? "" : nameOf(into.kind).nicknamePrefix);
     if (!importCertificate(*certificate, token, nickname))

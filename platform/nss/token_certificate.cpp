@@ -14,10 +14,6 @@ SECItem itemOf(Span span) {
     return {siBuffer, const_cast<BYTE*>(span.data), static_cast<unsigned int>(span.size)};
 }
 
-Bytes withoutLeadingZeros(const Bytes& number) {
-    return {std::find_if(number.begin(), number.end(), [](BYTE byte) { return byte != 0; }), number.end()};
-}
-
 bool isLoggedIn(const Token& token) {
     PK11SlotInfo* slot = token.slot.get();
     return nss().PK11_NeedLogin(slot) == PR_FALSE || nss().PK11_IsLoggedIn(slot, nullptr) != PR_FALSE;
@@ -58,7 +54,7 @@ class KeyNicknames {
     void visit(const std::function<void(PK11GenericObject*)>& each) const {
         for (const CK_OBJECT_CLASS kind : {CKO_PRIVATE_KEY, CKO_PUBLIC_KEY}) {
             forEachObject(slot_, kind, [&](PK11GenericObject* object) {
-                const Bytes modulus = withoutLeadingZeros(readAttribute(object, CKA_MODULUS));
+                const Bytes modulus = readNumber(object, CKA_MODULUS);
                 if (!modulus.empty() && modulus == modulus_)
                     each(object);
             });
@@ -107,7 +103,7 @@ Bytes keyIdentifier(const Certificate& certificate, PK11SlotInfo* slot) {
     const Bytes modulus = certificate.rsaModulus();
     for (const CK_OBJECT_CLASS kind : {CKO_PUBLIC_KEY, CKO_PRIVATE_KEY}) {
         forEachObject(slot, kind, [&](PK11GenericObject* object) {
-            if (!modulus.empty() && withoutLeadingZeros(readAttribute(object, CKA_MODULUS)) == modulus)
+            if (!modulus.empty() && readNumber(object, CKA_MODULUS) == modulus)
                 identifier = readAttribute(object, CKA_ID);
         });
     }
@@ -147,6 +143,17 @@ bool haveSameSubject(const Certificate& a, const Certificate& b) {
     return std::equal(subject.pbData, subject.pbData + subject.cbData, other.pbData, other.pbData + other.cbData);
 }
 
+// The text without blanks before its hyphens: it must not look like a store's mark (store.h).
+std::string unmarked(const std::string& text) {
+    std::string result;
+    for (const char c : text) {
+        while (c == '-' && !result.empty() && (result.back() == ' ' || result.back() == ':'))
+            result.pop_back();
+        result += c;
+    }
+    return result;
+}
+
 // The text of the subject's last common name, else of its last attribute that is text in bytes.
 std::string subjectText(const Certificate& certificate) {
     std::string commonName;
@@ -170,7 +177,7 @@ std::string subjectText(const Certificate& certificate) {
                 text.assign(value.content.data, value.content.data + value.content.size);
         }
     }
-    return commonName.empty() ? other : commonName;
+    return unmarked(commonName.empty() ? other : commonName);
 }
 
 }  // namespace
@@ -179,7 +186,7 @@ std::vector<TokenKey> listKeys(const Token& token) {
     std::vector<TokenKey> keys;
     const bool isPrivate = isLoggedIn(token);
     forEachObject(token.slot.get(), isPrivate ? CKO_PRIVATE_KEY : CKO_PUBLIC_KEY, [&](PK11GenericObject* object) {
-        const Bytes modulus = withoutLeadingZeros(readAttribute(object, CKA_MODULUS));
+        const Bytes modulus = readNumber(object, CKA_MODULUS);
         if (!modulus.empty())
             keys.push_back({token, modulus,
                             containerNameOf(readAttribute(object, CKA_LABEL), readAttribute(object, CKA_ID)),

@@ -250,6 +250,17 @@ TEST_F(store_test, PruneComparesTimesBeyondTheEndOf32BitTime) {
     EXPECT_EQ(left(), Serials{"03"});
 }
 
+TEST_F(store_test, StartsBefore1970AndAfter3000AreTheSameToPrune) {
+    add(hex("05"), kWithKey, "19500101000000Z");
+    add(hex("03"), kWithKey, "19691231235959Z");
+    add(hex("04"), kWithKey, "30010101000000Z");
+    EXPECT_EQ(PruneCertificates(kSubject, kIssuer), 0);
+    EXPECT_EQ(left(), Serials{"05"}) << "the larger serial";
+    add(hex("01"), kWithKey, "19700101000000Z");
+    EXPECT_EQ(PruneCertificates(kSubject, kIssuer), 0);
+    EXPECT_EQ(left(), Serials{"01"}) << "the later start";
+}
+
 TEST_F(store_test, PruneTakesNoAccountOfDaylightSaving) {
     // In many zones the clock goes from 02:00 to 03:00 here, so that the later time would come out as the same.
     add(hex("02"), kWithKey, "20150329033000Z");

@@ -33,17 +33,24 @@ TEST(validity_text_test, TextReadsBackAsSeconds) {
     EXPECT_EQ(readValidityText(L"2100\u5E7403\u670801\u65E5 12:00:00"), 4107585600);
 }
 
-TEST(validity_text_test, TimesOutsideThe32BitRangeKeepTheirOrder) {
-    EXPECT_EQ(readValidityText(L"1950\u5E7401\u670801\u65E5 00:00:00"), -631152000);
-    EXPECT_EQ(readValidityText(L"1601\u5E7401\u670801\u65E5 00:00:00"), -11644473600);
+TEST(validity_text_test, TimesBeyond32BitsAreTold) {
     EXPECT_EQ(readValidityText(L"2038\u5E7401\u670819\u65E5 03:14:08"), 2147483648);
-    EXPECT_EQ(readValidityText(L"9999\u5E7412\u670831\u65E5 23:59:59"), 253402300799);
+    EXPECT_EQ(readValidityText(L"3000\u5E7412\u670831\u65E5 23:59:59"), 32535215999);
+}
+
+// The published range of _mktime64.
+TEST(validity_text_test, TimesBefore1970AndAfter3000AreAllOne) {
+    EXPECT_EQ(readValidityText(L"1969\u5E7412\u670831\u65E5 23:59:59"), -1);
+    EXPECT_EQ(readValidityText(L"1950\u5E7401\u670801\u65E5 00:00:00"), -1);
+    EXPECT_EQ(readValidityText(L"1601\u5E7401\u670801\u65E5 00:00:00"), -1);
+    EXPECT_EQ(readValidityText(L"3001\u5E7401\u670801\u65E5 00:00:00"), -1);
+    EXPECT_EQ(readValidityText(L"9999\u5E7412\u670831\u65E5 23:59:59"), -1);
 }
 
 TEST(validity_text_test, EveryDayFollowsTheOneBefore) {
     static constexpr unsigned kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
-    std::int64_t expected = -631152000;  // 1950-01-01
-    for (unsigned year = 1950; year < 2110; ++year) {
+    std::int64_t expected = 0;  // 1970-01-01
+    for (unsigned year = 1970; year < 2410; ++year) {
         const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
         for (unsigned month = 1; month <= 12; ++month) {
             const unsigned days = kDays[month - 1] + (month == 2 && leap ? 1 : 0);
@@ -58,8 +65,8 @@ TEST(validity_text_test, TextWithAnotherCharacterEndsTheReading) {
     // Minutes and seconds are lost behind the wrong mark.
     EXPECT_EQ(readValidityText(L"1970\u5E7401\u670801\u65E5 01.02:03"), 3600);
     EXPECT_EQ(readValidityText(L"1970\u5E7401\u670802\u65E5"), 86400);
-    EXPECT_EQ(readValidityText(L""), readValidityText(L"x"));
-    EXPECT_LT(readValidityText(L""), readValidityText(L"0001\u5E7401\u670801\u65E5 00:00:00"));
+    EXPECT_EQ(readValidityText(L""), -1);
+    EXPECT_EQ(readValidityText(L"x"), -1);
 }
 
 }  // namespace

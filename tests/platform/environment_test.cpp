@@ -4,7 +4,6 @@
 #include <string>
 
 #include "platform/platform.h"
-#include "tests/support/failing_heap.h"
 
 using platform::sys;
 
@@ -76,21 +75,6 @@ TEST(environment_test, HomeIsAllPathAndNoDrive) {
 TEST(environment_test, WithoutHomeThePasswordDatabaseKnows) {
     unsetenv("HOME");
     EXPECT_EQ(expand("%HOMEPATH%").substr(0, 1), "/");
-}
-
-TEST(environment_test, ExhaustedMemoryIsAFailure) {
-    setVariable("HOME", "/home/of somebody whose name is long");
-    char text[64];
-    const long runs = support::forEachExhaustion([&] {
-        sys().SetLastError(0);
-        const DWORD needed = sys().ExpandEnvironmentStringsA("%HOMEDRIVE%%HOMEPATH%", text, sizeof text);
-        if (needed == 0)
-            EXPECT_EQ(sys().GetLastError(), ERROR_NOT_ENOUGH_MEMORY);
-        else
-            EXPECT_EQ(needed, 37u);
-    });
-    EXPECT_GT(runs, 0);
-    EXPECT_STREQ(text, "/home/of somebody whose name is long");
 }
 
 TEST(environment_test, RefusesNull) {

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "platform/platform.h"
-#include "tests/support/failing_heap.h"
 
 using platform::sys;
 
@@ -60,24 +59,6 @@ TEST(file_test, AFolderIsFoundAndNotDeleted) {
     EXPECT_TRUE(sys().FindClose(search));
     EXPECT_FALSE(sys().DeleteFileA("/tmp"));
     EXPECT_EQ(sys().GetLastError(), ERROR_ACCESS_DENIED);
-}
-
-TEST(file_test, FindingTakesNoMemory) {
-    const std::string path = "./" + std::string(100, 'n');
-    makeFile(path.c_str());
-    WIN32_FIND_DATAA found;
-    HANDLE search = INVALID_HANDLE_VALUE;
-    long taken = 0;
-    {
-        const support::CountingHeap heap;
-        search = sys().FindFirstFileA(path.c_str(), &found);
-        taken = heap.allocations();
-    }
-    EXPECT_EQ(taken, 0);
-    ASSERT_NE(search, INVALID_HANDLE_VALUE);
-    EXPECT_EQ(found.cFileName, path.substr(2));
-    EXPECT_TRUE(sys().FindClose(search));
-    EXPECT_TRUE(sys().DeleteFileA(path.c_str()));
 }
 
 TEST(file_test, ErrorsTellWhatStandsInTheWay) {

@@ -3,7 +3,6 @@
 #include <string>
 
 #include "platform/platform.h"
-#include "tests/support/failing_heap.h"
 
 using platform::sys;
 
@@ -58,19 +57,6 @@ TEST(module_test, LongNameIsCut) {
     char name[6] = "#####";
     EXPECT_EQ(sys().GetModuleBaseNameA(sys().GetCurrentProcess(), nullptr, name, 5), 4u);
     EXPECT_STREQ(name, "test");
-}
-
-// The script object asks for it in calls of the browser, which no exception may leave.
-TEST(module_test, TheProgramsNameTakesNoMemory) {
-    char name[260] = "unknown";
-    long taken = 0;
-    {
-        const support::CountingHeap heap;
-        sys().GetModuleBaseNameA(sys().GetCurrentProcess(), nullptr, name, sizeof name);
-        taken = heap.allocations();
-    }
-    EXPECT_EQ(taken, 0);
-    EXPECT_STREQ(name, kProgram);
 }
 
 TEST(module_test, RefusesOtherProcessesAndNulls) {

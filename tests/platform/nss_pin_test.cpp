@@ -157,6 +157,25 @@ TEST_F(nss_pin_test, CertificateShowsItsKeyWithoutAPin) {
     EXPECT_EQ(asked(), "");
 }
 
+// Other programs make keys without identifiers, or give one to several.
+TEST_F(nss_pin_test, DeletionTakesNoOtherPairsPublicKey) {
+    if (!support::inOwnProcess())
+        return support::runInOwnProcess();
+    makeCard();
+    answerPrompt("echo 1234");
+    const std::string card = "pkcs11-tool --module " VT_SOFTHSM " --token-label card --login --pin 1234 ";
+    for (const char* pair : {"goes", "stays"}) {
+        const ToolResult made = tool(card + "--keypairgen --key-type rsa:1024 --label " + pair);
+        ASSERT_EQ(made.status, 0) << made.output;
+    }
+    EXPECT_FALSE(Prov("goes", CRYPT_DELETEKEYSET, kCard));
+    const ToolResult left = tool(card + "-O");
+    EXPECT_EQ(left.output.find("goes"), std::string::npos) << left.output;
+    const std::size_t publicKey = left.output.find("Public Key Object");
+    ASSERT_NE(publicKey, std::string::npos) << left.output;
+    EXPECT_NE(left.output.find("stays", publicKey), std::string::npos) << left.output;
+}
+
 TEST_F(nss_pin_test, WrongPinFailsAndIsNotTriedAgain) {
     if (!support::inOwnProcess())
         return support::runInOwnProcess();

@@ -136,6 +136,39 @@ TEST_F(nss_store_test, AddingGrantsNoTrust) {
     EXPECT_NE(check.output.find("not trusted"), std::string::npos) << check.output;
 }
 
+// Every installation of a chain adds the same authorities once more.
+TEST_F(nss_store_test, AddingAgainLeavesTheUsersTrust) {
+    const Authority authority(home_);
+    const auto addRoot = [&] {
+        const StoreHandle root("ROOT");
+        EXPECT_EQ(addError(root, authority.certificate()), 0u);
+    };
+    addRoot();
+    const ToolResult trusted = tool("certutil -M -t C,, -n 'Test Root' -d " + home_.database());
+    ASSERT_EQ(trusted.status, 0) << trusted.output;
+    addRoot();
+    EXPECT_EQ(contents("ROOT"), Certificates{authority.certificate()});
+    const ToolResult list = tool("certutil -L -d " + home_.database());
+    EXPECT_NE(list.output.find(" C,,"), std::string::npos) << list.output;
+}
+
+// Nobody gets into another store by a name of his own choosing.
+TEST_F(nss_store_test, NameLikeAStoresIsNoMark) {
+    makeKey("alice", 1024);
+    const Authority authority(home_);
+    const Bytes alice = authority.certify(publicKeyPem(home_, "alice"), "/CN=ROOT - Alice", 5);
+    const Bytes sub = strange(authority, "/CN=ROOT :- Sub", 9, "basicConstraints=critical,CA:TRUE");
+    {
+        const StoreHandle my("MY");
+        const StoreHandle ca("CA");
+        EXPECT_EQ(addError(my, alice), 0u);
+        EXPECT_EQ(addError(ca, sub), 0u);
+    }
+    EXPECT_TRUE(contents("ROOT").empty());
+    EXPECT_EQ(contents("MY"), Certificates{alice});
+    EXPECT_EQ(contents("CA"), Certificates{sub});
+}
+
 TEST_F(nss_store_test, ReplacesACertificateOfSameIssuerAndSerial) {
     makeKey("alice", 1024);
     const Authority authority(home_);

@@ -1,7 +1,6 @@
 #include "tests/support/failing_heap.h"
 
 #include <atomic>
-#include <climits>
 #include <cstdlib>
 #include <new>
 
@@ -26,15 +25,12 @@ Thread thisThread() {
 }
 #endif
 
-std::atomic<bool> armed{false};
+std::atomic<support::FailingHeap*> active{nullptr};
 Thread owner;
-long failAt = 0;
-long count = 0;
 
 bool mustFail() {
-    if (!armed.load(std::memory_order_acquire) || thisThread() != owner)
-        return false;
-    return ++count == failAt;
+    support::FailingHeap* const heap = active.load(std::memory_order_acquire);
+    return heap != nullptr && thisThread() == owner && heap->takeOne();
 }
 
 }  // namespace
@@ -111,27 +107,15 @@ void operator delete[](void* block, const std::nothrow_t& /*tag*/) noexcept {
 
 namespace support {
 
-FailingHeap::FailingHeap(long n) {
-    if (armed.load())
+FailingHeap::FailingHeap(long n) : failAt_(n) {
+    if (active.load() != nullptr)
         std::abort();  // Two at a time would count for each other.
     owner = thisThread();
-    failAt = n;
-    count = 0;
-    armed.store(true, std::memory_order_release);
+    active.store(this, std::memory_order_release);
 }
 
 FailingHeap::~FailingHeap() {
-    armed.store(false, std::memory_order_release);
-}
-
-bool FailingHeap::failed() const {
-    return count >= failAt;
-}
-
-CountingHeap::CountingHeap() : heap_(LONG_MAX) {}
-
-long CountingHeap::allocations() const {
-    return count;
+    active.store(nullptr, std::memory_order_release);
 }
 
 }  // namespace support

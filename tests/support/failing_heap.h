@@ -11,6 +11,8 @@
 #ifndef VT_TESTS_SUPPORT_FAILING_HEAP_H
 #define VT_TESTS_SUPPORT_FAILING_HEAP_H
 
+#include <climits>
+
 namespace support {
 
 // While a FailingHeap lives, the n-th allocation of the thread that made it (counted from 1) fails: null from the C
@@ -24,14 +26,24 @@ class FailingHeap {
     FailingHeap& operator=(const FailingHeap&) = delete;
 
     // Whether the n-th allocation was asked for, and so refused.
-    [[nodiscard]] bool failed() const;
+    [[nodiscard]] bool failed() const { return count_ >= failAt_; }
+
+    // How many allocations were asked for.
+    [[nodiscard]] long count() const { return count_; }
+
+    // For the allocators alone: counts one more, and says whether it is the one to fail.
+    bool takeOne() { return ++count_ == failAt_; }
+
+  private:
+    long failAt_;
+    long count_ = 0;
 };
 
 // A FailingHeap that never fails, to count what an operation takes.
 class CountingHeap {
   public:
-    CountingHeap();
-    [[nodiscard]] long allocations() const;
+    CountingHeap() : heap_(LONG_MAX) {}
+    [[nodiscard]] long allocations() const { return heap_.count(); }
 
   private:
     FailingHeap heap_;
