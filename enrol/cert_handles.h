@@ -1,5 +1,5 @@
-// Certificate contexts and stores that are given back when they go out of scope. A context has to go before its store,
-// and a store before the provider that it was opened with: declare them in the other order.
+// Certificate contexts and stores that are given back when they go out of scope. A context has to go before its store:
+// declare them in the other order.
 #ifndef VT_ENROL_CERT_HANDLES_H
 #define VT_ENROL_CERT_HANDLES_H
 
@@ -26,6 +26,17 @@ struct StoreTraits {
 using StoreHandle = Handle<StoreTraits<0>>;
 // Closing reports a context that is still held.
 using CheckedStoreHandle = Handle<StoreTraits<CERT_CLOSE_STORE_CHECK_FLAG>>;
+
+// openMyStore opens the current user's "MY" with a provider's context, which the store takes over: the platform
+// releases it with the store, so that releasing it here as well could hit somebody else's. A store that does not open
+// is null, and the context stays the caller's.
+inline HCERTSTORE openMyStore(ProviderHandle& prov) {
+    const HCERTSTORE store =
+        capi().CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, prov.get(), CERT_SYSTEM_STORE_CURRENT_USER, L"MY");
+    if (store != nullptr)
+        prov.release();
+    return store;
+}
 
 // StoreWalk visits the certificates of a store; it may be left at any of them. A null store has none.
 class StoreWalk {

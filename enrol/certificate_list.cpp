@@ -72,7 +72,7 @@ bool OpenMyStore(ProviderHandle& prov, CheckedStoreHandle& store) {
         if (!makeDefaultContainer(prov))
             return false;
     }
-    store.reset(capi().CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, prov.get(), CERT_SYSTEM_STORE_CURRENT_USER, L"MY"));
+    store.reset(openMyStore(prov));
     return static_cast<bool>(store);
 }
 

@@ -20,7 +20,8 @@ using ContextArray = std::unique_ptr<PCCERT_CONTEXT[], ReleaseContexts>;
 
 // OpenMyStore opens the current user's "MY" with the default key container of the provider "Microsoft Enhanced
 // Cryptographic Provider v1.0", which is made afresh: where there is one it is deleted first. Containers that have a
-// name are not touched. False when there is no context or no store; then store is null.
+// name are not touched. False when there is no context or no store; then store is null. prov is empty afterwards, as
+// the store has taken it over, unless it is the store that did not open.
 bool OpenMyStore(ProviderHandle& prov, CheckedStoreHandle& store);
 
 // ListCertificates gives all certificates of the store in its order; a null store has none.

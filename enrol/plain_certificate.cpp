@@ -130,8 +130,7 @@ std::int32_t BindCertificateToContainer(const std::uint8_t* der, std::size_t len
     ProviderHandle prov;
     if (capi().CryptAcquireContextA(prov.receive(), container, provider, PROV_RSA_FULL, 0) == FALSE)
         return kReasonContainerNotOpened;
-    const StoreHandle store(
-        capi().CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, prov.get(), CERT_SYSTEM_STORE_CURRENT_USER, L"MY"));
+    const StoreHandle store(openMyStore(prov));
     if (!store)
         return kReasonStoreNotOpened;
     CertificateHandle added;

@@ -84,12 +84,13 @@ TEST_F(certificate_list_test, MyStoreIsOpenedWithAFreshDefaultContainer) {
     CallPlan calls;
     {
         const Opened my;
-        EXPECT_EQ(store_.lastProvider, my.prov.get());
+        EXPECT_NE(store_.lastProvider, 0U);
+        EXPECT_FALSE(my.prov) << "the store releases it";
         EXPECT_EQ(calls.log(), (std::vector<std::string>{"CryptAcquireContextW", "CertOpenStore"}));
         EXPECT_EQ(crypto_.containers.count({kQueryProvider, ""}), 1U);
     }
     EXPECT_EQ(store_.closeFlags, std::vector<DWORD>{CERT_CLOSE_STORE_CHECK_FLAG});
-    EXPECT_EQ(calls.log().back(), "CryptReleaseContext") << "the store goes before its provider";
+    EXPECT_EQ(calls.log().back(), "CertCloseStore") << "the context is the store's to release";
     EXPECT_EQ(calls.openHandles(), "");
 }
 
@@ -162,8 +163,7 @@ TEST_F(certificate_list_test, ListHasAllInTheStoresOrder) {
         std::size_t count = 0;
         const ContextArray all = ListCertificates(my.store.get(), count);
         EXPECT_EQ(serials(all, count), (Numbers{5, 3, 9, 1}));
-        EXPECT_EQ(calls.openHandles(), "certificate certificate certificate certificate provider store")
-            << "one reference each";
+        EXPECT_EQ(calls.openHandles(), "certificate certificate certificate certificate store") << "one reference each";
     }
     EXPECT_EQ(calls.openHandles(), "");
 }

@@ -211,8 +211,8 @@ TEST_F(plain_certificate_install_test, MicrosoftProviderGetsItThroughTheStore) {
                                         "CertCreateCertificateContext", "CertComparePublicKeyInfo",
                                         "CertFreeCertificateContext", "CryptAcquireContextA", "CertOpenStore",
                                         "CertAddEncodedCertificateToStore", "CertSetCertificateContextProperty",
-                                        "CertFreeCertificateContext", "CertCloseStore", "CryptReleaseContext",
-                                        "CryptReleaseContext"}));
+                                        "CertFreeCertificateContext", "CertCloseStore", "CryptReleaseContext"}))
+        << "of the two provider contexts one is the store's to release";
 }
 
 TEST_F(plain_certificate_install_test, AnotherProviderGetsItOnTheKey) {

@@ -127,9 +127,13 @@ template <> struct Ledger<&CryptoApi::CertDeleteCertificateFromStore> {
     static void after(BOOL, PCCERT_CONTEXT cert) { closed("certificate", cert); }
 };
 template <> struct Ledger<&CryptoApi::CertOpenStore> {
-    static void after(HCERTSTORE store, LPCSTR, DWORD, HCRYPTPROV_LEGACY, DWORD, const void*) {
-        if (store != nullptr)
-            opened("store", store);
+    // A store that opens takes over the provider's context: the platform releases it, and nobody else may.
+    static void after(HCERTSTORE store, LPCSTR, DWORD, HCRYPTPROV_LEGACY prov, DWORD, const void*) {
+        if (store == nullptr)
+            return;
+        opened("store", store);
+        if (prov != 0)
+            closed("provider", prov);
     }
 };
 template <> struct Ledger<&CryptoApi::CertOpenSystemStoreA> {
