@@ -75,14 +75,15 @@ configure() {  # build
 
 # With rooms, builds those rooms' test programs (the target tests_<room>), or everything for a room of scripts alone.
 build() {  # build room...
-    local build=$1 room help
+    local build=$1 room help labels
     local -a targets=()
     shift
     help=$(cmake --build --preset "$build" --target help 2>/dev/null)
+    labels=$(ctest --preset "$build" --print-labels 2>/dev/null)
     for room in "$@"; do
         if grep -q "^tests_$room:" <<<"$help"; then
             targets+=("tests_$room")
-        elif ctest --preset "$build" --print-labels 2>/dev/null | grep -qx " *$room"; then
+        elif grep -qx " *$room" <<<"$labels"; then
             targets+=(all)
         else
             count 0 1 0
