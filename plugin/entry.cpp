@@ -18,7 +18,7 @@ constexpr std::uint16_t kTableVersion = 19;
 constexpr std::size_t kCopiedSize = offsetof(NPNetscapeFuncs, setexception) + sizeof(NPNetscapeFuncs::setexception);
 
 NPError copyBrowserTable(const NPNetscapeFuncs* browser) {
-    std::fputs("============================\r\n", stdout);
+    (void)std::fputs("============================\r\n", stdout);
     if (browser == nullptr)
         return NPERR_INVALID_FUNCTABLE_ERROR;
     std::memcpy(&NPNFuncs, browser, kCopiedSize);

@@ -70,7 +70,7 @@ constexpr ScriptName kScriptNames[] = {
 
 void fetchIdentifiers() {
     for (const ScriptName& entry : kScriptNames) {
-        const NPIdentifier identifier = NPNFuncs.getstringidentifier(entry.name);
+        NPIdentifier identifier = NPNFuncs.getstringidentifier(entry.name);
         if (entry.identifier != nullptr)
             *entry.identifier = identifier;
     }
@@ -86,7 +86,7 @@ NPError onlyAnInstance(NPP instance) {
 
 void paint(HWND hWnd) {
     PAINTSTRUCT area = {};
-    HDC const dc = sys().BeginPaint(hWnd, &area);
+    HDC dc = sys().BeginPaint(hWnd, &area);
     RECT client = {};
     sys().GetClientRect(hWnd, &client);
     sys().FrameRect(dc, &client, static_cast<HBRUSH>(sys().GetStockObject(BLACK_BRUSH)));

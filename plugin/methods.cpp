@@ -352,7 +352,7 @@ bool ScriptablePluginObject::Invoke(NPIdentifier name, const NPVariant* args, st
 }
 
 bool IsPluginContainerHost() {
-    HANDLE const process = sys().GetCurrentProcess();
+    HANDLE process = sys().GetCurrentProcess();
     HMODULE module = nullptr;
     DWORD needed = 0;
     if (process == nullptr || sys().EnumProcessModules(process, &module, sizeof(module), &needed) == FALSE)

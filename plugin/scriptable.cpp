@@ -134,7 +134,7 @@ bool ScriptablePluginObjectBase::Construct(const NPVariant* /*args*/, std::uint3
 
 bool ScriptablePluginObject::InvokeDefault(const NPVariant* /*args*/, std::uint32_t /*argCount*/, NPVariant* result) {
     static constexpr char kAnswer[] = "default method return val";
-    std::fputs("ScriptablePluginObject default method called!\n", stdout);
+    (void)std::fputs("ScriptablePluginObject default method called!\n", stdout);
     giveText(kAnswer, sizeof(kAnswer) - 1, result);
     return true;
 }
@@ -149,7 +149,7 @@ bool ScriptablePluginObject::GetProperty(NPIdentifier /*name*/, NPVariant* /*res
 }
 
 bool ConstructablePluginObject::Construct(const NPVariant* /*args*/, std::uint32_t /*argCount*/, NPVariant* result) {
-    std::fputs("Creating new ConstructablePluginObject!\n", stdout);
+    (void)std::fputs("Creating new ConstructablePluginObject!\n", stdout);
     NPObject* const object = NPNFuncs.createobject(mNpp, &sConstructablePluginObject_NPClass);
     if (object == nullptr)
         return false;

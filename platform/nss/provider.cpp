@@ -10,6 +10,10 @@ namespace {
 
 constexpr DWORD kLastProviderType = 999;
 
+bool isGiven(void* reserved) {
+    return reserved != nullptr;
+}
+
 bool isFlagKnown(DWORD flags) {
     return flags == 0 || flags == CRYPT_NEWKEYSET || flags == CRYPT_DELETEKEYSET || flags == CRYPT_VERIFYCONTEXT;
 }
@@ -64,7 +68,7 @@ bool isNameGood(const std::string& name, DWORD flags) {
 BOOL CryptEnumProvidersA(DWORD index, DWORD* reserved, DWORD flags, DWORD* type, LPSTR name, DWORD* size) {
     if (flags != 0)
         return posix::fail(NTE_BAD_FLAGS);
-    if (reserved != nullptr || type == nullptr || size == nullptr)
+    if (isGiven(reserved) || type == nullptr || size == nullptr)
         return posix::fail(ERROR_INVALID_PARAMETER);
     const std::vector<Token> tokens = providerTokens();
     if (tokens.empty())

@@ -45,8 +45,8 @@ class SeenCodes {
     static void note(std::int32_t code, const char* way) {
         static std::FILE* const file = std::fopen(VT_SEEN_CODES, "w");
         ASSERT_NE(file, nullptr) << VT_SEEN_CODES;
-        std::fprintf(file, "%d %s\n", static_cast<int>(code), way);
-        std::fflush(file);
+        (void)std::fprintf(file, "%d %s\n", static_cast<int>(code), way);
+        (void)std::fflush(file);
     }
 };
 
@@ -122,6 +122,7 @@ class codes_test : public testing::Test {
         plugin::NPNFuncs.memalloc = takeHostMemory;
         plugin::NPNFuncs.memfree = keepHostMemory;
         std::vector<NPVariant> variants;
+        variants.reserve(args.size());
         for (const Value& value : args)
             variants.push_back(value.variant());
         const NPIdentifier name = browser.identifier(method);

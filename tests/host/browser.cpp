@@ -136,7 +136,7 @@ struct Operations {
         note("GetValue " + std::to_string(static_cast<int>(variable)));
         if (variable != NPNVWindowNPObject || self().refuseValues)
             return NPERR_GENERIC_ERROR;
-        self().retain(self().window_);
+        Browser::retain(self().window_);
         *static_cast<NPObject**>(value) = self().window_;
         return NPERR_NO_ERROR;
     }
@@ -176,7 +176,7 @@ struct Operations {
     }
     static NPObject* NP_CALL retainObject(NPObject* object) {
         note("RetainObject");
-        self().retain(object);
+        Browser::retain(object);
         return object;
     }
     static void NP_CALL releaseObject(NPObject* object) {

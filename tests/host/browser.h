@@ -75,7 +75,7 @@ class Browser {
 
     // Objects made by this browser.
     NPObject* create(NPP instance, NPClass* aClass);
-    void retain(NPObject* object);
+    static void retain(NPObject* object);
     void release(NPObject* object);
 
     // The window object that instances ask for; its references are counted like all others.

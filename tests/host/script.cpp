@@ -215,7 +215,9 @@ Script::Script(Browser& browser, const NPPluginFuncs& plugin, std::ostream& outp
 
 void Script::remake() {
     page_.reset();
+#if defined(_WIN32)
     window_.reset();
+#endif
     page_ = std::make_unique<Page>(browser_, plugin_);
 }
 
@@ -258,19 +260,30 @@ void Script::run(const std::string& line) {
             throw std::runtime_error("nothing saved to " + first);
     } else if (command == "expect") {
         expect(words);
-    } else if (command == "window") {
-        window_ = std::make_unique<Window>(std::atoi(words.at(1).c_str()), std::atoi(words.at(2).c_str()));
-        window_->show(plugin_, page_->instance());
-    } else if (command == "snapshot") {
-        if (window_ == nullptr)
-            throw std::runtime_error("no window");
-        output_ << "snapshot " << window_->snapshot(first) << std::endl;
     } else if (command == "reload") {
         remake();
+#if defined(_WIN32)
+    } else if (runWindowCommand(words)) {
+        return;
+#endif
     } else {
         throw std::runtime_error("unknown command " + command);
     }
 }
+
+#if defined(_WIN32)
+bool Script::runWindowCommand(const std::vector<std::string>& words) {
+    if (words[0] == "window") {
+        window_ = std::make_unique<Window>(std::stoi(words.at(1)), std::stoi(words.at(2)));
+        window_->show(plugin_, page_->instance());
+        return true;
+    }
+    if (words[0] != "snapshot" || window_ == nullptr)
+        return false;
+    output_ << "snapshot " << window_->snapshot(words.at(1)) << std::endl;
+    return true;
+}
+#endif
 
 void Script::listProviders() {
     for (int index = 0;; ++index) {

@@ -30,7 +30,9 @@
 
 #include "tests/host/browser.h"
 #include "tests/host/plugin_file.h"
+#if defined(_WIN32)
 #include "tests/host/window.h"
+#endif
 
 namespace host {
 
@@ -61,7 +63,11 @@ class Script {
     const NPPluginFuncs& plugin_;
     std::ostream& output_;
     std::unique_ptr<Page> page_;
+#if defined(_WIN32)
+    // False for another command, or a snapshot without a window.
+    bool runWindowCommand(const std::vector<std::string>& words);
     std::unique_ptr<Window> window_;
+#endif
     Outcome last_;
 };
 

@@ -10,7 +10,6 @@ namespace {
 
 using host::Outcome;
 using host::splitCommand;
-using host::Value;
 using host::valueOf;
 using testing::ElementsAre;
 

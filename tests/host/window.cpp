@@ -1,12 +1,10 @@
 #include "tests/host/window.h"
 
+#include <windows.h>
+
 #include <fstream>
 #include <stdexcept>
 #include <vector>
-
-#if defined(_WIN32)
-
-#include <windows.h>
 
 namespace host {
 namespace {
@@ -139,22 +137,3 @@ std::string Window::snapshot(const std::string& path) {
 }
 
 }  // namespace host
-
-#else
-
-namespace host {
-
-Window::Window(int /*width*/, int /*height*/) {
-    throw std::runtime_error("the plug-in paints on Windows alone");
-}
-Window::~Window() = default;
-void Window::show(const NPPluginFuncs& plugin, NPP instance) {
-    plugin.setwindow(instance, &window_);
-}
-std::string Window::snapshot(const std::string& path) {
-    return path;
-}
-
-}  // namespace host
-
-#endif

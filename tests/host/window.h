@@ -1,4 +1,4 @@
-// A real window for the plug-in to paint in. Windows only: elsewhere the plug-in paints nothing.
+// A real window for the plug-in to paint in. Built on Windows only: elsewhere the plug-in paints nothing.
 #ifndef VT_TESTS_HOST_WINDOW_H
 #define VT_TESTS_HOST_WINDOW_H
 
@@ -10,7 +10,7 @@ namespace host {
 
 class Window {
   public:
-    // Throws std::runtime_error where there are no windows.
+    // Throws std::runtime_error when no window can be made, as without a display.
     Window(int width, int height);
     ~Window();
     Window(const Window&) = delete;

@@ -2,7 +2,6 @@
 // documented code, a text, or an error of script, and nothing else.
 #include <cstring>
 #include <limits>
-#include <random>
 #include <set>
 
 #include "tests/plugin/plugin_test.h"
@@ -10,6 +9,7 @@
 #include "tests/support/fake_crypto_api.h"
 #include "tests/support/fake_store.h"
 #include "tests/support/fake_system_api.h"
+#include "tests/support/noise.h"
 
 namespace {
 
@@ -87,11 +87,11 @@ TEST_F(hostile, EveryByteOfACertificateMayBeWrong) {
 }
 
 TEST_F(hostile, RandomTextsGiveADocumentedCode) {
-    std::mt19937 random(20141021);
+    support::Noise noise(20141021);
     for (int round = 0; round < 300; ++round) {
-        std::string text(random() % 400, '\0');
+        std::string text(noise.below(400), '\0');
         for (char& c : text)
-            c = static_cast<char>(random());
+            c = static_cast<char>(noise.byte());
         system.writeMarker(kContainer);
         for (const char* method : kWriters)
             code(method, {text});

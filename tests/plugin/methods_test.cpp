@@ -1,6 +1,7 @@
 #include <cstring>
 #include <functional>
 #include <limits>
+#include <utility>
 
 #include "tests/plugin/fake_enrol.h"
 #include "tests/plugin/plugin_test.h"
@@ -33,8 +34,8 @@ class methods : public PageTest {
     struct HostNamed {
         std::string name;
         Replaced<&SystemApi::GetModuleBaseNameA> baseName;
-        explicit HostNamed(const std::string& hostName)
-            : name(hostName), baseName([this](HANDLE, HMODULE, LPSTR text, DWORD capacity) {
+        explicit HostNamed(std::string hostName)
+            : name(std::move(hostName)), baseName([this](HANDLE, HMODULE, LPSTR text, DWORD capacity) {
                   EXPECT_EQ(capacity, 260u);
                   EXPECT_STREQ(text, "unknown") << "the buffer's content before the call";
                   std::strcpy(text, name.c_str());
