@@ -49,7 +49,9 @@ function(vt_label_needs label)
   if(NOT TARGET tests_${label})
     add_custom_target(tests_${label})
   endif()
-  add_dependencies(tests_${label} ${ARGN})
+  if(ARGN)
+    add_dependencies(tests_${label} ${ARGN})
+  endif()
 endfunction()
 
 # vt_add_gtest(<program> <label>): registers a GoogleTest program with ctest.

@@ -32,6 +32,11 @@ count() {  # passed failed skipped
     skipped=$((skipped + $3))
 }
 
+# A step towards the tests: counted, as one case, only when it fails; then its output is shown.
+step() {  # name command...
+    check "$@" && count -1 0 0
+}
+
 # One check that is a single case: its output is shown only when it fails.
 check() {  # name command...
     local name=$1 log
@@ -70,19 +75,20 @@ tally() {  # build junit-file folder-of-gtest-files
 
 configure() {  # build
     # Whether the window can be built is looked at anew: the engine may have been installed meanwhile.
-    check "$1 configure" cmake --preset "$1" -UVT_DEMO
+    step "$1 configure" cmake --preset "$1" -UVT_DEMO
 }
 
 # With rooms, builds those rooms' test programs (the target tests_<room>), or everything for a room of scripts alone.
 build() {  # build room...
-    local build=$1 room help
+    local build=$1 room help labels
     local -a targets=()
     shift
     help=$(cmake --build --preset "$build" --target help 2>/dev/null)
+    labels=$(ctest --preset "$build" --print-labels 2>/dev/null)
     for room in "$@"; do
         if grep -q "^tests_$room:" <<<"$help"; then
             targets+=("tests_$room")
-        elif ctest --preset "$build" --print-labels 2>/dev/null | grep -qx " *$room"; then
+        elif grep -qx " *$room" <<<"$labels"; then
             targets+=(all)
         else
             count 0 1 0
@@ -91,7 +97,7 @@ build() {  # build room...
         fi
     done
     [[ ${#targets[@]} -gt 0 ]] || targets=(all)
-    check "$build build" cmake --build --preset "$build" -j "$jobs" --target "${targets[@]}" -- -k 0
+    step "$build build" cmake --build --preset "$build" -j "$jobs" --target "${targets[@]}" -- -k 0
 }
 
 start_display() {
@@ -166,7 +172,7 @@ run_style() {
     check "style format" bash tests/style/format.sh
     [[ -e build/native/compile_commands.json ]] || configure native
     # Generated headers must exist, and the build's own list of dependencies is the key of the cache.
-    check "native build" cmake --build --preset native -j "$jobs" || return 1
+    step "native build" cmake --build --preset native -j "$jobs" || return 1
     section "style: clang-tidy (files that did not change since they passed are not looked at again)"
     check "style tidy" python3 tests/style/tidy.py --jobs "$jobs"
 }
