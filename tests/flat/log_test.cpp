@@ -37,7 +37,7 @@ TEST(LogTest, FormatsToStandardOutput) {
 
 TEST(LogTest, NullFormatWritesNothing) {
     const char* none = nullptr;
-    EXPECT_EQ(written([&] { EXPECT_LT(VT_Log(none), 0); }), "");
+    EXPECT_EQ(written([&] { EXPECT_LT(VT_Log(none, 1), 0); }), "");
 }
 
 TEST(LogTest, TitleComesWithTheLength) {

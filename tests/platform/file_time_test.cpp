@@ -82,7 +82,7 @@ TEST(file_time_test, EveryDayFollowsTheOneBefore) {
     SYSTEMTIME before = {};
     FILETIME time = fileTime(0);
     ASSERT_TRUE(sys().FileTimeToSystemTime(&time, &before));
-    for (std::uint64_t day = 1; day < 2u * 146097; ++day) {
+    for (std::uint64_t day = 1; day < 2 * std::uint64_t{146097}; ++day) {
         SYSTEMTIME now = {};
         time = fileTime(day * kStepsPerDay);
         ASSERT_TRUE(sys().FileTimeToSystemTime(&time, &now));
