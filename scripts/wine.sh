@@ -25,7 +25,9 @@ case ${1:-} in
     --start)
         mkdir -p "$WINEPREFIX"
         wineserver -p
-        [[ -e $WINEPREFIX/system.reg ]] || wine wineboot --init >/dev/null 2>&1
+        # Wine's services begin here, and not below the first program: they would hold its output open for as long as
+        # the server runs, and whoever reads it (ctest) would wait for its end.
+        wine wineboot --init >/dev/null 2>&1 </dev/null
         ;;
     --stop)
         wineserver -k >/dev/null 2>&1 || true
