@@ -1,0 +1,5 @@
+// Umbrella header of the room `crypto`: the software engine, as plain structures and tables of functions.
+#ifndef VT_CRYPTO_CRYPTO_H
+#define VT_CRYPTO_CRYPTO_H
+
+#endif
