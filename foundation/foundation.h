@@ -2,6 +2,9 @@
 #ifndef VT_FOUNDATION_FOUNDATION_H
 #define VT_FOUNDATION_FOUNDATION_H
 
+#include "foundation/big_integer.h"
+#include "foundation/bit_set.h"
+#include "foundation/calendar_time.h"
 #include "foundation/export.h"
 
 #endif
