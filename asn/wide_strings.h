@@ -35,6 +35,8 @@ class VT_API AsnCharacters {
     unsigned int length = 0;
 };
 
+VT_API bool operator==(const AsnCharacters& a, const AsnCharacters& b);
+
 // Characters below 0x10000; two bytes each on the wire.
 class VT_API AsnBMPString : public AsnObject {
   public:
