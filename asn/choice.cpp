@@ -6,7 +6,7 @@
 #include "asn/encode.h"
 #include "asn/members.h"
 #include "asn/ostream.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 AsnChoice::AsnChoice() = default;
 

@@ -3,7 +3,7 @@
 #include "asn/container.h"
 #include "asn/member.h"
 #include "asn/ostream.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "asn/decode.h"
 #include "asn/encode.h"
 #include "foundation/byte_buffer.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 namespace AsnListCodec {
 

@@ -5,7 +5,7 @@
 #include "asn/list_codec.h"
 #include "asn/member.h"
 #include "asn/object.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 namespace AsnMembers {
 

@@ -3,7 +3,7 @@
 #include "asn/der_decode.h"
 #include "asn/der_encode.h"
 #include "foundation/byte_buffer.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 AsnObject::AsnObject(const AsnObject& other) : MiObject(other) {
     SetAsnBaseData(&other);

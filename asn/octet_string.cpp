@@ -4,7 +4,7 @@
 #include "asn/encode.h"
 #include "asn/ostream.h"
 #include "foundation/byte_buffer.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 AsnOctetString::AsnOctetString() {
     asnTag.tagNumber = 4;

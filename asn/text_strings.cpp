@@ -5,7 +5,7 @@
 #include "asn/decode.h"
 #include "asn/encode.h"
 #include "asn/ostream.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 namespace {
 
@@ -45,15 +45,6 @@ bool allOf(const char* p, unsigned int offset, unsigned int n, unsigned char alp
         if ((kAlphabets[static_cast<unsigned char>(*c)] & alphabet) == 0)
             return false;
     return true;
-}
-
-// The n bytes have passed a test that no zero byte passes, so they are a text; but it need not be terminated.
-void store(MiString& target, const char* p, unsigned int offset, unsigned int n) {
-    if (p == nullptr || n == 0) {
-        target.Reset(nullptr);
-        return;
-    }
-    TODO
 }
 
 }  // namespace
@@ -100,7 +91,7 @@ bool AsnNumericString::TestData(const char* text) {
 void AsnNumericString::SetData(const char* p, unsigned int offset, unsigned int n) {
     if (p != nullptr && n != 0 && !TestData(p, offset, n))
         throw MiInvalidArgumentExp();
-    store(data, p, offset, n);
+    data.SetChars(p == nullptr ? nullptr : p + offset, 0, n);
 }
 
 bool AsnNumericString::TestData(const char* p, unsigned int offset, unsigned int n) {
@@ -151,7 +142,7 @@ bool AsnPrintableString::TestData(const char* text) {
 void AsnPrintableString::SetData(const char* p, unsigned int offset, unsigned int n) {
     if (p != nullptr && n != 0 && !TestData(p, offset, n))
         throw MiInvalidArgumentExp();
-    store(data, p, offset, n);
+    data.SetChars(p == nullptr ? nullptr : p + offset, 0, n);
 }
 
 bool AsnPrintableString::TestData(const char* p, unsigned int offset, unsigned int n) {
@@ -197,7 +188,7 @@ void AsnVisibleString::SetData(const char* text) {
 void AsnVisibleString::SetData(const char* p, unsigned int offset, unsigned int n) {
     if (p != nullptr && n != 0 && !TestData(p, offset, n))
         throw MiInvalidArgumentExp();
-    store(data, p, offset, n);
+    data.SetChars(p == nullptr ? nullptr : p + offset, 0, n);
 }
 
 bool AsnVisibleString::TestData(const char* p, unsigned int offset, unsigned int n) {

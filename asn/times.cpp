@@ -5,7 +5,7 @@
 #include "asn/decode.h"
 #include "asn/encode.h"
 #include "asn/ostream.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 namespace {
 
@@ -198,9 +198,7 @@ void AsnGeneralizedTime::setFractionAndZone(const char* text, unsigned int lengt
     if ((sign != nullptr && end != sign + 5) || zone == digits)
         throw AsnDataExp();
 
-    MiString digitsAlone(static_cast<unsigned int>(zone - digits), ' ');
-    std::memcpy(static_cast<char*>(digitsAlone), digits, static_cast<std::size_t>(zone - digits));
-    SetFracSecond(digitsAlone);
+    SetFracSecond(MiString(digits, 0, static_cast<unsigned int>(zone - digits)));
 
     if (sign == nullptr) {
         if (!zulu)
@@ -233,15 +231,17 @@ void AsnGeneralizedTime::SetCurrentTime() {
 }
 
 void AsnGeneralizedTime::SetFracSecond(const char* digits) {
-    MiString kept(digits);
-    fraction.Reset(nullptr);
-    unsigned int n = kept.GetLength();
-    for (unsigned int i = 0; i < n; ++i)
-        if (digits[i] < '0' || digits[i] > '9')
+    const unsigned int length = MiString::StringSize(digits);
+    unsigned int kept = 0;  // up to the last digit that is not 0
+    for (unsigned int i = 0; i < length; ++i) {
+        if (digits[i] < '0' || digits[i] > '9') {
+            fraction.Reset(nullptr);
             throw AsnDataExp();
-    while (n != 0 && digits[n - 1] == '0')
-        --n;
-    TODO
+        }
+        if (digits[i] != '0')
+            kept = i + 1;
+    }
+    fraction.SetChars(digits, 0, kept);
 }
 
 void AsnGeneralizedTime::SetFracSecond(const MiString& digits) {

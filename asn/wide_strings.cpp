@@ -8,7 +8,7 @@
 #include "asn/decode.h"
 #include "asn/encode.h"
 #include "asn/ostream.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 static_assert(sizeof(AsnQuadruple) == 4);
 
