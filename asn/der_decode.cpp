@@ -19,7 +19,7 @@
 #include "asn/text_strings.h"
 #include "asn/times.h"
 #include "asn/wide_strings.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 namespace {
 

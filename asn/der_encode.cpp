@@ -18,7 +18,7 @@
 #include "asn/times.h"
 #include "asn/wide_strings.h"
 #include "foundation/byte_buffer.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 namespace {
 

@@ -21,7 +21,7 @@
 #include "asn/text_strings.h"
 #include "asn/times.h"
 #include "asn/wide_strings.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 namespace {
 
@@ -92,8 +92,8 @@ void absentMember(const AsnObject& member, Stream& os, unsigned int level) {
     os << absence(member);
 }
 
-// The label of the whole is for the program's own output, whichever stream the rest goes to: users have both on one
-// screen, and scripts cut the line out of it.
+// The notice goes to the standard output of the process, whatever the stream of all the rest is: programs that print to
+// a file have long done without it there.
 void absentMemberOfInstance(const AsnObject& member, Stream& os, unsigned int level) {
     indent(os, level);
     name(os, member);
