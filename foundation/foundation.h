@@ -2,6 +2,12 @@
 #ifndef VT_FOUNDATION_FOUNDATION_H
 #define VT_FOUNDATION_FOUNDATION_H
 
+#include "foundation/byte.h"
+#include "foundation/byte_buffer.h"
+#include "foundation/exceptions.h"
 #include "foundation/export.h"
+#include "foundation/object.h"
+#include "foundation/string.h"
+#include "foundation/string_buffer.h"
 
 #endif
