@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
 #include "asn/object.h"
+#include "foundation/pool.h"
 
 AsnList::AsnList(const AsnList& other) : AsnList() {
     Reserve(other.size);
@@ -24,8 +26,21 @@ AsnList& AsnList::operator=(AsnList other) noexcept {
 
 AsnList::~AsnList() {
     Clear();
+    releaseItems();
+}
+
+// The array alone.
+void AsnList::releaseItems() noexcept {
     if (!embedded())
-        delete[] items;
+        foundation::PoolGive(items, capacity * sizeof(AsnObject*));
+}
+
+void* AsnList::operator new(std::size_t bytes) {
+    return foundation::PoolTake(bytes);
+}
+
+void AsnList::operator delete(void* list, std::size_t bytes) noexcept {
+    foundation::PoolGive(list, bytes);
 }
 
 unsigned int AsnList::IndexOf(const char* name) const {
@@ -44,7 +59,7 @@ void AsnList::Append(AsnObject* item) {
 
 void AsnList::Insert(unsigned int index, AsnObject* item) {
     if (size == capacity)
-        Reserve(2 * capacity);
+        Reserve(capacity > UINT32_MAX / 2 ? UINT32_MAX : 2 * capacity);
     std::copy_backward(items + index, items + size, items + size + 1);
     items[index] = item;
     ++size;
@@ -69,10 +84,11 @@ void AsnList::Clear() {
 void AsnList::Reserve(unsigned int n) {
     if (n <= capacity)
         return;
-    auto** grown = new AsnObject*[n];
+    if (n > SIZE_MAX / sizeof(AsnObject*))
+        MiMemoryFailure();
+    auto** grown = static_cast<AsnObject**>(foundation::PoolTake(n * sizeof(AsnObject*)));
     std::copy(items, items + size, grown);
-    if (!embedded())
-        delete[] items;
+    releaseItems();
     items = grown;
     capacity = n;
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <utility>
 
@@ -9,15 +10,19 @@
 #include "asn/encode.h"
 #include "asn/ostream.h"
 #include "foundation/exceptions.h"
+#include "foundation/pool.h"
 
 static_assert(sizeof(AsnQuadruple) == 4);
 
-AsnCharacters::AsnCharacters(const AsnCharacters& other) {
-    if (other.length == 0)
-        return;
-    data = new AsnQuadruple[other.length];
-    length = other.length;
+AsnCharacters::AsnCharacters(const AsnCharacters& other) : AsnCharacters(other.length) {
     std::copy_n(other.data, length, data);
+}
+
+AsnCharacters::AsnCharacters(unsigned int n) : length(n) {
+    if (n > SIZE_MAX / sizeof(AsnQuadruple))
+        MiMemoryFailure();
+    if (n != 0)
+        data = static_cast<AsnQuadruple*>(foundation::PoolTake(n * sizeof(AsnQuadruple)));
 }
 
 AsnCharacters::AsnCharacters(AsnCharacters&& other) noexcept
@@ -30,16 +35,7 @@ AsnCharacters& AsnCharacters::operator=(AsnCharacters other) noexcept {
 }
 
 AsnCharacters::~AsnCharacters() {
-    delete[] data;
-}
-
-AsnCharacters AsnCharacters::OfLength(unsigned int n) {
-    AsnCharacters made;
-    if (n == 0)
-        return made;
-    made.data = new AsnQuadruple[n]();
-    made.length = n;
-    return made;
+    foundation::PoolGive(data, length * sizeof(AsnQuadruple));
 }
 
 bool operator==(const AsnCharacters& a, const AsnCharacters& b) {
@@ -63,7 +59,7 @@ const AsnQuadruple* quadruples(const char* p) {
 }
 
 AsnCharacters ofQuadruples(const AsnQuadruple* characters, unsigned int count) {
-    AsnCharacters made = AsnCharacters::OfLength(count);
+    AsnCharacters made(count);
     std::copy_n(characters, count, made.Data());
     return made;
 }
@@ -72,20 +68,22 @@ AsnCharacters ofQuadruples(const char* p, unsigned int count) {
     return ofQuadruples(quadruples(p), count);
 }
 
+AsnQuadruple low(char high, char last) {
+    return {{0, 0, static_cast<unsigned char>(high), static_cast<unsigned char>(last)}};
+}
+
 AsnCharacters ofUcs2(const char* p, unsigned int n) {
-    AsnCharacters made = AsnCharacters::OfLength(n / 2);
-    for (unsigned int i = 0; i < made.Length(); ++i) {
-        made.Data()[i].bytes[2] = static_cast<unsigned char>(p[std::size_t{2} * i]);
-        made.Data()[i].bytes[3] = static_cast<unsigned char>(p[std::size_t{2} * i + 1]);
-    }
+    AsnCharacters made(n / 2);
+    for (unsigned int i = 0; i < made.Length(); ++i, p += 2)
+        made.Data()[i] = low(p[0], p[1]);
     return made;
 }
 
 // A character for each byte.
 AsnCharacters widened(const char* text, unsigned int n) {
-    AsnCharacters made = AsnCharacters::OfLength(n);
+    AsnCharacters made(n);
     for (unsigned int i = 0; i < n; ++i)
-        made.Data()[i].bytes[3] = static_cast<unsigned char>(text[i]);
+        made.Data()[i] = low(0, text[i]);
     return made;
 }
 

@@ -18,13 +18,12 @@ struct AsnQuadruple {
 class VT_API AsnCharacters {
   public:
     AsnCharacters() = default;
+    // n characters, the caller's to write.
+    explicit AsnCharacters(unsigned int n);
     AsnCharacters(const AsnCharacters& other);
     AsnCharacters(AsnCharacters&& other) noexcept;
     AsnCharacters& operator=(AsnCharacters other) noexcept;
     ~AsnCharacters();
-
-    // n characters of zero bytes.
-    static AsnCharacters OfLength(unsigned int n);
 
     AsnQuadruple* Data() { return data; }
     const AsnQuadruple* Data() const { return data; }

@@ -68,9 +68,9 @@ TEST(der_decoder_test, TagsOfOneOctet) {
         int tagClass;
         int form;
         unsigned int number;
-    } rows[] = {{"02", 0x00, 0x00, 2},  {"30", 0x00, 0x20, 16}, {"80", 0x80, 0x00, 0}, {"A3", 0x80, 0x20, 3},
-                {"41", 0x40, 0x00, 1},  {"7E", 0x40, 0x20, 30}, {"C5", 0xC0, 0x00, 5}, {"FE", 0xC0, 0x20, 30},
-                {"00", 0x00, 0x00, 0}};
+    } rows[] = {{"02", 0x00, 0x00, 2}, {"30", 0x00, 0x20, 16}, {"80", 0x80, 0x00, 0},
+                {"A3", 0x80, 0x20, 3}, {"41", 0x40, 0x00, 1},  {"7E", 0x40, 0x20, 30},
+                {"C5", 0xC0, 0x00, 5}, {"FE", 0xC0, 0x20, 30}, {"00", 0x00, 0x00, 0}};
     for (const auto& row : rows) {
         const Tag tag = decodeTag(row.input);
         EXPECT_EQ(tag.read, 1U) << row.input;
@@ -363,15 +363,15 @@ TEST(der_decoder_test, AnAsciiCharacterOvertakesAWaitingOne) {
 }
 
 TEST(der_decoder_test, OddUtf8) {
-    EXPECT_EQ(characters("C1 81"), "00 00 00 41");           // an overlong form
-    EXPECT_EQ(characters("E0 80 AF"), "00 00 00 2F");        // another
-    EXPECT_EQ(characters("C0 80 61"), "00 00 00 61");        // a character of zero is none
+    EXPECT_EQ(characters("C1 81"), "00 00 00 41");     // an overlong form
+    EXPECT_EQ(characters("E0 80 AF"), "00 00 00 2F");  // another
+    EXPECT_EQ(characters("C0 80 61"), "00 00 00 61");  // a character of zero is none
     EXPECT_EQ(characters("C0 80"), "");
-    EXPECT_EQ(characters("A9"), "00 00 00 29");              // without a lead byte
-    EXPECT_EQ(characters("C3"), "00 00 00 03");              // without what follows it
-    EXPECT_EQ(characters("C3 A9 A9"), "00 00 3A 69");        // with too much
+    EXPECT_EQ(characters("A9"), "00 00 00 29");        // without a lead byte
+    EXPECT_EQ(characters("C3"), "00 00 00 03");        // without what follows it
+    EXPECT_EQ(characters("C3 A9 A9"), "00 00 3A 69");  // with too much
     EXPECT_EQ(characters("C3 C3 A9"), "00 00 00 03 00 00 00 E9");
-    EXPECT_EQ(characters("ED A0 80"), "00 00 D8 00");        // half a surrogate pair
+    EXPECT_EQ(characters("ED A0 80"), "00 00 D8 00");  // half a surrogate pair
 }
 
 TEST(der_decoder_test, Utf8ThatIsRefused) {
@@ -515,9 +515,9 @@ TEST(der_decoder_test, AnyGoesThroughUnchanged) {
 }
 
 TEST(der_decoder_test, AnOptionalChoiceIsTakenByTheTagsOfItsAlternatives) {
-    auto choice = member("choice", composite<AsnChoice>(member("number", AsnInteger()),
-                                                        implicit(3, member("octets", AsnOctetString()))),
-                         AsnObject::ASN_OPTIONAL);
+    auto choice = member(
+        "choice", composite<AsnChoice>(member("number", AsnInteger()), implicit(3, member("octets", AsnOctetString()))),
+        AsnObject::ASN_OPTIONAL);
     auto value = composite<AsnSequence>(choice, member("last", AsnBoolean()));
     EXPECT_EQ(decode(value, "30 06 83 01 05 01 01 FF"), 8U);
     EXPECT_TRUE(value.Get("choice")->IsAsnPresent());
@@ -529,8 +529,7 @@ TEST(der_decoder_test, AnOptionalChoiceIsTakenByTheTagsOfItsAlternatives) {
 }
 
 TEST(der_decoder_test, AMandatoryChoiceMustFit) {
-    auto value =
-        composite<AsnSequence>(member("choice", composite<AsnChoice>(member("number", AsnInteger()))));
+    auto value = composite<AsnSequence>(member("choice", composite<AsnChoice>(member("number", AsnInteger()))));
     EXPECT_EQ(decode(value, "30 03 02 01 05"), 5U);
     EXPECT_THROW(decode(value, "30 03 04 01 05"), AsnDecodeExp);
 }
@@ -552,8 +551,7 @@ TEST(der_decoder_test, ABooleanOfTwoBytesStopsItsParentInTheMiddle) {
 }
 
 TEST(der_decoder_test, ACursorPastTheEndEndsTheWalk) {
-    auto value = composite<AsnSequence>(member("a", AsnInteger()),
-                                        member("b", AsnInteger(), AsnObject::ASN_OPTIONAL));
+    auto value = composite<AsnSequence>(member("a", AsnInteger()), member("b", AsnInteger(), AsnObject::ASN_OPTIONAL));
     // The sequence says two bytes; its member has three, which the input holds.
     EXPECT_EQ(decode(value, "30 02 02 01 05"), 5U);
     EXPECT_TRUE(value.Get("a")->IsAsnPresent());
@@ -635,8 +633,8 @@ TEST(der_decoder_test, Choice) {
 }
 
 TEST(der_decoder_test, AnAlternativeOfAHighNumber) {
-    auto value = composite<AsnChoice>(implicit(31, member("low", AsnInteger())),
-                                      implicit(1000, member("high", AsnInteger())));
+    auto value =
+        composite<AsnChoice>(implicit(31, member("low", AsnInteger())), implicit(1000, member("high", AsnInteger())));
     EXPECT_EQ(decode(value, "9F 87 68 01 05"), 5U);
     EXPECT_STREQ(value.Get()->GetAsnName().GetChars(), "high");
     EXPECT_EQ(decode(value, "BF 1F 01 05"), 4U);
@@ -811,8 +809,9 @@ TEST(der_decoder_test, AFailedDecodeLeavesTheValueCleared) {
 }
 
 TEST(der_decoder_test, ASecondDecodeLeavesNothingOfTheFirst) {
-    auto inner = member("inner", composite<AsnSequence>(member("x", AsnInteger(), AsnObject::ASN_OPTIONAL),
-                                                        implicit(0, member("y", AsnInteger(), AsnObject::ASN_OPTIONAL))),
+    auto inner = member("inner",
+                        composite<AsnSequence>(member("x", AsnInteger(), AsnObject::ASN_OPTIONAL),
+                                               implicit(0, member("y", AsnInteger(), AsnObject::ASN_OPTIONAL))),
                         AsnObject::ASN_OPTIONAL);
     auto value = composite<AsnSequence>(member("a", AsnSequenceOf<AsnInteger>()), inner);
     EXPECT_EQ(decode(value, "30 0C 30 03 02 01 05 30 05 80 03 01 02 03"), 14U);
@@ -837,13 +836,12 @@ TEST(der_decoder_test, ADecodedMemberDiffersFromABuiltOneByItsMode) {
 TEST(der_decoder_test, SlotOrder) {
     using der_io::slotOf;
     std::size_t slot = 1;
-#define EXPECT_SLOT(T)                                                                                              \
-    EXPECT_EQ(                                                                                                      \
-        slotOf(static_cast<unsigned int (AsnDecode::*)(T&, const MiByte&, unsigned int)>(&AsnDecode::Decode)),      \
-        slot);                                                                                                      \
-    EXPECT_EQ(slotOf(static_cast<unsigned int (AsnDecode::*)(T&, const MiByte&, unsigned int, unsigned int)>(       \
-                  &AsnDecode::DecodeContent)),                                                                      \
-              slot + 21);                                                                                           \
+#define EXPECT_SLOT(T)                                                                                               \
+    EXPECT_EQ(slotOf(static_cast<unsigned int (AsnDecode::*)(T&, const MiByte&, unsigned int)>(&AsnDecode::Decode)), \
+              slot);                                                                                                 \
+    EXPECT_EQ(slotOf(static_cast<unsigned int (AsnDecode::*)(T&, const MiByte&, unsigned int, unsigned int)>(        \
+                  &AsnDecode::DecodeContent)),                                                                       \
+              slot + 21);                                                                                            \
     ++slot
     EXPECT_SLOT(AsnContainer);
     EXPECT_SLOT(AsnChoice);

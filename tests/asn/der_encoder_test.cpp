@@ -202,8 +202,8 @@ TEST(der_encoder_test, ObjectIdentifierWithoutItsArcsIsBadData) {
 }
 
 TEST(der_encoder_test, ObjectIdentifierArcsThatAreNoNumbers) {
-    for (const char* text : {"x", "x.1", "1.x", "1.2.x", "1.02", "01.2", "1.2.00", "1.2.-00", "1.2. 3", "1.2.3 ", "1.2.3a",
-                             "1.2.-3a", "1.2.--3", "1.2.0x10", "1,2.3", "1.2.\xB2"}) {
+    for (const char* text : {"x", "x.1", "1.x", "1.2.x", "1.02", "01.2", "1.2.00", "1.2.-00", "1.2. 3", "1.2.3 ",
+                             "1.2.3a", "1.2.-3a", "1.2.--3", "1.2.0x10", "1,2.3", "1.2.\xB2"}) {
         MiByteBuffer out;
         if (std::strchr(text, '.') == nullptr)
             EXPECT_THROW((void)AsnOid(text).DerEncode(out, 0), AsnDataExp) << text;
@@ -261,7 +261,8 @@ TEST(der_encoder_test, NarrowStrings) {
     EXPECT_EQ(encoded(AsnVisibleString()), "1A 00");
 }
 
-// The bytes of the characters up to U+10FFFF by python3, chr(v).encode(); those above by RFC 2279, the form of that time.
+// The bytes of the characters up to U+10FFFF by python3, chr(v).encode(); those above by RFC 2279, the form of that
+// time.
 TEST(der_encoder_test, Utf8) {
     EXPECT_EQ(encoded(AsnUTF8String()), "0C 00");
     EXPECT_EQ(encodedCharacter(0x00), "00");
@@ -307,8 +308,7 @@ TEST(der_encoder_test, Sequence) {
 
 TEST(der_encoder_test, AnAbsentMemberIsSkippedUnlessMandatory) {
     auto value = composite<AsnSequence>(member("o", AsnInteger(1), AsnObject::ASN_OPTIONAL),
-                                        member("d", AsnInteger(2), AsnObject::ASN_DEFAULT),
-                                        member("m", AsnInteger(3)));
+                                        member("d", AsnInteger(2), AsnObject::ASN_DEFAULT), member("m", AsnInteger(3)));
     value.Find("m")->SetAsnPresent(true);
     EXPECT_EQ(encoded(value), "30 03 02 01 03");
     value.Find("d")->SetAsnPresent(true);  // written, whatever the default is
@@ -328,7 +328,8 @@ TEST(der_encoder_test, ASetWithoutItsMandatoryMemberFails) {
 }
 
 TEST(der_encoder_test, ASetIsWrittenInTheOrderOfItsTags) {
-    auto value = composite<AsnSet>(implicit(1, member("one", AsnInteger(1))), implicit(0, member("zero", AsnInteger(0))));
+    auto value =
+        composite<AsnSet>(implicit(1, member("one", AsnInteger(1))), implicit(0, member("zero", AsnInteger(0))));
     setPresent(value);
     EXPECT_EQ(encoded(value), "31 06 80 01 00 81 01 01");
     EXPECT_EQ(value.Get(0)->GetAsnTagNumber(), 1U);
@@ -362,8 +363,9 @@ TEST(der_encoder_test, ASetIsOrderedByExchanges) {
 
 // A case where exchanging and a stable sort part: equal tags change places on the way.
 TEST(der_encoder_test, EqualTagsOfASetMayChangePlaces) {
-    auto value = composite<AsnSet>(implicit(2, member("first", AsnInteger(1))), implicit(2, member("second", AsnInteger(2))),
-                                   implicit(1, member("last", AsnInteger(3))));
+    auto value =
+        composite<AsnSet>(implicit(2, member("first", AsnInteger(1))), implicit(2, member("second", AsnInteger(2))),
+                          implicit(1, member("last", AsnInteger(3))));
     setPresent(value);
     // 2 2' 1 -> 1 2' 2
     EXPECT_EQ(encoded(value), "31 09 81 01 03 82 01 02 82 01 01");
@@ -497,7 +499,8 @@ TEST(der_encoder_test, WritingStartsAtTheOffset) {
 }
 
 TEST(der_encoder_test, EncodingChangesNoValue) {
-    auto value = composite<AsnSet>(implicit(1, member("one", AsnInteger(1))), implicit(0, member("zero", AsnInteger(0))));
+    auto value =
+        composite<AsnSet>(implicit(1, member("one", AsnInteger(1))), implicit(0, member("zero", AsnInteger(0))));
     setPresent(value);
     const std::string first = encoded(value);
     EXPECT_EQ(encoded(value), first);
@@ -535,13 +538,13 @@ TEST(der_encoder_test, AHundredThousandItems) {
 TEST(der_encoder_test, SlotOrder) {
     using der_io::slotOf;
     std::size_t slot = 1;
-#define EXPECT_SLOT(T)                                                                                          \
-    EXPECT_EQ(slotOf(static_cast<unsigned int (AsnEncode::*)(const T&, MiByteBuffer&, unsigned int)>(           \
-                  &AsnEncode::Encode)),                                                                         \
-              slot);                                                                                            \
-    EXPECT_EQ(slotOf(static_cast<unsigned int (AsnEncode::*)(const T&, MiByteBuffer&, unsigned int)>(           \
-                  &AsnEncode::EncodeContent)),                                                                  \
-              slot + 21);                                                                                       \
+#define EXPECT_SLOT(T)                                                                                               \
+    EXPECT_EQ(                                                                                                       \
+        slotOf(static_cast<unsigned int (AsnEncode::*)(const T&, MiByteBuffer&, unsigned int)>(&AsnEncode::Encode)), \
+        slot);                                                                                                       \
+    EXPECT_EQ(slotOf(static_cast<unsigned int (AsnEncode::*)(const T&, MiByteBuffer&, unsigned int)>(                \
+                  &AsnEncode::EncodeContent)),                                                                       \
+              slot + 21);                                                                                            \
     ++slot
     EXPECT_SLOT(AsnContainer);
     EXPECT_SLOT(AsnChoice);

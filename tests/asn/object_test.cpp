@@ -101,10 +101,9 @@ TEST(object_test, TagsCompareByAllFourFields) {
     EXPECT_TRUE(tag == tag);
     EXPECT_TRUE(copy == tag);
     EXPECT_FALSE(copy != tag);
-    for (const AsnTag& other : {tagOf(ASN_PRIVATE, ASN_IMPLICIT, ASN_CONSTRUCTED, 5),
-                                tagOf(ASN_CONTEXT, ASN_NOT_TAGGED, ASN_CONSTRUCTED, 5),
-                                tagOf(ASN_CONTEXT, ASN_IMPLICIT, ASN_PRIMITIVE, 5),
-                                tagOf(ASN_CONTEXT, ASN_IMPLICIT, ASN_CONSTRUCTED, 6)}) {
+    for (const AsnTag& other :
+         {tagOf(ASN_PRIVATE, ASN_IMPLICIT, ASN_CONSTRUCTED, 5), tagOf(ASN_CONTEXT, ASN_NOT_TAGGED, ASN_CONSTRUCTED, 5),
+          tagOf(ASN_CONTEXT, ASN_IMPLICIT, ASN_PRIMITIVE, 5), tagOf(ASN_CONTEXT, ASN_IMPLICIT, ASN_CONSTRUCTED, 6)}) {
         EXPECT_FALSE(other == tag);
         EXPECT_TRUE(other != tag);
     }

@@ -50,8 +50,7 @@ TEST(text_strings_test, NumericIsBlanksAndDigits) {
 }
 
 TEST(text_strings_test, PrintableHasTheBackquoteForTheApostrophe) {
-    EXPECT_EQ(acceptedInTexts<AsnPrintableString>(),
-              " ()+,-./0123456789:=?" + kLetters + "`" + kSmallLetters);
+    EXPECT_EQ(acceptedInTexts<AsnPrintableString>(), " ()+,-./0123456789:=?" + kLetters + "`" + kSmallLetters);
     EXPECT_FALSE(AsnPrintableString::TestData("O'Neill"));
     EXPECT_TRUE(AsnPrintableString::TestData("O`Neill"));
     EXPECT_FALSE(AsnPrintableString::TestData("O'Neill", 0, 7));
@@ -59,8 +58,7 @@ TEST(text_strings_test, PrintableHasTheBackquoteForTheApostrophe) {
 }
 
 TEST(text_strings_test, PrintableTakesTheAtSignInRangesAlone) {
-    EXPECT_EQ(acceptedInRanges<AsnPrintableString>(),
-              " ()+,-./0123456789:=?@" + kLetters + "`" + kSmallLetters);
+    EXPECT_EQ(acceptedInRanges<AsnPrintableString>(), " ()+,-./0123456789:=?@" + kLetters + "`" + kSmallLetters);
     AsnPrintableString value("before");
     EXPECT_THROW(value.SetData("a@b"), MiInvalidArgumentExp);
     EXPECT_EQ(text(value.GetData()), "before");

@@ -26,8 +26,7 @@ AsnQuadruple character(unsigned int number) {
 // The value's characters as hex, by each of its getters.
 template <class T>
 std::string stored(const T& value) {
-    const std::string quadruples =
-        toHex(reinterpret_cast<const char*>(value.GetData()), 4 * value.GetDataLength());
+    const std::string quadruples = toHex(reinterpret_cast<const char*>(value.GetData()), 4 * value.GetDataLength());
     EXPECT_EQ(toHex(value.GetByte()), quadruples);
     return quadruples;
 }
@@ -106,8 +105,7 @@ TYPED_TEST(Wide, LongTextsGoThrough) {
 
 TEST(wide_strings_test, BmpReadsUcs2) {
     const MiByte source = bytes("FF 00 61 20 AC");
-    EXPECT_EQ(after<AsnBMPString>([](AsnBMPString& v) { v.SetData(bytes("00 61 20 AC")); }),
-              "00 00 00 61 00 00 20 AC");
+    EXPECT_EQ(after<AsnBMPString>([](AsnBMPString& v) { v.SetData(bytes("00 61 20 AC")); }), "00 00 00 61 00 00 20 AC");
     EXPECT_EQ(after<AsnBMPString>([&](AsnBMPString& v) { v.SetData(source.GetChars(), 1, 4); }),
               "00 00 00 61 00 00 20 AC");
     EXPECT_EQ(after<AsnBMPString>([&](AsnBMPString& v) { v.SetData(source.GetChars(), 3, 2); }), "00 00 20 AC");
