@@ -113,8 +113,8 @@ MiBigInteger::MiBigInteger(const MiByte& bytes) {
     SetData(bytes);
 }
 
-MiBigInteger::MiBigInteger(char sign, const MiByte& magnitude) {
-    SetData(sign, magnitude);
+MiBigInteger::MiBigInteger(char newSign, const MiByte& magnitude) {
+    SetData(newSign, magnitude);
 }
 
 MiBigInteger::MiBigInteger(MiBigInteger&& other) noexcept
@@ -166,9 +166,9 @@ MiBigInteger& MiBigInteger::SetData(const char* p, unsigned int offset, unsigned
     return *this;
 }
 
-MiBigInteger& MiBigInteger::SetData(char sign, const MiByte& bytes) {
-    const bool negative = static_cast<signed char>(sign) < 0;
-    if (sign == 0 || bytes.Empty())
+MiBigInteger& MiBigInteger::SetData(char newSign, const MiByte& bytes) {
+    const bool negative = static_cast<signed char>(newSign) < 0;
+    if (newSign == 0 || bytes.Empty())
         return SetData(nullptr, 0, 0);
     if ((bytes.CharAt(0) >= 0x80) == negative)
         return SetData(bytes);

@@ -1,5 +1,5 @@
-// MiBigInteger: a signed integer of any size, as the ASN.1 INTEGER carries it: serial numbers, and the parts of RSA keys
-// on their way through DER. It is not the arithmetic of the crypto engine, and nothing here runs in constant time.
+// MiBigInteger: a signed integer of any size, as the ASN.1 INTEGER carries it: serial numbers, and the parts of RSA
+// keys on their way through DER. It is not the arithmetic of the crypto engine, and nothing here runs in constant time.
 //
 //     value            sign
 //     (empty)           0     zero
@@ -31,8 +31,8 @@ class VT_API MiBigInteger : public MiObject {
     MiBigInteger() = default;  // zero
     MiBigInteger(unsigned int number);
     MiBigInteger(int number);
-    MiBigInteger(const MiByte& bytes);                 // as SetData(bytes)
-    MiBigInteger(char sign, const MiByte& magnitude);  // as SetData(sign, bytes)
+    MiBigInteger(const MiByte& bytes);                    // as SetData(bytes)
+    MiBigInteger(char newSign, const MiByte& magnitude);  // as SetData(sign, bytes)
     MiBigInteger(const MiBigInteger& other) = default;
     MiBigInteger(MiBigInteger&& other) noexcept;
     ~MiBigInteger() override = default;
@@ -45,15 +45,15 @@ class VT_API MiBigInteger : public MiObject {
     MiBigInteger& SetData(unsigned int number);
     MiBigInteger& SetData(int number);
 
-    // The bytes are two's complement, as in DER; leading bytes that only repeat the sign are dropped. A null p, n = 0 and
-    // bytes of 00 alone give zero. The n bytes at p + offset are not checked.
+    // The bytes are two's complement, as in DER; leading bytes that only repeat the sign are dropped. A null p, n = 0
+    // and bytes of 00 alone give zero. The n bytes at p + offset are not checked.
     MiBigInteger& SetData(const MiByte& bytes);
     MiBigInteger& SetData(const char* p, unsigned int offset, unsigned int n);
 
     // The bytes are two's complement of the given sign (below, at or above 0): where the top bit of the first byte
-    // disagrees with it, a byte 00 or FF is put in front. Sign 0 or no bytes give zero. So (1, FF) is 255, (-1, FF) is -1
-    // and (-1, 01) is -255.
-    MiBigInteger& SetData(char sign, const MiByte& bytes);
+    // disagrees with it, a byte 00 or FF is put in front. Sign 0 or no bytes give zero. So (1, FF) is 255, (-1, FF) is
+    // -1 and (-1, 01) is -255.
+    MiBigInteger& SetData(char newSign, const MiByte& bytes);
 
     // Decimal digits after at most one '+' or '-'. A null or empty text and a lone 0 give zero. A 0 with digits behind
     // it, a sign alone and anything else that is no digit throw MiInvalidArgumentExp.
@@ -63,9 +63,9 @@ class VT_API MiBigInteger : public MiObject {
     // The low 32 bits of the magnitude with the sign applied, wrapped to int; a wider value is cut without a word.
     [[nodiscard]] int GetInt32() const;
 
-    [[nodiscard]] signed char GetSign() const { return sign; }    // -1, 0 or 1
+    [[nodiscard]] signed char GetSign() const { return sign; }     // -1, 0 or 1
     [[nodiscard]] const MiByte& GetByte() const { return value; }  // valid as long as the object is and does not change
-    [[nodiscard]] unsigned int GetBitLength() const;               // eight for each byte of the value, leading sign bits too
+    [[nodiscard]] unsigned int GetBitLength() const;  // eight for each byte of the value, leading sign bits too
 
     [[nodiscard]] MiBigInteger Add(const MiBigInteger& other) const;
     [[nodiscard]] MiBigInteger Add(unsigned int other) const;
@@ -90,8 +90,8 @@ class VT_API MiBigInteger : public MiObject {
     [[nodiscard]] MiBigInteger And(const MiBigInteger& other) const;
     [[nodiscard]] MiBigInteger Or(const MiBigInteger& other) const;
 
-    // By n bits, the sign kept: to the left a product with 2^n, to the right a quotient rounded down, so that a negative
-    // number ends at -1 and any other at zero.
+    // By n bits, the sign kept: to the left a product with 2^n, to the right a quotient rounded down, so that a
+    // negative number ends at -1 and any other at zero.
     [[nodiscard]] MiBigInteger ShiftLeft(unsigned int n) const;
     [[nodiscard]] MiBigInteger ShiftRight(unsigned int n) const;
 

@@ -65,8 +65,8 @@ class VT_API MiBitSet : public MiObject {
     [[nodiscard]] MiBitSet Or(const MiBitSet& other) const;
     [[nodiscard]] MiBitSet Not() const;
 
-    // A set of the same length with each bit n places nearer to the front (left) or the end; the vacated bits are 0, all
-    // of them for n at or above the length.
+    // A set of the same length with each bit n places nearer to the front (left) or the end; the vacated bits are 0,
+    // all of them for n at or above the length.
     [[nodiscard]] MiBitSet ShiftLeft(unsigned int n) const;
     [[nodiscard]] MiBitSet ShiftRight(unsigned int n) const;
 

@@ -1,8 +1,8 @@
 // MiTime: a calendar time to the second, without a time zone; the value of the ASN.1 types UTCTime and GeneralizedTime.
 //
-// A fresh value is the epoch, 1970-01-01 00:00:00. The constructor of six fields stores what it is given, so that a value
-// can be one that TestTime refuses; every setter tests. Times before the epoch are refused on purpose, though stepping
-// can lead there. There are no leap seconds.
+// A fresh value is the epoch, 1970-01-01 00:00:00. The constructor of six fields stores what it is given, so that a
+// value can be one that TestTime refuses; every setter tests. Times before the epoch are refused on purpose, though
+// stepping can lead there. There are no leap seconds.
 //
 // Setters and steps return the object itself.
 //
@@ -47,13 +47,13 @@ class VT_API MiTime : public MiObject {
 
     // Throws MiInvalidArgumentExp for what TestTime refuses, and changes nothing then.
     MiTime& SetTime(unsigned int yearValue, unsigned char monthValue, unsigned char dayValue, unsigned char hourValue,
-                 unsigned char minuteValue, unsigned char secondValue);
+                    unsigned char minuteValue, unsigned char secondValue);
 
-    // Reads a text that begins with the format; what follows in the text is ignored, and so are its characters where the
-    // format has no field. A field that the format lacks is that of the epoch. MiInvalidArgumentExp is thrown for a null
-    // text or one shorter than the format, for a field that stands in the format twice or in the wrong number of
-    // letters, for a field that fails its test below, and for a result that TestTime refuses; with a format the value is
-    // the epoch then, with none it is unchanged.
+    // Reads a text that begins with the format; what follows in the text is ignored, and so are its characters where
+    // the format has no field. A field that the format lacks is that of the epoch. MiInvalidArgumentExp is thrown for a
+    // null text or one shorter than the format, for a field that stands in the format twice or in the wrong number of
+    // letters, for a field that fails its test below, and for a result that TestTime refuses; with a format the value
+    // is the epoch then, with none it is unchanged.
     MiTime& SetTimeString(const char* text, const char* format);
     MiTime& SetTimeString(const MiString& text, const char* format);
 
@@ -103,9 +103,9 @@ class VT_API MiTime : public MiObject {
     MiTime& AddTime(unsigned int seconds);
     MiTime& SubtractTime(unsigned int seconds);
 
-    // Tests of texts. The value of the field, which is two characters (four for the year; what follows is ignored), or -1
-    // for one that is refused, is null, or ends too early. Two of them look at some characters only and reckon with any
-    // other as if it were a digit, so that the value can be out of every range: it is for TestTime to say so.
+    // Tests of texts. The value of the field, which is two characters (four for the year; what follows is ignored), or
+    // -1 for one that is refused, is null, or ends too early. Two of them look at some characters only and reckon with
+    // any other as if it were a digit, so that the value can be out of every range: it is for TestTime to say so.
     //   TestYearString            four digits, the first not 0
     //   TestDayString             days and months: behind a 0 only 1 to 9; behind any other character anything
     //   TestHourString            behind a 0 or 1 only a digit; behind any other character anything
