@@ -2,4 +2,15 @@
 #ifndef VT_CRYPTO_CRYPTO_H
 #define VT_CRYPTO_CRYPTO_H
 
+#include "crypto/des.h"
+#include "crypto/des3.h"
+#include "crypto/entries.h"
+#include "crypto/hash_chain_random.h"
+#include "crypto/md2.h"
+#include "crypto/md5.h"
+#include "crypto/rc2.h"
+#include "crypto/rc4.h"
+#include "crypto/rc5.h"
+#include "crypto/sha1.h"
+
 #endif
