@@ -2,4 +2,7 @@
 #ifndef VT_CRYPTO_CRYPTO_H
 #define VT_CRYPTO_CRYPTO_H
 
+#include "crypto/mpi.h"
+#include "crypto/runtime_rand.h"
+
 #endif
