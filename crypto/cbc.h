@@ -22,12 +22,11 @@
 #include <cstring>
 #include <limits>
 
+#include "crypto/codes.h"
+
 namespace cbc {
 
 constexpr std::uint32_t kBlock = 8;
-
-constexpr int kMissing = -2;
-constexpr int kWrongLength = -3;
 
 // A Cipher, for the templates below, names its Context, which has the members count, buffer and encrypting, and has
 //
@@ -58,16 +57,16 @@ int update(void* context, const std::uint8_t* input, std::uint8_t* output, std::
            std::uint32_t* outputLength) {
     auto* const cipher = static_cast<typename Cipher::Context*>(context);
     if (cipher == nullptr || outputLength == nullptr)
-        return kMissing;
+        return crypto::kArgumentAbsent;
     const auto held = static_cast<std::uint32_t>(cipher->count);
     if (inputLength > std::numeric_limits<std::uint32_t>::max() - held)
-        return kWrongLength;
+        return crypto::kWrongLength;
     if (output == nullptr) {
         *outputLength = (held + inputLength) & ~(kBlock - 1);
         return 0;
     }
     if (input == nullptr && inputLength != 0)
-        return kMissing;
+        return crypto::kArgumentAbsent;
     *outputLength = 0;
     if (inputLength > kBlock - held) {
         if (held != 0) {
@@ -103,9 +102,9 @@ template <class Cipher>
 int plainFinal(void* context, std::uint8_t* output, std::uint32_t* outputLength) {
     auto* const cipher = static_cast<typename Cipher::Context*>(context);
     if (cipher == nullptr || outputLength == nullptr)
-        return kMissing;
+        return crypto::kArgumentAbsent;
     if (cipher->count % static_cast<std::int32_t>(kBlock) != 0)
-        return kWrongLength;
+        return crypto::kWrongLength;
     *outputLength = kBlock;
     if (output != nullptr)
         finish<Cipher>(*cipher, output, outputLength);
@@ -149,7 +148,7 @@ int unpad(typename Cipher::Context& cipher, std::uint8_t* output, std::uint32_t*
         return 0;
     }
     if (cipher.count != static_cast<std::int32_t>(kBlock))
-        return kWrongLength;
+        return crypto::kWrongLength;
     finish<Cipher>(cipher, output, outputLength);
     *outputLength -= paddedBytes(output);
     return 0;
@@ -166,7 +165,7 @@ template <class Cipher>
 int paddedFinal(void* context, std::uint8_t* output, std::uint32_t* outputLength) {
     auto* const cipher = static_cast<typename Cipher::Context*>(context);
     if (cipher == nullptr || outputLength == nullptr)
-        return kMissing;
+        return crypto::kArgumentAbsent;
     return cipher->encrypting != 0 ? pad<Cipher>(*cipher, output, outputLength)
                                    : unpad<Cipher>(*cipher, output, outputLength);
 }

@@ -2,6 +2,7 @@
 #ifndef VT_CRYPTO_CRYPTO_H
 #define VT_CRYPTO_CRYPTO_H
 
+#include "crypto/codes.h"
 #include "crypto/des.h"
 #include "crypto/des3.h"
 #include "crypto/entries.h"

@@ -2,6 +2,7 @@
 
 #include "crypto/block_kernels.h"
 #include "crypto/cbc.h"
+#include "crypto/codes.h"
 #include "crypto/des_rounds.h"
 #include "crypto/words.h"
 
@@ -20,7 +21,7 @@ int init(void* context, const std::uint8_t* key, const void* parameter, bool enc
     auto* const des = static_cast<DES_CTX*>(context);
     const auto* const iv = static_cast<const std::uint8_t*>(parameter);
     if (des == nullptr || key == nullptr || iv == nullptr)
-        return cbc::kMissing;
+        return crypto::kArgumentAbsent;
     cbc::begin(*des, encrypting);
     for (int i = 0; i < 2; ++i)
         des->chain[i] = des->iv[i] = crypto::loadBigEndian(iv + 4 * i);

@@ -2,6 +2,7 @@
 
 #include "crypto/block_kernels.h"
 #include "crypto/cbc.h"
+#include "crypto/codes.h"
 #include "crypto/des_rounds.h"
 #include "crypto/words.h"
 
@@ -20,7 +21,7 @@ int init(void* context, const std::uint8_t* key, const void* parameter, bool enc
     auto* const des3 = static_cast<DES3_CTX*>(context);
     const auto* const iv = static_cast<const std::uint8_t*>(parameter);
     if (des3 == nullptr || key == nullptr || iv == nullptr)
-        return cbc::kMissing;
+        return crypto::kArgumentAbsent;
     cbc::begin(*des3, encrypting);
     for (int i = 0; i < 2; ++i)
         des3->chain[i] = des3->iv[i] = crypto::loadBigEndian(iv + 4 * i);
@@ -49,7 +50,7 @@ int DES3_Update(void* context, const std::uint8_t* input, std::uint8_t* output, 
 int DES3_Final(void* context, std::uint8_t* output, std::uint32_t* outputLength) {
     auto* const des3 = static_cast<DES3_CTX*>(context);
     if (des3 == nullptr || outputLength == nullptr)
-        return cbc::kMissing;
+        return crypto::kArgumentAbsent;
     *outputLength = 0;
     if (output != nullptr)
         return cbc::plainFinal<Des3>(context, output, outputLength);

@@ -5,7 +5,7 @@
 #include <memory>
 #include <new>
 
-#include "crypto/cbc.h"
+#include "crypto/codes.h"
 #include "crypto/md2.h"
 #include "crypto/md5.h"
 #include "crypto/sha1.h"
@@ -15,7 +15,7 @@ namespace {
 int setSeed(void* context, const std::uint8_t* seed, std::uint32_t length) {
     auto* const random = static_cast<HASH_CHAIN_RANDOM_CTX*>(context);
     if (random == nullptr)
-        return cbc::kMissing;
+        return crypto::kArgumentAbsent;
     random->seed = seed;
     random->seedLength = length;
     return 0;

@@ -5,6 +5,7 @@
 
 #include "crypto/block_kernels.h"
 #include "crypto/cbc.h"
+#include "crypto/codes.h"
 
 namespace crypto {
 namespace {
@@ -196,9 +197,9 @@ int init(void* context, const std::uint8_t* key, std::uint32_t keyLength, const 
     auto* const rc2 = static_cast<RC2_CTX*>(context);
     const auto* const given = static_cast<const RC2_PARAMETER*>(parameter);
     if (rc2 == nullptr || key == nullptr || given == nullptr)
-        return cbc::kMissing;
+        return crypto::kArgumentAbsent;
     if (keyLength < 1 || keyLength > 128)
-        return cbc::kWrongLength;
+        return crypto::kWrongLength;
     const unsigned long bits = given->effectiveBits;
     cbc::begin(*rc2, encrypting);
     std::memcpy(rc2->iv, given->iv, sizeof rc2->iv);

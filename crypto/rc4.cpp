@@ -1,6 +1,6 @@
 #include "crypto/rc4.h"
 
-#include "crypto/cbc.h"
+#include "crypto/codes.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ inline std::uint8_t next(std::uint32_t& x, std::uint32_t& y, std::int32_t* s) {
 int RC4_Init(void* context, const std::uint8_t* key, std::uint32_t keyLength, const void* /*parameter*/) {
     auto* const rc4 = static_cast<RC4_CTX*>(context);
     if (rc4 == nullptr || key == nullptr)
-        return cbc::kMissing;
+        return crypto::kArgumentAbsent;
     rc4->x = rc4->y = 0;
     for (int i = 0; i < 256; ++i)
         rc4->s[i] = i;
@@ -41,13 +41,13 @@ int RC4_Update(void* context, const std::uint8_t* input, std::uint8_t* output, s
                std::uint32_t* outputLength) {
     auto* const rc4 = static_cast<RC4_CTX*>(context);
     if (rc4 == nullptr || outputLength == nullptr)
-        return cbc::kMissing;
+        return crypto::kArgumentAbsent;
     if (output == nullptr) {
         *outputLength = inputLength;
         return 0;
     }
     if (input == nullptr && inputLength != 0)
-        return cbc::kMissing;
+        return crypto::kArgumentAbsent;
     auto x = static_cast<std::uint32_t>(rc4->x);
     auto y = static_cast<std::uint32_t>(rc4->y);
     std::uint32_t left = inputLength;

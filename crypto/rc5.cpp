@@ -6,6 +6,7 @@
 
 #include "crypto/block_kernels.h"
 #include "crypto/cbc.h"
+#include "crypto/codes.h"
 #include "crypto/words.h"
 
 namespace crypto {
@@ -156,9 +157,9 @@ int init(void* context, const std::uint8_t* key, std::uint32_t keyLength, const 
     auto* const rc5 = static_cast<RC5_CTX*>(context);
     const auto* const given = static_cast<const RC5_PARAMETER*>(parameter);
     if (rc5 == nullptr || key == nullptr || given == nullptr || (given->iv == nullptr && given->ivLength != 0))
-        return cbc::kMissing;
+        return crypto::kArgumentAbsent;
     if (keyLength > kMostKeyBytes)
-        return cbc::kWrongLength;
+        return crypto::kWrongLength;
     cbc::begin(*rc5, encrypting);
     std::memset(rc5->chain, 0, sizeof rc5->chain);
     std::copy_n(given->iv, std::min<std::size_t>(given->ivLength, sizeof rc5->chain), rc5->chain);
