@@ -57,9 +57,9 @@ enum RsaItem {
     RSA_PRIME_2,
     RSA_EXPONENT_1,
     RSA_EXPONENT_2,
-    RSA_COEFFICIENT,
-    RSA_ITEM_COUNT
+    RSA_COEFFICIENT
 };
+constexpr std::uint32_t RSA_ITEM_COUNT = 8;
 using RSA_KEY_ITEMS = KEY_ITEM[RSA_ITEM_COUNT];
 constexpr std::uint32_t RSA_PUBLIC_ITEM_COUNT = 2;
 

@@ -132,7 +132,7 @@ int RSA_GenerateKeyItems(KEY_ITEM** items, std::int32_t bits) {
     const std::uint32_t* const numbers[RSA_ITEM_COUNT] = {
         context.modulus, context.publicExponent, context.privateExponent, context.prime1,
         context.prime2,  context.exponent1,      context.exponent2,       context.coefficient};
-    for (int i = 0; i < RSA_ITEM_COUNT; ++i) {
+    for (std::uint32_t i = 0; i < RSA_ITEM_COUNT; ++i) {
         made[i] = itemOf(numbers[i]);
         if (made[i].bytes == nullptr) {
             KeyItemsFree(&made, RSA_ITEM_COUNT);
