@@ -133,7 +133,7 @@ TEST(der_decoder_limits_test, LengthsOffByOneNeverEndInAnythingButAnException) {
 }
 
 TEST(der_decoder_limits_test, WrongTags) {
-    for (const std::uint8_t identifier : {0x00, 0x05, 0x1F, 0x30, 0x3F, 0x9F, 0xFF}) {
+    for (const std::uint8_t identifier : Bytes{0x00, 0x05, 0x1F, 0x30, 0x3F, 0x9F, 0xFF}) {
         for (const support::Broken& broken : support::withTags(everyKindDer(), identifier)) {
             AsnSequence value = everyKind();
             (void)decodes(value, broken.bytes);
@@ -159,7 +159,7 @@ TEST(der_decoder_limits_test, WrongTags) {
 TEST(der_decoder_limits_test, EveryByteReplaced) {
     const Bytes good = everyKindDer();
     for (std::size_t i = 0; i < good.size(); ++i) {
-        for (const std::uint8_t byte : {0x00, 0x01, 0x7F, 0x80, 0x81, 0x84, 0xFF}) {
+        for (const std::uint8_t byte : Bytes{0x00, 0x01, 0x7F, 0x80, 0x81, 0x84, 0xFF}) {
             Bytes broken = good;
             broken[i] = byte;
             AsnSequence value = everyKind();

@@ -332,8 +332,8 @@ TEST(der_encoder_test, ASetIsWrittenInTheOrderOfItsTags) {
         composite<AsnSet>(implicit(1, member("one", AsnInteger(1))), implicit(0, member("zero", AsnInteger(0))));
     setPresent(value);
     EXPECT_EQ(encoded(value), "31 06 80 01 00 81 01 01");
-    EXPECT_EQ(value.Get(0)->GetAsnTagNumber(), 1U);
-    EXPECT_EQ(value.Get(1)->GetAsnTagNumber(), 0U);
+    EXPECT_EQ(value.Get(0U)->GetAsnTagNumber(), 1U);
+    EXPECT_EQ(value.Get(1U)->GetAsnTagNumber(), 0U);
 }
 
 // The exchange looks at the class first and at the number only then, and never moves a member before one of a lower
@@ -504,7 +504,7 @@ TEST(der_encoder_test, EncodingChangesNoValue) {
     setPresent(value);
     const std::string first = encoded(value);
     EXPECT_EQ(encoded(value), first);
-    EXPECT_EQ(value.Find(0)->GetAsnName().CompareTo("one"), 0);
+    EXPECT_EQ(value.Find(0U)->GetAsnName().CompareTo("one"), 0);
 }
 
 TEST(der_encoder_test, DeepNesting) {
