@@ -1,5 +1,5 @@
-// MiBigInteger: a signed integer of any size, as the ASN.1 INTEGER carries it: serial numbers, and the parts of RSA keys
-// on their way through DER. It is not the arithmetic of the crypto engine, and nothing here runs in constant time.
+// MiBigInteger: a signed integer of any size, as the ASN.1 INTEGER carries it: serial numbers, and the parts of RSA
+// keys on their way through DER. It is not the arithmetic of the crypto engine, and nothing here runs in constant time.
 //
 //     value            sign
 //     (empty)           0     zero
@@ -15,11 +15,11 @@
 // the operands; products and decimal texts somewhat more (about n^1.6); quotients the product of the lengths of divisor
 // and quotient. A result that would need 2^32 bytes or more is a memory failure.
 //
-// An operation that throws leaves the object as it was. Operands may be the object itself.
+// Setters return the object itself. An operation that throws leaves it as it was. Operands may be the object itself.
 #ifndef VT_FOUNDATION_BIG_INTEGER_H
 #define VT_FOUNDATION_BIG_INTEGER_H
 
-#include <ostream>
+#include <iosfwd>
 
 #include "foundation/byte.h"
 #include "foundation/export.h"
@@ -31,67 +31,69 @@ class VT_API MiBigInteger : public MiObject {
     MiBigInteger() = default;  // zero
     MiBigInteger(unsigned int number);
     MiBigInteger(int number);
-    MiBigInteger(const MiByte& bytes);                 // as SetData(bytes)
-    MiBigInteger(char sign, const MiByte& magnitude);  // as SetData(sign, bytes)
-    MiBigInteger(const MiBigInteger&) = default;
+    MiBigInteger(const MiByte& bytes);                    // as SetData(bytes)
+    MiBigInteger(char newSign, const MiByte& magnitude);  // as SetData(sign, bytes)
+    MiBigInteger(const MiBigInteger& other) = default;
+    MiBigInteger(MiBigInteger&& other) noexcept;
     ~MiBigInteger() override = default;
 
-    MiBigInteger& operator=(const MiBigInteger&) = default;
+    MiBigInteger& operator=(const MiBigInteger& other) = default;
+    MiBigInteger& operator=(MiBigInteger&& other) noexcept;
     MiBigInteger& operator=(int number);
     MiBigInteger& operator=(unsigned int number);
 
-    void SetData(unsigned int number);
-    void SetData(int number);
+    MiBigInteger& SetData(unsigned int number);
+    MiBigInteger& SetData(int number);
 
-    // The bytes are two's complement, as in DER; leading bytes that only repeat the sign are dropped. A null p, n = 0 and
-    // bytes of 00 alone give zero. The n bytes at p + offset are not checked.
-    void SetData(const MiByte& bytes);
-    void SetData(const char* p, unsigned int offset, unsigned int n);
+    // The bytes are two's complement, as in DER; leading bytes that only repeat the sign are dropped. A null p, n = 0
+    // and bytes of 00 alone give zero. The n bytes at p + offset are not checked.
+    MiBigInteger& SetData(const MiByte& bytes);
+    MiBigInteger& SetData(const char* p, unsigned int offset, unsigned int n);
 
     // The bytes are two's complement of the given sign (below, at or above 0): where the top bit of the first byte
-    // disagrees with it, a byte 00 or FF is put in front. Sign 0 or no bytes give zero. So (1, FF) is 255, (-1, FF) is -1
-    // and (-1, 01) is -255.
-    void SetData(char sign, const MiByte& bytes);
+    // disagrees with it, a byte 00 or FF is put in front. Sign 0 or no bytes give zero. So (1, FF) is 255, (-1, FF) is
+    // -1 and (-1, 01) is -255.
+    MiBigInteger& SetData(char newSign, const MiByte& bytes);
 
     // Decimal digits after at most one '+' or '-'. A null or empty text and a lone 0 give zero. A 0 with digits behind
     // it, a sign alone and anything else that is no digit throw MiInvalidArgumentExp.
-    void SetStringBase10(const char* text);
-    MiString GetStringBase10() const;  // "0", "1000", "-1"
+    MiBigInteger& SetStringBase10(const char* text);
+    [[nodiscard]] MiString GetStringBase10() const;  // "0", "1000", "-1"
 
     // The low 32 bits of the magnitude with the sign applied, wrapped to int; a wider value is cut without a word.
-    int GetInt32() const;
+    [[nodiscard]] int GetInt32() const;
 
-    signed char GetSign() const { return sign; }    // -1, 0 or 1
-    const MiByte& GetByte() const { return value; }  // valid as long as the object is and does not change
-    unsigned int GetBitLength() const;               // eight for each byte of the value, leading sign bits too
+    [[nodiscard]] signed char GetSign() const { return sign; }     // -1, 0 or 1
+    [[nodiscard]] const MiByte& GetByte() const { return value; }  // valid as long as the object is and does not change
+    [[nodiscard]] unsigned int GetBitLength() const;  // eight for each byte of the value, leading sign bits too
 
-    MiBigInteger Add(const MiBigInteger& other) const;
-    MiBigInteger Add(unsigned int other) const;
-    MiBigInteger Add(int other) const;
-    MiBigInteger Subtract(const MiBigInteger& other) const;
-    MiBigInteger Subtract(unsigned int other) const;
-    MiBigInteger Subtract(int other) const;
-    MiBigInteger Multiply(const MiBigInteger& other) const;
-    MiBigInteger Multiply(unsigned int other) const;
-    MiBigInteger Multiply(int other) const;
+    [[nodiscard]] MiBigInteger Add(const MiBigInteger& other) const;
+    [[nodiscard]] MiBigInteger Add(unsigned int other) const;
+    [[nodiscard]] MiBigInteger Add(int other) const;
+    [[nodiscard]] MiBigInteger Subtract(const MiBigInteger& other) const;
+    [[nodiscard]] MiBigInteger Subtract(unsigned int other) const;
+    [[nodiscard]] MiBigInteger Subtract(int other) const;
+    [[nodiscard]] MiBigInteger Multiply(const MiBigInteger& other) const;
+    [[nodiscard]] MiBigInteger Multiply(unsigned int other) const;
+    [[nodiscard]] MiBigInteger Multiply(int other) const;
 
     // The quotient is cut towards zero and the remainder has the sign of the dividend, as with int. A divisor of zero
     // throws MiDomainExp, also for a dividend of zero.
-    MiBigInteger Divide(const MiBigInteger& other) const;
-    MiBigInteger Divide(unsigned int other) const;
-    MiBigInteger Divide(int other) const;
-    MiBigInteger Mod(const MiBigInteger& other) const;
-    MiBigInteger Mod(unsigned int other) const;
-    MiBigInteger Mod(int other) const;
+    [[nodiscard]] MiBigInteger Divide(const MiBigInteger& other) const;
+    [[nodiscard]] MiBigInteger Divide(unsigned int other) const;
+    [[nodiscard]] MiBigInteger Divide(int other) const;
+    [[nodiscard]] MiBigInteger Mod(const MiBigInteger& other) const;
+    [[nodiscard]] MiBigInteger Mod(unsigned int other) const;
+    [[nodiscard]] MiBigInteger Mod(int other) const;
 
     // On the two's complement forms, the shorter one extended by its sign.
-    MiBigInteger And(const MiBigInteger& other) const;
-    MiBigInteger Or(const MiBigInteger& other) const;
+    [[nodiscard]] MiBigInteger And(const MiBigInteger& other) const;
+    [[nodiscard]] MiBigInteger Or(const MiBigInteger& other) const;
 
-    // By n bits, the sign kept: to the left a product with 2^n, to the right a quotient rounded down, so that a negative
-    // number ends at -1 and any other at zero.
-    MiBigInteger ShiftLeft(unsigned int n) const;
-    MiBigInteger ShiftRight(unsigned int n) const;
+    // By n bits, the sign kept: to the left a product with 2^n, to the right a quotient rounded down, so that a
+    // negative number ends at -1 and any other at zero.
+    [[nodiscard]] MiBigInteger ShiftLeft(unsigned int n) const;
+    [[nodiscard]] MiBigInteger ShiftRight(unsigned int n) const;
 
     static MiBigInteger Negate(const MiBigInteger& number);
     static MiBigInteger Abs(const MiBigInteger& number);
@@ -136,7 +138,7 @@ class VT_API MiBigInteger : public MiObject {
     // Equality is of sign and value. The order is a total one but not that of the numbers: the larger sign is greater,
     // then among positive numbers the longer value, among negative ones the shorter; values of one length go by
     // MiByte::operator>, whose bytes are signed, so that 0x0100 is greater than 0x0180.
-    bool Equals(const MiBigInteger& other) const { return *this == other; }
+    [[nodiscard]] bool Equals(const MiBigInteger& other) const { return *this == other; }
     bool operator==(const MiBigInteger& other) const;
     bool operator!=(const MiBigInteger& other) const { return !(*this == other); }
     bool operator<(const MiBigInteger& other) const { return !(*this >= other); }

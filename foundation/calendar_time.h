@@ -1,8 +1,10 @@
 // MiTime: a calendar time to the second, without a time zone; the value of the ASN.1 types UTCTime and GeneralizedTime.
 //
-// A fresh value is the epoch, 1970-01-01 00:00:00. The constructor of six fields stores what it is given, so that a value
-// can be one that TestTime refuses; every setter tests. Times before the epoch are refused on purpose, though stepping
-// can lead there. There are no leap seconds.
+// A fresh value is the epoch, 1970-01-01 00:00:00. The constructor of six fields stores what it is given, so that a
+// value can be one that TestTime refuses; every setter tests. Times before the epoch are refused on purpose, though
+// stepping can lead there. There are no leap seconds.
+//
+// Setters and steps return the object itself.
 //
 // Texts are digits in the order of a format, in which Y stands for the year (four or two), M for the month, D for the
 // day, h, m and s for hour, minute and second (two each), and any other character for itself. Years of two digits are
@@ -11,7 +13,7 @@
 #define VT_FOUNDATION_CALENDAR_TIME_H
 
 #include <cstdint>
-#include <ostream>
+#include <iosfwd>
 
 #include "foundation/export.h"
 #include "foundation/object.h"
@@ -23,11 +25,11 @@ class VT_API MiTime : public MiObject {
     MiTime(unsigned int seconds);  // since the epoch, as GMT
     MiTime(unsigned int yearValue, unsigned char monthValue, unsigned char dayValue, unsigned char hourValue,
            unsigned char minuteValue, unsigned char secondValue);  // not tested
-    MiTime(const MiTime&) = default;
+    MiTime(const MiTime& other) = default;
     ~MiTime() override = default;
 
-    MiTime& operator=(const MiTime&) = default;
-    void Reset(const MiTime* source);  // null gives the epoch
+    MiTime& operator=(const MiTime& other) = default;
+    MiTime& Reset(const MiTime* source);  // null gives the epoch
 
     // Field by field, from the year down to the second.
     bool operator==(const MiTime& other) const;
@@ -38,48 +40,48 @@ class VT_API MiTime : public MiObject {
     bool operator<=(const MiTime& other) const { return !(other < *this); }
 
     // The system's clock, as GMT or in the local time zone.
-    void SetCurrentTime();
-    void SetLocalCurrentTime();
+    MiTime& SetCurrentTime();
+    MiTime& SetLocalCurrentTime();
 
-    void SetTime(unsigned int seconds);  // since the epoch, as GMT
+    MiTime& SetTime(unsigned int seconds);  // since the epoch, as GMT
 
     // Throws MiInvalidArgumentExp for what TestTime refuses, and changes nothing then.
-    void SetTime(unsigned int yearValue, unsigned char monthValue, unsigned char dayValue, unsigned char hourValue,
-                 unsigned char minuteValue, unsigned char secondValue);
+    MiTime& SetTime(unsigned int yearValue, unsigned char monthValue, unsigned char dayValue, unsigned char hourValue,
+                    unsigned char minuteValue, unsigned char secondValue);
 
-    // Reads a text that begins with the format; what follows in the text is ignored, and so are its characters where the
-    // format has no field. A field that the format lacks is that of the epoch. MiInvalidArgumentExp is thrown for a null
-    // text or one shorter than the format, for a field that stands in the format twice or in the wrong number of
-    // letters, for a field that fails its test below, and for a result that TestTime refuses; with a format the value is
-    // the epoch then, with none it is unchanged.
-    void SetTimeString(const char* text, const char* format);
-    void SetTimeString(const MiString& text, const char* format);
+    // Reads a text that begins with the format; what follows in the text is ignored, and so are its characters where
+    // the format has no field. A field that the format lacks is that of the epoch. MiInvalidArgumentExp is thrown for a
+    // null text or one shorter than the format, for a field that stands in the format twice or in the wrong number of
+    // letters, for a field that fails its test below, and for a result that TestTime refuses; with a format the value
+    // is the epoch then, with none it is unchanged.
+    MiTime& SetTimeString(const char* text, const char* format);
+    MiTime& SetTimeString(const MiString& text, const char* format);
 
     // The format with each field in its place, the low digits of a value that is too long. Fields in the wrong number
     // of letters throw MiInvalidArgumentExp.
-    MiString GetTimeString(const char* format) const;
+    [[nodiscard]] MiString GetTimeString(const char* format) const;
 
-    unsigned int GetYear() const { return year; }
-    unsigned char GetMonth() const { return month; }
-    unsigned char GetDay() const { return day; }
-    unsigned char GetHour() const { return hour; }
-    unsigned char GetMinute() const { return minute; }
-    unsigned char GetSecond() const { return second; }
+    [[nodiscard]] unsigned int GetYear() const { return year; }
+    [[nodiscard]] unsigned char GetMonth() const { return month; }
+    [[nodiscard]] unsigned char GetDay() const { return day; }
+    [[nodiscard]] unsigned char GetHour() const { return hour; }
+    [[nodiscard]] unsigned char GetMinute() const { return minute; }
+    [[nodiscard]] unsigned char GetSecond() const { return second; }
 
     // MiInvalidArgumentExp for a value outside its range: year from 1970, month 1 to 12, hour to 23, minute and second
     // to 59. SetDay refuses what is outside 1 to 31 in the same way; any other day it stores, and throws afterwards if
     // the whole time does not pass TestTime.
-    void SetYear(unsigned int number);
-    void SetMonth(unsigned int number);
-    void SetDay(unsigned int number);
-    void SetHour(unsigned int number);
-    void SetMinute(unsigned int number);
-    void SetSecond(unsigned int number);
+    MiTime& SetYear(unsigned int number);
+    MiTime& SetMonth(unsigned int number);
+    MiTime& SetDay(unsigned int number);
+    MiTime& SetHour(unsigned int number);
+    MiTime& SetMinute(unsigned int number);
+    MiTime& SetSecond(unsigned int number);
 
     // Seconds and whole days since the epoch, for any stored fields: a year before 1970 counts as 1970, months before 1
     // or past 12 add nothing.
-    std::int64_t GetTime() const;
-    std::int64_t GetDays() const;
+    [[nodiscard]] std::int64_t GetTime() const;
+    [[nodiscard]] std::int64_t GetDays() const;
 
     // One step, with a carry into the next field. Months and years step alone: January 31 is followed by a February 31,
     // which TestTime refuses. A day steps by the length of its month; a stored month outside 1 to 12 has none, and a
@@ -101,9 +103,9 @@ class VT_API MiTime : public MiObject {
     MiTime& AddTime(unsigned int seconds);
     MiTime& SubtractTime(unsigned int seconds);
 
-    // Tests of texts. The value of the field, which is two characters (four for the year; what follows is ignored), or -1
-    // for one that is refused, is null, or ends too early. Two of them look at some characters only and reckon with any
-    // other as if it were a digit, so that the value can be out of every range: it is for TestTime to say so.
+    // Tests of texts. The value of the field, which is two characters (four for the year; what follows is ignored), or
+    // -1 for one that is refused, is null, or ends too early. Two of them look at some characters only and reckon with
+    // any other as if it were a digit, so that the value can be out of every range: it is for TestTime to say so.
     //   TestYearString            four digits, the first not 0
     //   TestDayString             days and months: behind a 0 only 1 to 9; behind any other character anything
     //   TestHourString            behind a 0 or 1 only a digit; behind any other character anything

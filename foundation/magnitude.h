@@ -1,5 +1,5 @@
-// Whole numbers of any size without a sign, for the parts of MiBigInteger where the two's complement form is in the way:
-// products, quotients and decimal texts.
+// Whole numbers of any size without a sign, for the parts of MiBigInteger where the two's complement form is in the
+// way: products, quotients and decimal texts.
 //
 // A number is a row of 32-bit digits, the least significant first, with none that is zero at the top; the empty row is
 // zero. Used inside the room only.
