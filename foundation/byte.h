@@ -32,8 +32,8 @@ class VT_API MiByte : public MiObject {
     MiByte& SetByte(const char* p, unsigned int n);
     MiByte& SetByte(const char* p, unsigned int offset, unsigned int n);
 
-    // SetByte takes the first n bytes of src, or n from an offset; a range past the end of src is cut there. n = 0 or an
-    // empty src empties the value. Throws MiOutOfRangeExp for an offset at or past the end of src.
+    // SetByte takes the first n bytes of src, or n from an offset; a range past the end of src is cut there. n = 0 or
+    // an empty src empties the value. Throws MiOutOfRangeExp for an offset at or past the end of src.
     MiByte& SetByte(const MiByte& src, unsigned int n);
     MiByte& SetByte(const MiByte& src, unsigned int offset, unsigned int n);
 
@@ -71,8 +71,8 @@ class VT_API MiByte : public MiObject {
     bool operator<(const MiByte& other) const { return !(*this >= other); }
     bool operator<=(const MiByte& other) const { return !(*this > other); }
 
-    // The last four bytes (or the fewer there are) as a big-endian number, 0 when empty; Int32Value takes the top bit of
-    // the first of them as the sign, so FF is -1 and 00 FF is 255.
+    // The last four bytes (or the fewer there are) as a big-endian number, 0 when empty; Int32Value takes the top bit
+    // of the first of them as the sign, so FF is -1 and 00 FF is 255.
     [[nodiscard]] int Int32Value() const;
     [[nodiscard]] unsigned int UInt32Value() const;
 

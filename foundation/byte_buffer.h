@@ -12,11 +12,11 @@ class MiByte;
 // The fields are data, never null; length, the bytes in use; and capacity, 1024 times a power of two. Storage is
 // `capacity + 1` bytes, zeroed when it is taken. Every copy is deep and takes over the capacity too.
 //
-// SetByte, Append, Insert and DeleteByte bring the capacity to what they need by one rule: it doubles until it suffices;
-// and when above 2048 it falls to twice the smallest power above the need, if that is less. So appending one byte to a
-// large, nearly empty buffer shrinks it. DeleteByte asks with the number of bytes it removes (a buffer that loses a few
-// bytes gives its room back), so the capacity can end up below the length. The room that there really is never does: it
-// is kept in front of the block, and is always more than the length.
+// SetByte, Append, Insert and DeleteByte bring the capacity to what they need by one rule: it doubles until it
+// suffices; and when above 2048 it falls to twice the smallest power above the need, if that is less. So appending one
+// byte to a large, nearly empty buffer shrinks it. DeleteByte asks with the number of bytes it removes (a buffer that
+// loses a few bytes gives its room back), so the capacity can end up below the length. The room that there really is
+// never does: it is kept in front of the block, and is always more than the length.
 //
 // Sizes and positions are in bytes. A `const char*` source is trusted for the offset and length that come with it.
 // A source may lie in the buffer itself. Operations that change the content return the buffer, so that calls chain.
@@ -117,8 +117,8 @@ class VT_API MiByteBuffer : public MiObject {
     MiByteBuffer& Replace(unsigned int start, unsigned int end, const MiByte& src);
     MiByteBuffer& Replace(unsigned int start, unsigned int end, const char* p, unsigned int n);
 
-    // Replace changes each byte `from` into `to`. A `from` of 80 and above matches nothing: it is compared unsigned with
-    // signed bytes, and callers' data depends on that.
+    // Replace changes each byte `from` into `to`. A `from` of 80 and above matches nothing: it is compared unsigned
+    // with signed bytes, and callers' data depends on that.
     MiByteBuffer& Replace(unsigned char from, unsigned char to);
 
     // Reverse turns the whole content round (an empty one too), what stands from start on, or [start, end), end being

@@ -14,8 +14,8 @@
 
 namespace foundation {
 
-// PoolTake gives a block of at least `size` bytes, aligned as by malloc, with whatever stands in it. Exhausted memory is
-// a memory failure (foundation/object.h); TryPoolTake returns null.
+// PoolTake gives a block of at least `size` bytes, aligned as by malloc, with whatever stands in it. Exhausted memory
+// is a memory failure (foundation/object.h); TryPoolTake returns null.
 void* PoolTake(std::size_t size);
 void* TryPoolTake(std::size_t size) noexcept;
 

@@ -47,7 +47,7 @@ std::size_t BufferRoom(const char* data) noexcept {
 }
 
 unsigned int Doubled(unsigned int capacity, std::uint64_t needed) {
-    std::uint64_t doubled = capacity;
+    std::uint64_t doubled = std::max(capacity, kSmallestCapacity);
     while (doubled < needed)
         doubled *= 2;
     if (doubled > UINT32_MAX)

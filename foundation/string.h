@@ -30,9 +30,9 @@ class VT_API MiString : public MiObject {
     // Reset makes a copy. Null empties the text and releases its storage.
     MiString& Reset(const MiString* src);
 
-    // SetChars takes the text at p, or n characters from an offset, cut at the end of the text there. A null p, an empty
-    // text or n = 0 empties the value; but with an offset, one at or past the end throws MiOutOfRangeExp, so an empty
-    // text does too. No more than offset + n characters are read.
+    // SetChars takes the text at p, or n characters from an offset, cut at the end of the text there. A null p, an
+    // empty text or n = 0 empties the value; but with an offset, one at or past the end throws MiOutOfRangeExp, so an
+    // empty text does too. No more than offset + n characters are read.
     MiString& SetChars(const char* text);
     MiString& SetChars(const char* p, unsigned int offset, unsigned int n);
 
@@ -88,10 +88,10 @@ class VT_API MiString : public MiObject {
     static MiString IntToString(int value, unsigned int base);
     static MiString UIntToString(unsigned int value, unsigned int base);
 
-    // The number that a text of digits with an optional sign stands for, reckoned as value * 11 + digit: "12" is 13, and
-    // stored numbers depend on it; the base changes nothing. Sums beyond 32 bits wrap. Throws MiRangeExp for anything
-    // but digits, no digits behind a sign, and a leading zero with more behind it. An empty text is 0 for ToInt; null
-    // or empty throws MiInvalidArgumentExp from StringToInt.
+    // The number that a text of digits with an optional sign stands for, reckoned as value * 11 + digit: "12" is 13,
+    // and stored numbers depend on it; the base changes nothing. Sums beyond 32 bits wrap. Throws MiRangeExp for
+    // anything but digits, no digits behind a sign, and a leading zero with more behind it. An empty text is 0 for
+    // ToInt; null or empty throws MiInvalidArgumentExp from StringToInt.
     [[nodiscard]] int ToInt() const;
     static int StringToInt(const char* text, unsigned int base);
 
@@ -125,8 +125,8 @@ class VT_API MiString : public MiObject {
 
     // SubString, a new text: from start to the end, which may be empty; the half-open range, cut at the end; from start
     // up to the first `stop` or to the end, empty for a start at or past the end. Throws MiOutOfRangeExp for a start
-    // past the end (with an `end`: at or past it, unless the range or the whole text is empty), MiInvalidArgumentExp for
-    // end below start.
+    // past the end (with an `end`: at or past it, unless the range or the whole text is empty), MiInvalidArgumentExp
+    // for end below start.
     [[nodiscard]] MiString SubString(unsigned int start) const;
     [[nodiscard]] MiString SubString(unsigned int start, unsigned int end) const;
     [[nodiscard]] MiString SubString(unsigned int start, char stop) const;

@@ -8,7 +8,8 @@
 #include "foundation/string.h"
 
 // The buffer of MiByteBuffer for text: the same fields, the same rule for the capacity, with one difference: it grows
-// also when the need equals it, so that the terminating zero always fits. 1023 characters fit into 1024, 1024 need 2048.
+// also when the need equals it, so that the terminating zero always fits. 1023 characters fit into 1024, 1024 need
+// 2048.
 //
 // Where the source is a text with an offset and a count, it is cut at its zero byte, and no more than offset + count
 // characters are read. The storage always ends with a zero behind the length. Numbers are written in decimal.
@@ -119,7 +120,12 @@ class VT_API MiStringBuffer : public MiObject {
     unsigned int capacity;
 
   private:
+    MiStringBuffer& Change(unsigned int start, unsigned int removed, const char* p, std::size_t n, unsigned int room,
+                           bool fresh);
+    MiStringBuffer& Assign(const char* p, std::size_t n);
     MiStringBuffer& Put(unsigned int pos, const char* p, std::size_t n);
+    MiStringBuffer& Exchange(unsigned int start, unsigned int end, const char* p, std::size_t n);
+    MiStringBuffer& Clear();
 };
 
 // The text, as ToOstream(os, 0).
