@@ -181,7 +181,7 @@ TEST(printing_test, AbsentMembers) {
               "    m  ( EMPTY ) }");
     auto set = composite<AsnSet>(member("o", AsnInteger(), AsnObject::ASN_OPTIONAL), member("a", AsnInteger(5)));
     set.Find("a")->SetAsnPresent(true);
-    set.Find(0)->SetAsnName("");
+    set.Find(0U)->SetAsnName("");
     EXPECT_EQ(printed(set, 1), "    SET : {\n          ( NOT SELECTED )\n        a  INTEGER : 5 }");
 }
 
