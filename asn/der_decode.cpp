@@ -23,9 +23,11 @@
 
 namespace {
 
-// A count of bytes as a result. What does not fit stays past every end.
+// A number of bytes as a result.
 unsigned int count(std::uint64_t bytes) {
-    return static_cast<unsigned int>(std::min<std::uint64_t>(bytes, std::numeric_limits<unsigned int>::max()));
+    if (bytes > std::numeric_limits<unsigned int>::max())
+        throw MiOutOfRangeExp();
+    return static_cast<unsigned int>(bytes);
 }
 
 unsigned char byteAt(const MiByte& in, std::size_t position) {
@@ -493,8 +495,9 @@ class FreshDecode final : public AsnDecode {
         header += readLength(length, in, offset + header);
         const std::uint64_t whole = std::uint64_t{header} + length;
         if (value.GetAsnByteType() == AsnObject::ASN_WHOLE_BYTE) {
-            value.SetAsnByte(in.GetChars(), offset, std::min(count(whole), in.GetLength() - offset));
-            return count(whole);
+            const unsigned int size = count(whole);
+            value.SetAsnByte(in.GetChars(), offset, std::min(size, in.GetLength() - offset));
+            return size;
         }
         return count(std::uint64_t{header} + decodeContent(offset + header, length));
     }

@@ -28,7 +28,7 @@ constexpr unsigned int kMore = 0x80;  // the bit of every octet of a number but 
 
 // A few octets on their way into the buffer: an identifier, a length, a number in base 128.
 struct Octets {
-    char bytes[6] = {};
+    char bytes[7] = {};  // the longest identifier, and one octet of the length behind it
     unsigned int count = 0;
 
     void add(unsigned int octet) { bytes[count++] = static_cast<char>(octet); }

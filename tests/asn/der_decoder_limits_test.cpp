@@ -247,7 +247,7 @@ TEST(der_decoder_limits_test, ContentPastTheInput) {
     }
 }
 
-// A parent that keeps whole elements and one of them longer than any input: the walk ends, and nothing goes round and
+// A parent that keeps whole elements, and one of them longer than any input: the walk ends, and nothing goes round and
 // round on a sum that came out at zero.
 TEST(der_decoder_limits_test, WholeElementsOfHugeLength) {
     auto set = composite<AsnSet>(member("a", AsnInteger()));
@@ -256,11 +256,21 @@ TEST(der_decoder_limits_test, WholeElementsOfHugeLength) {
     list.OnComponentByte();
     auto sequence = composite<AsnSequence>(member("a", AsnInteger()), member("b", AsnInteger()));
     sequence.OnComponentByte();
-    for (const char* length : {"84 FF FF FF FA", "84 FF FF FF F9", "84 FF FF FF FF", "84 7F FF FF FF"}) {
+    for (const char* length : {"84 FF FF FF F9", "84 7F FF FF FF"}) {
         const Bytes element = der::join({{0x02}, hex(length)});
         EXPECT_THROW(decode(set, der::tlv(0x31, element)), AsnDecodeExp) << length;
         EXPECT_THROW(decode(list, der::tlv(0x30, element)), AsnDecodeExp) << length;
         EXPECT_THROW(decode(sequence, der::tlv(0x30, element)), AsnDecodeExp) << length;
+    }
+    // Header and length together have no room in a result.
+    for (const char* length : {"84 FF FF FF FA", "84 FF FF FF FF"}) {
+        const Bytes element = der::join({{0x02}, hex(length)});
+        EXPECT_THROW(decode(set, der::tlv(0x31, element)), MiOutOfRangeExp) << length;
+        EXPECT_THROW(decode(list, der::tlv(0x30, element)), MiOutOfRangeExp) << length;
+        EXPECT_THROW(decode(sequence, der::tlv(0x30, element)), MiOutOfRangeExp) << length;
+        AsnInteger alone;
+        alone.OnByte();
+        EXPECT_THROW(decode(alone, element), MiOutOfRangeExp) << length;
     }
     auto last = composite<AsnSequence>(member("a", AsnInteger()));
     last.OnComponentByte();

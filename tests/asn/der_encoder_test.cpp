@@ -29,7 +29,8 @@ std::string encodedTag(ASN_TAG_CLASS tagClass, ASN_TAG_MODE mode, ASN_TAG_FORM f
     value.SetAsnTag(tagClass, mode, form, number);
     MiByteBuffer out;
     AsnDerEncode encoder;
-    EXPECT_EQ(encoder.EncodeTag(value.GetAsnTag(), out, 0), out.GetLength());
+    const unsigned int written = encoder.EncodeTag(value.GetAsnTag(), out, 0);
+    EXPECT_EQ(written, out.GetLength());
     return toHex(out);
 }
 
@@ -287,12 +288,18 @@ TEST(der_encoder_test, Utf8) {
     EXPECT_EQ(encoded(text), "0C 04 61 C3 A9 62");
 }
 
-// A character that SetData left unlooked at, since its loop ends at position n: the lead byte has no more room.
+// A character that no setter takes: the lead byte has no more room.
+class OutOfRange : public AsnUTF8String {
+  public:
+    OutOfRange() {
+        data = AsnCharacters(2);
+        data.Data()[0] = {{0, 0, 0, 0x41}};
+        data.Data()[1] = {{0xFF, 0xFF, 0xFF, 0xFF}};
+    }
+};
+
 TEST(der_encoder_test, Utf8BeyondItsRange) {
-    const Bytes raw = hex("00 00 00 00 00 00 00 41 FF FF FF FF");
-    AsnUTF8String value;
-    value.SetData(der_io::characters(raw), 4, 8);
-    EXPECT_EQ(encodedContent(value), "41 FE 83 BF BF BF BF BF");
+    EXPECT_EQ(encodedContent(OutOfRange()), "41 FE 83 BF BF BF BF BF");
 }
 
 TEST(der_encoder_test, Sequence) {

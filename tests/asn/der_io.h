@@ -42,17 +42,20 @@ inline support::Bytes toBytes(const MiByteBuffer& buffer) {
 // The element, or its content alone, as hex; the number reported must be what was written.
 inline std::string encoded(const AsnObject& value) {
     MiByteBuffer out;
-    EXPECT_EQ(value.DerEncode(out, 0), out.GetLength());
+    const unsigned int written = value.DerEncode(out, 0);
+    EXPECT_EQ(written, out.GetLength());
     return toHex(out);
 }
 inline std::string encodedContent(const AsnObject& value) {
     MiByteBuffer out;
-    EXPECT_EQ(value.DerEncodeContent(out, 0), out.GetLength());
+    const unsigned int written = value.DerEncodeContent(out, 0);
+    EXPECT_EQ(written, out.GetLength());
     return toHex(out);
 }
 inline support::Bytes encodedBytes(const AsnObject& value) {
     MiByteBuffer out;
-    EXPECT_EQ(value.DerEncode(out, 0), out.GetLength());
+    const unsigned int written = value.DerEncode(out, 0);
+    EXPECT_EQ(written, out.GetLength());
     return toBytes(out);
 }
 
