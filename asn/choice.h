@@ -58,7 +58,10 @@ class VT_API AsnChoice : public AsnObject {
     AsnList* elements = nullptr;    // owned; null until the first alternative exists
 
   private:
-    AsnObject* alternative(const char* name) const;
+    void copyAlternatives(const AsnChoice& other);
+    unsigned int indexOf(const char* name) const;
+    AsnObject* requireAlternative(const char* name) const;
+    void deselect(unsigned int index);
 };
 
 #endif

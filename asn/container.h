@@ -20,6 +20,9 @@ class VT_API AsnContainer : public AsnObject {
 
   protected:
     AsnObject* data = nullptr;  // owned
+
+  private:
+    void replace(AsnObject* owned);
 };
 
 #endif

@@ -2,6 +2,8 @@
 #ifndef VT_ASN_LIST_H
 #define VT_ASN_LIST_H
 
+#include <cstddef>
+
 #include "foundation/export.h"
 
 class AsnObject;
@@ -14,6 +16,10 @@ class VT_API AsnList {
     AsnList(AsnList&& other) noexcept;
     AsnList& operator=(AsnList other) noexcept;
     ~AsnList();
+
+    // Lists come from the pool, as the values do.
+    static void* operator new(std::size_t bytes);
+    static void operator delete(void* list, std::size_t bytes) noexcept;
 
     unsigned int Size() const { return size; }
     // An item by its position, which must be below Size(). The list keeps it.
@@ -40,7 +46,7 @@ class VT_API AsnList {
     static constexpr unsigned int kEmbedded = 4;
 
     bool embedded() const { return items == room; }
-    void release() noexcept;
+    void releaseItems() noexcept;
 
     AsnObject** items = room;
     unsigned int size = 0;

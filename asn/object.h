@@ -34,13 +34,13 @@ class MiByteBuffer;
 
 class VT_API AsnObject : public MiObject {
   public:
-    enum ASN_STATE : unsigned int {
+    enum ASN_STATE : int {
         ASN_MANDATORY = 0,
         ASN_OPTIONAL = 1,
         ASN_DEFAULT = 2,
     };
 
-    enum ASN_BYTE_TYPE : unsigned int {
+    enum ASN_BYTE_TYPE : int {
         ASN_NO_BYTE = 0,
         ASN_CONTENT_BYTE = 1,
         ASN_WHOLE_BYTE = 2,

@@ -8,20 +8,20 @@
 #include "foundation/export.h"
 
 // The values of class and form are those of the identifier octet (X.690, 8.1.2): they are or-ed straight into it.
-enum ASN_TAG_CLASS : unsigned int {
+enum ASN_TAG_CLASS : int {
     ASN_UNIVERSAL = 0x00,
     ASN_APPLICATION = 0x40,
     ASN_CONTEXT = 0x80,
     ASN_PRIVATE = 0xC0,
 };
 
-enum ASN_TAG_MODE : unsigned int {
+enum ASN_TAG_MODE : int {
     ASN_NOT_TAGGED = 0,
     ASN_IMPLICIT = 1,
     ASN_EXPLICIT = 2,
 };
 
-enum ASN_TAG_FORM : unsigned int {
+enum ASN_TAG_FORM : int {
     ASN_PRIMITIVE = 0x00,
     ASN_CONSTRUCTED = 0x20,
 };

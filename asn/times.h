@@ -8,8 +8,8 @@
 #define VT_ASN_TIMES_H
 
 #include "asn/value.h"
+#include "foundation/calendar_time.h"
 #include "foundation/string.h"
-#include "foundation/time.h"
 
 class VT_API AsnUTCTime : public AsnObject {
   public:

@@ -18,13 +18,12 @@ struct AsnQuadruple {
 class VT_API AsnCharacters {
   public:
     AsnCharacters() = default;
+    // n characters, the caller's to write.
+    explicit AsnCharacters(unsigned int n);
     AsnCharacters(const AsnCharacters& other);
     AsnCharacters(AsnCharacters&& other) noexcept;
     AsnCharacters& operator=(AsnCharacters other) noexcept;
     ~AsnCharacters();
-
-    // n characters of zero bytes.
-    static AsnCharacters OfLength(unsigned int n);
 
     AsnQuadruple* Data() { return data; }
     const AsnQuadruple* Data() const { return data; }
@@ -34,6 +33,8 @@ class VT_API AsnCharacters {
     AsnQuadruple* data = nullptr;  // null when length is 0
     unsigned int length = 0;
 };
+
+VT_API bool operator==(const AsnCharacters& a, const AsnCharacters& b);
 
 // Characters below 0x10000; two bytes each on the wire.
 class VT_API AsnBMPString : public AsnObject {
