@@ -5,7 +5,7 @@
 #include "asn/octet_string.h"
 #include "asn/sequence.h"
 #include "asn/set.h"
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 
 namespace SchemaAccess {
 

@@ -1,4 +1,4 @@
-#include "foundation/exception.h"
+#include "foundation/exceptions.h"
 #include "schema/x509.h"
 
 void TBSCertificate::GetSubjectName(AsnSequenceOf<AttributeTypeAndDistinguishedValue>& out) const {
