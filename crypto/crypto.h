@@ -9,9 +9,11 @@
 #include "crypto/hash_chain_random.h"
 #include "crypto/md2.h"
 #include "crypto/md5.h"
+#include "crypto/mpi.h"
 #include "crypto/rc2.h"
 #include "crypto/rc4.h"
 #include "crypto/rc5.h"
+#include "crypto/runtime_rand.h"
 #include "crypto/sha1.h"
 
 #endif
