@@ -20,8 +20,8 @@ class VT_API AsnSequenceOf : public AsnObject {
     AsnSequenceOf& operator=(const AsnSequenceOf& other) {
         if (this == &other)
             return *this;
-        items = other.items;
         SetAsnBaseData(&other);
+        items = other.items;
         componentByteType = ASN_NO_BYTE;
         return *this;
     }

@@ -21,8 +21,8 @@ class VT_API AsnSetOf : public AsnObject {
     AsnSetOf& operator=(const AsnSetOf& other) {
         if (this == &other)
             return *this;
-        items = other.items;
         SetAsnBaseData(&other);
+        items = other.items;
         componentByteType = ASN_NO_BYTE;
         return *this;
     }
