@@ -451,7 +451,7 @@ function(write_lists)
   endforeach()
   string(APPEND defined "\n")
   foreach(instance IN LISTS lists)
-    string(APPEND declared "extern template class ${instance};\n")
+    string(APPEND declared "extern template class VT_API ${instance};\n")
     string(APPEND defined "template class ${instance};\n")
   endforeach()
   header_text(text lists "The lists that the classes of this room have and use, instantiated once."
