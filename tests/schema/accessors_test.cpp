@@ -5,7 +5,7 @@
 
 #include <memory>
 
-#include "foundation/exceptions.h"
+#include "foundation/foundation.h"
 #include "schema/schema.h"
 #include "tests/schema/table.h"
 

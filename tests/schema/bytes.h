@@ -3,6 +3,7 @@
 #define VT_TESTS_SCHEMA_BYTES_H
 
 #include "asn/asn.h"
+#include "foundation/foundation.h"
 #include "tests/support/hex.h"
 
 inline MiByte toMiByte(const support::Bytes& bytes) {

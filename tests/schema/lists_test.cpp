@@ -5,7 +5,7 @@
 #include <string>
 #include <type_traits>
 
-#include "foundation/exceptions.h"
+#include "foundation/foundation.h"
 #include "schema/schema.h"
 
 namespace {

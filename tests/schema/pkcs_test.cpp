@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "foundation/exceptions.h"
+#include "foundation/foundation.h"
 #include "tests/schema/bytes.h"
 #include "tests/support/der.h"
 

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "asn/asn.h"
+#include "foundation/foundation.h"
 
 namespace table {
 

@@ -4,7 +4,7 @@
 #include <memory>
 #include <type_traits>
 
-#include "foundation/exceptions.h"
+#include "foundation/foundation.h"
 #include "schema/schema.h"
 #include "tests/schema/table.h"
 
@@ -134,10 +134,11 @@ void aFreshValueHasNothing(const Type& type) {
         needsNothing = needsNothing && member.role != Role::mandatory;
     }
     MiByteBuffer out;
-    if (needsNothing)
+    if (needsNothing) {
         EXPECT_EQ(table::toHex(*value), type.base == Base::Set ? "31 00" : "30 00");
-    else
+    } else {
         EXPECT_THROW(value->DerEncode(out, 0), AsnEncodeExp);
+    }
 }
 TEST(TablesTest, AFreshValueHasNothing) {
     forEachType(aFreshValueHasNothing);
@@ -159,21 +160,24 @@ void accessorsReachTheirMember(const Type& type) {
         EXPECT_TRUE(typeid(*got) == *member.type);
         EXPECT_TRUE(got->EqualsContent(sample.get()));
         const AsnObject* found = table::memberAt(*value, type, i);
-        if (type.base == Base::Wrapper || member.mode != Mode::explicit_)
+        if (type.base == Base::Wrapper || member.mode != Mode::explicit_) {
             EXPECT_EQ(got, found);
-        else
+        } else {
             EXPECT_EQ(got, dynamic_cast<const AsnContainer*>(found)->GetData());
+        }
         if (type.base == Base::Wrapper)
             continue;
         EXPECT_EQ(found->GetAsnState(), expectedState(member));
-        if (member.flag != Flag::any)
+        if (member.flag != Flag::any) {
             EXPECT_EQ(found->GetAsnTag(), expectedTag(member));
+        }
         if (type.base == Base::Choice)
             continue;
         EXPECT_TRUE(found->IsAsnPresent());
         for (const Member& other : type.members)
-            if (&other != &member)
+            if (&other != &member) {
                 EXPECT_EQ(other.get(*value), nullptr) << other.name;
+            }
     }
 }
 TEST(TablesTest, AccessorsReachTheirMember) {
@@ -186,12 +190,15 @@ void membersAreFoundByName(const Type& type) {
     for (unsigned int i = 0; type.base != Base::Wrapper && i < type.members.size(); ++i) {
         const char* name = type.members[i].name;
         AsnObject* found = table::memberAt(*value, type, i);
-        if (auto* sequence = dynamic_cast<AsnSequence*>(value.get()))
+        if (auto* sequence = dynamic_cast<AsnSequence*>(value.get())) {
             EXPECT_EQ(sequence->Find(name), found) << name;
-        if (auto* set = dynamic_cast<AsnSet*>(value.get()))
+        }
+        if (auto* set = dynamic_cast<AsnSet*>(value.get())) {
             EXPECT_EQ(set->Find(name), found) << name;
-        if (auto* choice = dynamic_cast<AsnChoice*>(value.get()))
+        }
+        if (auto* choice = dynamic_cast<AsnChoice*>(value.get())) {
             EXPECT_EQ(choice->Find(name), found) << name;
+        }
     }
 }
 TEST(TablesTest, MembersAreFoundByName) {
@@ -211,10 +218,11 @@ void missingMandatoryMembersStopTheEncoder(const Type& type) {
             member.set(*value, *sample);
         }
         MiByteBuffer out;
-        if (missing.role == Role::mandatory)
+        if (missing.role == Role::mandatory) {
             EXPECT_THROW(value->DerEncode(out, 0), AsnEncodeExp) << missing.name;
-        else
+        } else {
             EXPECT_NO_THROW(value->DerEncode(out, 0)) << missing.name;
+        }
     }
 }
 TEST(TablesTest, MissingMandatoryMembersStopTheEncoder) {
@@ -249,8 +257,9 @@ void resetKeepsTheMembersAndEmptiesThem(const Type& type) {
     const Value fresh = table::make(type);
     for (unsigned int i = 0; i < type.members.size(); ++i) {
         SCOPED_TRACE(type.members[i].name);
-        if (type.base != Base::Wrapper)
+        if (type.base != Base::Wrapper) {
             EXPECT_EQ(type.members[i].get(*value), nullptr);
+        }
         EXPECT_TRUE(table::memberAt(*fresh, type, i)->EqualsContent(table::memberAt(*value, type, i)));
     }
 }

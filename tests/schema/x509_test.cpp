@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "foundation/exceptions.h"
+#include "foundation/foundation.h"
 #include "tests/schema/bytes.h"
 #include "tests/support/der.h"
 
@@ -100,11 +100,14 @@ TEST(X509Test, AFreshTbsCertificateLacksItsSerialNumber) {
         EXPECT_FALSE(fresh.Get(i)->IsAsnPresent()) << i;
     MiByteBuffer out;
     EXPECT_THROW(fresh.DerEncode(out, 0), AsnEncodeExp);
-    // It is the first that has to be there: without it the encoder gives up behind the tag, with it later.
-    EXPECT_EQ(out.GetLength(), 1U);
-    fresh.SetSerialNumber(AsnInteger(5));
+    fresh.SetVersion(AsnInteger(2));
     EXPECT_THROW(fresh.DerEncode(out, 0), AsnEncodeExp);
-    EXPECT_EQ(out.GetLength(), 4U);
+    // All others are there, and it is still missing.
+    TBSCertificate full = buildTbs();
+    full.Find("serialNumber")->SetAsnPresent(false);
+    EXPECT_THROW(full.DerEncode(out, 0), AsnEncodeExp);
+    full.SetSerialNumber(AsnInteger(5));
+    EXPECT_NO_THROW(full.DerEncode(out, 0));
 }
 
 TEST(X509Test, NothingWritesTheDefaultVersion) {
@@ -137,7 +140,7 @@ TEST(X509Test, OptionalMembersGoOutUnderTheirTags) {
 
     const auto read = decoded<TBSCertificate>(expected);
     EXPECT_EQ(read.GetVersion()->GetInteger(), 2);
-    EXPECT_EQ(read.GetIssuerUniqueIdentifier()->GetData().Length(), 3U);
+    EXPECT_EQ(read.GetIssuerUniqueIdentifier()->GetData().GetBitLength(), 3U);
     EXPECT_NE(read.GetSubjectUniqueIdentifier(), nullptr);
     ASSERT_EQ(read.GetExtensions()->Size(), 1U);
     EXPECT_TRUE(read.GetExtensions()->Get(0)->GetCritical()->GetData());
@@ -156,7 +159,7 @@ TEST(X509Test, ACertificateWithoutVersionIsRead) {
     EXPECT_EQ(inner->GetSerialNumber()->GetInteger(), 5);
     EXPECT_TRUE(certificate.GetAlgorithmIdentifier()->GetAlgorithm()->GetData() == "1.2.840.113549.1.1.5");
     EXPECT_EQ(certificate.GetAlgorithmIdentifier()->GetParameters()->GetAsnTagNumber(), 5U);
-    EXPECT_EQ(certificate.GetEncrypted()->GetData().Length(), 16U);
+    EXPECT_EQ(certificate.GetEncrypted()->GetData().GetBitLength(), 16U);
     EXPECT_EQ(encode(certificate), bytes);
 }
 
