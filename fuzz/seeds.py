@@ -141,6 +141,15 @@ def primitive_seeds():
     yield "instance_of", bytes([19, 1, 0]) + bytes.fromhex("280B06032A0304A004040201 02".replace(" ", ""))
 
 
+def cipher_seeds():
+    """Form of the loops, cipher, key length, key, initial value, effective bits, rounds and their kin, message."""
+    for cipher, (name, least, length) in enumerate((("des", 8, 8), ("des3", 24, 24), ("rc2", 1, 16), ("rc5", 0, 16))):
+        for form, size in ((0, 0), (1, 8), (2, 45), (3, 400)):
+            key, iv = bytes(range(length)), bytes(range(100, 108))
+            message = bytes(i * 7 % 256 for i in range(size))
+            yield f"{name}_{size}", bytes([form, cipher, length - least]) + key + iv + bytes([26, 4, 12, 8]) + message
+
+
 def main():
     with tempfile.TemporaryDirectory() as scratch:
         der = made_by_openssl(pathlib.Path(scratch))
@@ -178,6 +187,8 @@ def main():
         save("asn_decode", file, bytes([classes.index(name)]) + data)
     for name, data in primitive_seeds():
         save("asn_values", name, data)
+    for name, data in cipher_seeds():
+        save("cipher_final", name, data)
 
     save("answer", "certificate", der["certificate"])
     save("answer", "chain", der["chain"])
