@@ -86,6 +86,15 @@ def writer_steps():
     yield "grows", step("{") + step("o", text(b"0123456789" * 20, 60)) + step("i", number(1)) + step("}")
 
 
+def cipher_seeds():
+    """Form of the loops, cipher, key length, key, initial value, effective bits, rounds and their kin, message."""
+    for cipher, (name, least, length) in enumerate((("des", 8, 8), ("des3", 24, 24), ("rc2", 1, 16), ("rc5", 0, 16))):
+        for form, size in ((0, 0), (1, 8), (2, 45), (3, 400)):
+            key, iv = bytes(range(length)), bytes(range(100, 108))
+            message = bytes(i * 7 % 256 for i in range(size))
+            yield f"{name}_{size}", bytes([form, cipher, length - least]) + key + iv + bytes([26, 4, 12, 8]) + message
+
+
 def main():
     with tempfile.TemporaryDirectory() as scratch:
         der = made_by_openssl(pathlib.Path(scratch))
@@ -117,6 +126,9 @@ def main():
                        "eleven": ",".join(["OU=x"] * 11), "ten": ",".join(["OU=x"] * 10)}.items():
         save("subject", name, text.encode())
     save("subject", "bad_utf8", b"CN=\xff\xc3,O=\xed\xa0\x80")
+
+    for name, data in cipher_seeds():
+        save("cipher_final", name, data)
 
     save("answer", "certificate", der["certificate"])
     save("answer", "chain", der["chain"])

@@ -13,6 +13,7 @@ The seeded generator is worked out here too, over hashlib.
 """
 import ctypes
 import hashlib
+import math
 import os
 
 crypto = ctypes.CDLL("libcrypto.so.3")
@@ -33,7 +34,7 @@ def openssl(cipher, key, iv, plain, padded, bits=0):
     fetched = ctypes.c_void_p(crypto.EVP_CIPHER_fetch(None, cipher.encode(), None))
     assert fetched, cipher
     assert crypto.EVP_EncryptInit_ex(context, fetched, None, None, None) == 1
-    if len(key) not in (8, 24):
+    if cipher in ("RC2-CBC", "RC4"):
         assert crypto.EVP_CIPHER_CTX_set_key_length(context, len(key)) == 1
     if bits:
         assert crypto.EVP_CIPHER_CTX_ctrl(context, SET_RC2_KEY_BITS, bits, None) == 1
@@ -132,6 +133,52 @@ def md2(data):
     return bytes(x[:16])
 
 
+def padded(data, bits, order):
+    """data behind a number of bits that were taken before it, with the length field of both."""
+    total = (bits + 8 * len(data)) % 2 ** 64
+    return data + b"\x80" + bytes((55 - len(data)) % 64) + total.to_bytes(8, order)
+
+
+def rotated(word, count):
+    word &= 0xFFFFFFFF
+    return (word << count | word >> (32 - count)) & 0xFFFFFFFF
+
+
+def md5_after(bits, data):
+    """RFC 1321 from the initial state, with the length counter at bits."""
+    state = [0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476]
+    counts = ((7, 12, 17, 22), (5, 9, 14, 20), (4, 11, 16, 23), (6, 10, 15, 21))
+    data = padded(data, bits, "little")
+    for at in range(0, len(data), 64):
+        w = [int.from_bytes(data[at + i:at + i + 4], "little") for i in range(0, 64, 4)]
+        a, b, c, d = state
+        for i in range(64):
+            r = i // 16
+            f = (b & c | ~b & d, b & d | c & ~d, b ^ c ^ d, c ^ (b | ~d & 0xFFFFFFFF))[r]
+            k = (i, 5 * i + 1, 3 * i + 5, 7 * i)[r] % 16
+            constant = int(abs(math.sin(i + 1)) * 2 ** 32)
+            a, b, c, d = d, (b + rotated(a + f + w[k] + constant, counts[r][i % 4])) & 0xFFFFFFFF, b, c
+        state = [(x + y) & 0xFFFFFFFF for x, y in zip(state, (a, b, c, d))]
+    return b"".join(word.to_bytes(4, "little") for word in state)
+
+
+def sha1_after(bits, data):
+    """FIPS 180-1 from the initial state, with the length counter at bits."""
+    state = [0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0]
+    data = padded(data, bits, "big")
+    for at in range(0, len(data), 64):
+        w = [int.from_bytes(data[at + i:at + i + 4], "big") for i in range(0, 64, 4)]
+        for i in range(16, 80):
+            w.append(rotated(w[i - 3] ^ w[i - 8] ^ w[i - 14] ^ w[i - 16], 1))
+        a, b, c, d, e = state
+        for i in range(80):
+            f = (b & c | ~b & d, b ^ c ^ d, b & c | b & d | c & d, b ^ c ^ d)[i // 20]
+            constant = (0x5A827999, 0x6ED9EBA1, 0x8F1BBCDC, 0xCA62C1D6)[i // 20]
+            a, b, c, d, e = (rotated(a, 5) + f + e + constant + w[i]) & 0xFFFFFFFF, a, rotated(b, 30), c, d
+        state = [(x + y) & 0xFFFFFFFF for x, y in zip(state, (a, b, c, d, e))]
+    return b"".join(word.to_bytes(4, "big") for word in state)
+
+
 DIGESTS = {
     "Md2": (md2, 16),
     "Md5": (lambda data: hashlib.md5(data).digest(), 16),
@@ -214,6 +261,27 @@ def main():
             for length in (1, 15, 16, 17, 31, 32, 55, 56, 57, 63, 64, 65, 119, 120, 127, 128, 129, 1000):
                 data = bytes(i % 251 for i in range(length))
                 line(f'    {{"{name}", {length}U, "{digest(data).hex()}"}},')
+        line("};")
+        line()
+        line("// Digests of the same bytes behind so many bits that were taken before them: the initial state, with the counter")
+        line("// set. (MD5 and SHA-1 written out in crypto_streams.py, which holds them against hashlib.)")
+        line("struct LongMessage {")
+        line("    const char* digest;")
+        line("    unsigned bitsHigh;")
+        line("    unsigned bitsLow;")
+        line("    unsigned length;")
+        line("    const char* value;")
+        line("};")
+        line()
+        line("inline constexpr LongMessage kLongMessages[] = {")
+        for name, after in (("Md5", md5_after), ("Sha1", sha1_after)):
+            for length in range(200):
+                data = bytes(i % 251 for i in range(length))
+                assert after(0, data) == DIGESTS[name][0](data)
+            for bits in (2 ** 32 - 512, 2 ** 32, 5 * 2 ** 32 + 1024, 2 ** 64 - 512):
+                for length in (0, 63, 64, 200):
+                    value = after(bits, bytes(i % 251 for i in range(length)))
+                    line(f'    {{"{name}", {bits >> 32}U, {bits % 2 ** 32}U, {length}U, "{value.hex()}"}},')
         line("};")
         line()
         line("// What the seeded generator gives.")
