@@ -18,17 +18,19 @@ constexpr int kMostColumns = 8;
 
 // The asm texts of a row over `count` words w0, w1, ... of the window. The lowest word, once done, becomes the one that
 // joins at the top, so no further register is needed.
-#define VT_STEP(i, next)                    \
-    "mulx 8*" #i "(%[a]), %[lo], %[hi]\n\t" \
-    "adcx %[lo], %[w" #i "]\n\t"            \
+#define VT_STEP(i, next)       \
+    "mulx 8*" #i               \
+    "(%[a]), %[lo], %[hi]\n\t" \
+    "adcx %[lo], %[w" #i       \
+    "]\n\t"                    \
     "adox %[hi], %[w" #next "]\n\t"
-#define VT_FIRST(keep, next)            \
-    "mulx (%[a]), %[lo], %[hi]\n\t"     \
-    "adcx %[lo], %[w0]\n\t" keep        \
-    "mov $0, %k[w0]\n\t"                \
+#define VT_FIRST(keep, next)        \
+    "mulx (%[a]), %[lo], %[hi]\n\t" \
+    "adcx %[lo], %[w0]\n\t" keep    \
+    "mov $0, %k[w0]\n\t"            \
     "adox %[hi], %[w" #next "]\n\t"
-#define VT_LAST                         \
-    "mov $0, %k[lo]\n\t"                \
+#define VT_LAST          \
+    "mov $0, %k[lo]\n\t" \
     "adcx %[lo], %[w0]\n\t"
 #define VT_MID_2
 #define VT_MID_3 VT_STEP(1, 2)
@@ -78,38 +80,39 @@ constexpr int kMostColumns = 8;
 template <int Count>
 struct Rows;
 
-#define VT_LOOP(count, top, factor, given, keep, next, ...)                                               \
-    Word lo;                                                                                              \
-    Word hi;                                                                                              \
-    __asm__ volatile(                                                                                     \
-        "1:\n\t" factor "xor %k[lo], %k[lo]\n\t" given VT_BODY_##count(keep) VT_UP(count, top) next      \
-        "jne 1b"                                                                                          \
-        : VT_WINDOW_##count, [lo] "=&r"(lo), [hi] "=&r"(hi), [t] "+&r"(t), __VA_ARGS__ : "rdx", "cc", "memory")
+// The address checker keeps locals where only one register more than there are can reach them.
+#define VT_BARE [[gnu::no_sanitize_address, gnu::no_sanitize_undefined]]
 
-#define VT_ROWS(count, top)                                                                               \
-    template <>                                                                                           \
-    struct Rows<count> {                                                                                  \
-        static void store(Word* w, std::uint32_t* t, const std::uint32_t* a, const std::uint32_t* b,      \
-                          int rows) {                                                                     \
-            const std::uint32_t* const end = b + 2 * rows;                                                \
-            VT_LOOP(count, top, "mov (%[b]), %%rdx\n\t", "", "mov %[w0], (%[t])\n\t",                    \
-                    "lea 8(%[t]), %[t]\n\tlea 8(%[b]), %[b]\n\tcmp %[end], %[b]\n\t",                    \
-                    [b] "+&r"(b) : [a] "r"(a), [end] "m"(end));                                           \
-        }                                                                                                 \
-        static void add(Word* w, std::uint32_t* t, const std::uint32_t* a, const std::uint32_t* b,        \
-                        int rows) {                                                                       \
-            const std::uint32_t* const end = b + 2 * rows;                                                \
-            VT_LOOP(count, top, "mov (%[b]), %%rdx\n\t", "adox (%[t]), %[w0]\n\t",                       \
-                    "mov %[w0], (%[t])\n\t",                                                             \
-                    "lea 8(%[t]), %[t]\n\tlea 8(%[b]), %[b]\n\tcmp %[end], %[b]\n\t",                    \
-                    [b] "+&r"(b) : [a] "r"(a), [end] "m"(end));                                           \
-        }                                                                                                 \
-        static void reduce(Word* w, std::uint32_t* t, const std::uint32_t* a, Word nPrime, int rows) {    \
-            const std::uint32_t* const end = t + 2 * rows;                                                \
-            VT_LOOP(count, top, "mov %[w0], %%rdx\n\timul %[nPrime], %%rdx\n\tmov %%rdx, (%[t])\n\t", "", \
-                    "", "lea 8(%[t]), %[t]\n\tcmp %[end], %[t]\n\t",                                     \
-                    [a] "+&r"(a) : [nPrime] "m"(nPrime), [end] "m"(end));                                 \
-        }                                                                                                 \
+#define VT_LOOP(count, top, factor, given, keep, next, ...)                                                      \
+    Word lo;                                                                                                     \
+    Word hi;                                                                                                     \
+    __asm__ volatile("1:\n\t" factor "xor %k[lo], %k[lo]\n\t" given VT_BODY_##count(keep) VT_UP(count, top) next \
+                     "jne 1b"                                                                                    \
+                     : VT_WINDOW_##count, [lo] "=&r"(lo), [hi] "=&r"(hi), [t] "+&r"(t), __VA_ARGS__              \
+                     : "rdx", "cc", "memory")
+
+#define VT_ROWS(count, top)                                                                                            \
+    template <>                                                                                                        \
+    struct Rows<count> {                                                                                               \
+        VT_BARE static void store(Word* w, std::uint32_t* t, const std::uint32_t* a, const std::uint32_t* b,           \
+                                  int rows) {                                                                          \
+            const std::uint32_t* const end = b + 2 * rows;                                                             \
+            VT_LOOP(count, top, "mov (%[b]), %%rdx\n\t", "", "mov %[w0], (%[t])\n\t",                                  \
+                    "lea 8(%[t]), %[t]\n\tlea 8(%[b]), %[b]\n\tcmp %[end], %[b]\n\t", [b] "+&r"(b)                     \
+                    : [a] "r"(a), [end] "m"(end));                                                                     \
+        }                                                                                                              \
+        VT_BARE static void add(Word* w, std::uint32_t* t, const std::uint32_t* a, const std::uint32_t* b, int rows) { \
+            const std::uint32_t* const end = b + 2 * rows;                                                             \
+            VT_LOOP(count, top, "mov (%[b]), %%rdx\n\t", "adox (%[t]), %[w0]\n\t", "mov %[w0], (%[t])\n\t",            \
+                    "lea 8(%[t]), %[t]\n\tlea 8(%[b]), %[b]\n\tcmp %[end], %[b]\n\t", [b] "+&r"(b)                     \
+                    : [a] "r"(a), [end] "m"(end));                                                                     \
+        }                                                                                                              \
+        VT_BARE static void reduce(Word* w, std::uint32_t* t, const std::uint32_t* a, Word nPrime, int rows) {         \
+            const std::uint32_t* const end = t + 2 * rows;                                                             \
+            VT_LOOP(count, top, "mov %[w0], %%rdx\n\timul %[nPrime], %%rdx\n\tmov %%rdx, (%[t])\n\t", "", "",          \
+                    "lea 8(%[t]), %[t]\n\tcmp %[end], %[t]\n\t", [a] "+&r"(a)                                          \
+                    : [nPrime] "m"(nPrime), [end] "m"(end));                                                           \
+        }                                                                                                              \
     }
 VT_ROWS(1, 0);
 VT_ROWS(2, 1);
