@@ -87,7 +87,7 @@ void AsnList::Clear() {
 void AsnList::Reserve(unsigned int n) {
     if (n <= capacity)
         return;
-    if (n > SIZE_MAX / kPointer)
+    if (std::uint64_t{n} > SIZE_MAX / kPointer)
         MiMemoryFailure();
     auto** grown = static_cast<AsnObject**>(foundation::PoolTake(n * kPointer));
     std::copy(items, items + size, grown);

@@ -99,7 +99,7 @@ TEST(sequence_test, AContainerTakesAValueFromInsideItself) {
     outer.Reset(outer.GetData());
     EXPECT_TRUE(outer.GetData()->Equals(&five));
     outer.SetData(&value);
-    outer = AsnContainer(*static_cast<const AsnContainer*>(outer.GetData()));
+    outer = dynamic_cast<const AsnContainer&>(*outer.GetData());
     EXPECT_TRUE(outer.GetData()->Equals(&five));
 }
 
@@ -487,6 +487,110 @@ TEST(sequence_test, ManyMembersKeepTheirOrder) {
         value.DelElement(0U);
     EXPECT_EQ(integer(value.Get(0U)), 50);
     EXPECT_EQ(copy.Size(), 100U);
+}
+
+// A class as a schema has it: a table, a constructor that builds from it, a clone of its own type.
+template <class Base>
+struct Schema : Base {
+    Schema() { Schema::SetupElements(); }
+    Schema(const Schema&) = default;
+    Schema& operator=(const Schema&) = default;
+    ~Schema() override = default;
+    AsnObject* Clone() const override { return new Schema(*this); }
+
+  protected:
+    void SetupElements() override {
+        static constexpr AsnMember kMembers[] = {
+            {"plain", AsnMake<AsnInteger>},
+            {"any", AsnMake<AsnOctetString>, AsnObject::ASN_OPTIONAL, true},
+            {"implicit", AsnMake<AsnSequence>, AsnObject::ASN_DEFAULT, false, ASN_IMPLICIT, 1},
+            {"constructed", AsnMake<AsnOctetString>, AsnObject::ASN_MANDATORY, false, ASN_IMPLICIT, 2, ASN_APPLICATION,
+             true},
+            {"explicit", AsnMake<AsnOid>, AsnObject::ASN_OPTIONAL, false, ASN_EXPLICIT, 40},
+        };
+        this->SetupMembers(kMembers, 5);
+    }
+};
+
+template <class T>
+class SchemaMembers : public ::testing::Test {};
+using SchemaTypes = ::testing::Types<Schema<AsnSequence>, Schema<AsnSet>, Schema<AsnChoice>>;
+TYPED_TEST_SUITE(SchemaMembers, SchemaTypes);
+
+void expectMember(const AsnObject* member, const char* name, const std::type_info& type, AsnObject::ASN_STATE state,
+                  bool any) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(text(member->GetAsnName()), name);
+    EXPECT_EQ(typeid(*member), type);
+    EXPECT_EQ(member->GetAsnState(), state);
+    EXPECT_EQ(member->IsAsnAnyType(), any);
+    EXPECT_FALSE(member->IsAsnPresent());
+}
+
+void expectTag(const AsnObject* member, ASN_TAG_CLASS tagClass, ASN_TAG_MODE mode, ASN_TAG_FORM form,
+               unsigned int number) {
+    SCOPED_TRACE(text(member->GetAsnName()));
+    EXPECT_EQ(member->GetAsnTagClass(), tagClass);
+    EXPECT_EQ(member->GetAsnTagMode(), mode);
+    EXPECT_EQ(member->GetAsnTagForm(), form);
+    EXPECT_EQ(member->GetAsnTagNumber(), number);
+}
+
+TYPED_TEST(SchemaMembers, AreMadeFromTheirTable) {
+    TypeParam value;
+    ASSERT_EQ(value.Size(), 5U);
+    expectMember(value.Find(0U), "plain", typeid(AsnInteger), AsnObject::ASN_MANDATORY, false);
+    expectMember(value.Find(1U), "any", typeid(AsnOctetString), AsnObject::ASN_OPTIONAL, true);
+    expectMember(value.Find(2U), "implicit", typeid(AsnSequence), AsnObject::ASN_DEFAULT, false);
+    expectMember(value.Find(3U), "constructed", typeid(AsnOctetString), AsnObject::ASN_MANDATORY, false);
+    expectMember(value.Find(4U), "explicit", typeid(AsnContainer), AsnObject::ASN_OPTIONAL, false);
+    expectTag(value.Find(0U), ASN_UNIVERSAL, ASN_NOT_TAGGED, ASN_PRIMITIVE, 2);
+    expectTag(value.Find(1U), ASN_UNIVERSAL, ASN_NOT_TAGGED, ASN_PRIMITIVE, 4);
+    expectTag(value.Find(2U), ASN_CONTEXT, ASN_IMPLICIT, ASN_CONSTRUCTED, 1);
+    expectTag(value.Find(3U), ASN_APPLICATION, ASN_IMPLICIT, ASN_CONSTRUCTED, 2);
+    expectTag(value.Find(4U), ASN_CONTEXT, ASN_EXPLICIT, ASN_PRIMITIVE, 40);
+    const AsnObject* inner = dynamic_cast<AsnContainer&>(*value.Find(4U)).GetData();
+    ASSERT_NE(inner, nullptr);
+    expectMember(inner, "", typeid(AsnOid), AsnObject::ASN_MANDATORY, false);
+    expectTag(inner, ASN_UNIVERSAL, ASN_NOT_TAGGED, ASN_PRIMITIVE, 6);
+}
+
+TYPED_TEST(SchemaMembers, StayThroughAReset) {
+    TypeParam value;
+    const AsnInteger five(5);
+    value.Set("plain", &five);
+    AsnObject* plain = value.Find("plain");
+    value.Reset(nullptr);
+    EXPECT_EQ(value.Size(), 5U);
+    EXPECT_EQ(value.Find("plain"), plain);
+    EXPECT_EQ(integer(plain), 0);
+    EXPECT_FALSE(plain->IsAsnPresent());
+    const std::unique_ptr<AsnObject> clone(value.Clone());
+    EXPECT_EQ(typeid(*clone), typeid(TypeParam));
+    EXPECT_TRUE(clone->EqualsContent(&value));
+}
+
+TYPED_TEST(SchemaMembers, AreNotBuiltAnewForAnEmptiedList) {
+    TypeParam value;
+    value.ClearAllElements();
+    value.Reset(nullptr);
+    EXPECT_EQ(value.Size(), 0U);
+}
+
+TEST(sequence_test, AnElementAddedToASchemaIsAMemberLikeAnyOther) {
+    Schema<AsnSequence> value;
+    const AsnBoolean more = member("more", AsnBoolean(true));
+    value.AddElement(&more);
+    value.Set("more", &more);
+    const AsnInteger five(5);
+    value.Set("plain", &five);
+    const AsnOctetString aa = octets("AA");
+    value.Set("constructed", &aa);
+    EXPECT_EQ(encoded(value), "30 09 02 01 05 62 01 AA 01 01 FF");
+    Schema<AsnSequence> read;
+    read.AddElement(&more);
+    EXPECT_EQ(decode(read, "30 09 02 01 05 62 01 AA 01 01 FF"), 11U);
+    EXPECT_TRUE(read.Get("more")->IsAsnPresent());
 }
 
 TEST(sequence_test, InstanceOfIsAnExternal) {
