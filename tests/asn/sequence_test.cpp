@@ -585,12 +585,14 @@ TEST(sequence_test, AnElementAddedToASchemaIsAMemberLikeAnyOther) {
     const AsnInteger five(5);
     value.Set("plain", &five);
     const AsnOctetString aa = octets("AA");
+    value.Set("any", &aa);
     value.Set("constructed", &aa);
-    EXPECT_EQ(encoded(value), "30 09 02 01 05 62 01 AA 01 01 FF");
+    EXPECT_EQ(encoded(value), "30 0C 02 01 05 04 01 AA 62 01 AA 01 01 FF");
     Schema<AsnSequence> read;
     read.AddElement(&more);
-    EXPECT_EQ(decode(read, "30 09 02 01 05 62 01 AA 01 01 FF"), 11U);
+    EXPECT_EQ(decode(read, "30 0C 02 01 05 04 01 AA 62 01 AA 01 01 FF"), 14U);
     EXPECT_TRUE(read.Get("more")->IsAsnPresent());
+    EXPECT_TRUE(read == value);
 }
 
 TEST(sequence_test, InstanceOfIsAnExternal) {
