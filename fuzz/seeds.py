@@ -141,6 +141,27 @@ def primitive_seeds():
     yield "instance_of", bytes([19, 1, 0]) + bytes.fromhex("280B06032A0304A004040201 02".replace(" ", ""))
 
 
+def rsa_block_seeds():
+    """The kind of key and operation, then the block that the raw operation shall give."""
+    for size, k in ((0, 12), (1, 16), (2, 20)):
+        for type_, operation in ((1, 0), (2, 0x80)):
+            filler = b"\xff" if type_ == 1 else b"\x01"
+            yield f"type{type_}_{k}", bytes([size | operation, 0, type_]) + filler * 8 + b"\0" + b"d" * (k - 11)
+            yield f"type{type_}_{k}_empty", bytes([size | operation, 0, type_]) + filler * (k - 3) + b"\0"
+    yield "short_filler", bytes([1, 0, 1]) + b"\xff" * 7 + b"\0" + b"d" * 6
+    yield "not_below", bytes([2]) + b"\xff" * 20
+    yield "data", bytes([0x82]) + b"d" * 9
+
+
+def cipher_seeds():
+    """Form of the loops, cipher, key length, key, initial value, effective bits, rounds and their kin, message."""
+    for cipher, (name, least, length) in enumerate((("des", 8, 8), ("des3", 24, 24), ("rc2", 1, 16), ("rc5", 0, 16))):
+        for form, size in ((0, 0), (1, 8), (2, 45), (3, 400)):
+            key, iv = bytes(range(length)), bytes(range(100, 108))
+            message = bytes(i * 7 % 256 for i in range(size))
+            yield f"{name}_{size}", bytes([form, cipher, length - least]) + key + iv + bytes([26, 4, 12, 8]) + message
+
+
 def main():
     with tempfile.TemporaryDirectory() as scratch:
         der = made_by_openssl(pathlib.Path(scratch))
@@ -178,6 +199,11 @@ def main():
         save("asn_decode", file, bytes([classes.index(name)]) + data)
     for name, data in primitive_seeds():
         save("asn_values", name, data)
+    for name, data in cipher_seeds():
+        save("cipher_final", name, data)
+
+    for name, data in rsa_block_seeds():
+        save("rsa_block", name, data)
 
     save("answer", "certificate", der["certificate"])
     save("answer", "chain", der["chain"])
