@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
+#include <typeinfo>
 
 #include "asn/octet_string.h"
 #include "asn/oid.h"
@@ -42,7 +43,7 @@ constexpr LabelledType kLabels[] = {
 
 struct TriedType {
     const char* type;
-    const char* octets;  // a member that has to be an OCTET STRING: the decoder takes it for one whatever its tag
+    const char* octets;  // a member that has to be an OCTET STRING and does not stand for ANY
 };
 
 // Tried in this order where no label tells the type; those at the end are parts, whose shapes could be much else.
@@ -115,18 +116,40 @@ bool roundTrips(const AsnObject& object, const MiByte& der) {
     return again.GetByte() == der;
 }
 
+bool sameTag(const AsnObject& a, const AsnObject& b) {
+    return a.GetAsnTagClass() == b.GetAsnTagClass() && a.GetAsnTagNumber() == b.GetAsnTagNumber();
+}
+
+// Whether what was read has the tags of its schema, of which blank is an empty value. The decoder does not look at the
+// tags of mandatory members, and an octet string may stand for a value of any type; of a choice it does look at them.
+bool tagsFit(const AsnObject& read, const AsnObject& blank) {
+    if (blank.IsAsnChoice() || typeid(blank) == typeid(AsnOctetString))
+        return true;
+    if (!sameTag(read, blank))
+        return false;
+    const auto* members = dynamic_cast<const AsnSequence*>(&read);
+    const auto* schema = dynamic_cast<const AsnSequence*>(&blank);
+    for (unsigned int i = 0; members != nullptr && schema != nullptr && i < members->Size(); ++i) {
+        if (members->Get(i)->IsAsnPresent() && !tagsFit(*members->Get(i), *schema->Get(i)))
+            return false;
+    }
+    return true;
+}
+
 // Whether the member of that name is an OCTET STRING; true for no name.
 bool hasOctets(const AsnObject& object, const char* name) {
     const AsnObject* member = name == nullptr ? nullptr : dynamic_cast<const AsnSequence&>(object).Get(name);
-    return member == nullptr || member->GetAsnTag() == AsnOctetString().GetAsnTag();
+    return member == nullptr || sameTag(*member, AsnOctetString());
 }
 
 // The value if the bytes are one of that type in every respect, else null.
 std::unique_ptr<AsnObject> fitting(const TriedType& tried, const MiByte& der) {
     std::unique_ptr<AsnObject> object(AsnMakeSchemaObject(tried.type));
+    const std::unique_ptr<AsnObject> blank(AsnMakeSchemaObject(tried.type));
     try {
         const unsigned int consumed = object->DerDecode(der, 0);
-        if (consumed == der.GetLength() && roundTrips(*object, der) && hasOctets(*object, tried.octets))
+        if (consumed == der.GetLength() && tagsFit(*object, *blank) && hasOctets(*object, tried.octets) &&
+            roundTrips(*object, der))
             return object;
     } catch (const MiException&) {
     }
