@@ -11,7 +11,6 @@
 
 #include "schema/registry.h"
 #include "tools/vtprint/input.h"
-#include "tools/vtprint/screen.h"
 #include "tools/vtprint/types.h"
 
 namespace {
@@ -213,11 +212,7 @@ int main(int count, char** arguments) {
         std::cerr << "vtprint: " << error.what() << '\n' << kUsage << "vtprint --help says more.\n";
         return kBadUsage;
     }
-    int status = kFine;
-    {
-        const vtprint::Screen screen(std::cout);
-        status = run(options);
-    }
+    const int status = run(options);
     if (!std::cout.flush()) {
         complain("standard output", "could not be written");
         return kNoOutput;

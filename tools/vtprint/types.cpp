@@ -66,7 +66,6 @@ constexpr TriedType kTried[] = {
     {"TBSCertificate", nullptr},
     {"TBSCertificateList", nullptr},
     {"CertificationRequestInfo", nullptr},
-    {"CertificatePair", nullptr},
     {"Name", nullptr},
     {"AlgorithmIdentifier", nullptr},
 };
