@@ -10,6 +10,7 @@
 
 #include "foundation/byte.h"
 #include "foundation/exceptions.h"
+#include "foundation/pool.h"
 #include "tests/foundation/fields.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/vtable.h"
@@ -561,6 +562,7 @@ TEST(byte_buffer_test, ExhaustedMemoryChangesNothing) {
     const MiByteBuffer source(100000);
     const auto survives = [&](auto&& change) {
         MiByteBuffer value = buffer(content);
+        foundation::PoolTrim();
         int failures = 0;
         const long runs = support::forEachExhaustion([&] {
             try {

@@ -28,8 +28,9 @@ void expectContent(const std::string& content, const MiByte& value) {
     EXPECT_EQ(content.size(), value.GetLength());
     EXPECT_EQ(content.empty(), value.Empty());
     EXPECT_EQ(content.empty(), value.GetChars() == nullptr);
-    if (!content.empty())
+    if (!content.empty()) {
         EXPECT_EQ(0, value.GetChars()[content.size()]);
+    }
 }
 
 std::string dump(const MiByte& value, unsigned int level) {

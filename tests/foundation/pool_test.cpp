@@ -109,8 +109,9 @@ TEST(pool_test, KeepsNoMoreThanItsLimit) {
     for (void* const block : blocks)
         PoolGive(block, 1000);
     EXPECT_LE(PoolKept(), kPoolLimit);
-    if (PoolIsOn())
+    if (PoolIsOn()) {
         EXPECT_GT(PoolKept(), kPoolLimit - 2000);
+    }
     PoolTrim();
     EXPECT_EQ(0U, PoolKept());
 }

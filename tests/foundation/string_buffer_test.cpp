@@ -304,7 +304,7 @@ TEST(string_buffer_test, Replace) {
     expectContent("-XYZd_", value);
     expectContent("+XYZd_", value.Replace('-', '+'));
     value = "\xFF\xFF";
-    expectContent("aa", value.Replace('\xFF', 'a')) << "high values too, unlike the byte buffer";
+    expectContent("aa", value.Replace('\xFF', 'a'));  // high values too, unlike the byte buffer
 }
 
 TEST(string_buffer_test, ReverseAndCases) {

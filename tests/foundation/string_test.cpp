@@ -24,8 +24,9 @@ void expectContent(const std::string& content, const MiString& value) {
     EXPECT_EQ(content.size(), value.GetLength());
     EXPECT_EQ(content.empty(), value.Empty());
     EXPECT_EQ(content.empty(), value.GetChars() == nullptr);
-    if (!content.empty())
+    if (!content.empty()) {
         EXPECT_EQ(0, value.GetChars()[content.size()]);
+    }
 }
 
 TEST(string_test, LaysOutItsFields) {
@@ -422,7 +423,7 @@ TEST(string_test, SubStringUpToACharacter) {
     const MiString value("2.5.29");
     expectContent("2", value.SubString(0U, '.'));
     expectContent("5", value.SubString(2U, '.'));
-    expectContent("29", value.SubString(4U, '.')) << "no stop behind it: to the end";
+    expectContent("29", value.SubString(4U, '.'));  // no stop behind it: to the end
     expectContent("", value.SubString(1U, '.'));
     expectContent("", value.SubString(6U, '.'));
     expectContent("", value.SubString(UINT_MAX, '.'));
