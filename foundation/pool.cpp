@@ -232,9 +232,11 @@ void PoolGive(void* block, std::size_t size) noexcept {
     Lists* lists = listsOfThread();
     if (lists == nullptr)
         lists = makeLists();
-    const std::size_t list = listOf(size);
-    if (lists == nullptr || lists->kept + sizeOfList(list) > kPoolLimit)
+    if (lists == nullptr)
         return std::free(block);
+    const std::size_t list = listOf(size);
+    if (lists->kept + sizeOfList(list) > kPoolLimit)
+        drain(*lists);
     auto* const freed = static_cast<FreeBlock*>(block);
     freed->next = lists->first[list];
     lists->first[list] = freed;
