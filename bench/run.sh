@@ -1,12 +1,24 @@
 #!/usr/bin/env bash
 # Builds the benchmarks and prints one table: our time, the peer's time in the same run, and the ratio.
-# Usage: bench/run.sh [rounds of each benchmark, 9 by default]
+# Usage: bench/run.sh [enrol] [rounds of each benchmark, 9 by default]
+#        bench/run.sh crypto [rounds, 15 by default] [rows: a regular expression, all by default]
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
-rounds=${1:-9}
 build=build/bench
+what=enrol
+if [[ ${1:-} == enrol || ${1:-} == crypto ]]; then
+    what=$1
+    shift
+fi
 
+scripts/setup.sh bench
 cmake --preset bench >/dev/null
+if [[ $what == crypto ]]; then
+    cmake --build --preset bench --target bench_crypto >/dev/null
+    exec python3 bench/crypto_table.py "$build/bin/bench_crypto" "${1:-15}" "${2:-.}"
+fi
+
+rounds=${1:-9}
 cmake --build --preset bench --target bench_enrol start_up >/dev/null
 
 # Own and peer take turns in random order, so that a busy moment of the machine falls on both.

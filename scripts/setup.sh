@@ -16,7 +16,8 @@ declare -A packages=(
     [windows]="g++-mingw-w64-i686-posix mingw-w64-i686-dev wine wine32:i386 xvfb xauth fonts-liberation"
     [test]="libnss3-tools softhsm2 opensc openssl xvfb xauth clang-format clang-tidy shellcheck git"
     [demo]="libqt5webkit5-dev qtbase5-dev xvfb xauth openssl libnss3-tools fonts-dejavu-core"
-    [bench]="libbenchmark-dev libssl-dev"
+    [bench]="libbenchmark-dev libssl-dev libgmp-dev libbotan-2-dev libcrypto++-dev libmbedtls-dev nettle-dev
+        libtomcrypt-dev libtommath-dev libnss3-dev pkg-config"
     [fuzz]="clang llvm libclang-rt-dev"
 )
 pin_file=/etc/apt/preferences.d/vemtrel-certenroll

@@ -1,0 +1,44 @@
+// Words of 32 bits to and from bytes, in either order, and rotated.
+#ifndef VT_CRYPTO_WORDS_H
+#define VT_CRYPTO_WORDS_H
+
+#include <cstdint>
+
+namespace crypto {
+
+inline std::uint32_t loadBigEndian(const std::uint8_t* bytes) {
+    return static_cast<std::uint32_t>(bytes[0]) << 24 | static_cast<std::uint32_t>(bytes[1]) << 16 |
+           static_cast<std::uint32_t>(bytes[2]) << 8 | bytes[3];
+}
+
+inline void storeBigEndian(std::uint32_t word, std::uint8_t* bytes) {
+    bytes[0] = static_cast<std::uint8_t>(word >> 24);
+    bytes[1] = static_cast<std::uint8_t>(word >> 16);
+    bytes[2] = static_cast<std::uint8_t>(word >> 8);
+    bytes[3] = static_cast<std::uint8_t>(word);
+}
+
+inline std::uint32_t loadLittleEndian(const std::uint8_t* bytes) {
+    return static_cast<std::uint32_t>(bytes[3]) << 24 | static_cast<std::uint32_t>(bytes[2]) << 16 |
+           static_cast<std::uint32_t>(bytes[1]) << 8 | bytes[0];
+}
+
+inline void storeLittleEndian(std::uint32_t word, std::uint8_t* bytes) {
+    bytes[0] = static_cast<std::uint8_t>(word);
+    bytes[1] = static_cast<std::uint8_t>(word >> 8);
+    bytes[2] = static_cast<std::uint8_t>(word >> 16);
+    bytes[3] = static_cast<std::uint8_t>(word >> 24);
+}
+
+// rotateLeft and rotateRight: count modulo 32.
+constexpr std::uint32_t rotateLeft(std::uint32_t word, std::uint32_t count) {
+    return word << (count & 31) | word >> (-count & 31);
+}
+
+constexpr std::uint32_t rotateRight(std::uint32_t word, std::uint32_t count) {
+    return word >> (count & 31) | word << (-count & 31);
+}
+
+}  // namespace crypto
+
+#endif
