@@ -46,7 +46,7 @@ struct Octets {
 Octets identifierOf(const AsnTag& tag) {
     // An explicit tag goes around a whole element, so it is constructed whatever its form says.
     const unsigned int form = tag.tagMode == ASN_EXPLICIT ? kConstructed : static_cast<unsigned int>(tag.tagForm);
-    const unsigned int leading = tag.tagClass | form;
+    const unsigned int leading = static_cast<unsigned int>(tag.tagClass) | form;
     Octets octets;
     if (tag.tagNumber < kHighTagNumber) {
         octets.add(leading | tag.tagNumber);
@@ -273,7 +273,8 @@ void exchangeByTag(std::vector<const AsnObject*>& members) {
         for (std::size_t j = i + 1; j < members.size(); ++j) {
             const AsnTag& earlier = members[i]->GetAsnTag();
             const AsnTag& later = members[j]->GetAsnTag();
-            if (later.tagClass <= earlier.tagClass && later.tagNumber < earlier.tagNumber)
+            if (static_cast<int>(later.tagClass) <= static_cast<int>(earlier.tagClass) &&
+                later.tagNumber < earlier.tagNumber)
                 std::swap(members[i], members[j]);
         }
     }

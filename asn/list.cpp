@@ -84,7 +84,7 @@ void AsnList::Clear() {
 void AsnList::Reserve(unsigned int n) {
     if (n <= capacity)
         return;
-    if (n > SIZE_MAX / sizeof(AsnObject*))
+    if (std::uint64_t{n} > SIZE_MAX / sizeof(AsnObject*))
         MiMemoryFailure();
     auto** grown = static_cast<AsnObject**>(foundation::PoolTake(n * sizeof(AsnObject*)));
     std::copy(items, items + size, grown);

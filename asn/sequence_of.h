@@ -1,6 +1,7 @@
 // AsnSequenceOf<T>: SEQUENCE OF, any number of values of one type.
 //
-// T is a concrete value with a default constructor. A decode makes new items, each with its full schema.
+// T is a concrete value with a default constructor. The library exports the instances that the schema has. A decode
+// makes new items, each with its full schema.
 #ifndef VT_ASN_SEQUENCE_OF_H
 #define VT_ASN_SEQUENCE_OF_H
 
@@ -9,7 +10,7 @@
 #include "asn/ostream.h"
 
 template <class T>
-class VT_API AsnSequenceOf : public AsnObject {
+class AsnSequenceOf : public AsnObject {
   public:
     AsnSequenceOf() {
         asnTag.tagForm = ASN_CONSTRUCTED;
@@ -20,8 +21,8 @@ class VT_API AsnSequenceOf : public AsnObject {
     AsnSequenceOf& operator=(const AsnSequenceOf& other) {
         if (this == &other)
             return *this;
-        items = other.items;
         SetAsnBaseData(&other);
+        items = other.items;
         componentByteType = ASN_NO_BYTE;
         return *this;
     }

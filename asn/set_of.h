@@ -1,7 +1,7 @@
 // AsnSetOf<T>: SET OF, any number of values of one type.
 //
-// T is a concrete value with a default constructor. A decode makes new items, each with its full schema. The encoding
-// is sorted, the items are not.
+// T is a concrete value with a default constructor. The library exports the instances that the schema has. A decode
+// makes new items, each with its full schema. The encoding is sorted, the items are not.
 #ifndef VT_ASN_SET_OF_H
 #define VT_ASN_SET_OF_H
 
@@ -10,7 +10,7 @@
 #include "asn/ostream.h"
 
 template <class T>
-class VT_API AsnSetOf : public AsnObject {
+class AsnSetOf : public AsnObject {
   public:
     AsnSetOf() {
         asnTag.tagForm = ASN_CONSTRUCTED;
@@ -21,8 +21,8 @@ class VT_API AsnSetOf : public AsnObject {
     AsnSetOf& operator=(const AsnSetOf& other) {
         if (this == &other)
             return *this;
-        items = other.items;
         SetAsnBaseData(&other);
+        items = other.items;
         componentByteType = ASN_NO_BYTE;
         return *this;
     }

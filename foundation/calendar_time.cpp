@@ -73,6 +73,7 @@ std::int64_t clockSeconds() {
 }
 
 bool breakDownLocally(std::int64_t seconds, std::tm& out) {
+    tzset();  // the time zone may have changed since the last look
     return localtime_r(&seconds, &out) != nullptr;
 }
 #endif

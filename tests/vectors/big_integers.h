@@ -1,4 +1,5 @@
 // Big integers, reckoned by python3 (tests/vectors/big_integers.py says how).
+// clang-format off
 #ifndef VT_TESTS_VECTORS_BIG_INTEGERS_H
 #define VT_TESTS_VECTORS_BIG_INTEGERS_H
 

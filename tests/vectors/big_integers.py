@@ -58,6 +58,7 @@ rare = [(0x7FFFFFFF_80000000_00000000_00000000, 0x80000000_00000000_00000001),
         (0x80000000_00000000_00000000_00000000, 0x80000000_00000000_00000001)]
 
 print("// Big integers, reckoned by python3 (tests/vectors/big_integers.py says how).")
+print("// clang-format off")
 print("#ifndef VT_TESTS_VECTORS_BIG_INTEGERS_H")
 print("#define VT_TESTS_VECTORS_BIG_INTEGERS_H\n")
 print("#include <cstdint>\n")
