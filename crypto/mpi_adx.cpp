@@ -1,4 +1,311 @@
-#include "crypto/mpi_kernels.h"
+// The form `adx`: 64-bit words, rows of up to eight products by mulx, whose lower and upper words are summed on two
+// carry chains at once (adcx on CF, adox on OF).
+//
+// Up to eight words of one factor form a column. A row multiplies it by one word of the other factor and adds that to a
+// window of as many words, which stays in registers. The lowest word is then done and goes to memory, and the window
+// moves up by one. Where memory holds a sum already, its word is added in the same row: a window of C words, a word of
+// memory and a row are (2^64)^(C+1) - 1 together at most, so there is never a carry left over.
+#include "crypto/mpi_words.h"
+
+#if defined VT_MPI_HAS_WORDS && defined __x86_64__
+
+#include <cpuid.h>
+
+namespace mpi {
+namespace {
+
+constexpr int kMostColumns = 8;
+
+// The asm texts of a row over `count` words w0, w1, ... of the window. The lowest word, once done, becomes the one that
+// joins at the top, so no further register is needed.
+#define VT_STEP(i, next)       \
+    "mulx 8*" #i               \
+    "(%[a]), %[lo], %[hi]\n\t" \
+    "adcx %[lo], %[w" #i       \
+    "]\n\t"                    \
+    "adox %[hi], %[w" #next "]\n\t"
+#define VT_FIRST(keep, next)        \
+    "mulx (%[a]), %[lo], %[hi]\n\t" \
+    "adcx %[lo], %[w0]\n\t" keep    \
+    "mov $0, %k[w0]\n\t"            \
+    "adox %[hi], %[w" #next "]\n\t"
+#define VT_LAST          \
+    "mov $0, %k[lo]\n\t" \
+    "adcx %[lo], %[w0]\n\t"
+#define VT_MID_2
+#define VT_MID_3 VT_STEP(1, 2)
+#define VT_MID_4 VT_MID_3 VT_STEP(2, 3)
+#define VT_MID_5 VT_MID_4 VT_STEP(3, 4)
+#define VT_MID_6 VT_MID_5 VT_STEP(4, 5)
+#define VT_MID_7 VT_MID_6 VT_STEP(5, 6)
+#define VT_MID_8 VT_MID_7 VT_STEP(6, 7)
+#define VT_BODY_1(keep) VT_FIRST(keep, 0) VT_LAST
+#define VT_BODY_2(keep) VT_FIRST(keep, 1) VT_MID_2 VT_STEP(1, 0) VT_LAST
+#define VT_BODY_3(keep) VT_FIRST(keep, 1) VT_MID_3 VT_STEP(2, 0) VT_LAST
+#define VT_BODY_4(keep) VT_FIRST(keep, 1) VT_MID_4 VT_STEP(3, 0) VT_LAST
+#define VT_BODY_5(keep) VT_FIRST(keep, 1) VT_MID_5 VT_STEP(4, 0) VT_LAST
+#define VT_BODY_6(keep) VT_FIRST(keep, 1) VT_MID_6 VT_STEP(5, 0) VT_LAST
+#define VT_BODY_7(keep) VT_FIRST(keep, 1) VT_MID_7 VT_STEP(6, 0) VT_LAST
+#define VT_BODY_8(keep) VT_FIRST(keep, 1) VT_MID_8 VT_STEP(7, 0) VT_LAST
+
+// The window moves up: these cost no execution, as the processor only renames.
+#define VT_MOVE(from, to) "mov %[w" #from "], %[w" #to "]\n\t"
+#define VT_MOVES_1
+#define VT_MOVES_2 VT_MOVE(1, 0)
+#define VT_MOVES_3 VT_MOVES_2 VT_MOVE(2, 1)
+#define VT_MOVES_4 VT_MOVES_3 VT_MOVE(3, 2)
+#define VT_MOVES_5 VT_MOVES_4 VT_MOVE(4, 3)
+#define VT_MOVES_6 VT_MOVES_5 VT_MOVE(5, 4)
+#define VT_MOVES_7 VT_MOVES_6 VT_MOVE(6, 5)
+#define VT_MOVES_8 VT_MOVES_7 VT_MOVE(7, 6)
+#define VT_UP(count, top) "mov %[w0], %[hi]\n\t" VT_MOVES_##count "mov %[hi], %[w" #top "]\n\t"
+
+#define VT_WINDOW_1 [w0] "+&r"(w[0])
+#define VT_WINDOW_2 VT_WINDOW_1, [w1] "+&r"(w[1])
+#define VT_WINDOW_3 VT_WINDOW_2, [w2] "+&r"(w[2])
+#define VT_WINDOW_4 VT_WINDOW_3, [w3] "+&r"(w[3])
+#define VT_WINDOW_5 VT_WINDOW_4, [w4] "+&r"(w[4])
+#define VT_WINDOW_6 VT_WINDOW_5, [w5] "+&r"(w[5])
+#define VT_WINDOW_7 VT_WINDOW_6, [w6] "+&r"(w[6])
+#define VT_WINDOW_8 VT_WINDOW_7, [w7] "+&r"(w[7])
+
+// Rows for a column a of Count words and its window w:
+//
+//     store     the column times each of the words at b, the lowest words to t
+//     add       the same, added to the words of t
+//     reduce    rows of Montgomery's reduction: the factor of each is the lowest word of the window times nPrime, which
+//               makes that word zero; the factors go to t
+//
+// `rows` is at least 1.
+template <int Count>
+struct Rows;
+
+// The address checker keeps locals where only one register more than there are can reach them.
+#define VT_BARE [[gnu::no_sanitize_address, gnu::no_sanitize_undefined]]
+
+#define VT_LOOP(count, top, factor, given, keep, next, ...)                                                      \
+    Word lo;                                                                                                     \
+    Word hi;                                                                                                     \
+    __asm__ volatile("1:\n\t" factor "xor %k[lo], %k[lo]\n\t" given VT_BODY_##count(keep) VT_UP(count, top) next \
+                     "jne 1b"                                                                                    \
+                     : VT_WINDOW_##count, [lo] "=&r"(lo), [hi] "=&r"(hi), [t] "+&r"(t), __VA_ARGS__              \
+                     : "rdx", "cc", "memory")
+
+#define VT_ROWS(count, top)                                                                                            \
+    template <>                                                                                                        \
+    struct Rows<count> {                                                                                               \
+        VT_BARE static void store(Word* w, std::uint32_t* t, const std::uint32_t* a, const std::uint32_t* b,           \
+                                  int rows) {                                                                          \
+            const std::uint32_t* const end = b + 2 * rows;                                                             \
+            VT_LOOP(count, top, "mov (%[b]), %%rdx\n\t", "", "mov %[w0], (%[t])\n\t",                                  \
+                    "lea 8(%[t]), %[t]\n\tlea 8(%[b]), %[b]\n\tcmp %[end], %[b]\n\t", [b] "+&r"(b)                     \
+                    : [a] "r"(a), [end] "m"(end));                                                                     \
+        }                                                                                                              \
+        VT_BARE static void add(Word* w, std::uint32_t* t, const std::uint32_t* a, const std::uint32_t* b, int rows) { \
+            const std::uint32_t* const end = b + 2 * rows;                                                             \
+            VT_LOOP(count, top, "mov (%[b]), %%rdx\n\t", "adox (%[t]), %[w0]\n\t", "mov %[w0], (%[t])\n\t",            \
+                    "lea 8(%[t]), %[t]\n\tlea 8(%[b]), %[b]\n\tcmp %[end], %[b]\n\t", [b] "+&r"(b)                     \
+                    : [a] "r"(a), [end] "m"(end));                                                                     \
+        }                                                                                                              \
+        VT_BARE static void reduce(Word* w, std::uint32_t* t, const std::uint32_t* a, Word nPrime, int rows) {         \
+            const std::uint32_t* const end = t + 2 * rows;                                                             \
+            VT_LOOP(count, top, "mov %[w0], %%rdx\n\timul %[nPrime], %%rdx\n\tmov %%rdx, (%[t])\n\t", "", "",          \
+                    "lea 8(%[t]), %[t]\n\tcmp %[end], %[t]\n\t", [a] "+&r"(a)                                          \
+                    : [nPrime] "m"(nPrime), [end] "m"(end));                                                           \
+        }                                                                                                              \
+    }
+VT_ROWS(1, 0);
+VT_ROWS(2, 1);
+VT_ROWS(3, 2);
+VT_ROWS(4, 3);
+VT_ROWS(5, 4);
+VT_ROWS(6, 5);
+VT_ROWS(7, 6);
+VT_ROWS(8, 7);
+
+template <int Count>
+using Window = Word[Count];
+
+// withColumns calls visit with a Columns<n>: a count of words, 1 to 8, that the compiler knows.
+template <int Count>
+struct Columns {
+    static constexpr int count = Count;
+};
+template <class Visit>
+[[gnu::always_inline]] inline void withColumns(int count, Visit visit) {
+    switch (count) {
+        case 1:
+            return visit(Columns<1>());
+        case 2:
+            return visit(Columns<2>());
+        case 3:
+            return visit(Columns<3>());
+        case 4:
+            return visit(Columns<4>());
+        case 5:
+            return visit(Columns<5>());
+        case 6:
+            return visit(Columns<6>());
+        case 7:
+            return visit(Columns<7>());
+        default:
+            return visit(Columns<8>());
+    }
+}
+
+template <int Count>
+void load(Window<Count>& window, const std::uint32_t* t) {
+    std::memcpy(window, t, sizeof window);
+}
+template <int Count>
+void store(std::uint32_t* t, const Window<Count>& window) {
+    std::memcpy(t, window, sizeof window);
+}
+
+// triangle: the products of each two words of the column a, of Count words, are added to words 1 to Count - 1 of t and
+// to the window, which then stands at word Count.
+template <int Count, int Row = 1>
+[[gnu::always_inline]] inline void triangle(Window<Count>& window, std::uint32_t* t, const std::uint32_t* a) {
+    if constexpr (Row < Count) {
+        Rows<Row>::add(window, t + 2 * Row, a, a + 2 * Row, 1);
+        window[Row] = 0;
+        triangle<Count, Row + 1>(window, t, a);
+    }
+}
+
+// doubleAndAddSquares: r = 2 r + the squares of the words of a, two words of r each.
+void doubleAndAddSquares(std::uint32_t* r, const std::uint32_t* a, long words) {
+    Word lower;
+    Word upper;
+    Word lo;
+    Word hi;
+    __asm__ volatile(
+        "xor %k[lo], %k[lo]\n"
+        "1:\n\t"
+        "mov (%[a]), %%rdx\n\t"
+        "mulx %%rdx, %[lo], %[hi]\n\t"
+        "mov (%[r]), %[lower]\n\t"
+        "mov 8(%[r]), %[upper]\n\t"
+        "adcx %[lower], %[lower]\n\t"
+        "adox %[lo], %[lower]\n\t"
+        "adcx %[upper], %[upper]\n\t"
+        "adox %[hi], %[upper]\n\t"
+        "mov %[lower], (%[r])\n\t"
+        "mov %[upper], 8(%[r])\n\t"
+        "lea 8(%[a]), %[a]\n\t"
+        "lea 16(%[r]), %[r]\n\t"
+        "lea -1(%%rcx), %%rcx\n\t"
+        "jrcxz 2f\n\t"
+        "jmp 1b\n"
+        "2:"
+        : [r] "+&r"(r), [a] "+&r"(a),
+          "+&c"(words), [lower] "=&r"(lower), [upper] "=&r"(upper), [lo] "=&r"(lo), [hi] "=&r"(hi)
+        :
+        : "rdx", "cc", "memory");
+}
+
+struct AdxRows {
+    static void multiply(std::uint32_t* r, const std::uint32_t* a, int aWords, const std::uint32_t* b, int bWords) {
+        for (int at = 0; at < aWords; at += kMostColumns) {
+            withColumns(aWords - at, [&](auto columns) {
+                constexpr int kCount = columns.count;
+                Window<kCount> window = {};
+                if (at == 0)
+                    Rows<kCount>::store(window, r, a, b, bWords);
+                else
+                    Rows<kCount>::add(window, r + 2 * at, a + 2 * at, b, bWords);
+                store<kCount>(r + 2 * (at + bWords), window);
+            });
+        }
+    }
+
+    static void square(std::uint32_t* r, const std::uint32_t* a, int words) {
+        clearLimbs(r, 2 * (words < kMostColumns ? words : kMostColumns));
+        for (int at = 0; at < words; at += kMostColumns) {
+            withColumns(words - at, [&](auto columns) {
+                constexpr int kCount = columns.count;
+                const std::uint32_t* const column = a + 2 * at;
+                std::uint32_t* const t = r + 4 * at;
+                const int rows = words - at - kCount;
+                Window<kCount> window = {};
+                triangle<kCount>(window, t, column);
+                if (rows > 0 && at == 0)
+                    Rows<kCount>::store(window, t + 2 * kCount, column, column + 2 * kCount, rows);
+                else if (rows > 0)
+                    Rows<kCount>::add(window, t + 2 * kCount, column, column + 2 * kCount, rows);
+                store<kCount>(t + 2 * (kCount + rows), window);
+            });
+        }
+        doubleAndAddSquares(r, a, words);
+    }
+
+    // Up to eight quotient words are found over the lowest words of n; then they are the column, and the other words of
+    // n the rows.
+    static Word reduce(std::uint32_t* t, const std::uint32_t* n, int words, int rows, Word nPrime) {
+        Word overflow = 0;
+        for (int at = 0; at < rows; at += kMostColumns) {
+            withColumns(rows - at, [&](auto columns) {
+                constexpr int kCount = columns.count;
+                std::uint32_t* const low = t + 2 * at;
+                std::uint32_t quotient[2 * kCount];
+                Window<kCount> window;
+                load<kCount>(window, low);
+                Rows<kCount>::reduce(window, quotient, n, nPrime, kCount);
+                if (words > kCount)
+                    Rows<kCount>::add(window, low + 2 * kCount, quotient, n + 2 * kCount, words - kCount);
+                overflow = addTop<kCount>(low + 2 * words, window, overflow);
+            });
+        }
+        return overflow;
+    }
+
+    static Word subtractRow(std::uint32_t* r, const std::uint32_t* a, int words, Word w) {
+        Word carry = 0;
+        for (int i = 0; i < words; ++i) {
+            const DoubleWord product = static_cast<DoubleWord>(wordAt(a, i)) * w + carry;
+            const Word given = wordAt(r, i);
+            setWordAt(r, i, given - lowWord(product));
+            carry = highWord(product) + (given < lowWord(product) ? 1 : 0);
+        }
+        return carry;
+    }
+
+  private:
+    template <int Count>
+    static Word addTop(std::uint32_t* t, const Window<Count>& window, Word overflow) {
+        for (int i = 0; i < Count; ++i) {
+            const DoubleWord sum = static_cast<DoubleWord>(wordAt(t, i)) + window[i] + overflow;
+            setWordAt(t, i, lowWord(sum));
+            overflow = highWord(sum);
+        }
+        return overflow;
+    }
+};
+
+bool usable() {
+    unsigned eax = 0;
+    unsigned ebx = 0;
+    unsigned ecx = 0;
+    unsigned edx = 0;
+    return __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0 && (ebx & bit_BMI2) != 0 && (ebx & bit_ADX) != 0;
+}
+
+using Form = WordForm<AdxRows>;
+constexpr Kernels kAdx = {"adx",        usable,       Form::multiply,     Form::square,
+                          Form::reduce, Form::divide, Form::montMultiply, Form::montSquare};
+
+}  // namespace
+
+const Kernels* adxKernels() {
+    return &kAdx;
+}
+
+}  // namespace mpi
+
+#else
+
 const mpi::Kernels* mpi::adxKernels() {
     return nullptr;
 }
+
+#endif

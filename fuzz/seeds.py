@@ -86,6 +86,18 @@ def writer_steps():
     yield "grows", step("{") + step("o", text(b"0123456789" * 20, 60)) + step("i", number(1)) + step("}")
 
 
+def rsa_block_seeds():
+    """The kind of key and operation, then the block that the raw operation shall give."""
+    for size, k in ((0, 12), (1, 16), (2, 20)):
+        for type_, operation in ((1, 0), (2, 0x80)):
+            filler = b"\xff" if type_ == 1 else b"\x01"
+            yield f"type{type_}_{k}", bytes([size | operation, 0, type_]) + filler * 8 + b"\0" + b"d" * (k - 11)
+            yield f"type{type_}_{k}_empty", bytes([size | operation, 0, type_]) + filler * (k - 3) + b"\0"
+    yield "short_filler", bytes([1, 0, 1]) + b"\xff" * 7 + b"\0" + b"d" * 6
+    yield "not_below", bytes([2]) + b"\xff" * 20
+    yield "data", bytes([0x82]) + b"d" * 9
+
+
 def cipher_seeds():
     """Form of the loops, cipher, key length, key, initial value, effective bits, rounds and their kin, message."""
     for cipher, (name, least, length) in enumerate((("des", 8, 8), ("des3", 24, 24), ("rc2", 1, 16), ("rc5", 0, 16))):
@@ -129,6 +141,9 @@ def main():
 
     for name, data in cipher_seeds():
         save("cipher_final", name, data)
+
+    for name, data in rsa_block_seeds():
+        save("rsa_block", name, data)
 
     save("answer", "certificate", der["certificate"])
     save("answer", "chain", der["chain"])
