@@ -21,8 +21,8 @@ AsnChoice::~AsnChoice() {
 AsnChoice& AsnChoice::operator=(const AsnChoice& other) {
     if (this == &other)
         return *this;
-    copyAlternatives(other);
     SetAsnBaseData(&other);
+    copyAlternatives(other);
     return *this;
 }
 

@@ -24,8 +24,8 @@ AsnContainer::~AsnContainer() {
 AsnContainer& AsnContainer::operator=(const AsnContainer& other) {
     if (this == &other)
         return *this;
-    replace(cloneOf(other.data));
     SetAsnBaseData(&other);
+    replace(cloneOf(other.data));
     return *this;
 }
 

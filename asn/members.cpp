@@ -11,12 +11,11 @@ namespace AsnMembers {
 
 namespace {
 
-unsigned int requireIndex(const AsnList* elements, unsigned int index) {
+void requireIndex(const AsnList* elements, unsigned int index) {
     if (elements == nullptr)
         throw MiInvalidArgumentExp();
     if (index >= elements->Size())
         throw MiOutOfRangeExp();
-    return index;
 }
 
 unsigned int requireName(const AsnList* elements, const char* name) {
@@ -66,15 +65,18 @@ void Replace(AsnList* elements, const char* name, const AsnObject* e) {
 }
 
 void Delete(AsnList* elements, unsigned int index) {
-    elements->Delete(requireIndex(elements, index));
+    requireIndex(elements, index);
+    elements->Delete(index);
 }
 
 void Delete(AsnList* elements, const char* name) {
-    elements->Delete(requireName(elements, name));
+    const unsigned int index = requireName(elements, name);
+    elements->Delete(index);
 }
 
 AsnObject* Find(const AsnList* elements, unsigned int index) {
-    return (*elements)[requireIndex(elements, index)];
+    requireIndex(elements, index);
+    return (*elements)[index];
 }
 
 AsnObject* Find(const AsnList* elements, const char* name) {
@@ -87,7 +89,8 @@ AsnObject* Find(const AsnList* elements, const char* name) {
 AsnObject* Set(const AsnList* elements, const char* name, const AsnObject* value) {
     if (value == nullptr)
         throw MiInvalidArgumentExp();
-    AsnObject* member = (*elements)[requireName(elements, name)];
+    const unsigned int index = requireName(elements, name);
+    AsnObject* member = (*elements)[index];
     if (member != value)
         member->Reset(value);
     member->SetAsnPresent(true);

@@ -21,8 +21,8 @@ AsnSequence::~AsnSequence() {
 AsnSequence& AsnSequence::operator=(const AsnSequence& other) {
     if (this == &other)
         return *this;
-    AsnMembers::Copy(elements, other.elements);
     SetAsnBaseData(&other);
+    AsnMembers::Copy(elements, other.elements);
     componentByteType = ASN_NO_BYTE;
     return *this;
 }

@@ -19,7 +19,7 @@ AsnCharacters::AsnCharacters(const AsnCharacters& other) : AsnCharacters(other.l
 }
 
 AsnCharacters::AsnCharacters(unsigned int n) : length(n) {
-    if (n > SIZE_MAX / sizeof(AsnQuadruple))
+    if (std::uint64_t{n} > SIZE_MAX / sizeof(AsnQuadruple))
         MiMemoryFailure();
     if (n != 0)
         data = static_cast<AsnQuadruple*>(foundation::PoolTake(n * sizeof(AsnQuadruple)));
@@ -99,7 +99,7 @@ unsigned int groupsFrom(unsigned int offset, unsigned int n) {
 }
 
 MiByte bytesOf(const AsnCharacters& data) {
-    return MiByte(reinterpret_cast<const char*>(data.Data()), data.Length() * kSize);
+    return {reinterpret_cast<const char*>(data.Data()), data.Length() * kSize};
 }
 
 bool visible(const AsnQuadruple& c) {

@@ -161,27 +161,72 @@ inline Words finalPermutation(Words words) {
     return words;
 }
 
+// A block after IP.
+template <class Half>
+struct Halves {
+    Half left;
+    Half right;
+};
+
 // Plain rounds: a half is X.
 struct Plain {
     using Half = std::uint32_t;
     static constexpr std::size_t kTogether = 2;
 
+    struct Keys {
+        const std::uint32_t* pairs;
+
+        explicit Keys(const std::uint32_t (&subkeys)[32]) : pairs(subkeys) {}
+    };
+
     static Half enter(std::uint32_t word) { return rotateLeft(word, 1); }
     static std::uint32_t leave(Half half) { return rotateRight(half, 1); }
 
     static Half mixed(Half half, const std::uint32_t* pair) {
+        const auto& rows = kBoxes.plain;
         const std::uint32_t even = half ^ pair[0];
         const std::uint32_t odd = rotateRight(half, 4) ^ pair[1];
-        const auto& rows = kBoxes.plain;
-        return rows[0][even & 63] ^ rows[1][even >> 8 & 63] ^ rows[2][even >> 16 & 63] ^ rows[3][even >> 24 & 63] ^
-               rows[4][odd & 63] ^ rows[5][odd >> 8 & 63] ^ rows[6][odd >> 16 & 63] ^ rows[7][odd >> 24 & 63];
+        const std::uint32_t first = rows[0][even & 63] ^ rows[1][even >> 8 & 63];
+        const std::uint32_t second = rows[2][even >> 16 & 63] ^ rows[3][even >> 24 & 63];
+        const std::uint32_t third = rows[4][odd & 63] ^ rows[5][odd >> 8 & 63];
+        const std::uint32_t fourth = rows[6][odd >> 16 & 63] ^ rows[7][odd >> 24 & 63];
+        return together(first ^ second) ^ together(third ^ fourth);
     }
+
+    template <std::size_t Count>
+    static void twoRounds(Halves<Half> (&blocks)[Count], const Keys& keys, std::size_t number) {
+        for (Halves<Half>& block : blocks)
+            block.left ^= mixed(block.right, keys.pairs + 2 * number);
+        for (Halves<Half>& block : blocks)
+            block.right ^= mixed(block.left, keys.pairs + 2 * number + 2);
+    }
+
+    // keyed: plain rounds put the key in when they come to it.
+    static Halves<Half> keyed(const Halves<Half>& block, const Keys& /*keys*/) { return block; }
 };
 
-// Wide rounds: a half is expanded.
+// Wide rounds: a half is expanded, and has the key of the round that will look it up put in before, off the path on
+// which one round waits for another.
 struct Wide {
     using Half = std::uint64_t;
     static constexpr std::size_t kTogether = 3;
+
+    // The keys of the first two rounds; then for each round what takes its key out again and puts in that of the round
+    // after the next, of which the last two are none.
+    struct Keys {
+        std::uint64_t first[2];
+        std::uint64_t next[16];
+
+        explicit Keys(const std::uint32_t (&subkeys)[32]) {
+            std::uint64_t keys[18] = {};
+            for (std::size_t i = 0; i < 16; ++i)
+                keys[i] = subkeys[2 * i] | static_cast<std::uint64_t>(subkeys[2 * i + 1]) << 32;
+            first[0] = keys[0];
+            first[1] = keys[1];
+            for (std::size_t i = 0; i < 16; ++i)
+                next[i] = keys[i] ^ keys[i + 2];
+        }
+    };
 
     static Half enter(std::uint32_t word) { return expanded(rotateLeft(word, 1)); }
 
@@ -191,46 +236,53 @@ struct Wide {
         return rotateRight(even | (rotateLeft(odd, 4) & ~kGroups), 1);
     }
 
-    static Half mixed(Half half, const std::uint32_t* pair) {
-        const std::uint64_t groups = half ^ (pair[0] | static_cast<std::uint64_t>(pair[1]) << 32);
+    // mixed: what is ready first is added first.
+    static Half mixed(Half other, Half groups) {
         const auto& rows = kBoxes.wide;
-        return rows[0][groups & 255] ^ rows[1][groups >> 8 & 255] ^ rows[2][groups >> 16 & 255] ^
-               rows[3][groups >> 24 & 255] ^ rows[4][groups >> 32 & 255] ^ rows[5][groups >> 40 & 255] ^
-               rows[6][groups >> 48 & 255] ^ rows[7][groups >> 56];
+        const std::uint64_t first =
+            together(other ^ rows[0][groups & 255]) ^ together(rows[1][groups >> 8 & 255] ^ rows[7][groups >> 56]);
+        const std::uint64_t second = together(rows[2][groups >> 16 & 255] ^ rows[3][groups >> 24 & 255]) ^
+                                     together(rows[4][groups >> 32 & 255] ^ rows[5][groups >> 40 & 255]);
+        return together(together(first) ^ rows[6][groups >> 48 & 255]) ^ together(second);
+    }
+
+    template <std::size_t Count>
+    static void twoRounds(Halves<Half> (&blocks)[Count], const Keys& keys, std::size_t number) {
+        for (Halves<Half>& block : blocks) {
+            block.left = mixed(block.left, block.right);
+            block.right ^= keys.next[number];
+        }
+        for (Halves<Half>& block : blocks) {
+            block.right = mixed(block.right, block.left);
+            block.left ^= keys.next[number + 1];
+        }
+    }
+
+    static Halves<Half> keyed(const Halves<Half>& block, const Keys& keys) {
+        return {block.left ^ keys.first[1], block.right ^ keys.first[0]};
     }
 };
 
-// A block after IP, in halves of the form.
-template <class Form>
-struct Halves {
-    typename Form::Half left;
-    typename Form::Half right;
-};
-
 // The sixteen rounds, unrolled, side by side for a number of blocks. The halves change places at the end.
-template <class Form, std::size_t Count, std::size_t... Rounds>
-inline void runRounds(Halves<Form> (&blocks)[Count], const std::uint32_t (&subkeys)[32],
-                      std::index_sequence<Rounds...> /*pairs*/) {
-    const auto pairOfRounds = [&](const std::uint32_t* pairs) {
-        for (Halves<Form>& block : blocks)
-            block.left ^= Form::mixed(block.right, pairs);
-        for (Halves<Form>& block : blocks)
-            block.right ^= Form::mixed(block.left, pairs + 2);
-    };
-    (pairOfRounds(subkeys + 4 * Rounds), ...);
-    for (Halves<Form>& block : blocks)
+template <class Form, std::size_t Count, std::size_t... Pairs>
+inline void runRounds(Halves<typename Form::Half> (&blocks)[Count], const typename Form::Keys& keys,
+                      std::index_sequence<Pairs...> /*pairs*/) {
+    for (auto& block : blocks)
+        block = Form::keyed(block, keys);
+    (Form::twoRounds(blocks, keys, 2 * Pairs), ...);
+    for (auto& block : blocks)
         std::swap(block.left, block.right);
 }
 
 template <class Form, std::size_t Count>
-inline void runRounds(Halves<Form> (&blocks)[Count], const std::uint32_t (&subkeys)[32]) {
-    runRounds(blocks, subkeys, std::make_index_sequence<8>());
+inline void runRounds(Halves<typename Form::Half> (&blocks)[Count], const typename Form::Keys& keys) {
+    runRounds<Form>(blocks, keys, std::make_index_sequence<8>());
 }
 
 // What the two ciphers have in common for cbc.h: permuted blocks.
 template <class Form>
 struct Permuted {
-    using Block = Halves<Form>;
+    using Block = Halves<typename Form::Half>;
     static constexpr std::size_t kTogether = Form::kTogether;
 
     static Block enter(Words words) {
@@ -251,28 +303,29 @@ struct Permuted {
 
 template <class Form>
 struct One : Permuted<Form> {
-    const DES_CTX& context;
+    typename Form::Keys keys;
 
-    explicit One(const DES_CTX& owner) : context(owner) {}
+    explicit One(const DES_CTX& context) : keys(context.subkeys) {}
 
     template <std::size_t Count>
-    void crypt(Halves<Form> (&blocks)[Count]) const {
-        runRounds<Form>(blocks, context.subkeys);
+    void crypt(Halves<typename Form::Half> (&blocks)[Count]) const {
+        runRounds<Form>(blocks, keys);
     }
 };
 
 // Between stages FP and IP cancel out.
 template <class Form>
 struct Three : Permuted<Form> {
-    const DES3_CTX& context;
+    typename Form::Keys stages[3];
 
-    explicit Three(const DES3_CTX& owner) : context(owner) {}
+    explicit Three(const DES3_CTX& context)
+        : stages{typename Form::Keys(context.subkeys1), typename Form::Keys(context.subkeys2),
+                 typename Form::Keys(context.subkeys3)} {}
 
     template <std::size_t Count>
-    void crypt(Halves<Form> (&blocks)[Count]) const {
-        runRounds<Form>(blocks, context.subkeys1);
-        runRounds<Form>(blocks, context.subkeys2);
-        runRounds<Form>(blocks, context.subkeys3);
+    void crypt(Halves<typename Form::Half> (&blocks)[Count]) const {
+        for (const typename Form::Keys& stage : stages)
+            runRounds<Form>(blocks, stage);
     }
 };
 

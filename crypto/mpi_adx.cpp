@@ -2,8 +2,9 @@
 // carry chains at once (adcx on CF, adox on OF).
 //
 // Up to eight words of one factor form a column. A row multiplies it by one word of the other factor and adds that to a
-// window of as many words, which stays in registers; the lowest word is then done, leaves the window and is added to
-// memory, and the window moves up by one.
+// window of as many words, which stays in registers. The lowest word is then done and goes to memory, and the window
+// moves up by one. Where memory holds a sum already, its word is added in the same row: a window of C words, a word of
+// memory and a row are (2^64)^(C+1) - 1 together at most, so there is never a carry left over.
 #include "crypto/mpi_words.h"
 
 #if defined VT_MPI_HAS_WORDS && defined __x86_64__
@@ -15,58 +16,115 @@ namespace {
 
 constexpr int kMostColumns = 8;
 
-// The words above the lowest `Columns` of a sum, and the carry that has left for the word of memory next in turn.
-template <int Columns>
-struct Window {
-    Word w[Columns + 1] = {};
-    Word carry = 0;
-};
-
-// VT_STEP adds the product of word i of the column and the word in rdx to words i and i + 1 of the window.
+// The asm texts of a row over `count` words w0, w1, ... of the window. The lowest word, once done, becomes the one that
+// joins at the top, so no further register is needed.
 #define VT_STEP(i, next)       \
     "mulx 8*" #i               \
     "(%[a]), %[lo], %[hi]\n\t" \
     "adcx %[lo], %[w" #i       \
     "]\n\t"                    \
     "adox %[hi], %[w" #next "]\n\t"
-// VT_ROW: the steps of a row over `count` words. xor clears both carries and the word that joins the window; the last
-// carry of the lower words goes there too.
-#define VT_ROW(count, steps, ...)                                                     \
-    Word lo;                                                                          \
-    Word hi;                                                                          \
-    __asm__("xor %k[w" #count "], %k[w" #count "]\n\t" steps                          \
-            "mov $0, %k[lo]\n\t"                                                      \
-            "adcx %[lo], %[w" #count "]\n\t"                                          \
-            : __VA_ARGS__, [w##count] "=&r"(w[count]), [lo] "=&r"(lo), [hi] "=&r"(hi) \
-            : [a] "r"(a), "d"(factor)                                                 \
-            : "cc", "memory")
-#define VT_IN(i) [w##i] "+&r"(w[i])
+#define VT_FIRST(keep, next)        \
+    "mulx (%[a]), %[lo], %[hi]\n\t" \
+    "adcx %[lo], %[w0]\n\t" keep    \
+    "mov $0, %k[w0]\n\t"            \
+    "adox %[hi], %[w" #next "]\n\t"
+#define VT_LAST          \
+    "mov $0, %k[lo]\n\t" \
+    "adcx %[lo], %[w0]\n\t"
+#define VT_MID_2
+#define VT_MID_3 VT_STEP(1, 2)
+#define VT_MID_4 VT_MID_3 VT_STEP(2, 3)
+#define VT_MID_5 VT_MID_4 VT_STEP(3, 4)
+#define VT_MID_6 VT_MID_5 VT_STEP(4, 5)
+#define VT_MID_7 VT_MID_6 VT_STEP(5, 6)
+#define VT_MID_8 VT_MID_7 VT_STEP(6, 7)
+#define VT_BODY_1(keep) VT_FIRST(keep, 0) VT_LAST
+#define VT_BODY_2(keep) VT_FIRST(keep, 1) VT_MID_2 VT_STEP(1, 0) VT_LAST
+#define VT_BODY_3(keep) VT_FIRST(keep, 1) VT_MID_3 VT_STEP(2, 0) VT_LAST
+#define VT_BODY_4(keep) VT_FIRST(keep, 1) VT_MID_4 VT_STEP(3, 0) VT_LAST
+#define VT_BODY_5(keep) VT_FIRST(keep, 1) VT_MID_5 VT_STEP(4, 0) VT_LAST
+#define VT_BODY_6(keep) VT_FIRST(keep, 1) VT_MID_6 VT_STEP(5, 0) VT_LAST
+#define VT_BODY_7(keep) VT_FIRST(keep, 1) VT_MID_7 VT_STEP(6, 0) VT_LAST
+#define VT_BODY_8(keep) VT_FIRST(keep, 1) VT_MID_8 VT_STEP(7, 0) VT_LAST
 
-// row: w += column a times factor; w has one word more than the column, whose old value does not count.
-template <int Columns>
-void row(Word* w, const std::uint32_t* a, Word factor);
+// The window moves up: these cost no execution, as the processor only renames.
+#define VT_MOVE(from, to) "mov %[w" #from "], %[w" #to "]\n\t"
+#define VT_MOVES_1
+#define VT_MOVES_2 VT_MOVE(1, 0)
+#define VT_MOVES_3 VT_MOVES_2 VT_MOVE(2, 1)
+#define VT_MOVES_4 VT_MOVES_3 VT_MOVE(3, 2)
+#define VT_MOVES_5 VT_MOVES_4 VT_MOVE(4, 3)
+#define VT_MOVES_6 VT_MOVES_5 VT_MOVE(5, 4)
+#define VT_MOVES_7 VT_MOVES_6 VT_MOVE(6, 5)
+#define VT_MOVES_8 VT_MOVES_7 VT_MOVE(7, 6)
+#define VT_UP(count, top) "mov %[w0], %[hi]\n\t" VT_MOVES_##count "mov %[hi], %[w" #top "]\n\t"
 
-#define VT_DEFINE_ROW(count, steps, ...)                                                           \
-    template <>                                                                                    \
-    [[gnu::always_inline]] inline void row<count>(Word * w, const std::uint32_t* a, Word factor) { \
-        VT_ROW(count, steps, __VA_ARGS__);                                                         \
+#define VT_WINDOW_1 [w0] "+&r"(w[0])
+#define VT_WINDOW_2 VT_WINDOW_1, [w1] "+&r"(w[1])
+#define VT_WINDOW_3 VT_WINDOW_2, [w2] "+&r"(w[2])
+#define VT_WINDOW_4 VT_WINDOW_3, [w3] "+&r"(w[3])
+#define VT_WINDOW_5 VT_WINDOW_4, [w4] "+&r"(w[4])
+#define VT_WINDOW_6 VT_WINDOW_5, [w5] "+&r"(w[5])
+#define VT_WINDOW_7 VT_WINDOW_6, [w6] "+&r"(w[6])
+#define VT_WINDOW_8 VT_WINDOW_7, [w7] "+&r"(w[7])
+
+// Rows for a column a of Count words and its window w:
+//
+//     store     the column times each of the words at b, the lowest words to t
+//     add       the same, added to the words of t
+//     reduce    rows of Montgomery's reduction: the factor of each is the lowest word of the window times nPrime, which
+//               makes that word zero; the factors go to t
+//
+// `rows` is at least 1.
+template <int Count>
+struct Rows;
+
+// The address checker keeps locals where only one register more than there are can reach them.
+#define VT_BARE [[gnu::no_sanitize_address, gnu::no_sanitize_undefined]]
+
+#define VT_LOOP(count, top, factor, given, keep, next, ...)                                                      \
+    Word lo;                                                                                                     \
+    Word hi;                                                                                                     \
+    __asm__ volatile("1:\n\t" factor "xor %k[lo], %k[lo]\n\t" given VT_BODY_##count(keep) VT_UP(count, top) next \
+                     "jne 1b"                                                                                    \
+                     : VT_WINDOW_##count, [lo] "=&r"(lo), [hi] "=&r"(hi), [t] "+&r"(t), __VA_ARGS__              \
+                     : "rdx", "cc", "memory")
+
+#define VT_ROWS(count, top)                                                                                            \
+    template <>                                                                                                        \
+    struct Rows<count> {                                                                                               \
+        VT_BARE static void store(Word* w, std::uint32_t* t, const std::uint32_t* a, const std::uint32_t* b,           \
+                                  int rows) {                                                                          \
+            const std::uint32_t* const end = b + 2 * rows;                                                             \
+            VT_LOOP(count, top, "mov (%[b]), %%rdx\n\t", "", "mov %[w0], (%[t])\n\t",                                  \
+                    "lea 8(%[t]), %[t]\n\tlea 8(%[b]), %[b]\n\tcmp %[end], %[b]\n\t", [b] "+&r"(b)                     \
+                    : [a] "r"(a), [end] "m"(end));                                                                     \
+        }                                                                                                              \
+        VT_BARE static void add(Word* w, std::uint32_t* t, const std::uint32_t* a, const std::uint32_t* b, int rows) { \
+            const std::uint32_t* const end = b + 2 * rows;                                                             \
+            VT_LOOP(count, top, "mov (%[b]), %%rdx\n\t", "adox (%[t]), %[w0]\n\t", "mov %[w0], (%[t])\n\t",            \
+                    "lea 8(%[t]), %[t]\n\tlea 8(%[b]), %[b]\n\tcmp %[end], %[b]\n\t", [b] "+&r"(b)                     \
+                    : [a] "r"(a), [end] "m"(end));                                                                     \
+        }                                                                                                              \
+        VT_BARE static void reduce(Word* w, std::uint32_t* t, const std::uint32_t* a, Word nPrime, int rows) {         \
+            const std::uint32_t* const end = t + 2 * rows;                                                             \
+            VT_LOOP(count, top, "mov %[w0], %%rdx\n\timul %[nPrime], %%rdx\n\tmov %%rdx, (%[t])\n\t", "", "",          \
+                    "lea 8(%[t]), %[t]\n\tcmp %[end], %[t]\n\t", [a] "+&r"(a)                                          \
+                    : [nPrime] "m"(nPrime), [end] "m"(end));                                                           \
+        }                                                                                                              \
     }
-#define VT_STEPS_1 VT_STEP(0, 1)
-#define VT_STEPS_2 VT_STEPS_1 VT_STEP(1, 2)
-#define VT_STEPS_3 VT_STEPS_2 VT_STEP(2, 3)
-#define VT_STEPS_4 VT_STEPS_3 VT_STEP(3, 4)
-#define VT_STEPS_5 VT_STEPS_4 VT_STEP(4, 5)
-#define VT_STEPS_6 VT_STEPS_5 VT_STEP(5, 6)
-#define VT_STEPS_7 VT_STEPS_6 VT_STEP(6, 7)
-#define VT_STEPS_8 VT_STEPS_7 VT_STEP(7, 8)
-VT_DEFINE_ROW(1, VT_STEPS_1, VT_IN(0))
-VT_DEFINE_ROW(2, VT_STEPS_2, VT_IN(0), VT_IN(1))
-VT_DEFINE_ROW(3, VT_STEPS_3, VT_IN(0), VT_IN(1), VT_IN(2))
-VT_DEFINE_ROW(4, VT_STEPS_4, VT_IN(0), VT_IN(1), VT_IN(2), VT_IN(3))
-VT_DEFINE_ROW(5, VT_STEPS_5, VT_IN(0), VT_IN(1), VT_IN(2), VT_IN(3), VT_IN(4))
-VT_DEFINE_ROW(6, VT_STEPS_6, VT_IN(0), VT_IN(1), VT_IN(2), VT_IN(3), VT_IN(4), VT_IN(5))
-VT_DEFINE_ROW(7, VT_STEPS_7, VT_IN(0), VT_IN(1), VT_IN(2), VT_IN(3), VT_IN(4), VT_IN(5), VT_IN(6))
-VT_DEFINE_ROW(8, VT_STEPS_8, VT_IN(0), VT_IN(1), VT_IN(2), VT_IN(3), VT_IN(4), VT_IN(5), VT_IN(6), VT_IN(7))
+VT_ROWS(1, 0);
+VT_ROWS(2, 1);
+VT_ROWS(3, 2);
+VT_ROWS(4, 3);
+VT_ROWS(5, 4);
+VT_ROWS(6, 5);
+VT_ROWS(7, 6);
+VT_ROWS(8, 7);
+
+template <int Count>
+using Window = Word[Count];
 
 // withColumns calls visit with a Columns<n>: a count of words, 1 to 8, that the compiler knows.
 template <int Count>
@@ -77,93 +135,41 @@ template <class Visit>
 [[gnu::always_inline]] inline void withColumns(int count, Visit visit) {
     switch (count) {
         case 1:
-            visit(Columns<1>());
-            break;
+            return visit(Columns<1>());
         case 2:
-            visit(Columns<2>());
-            break;
+            return visit(Columns<2>());
         case 3:
-            visit(Columns<3>());
-            break;
+            return visit(Columns<3>());
         case 4:
-            visit(Columns<4>());
-            break;
+            return visit(Columns<4>());
         case 5:
-            visit(Columns<5>());
-            break;
+            return visit(Columns<5>());
         case 6:
-            visit(Columns<6>());
-            break;
+            return visit(Columns<6>());
         case 7:
-            visit(Columns<7>());
-            break;
+            return visit(Columns<7>());
         default:
-            visit(Columns<8>());
-            break;
+            return visit(Columns<8>());
     }
 }
 
 template <int Count>
-[[gnu::always_inline]] inline void moveUp(Window<Count>& window) {
-    for (int i = 0; i < Count; ++i)
-        window.w[i] = window.w[i + 1];
+void load(Window<Count>& window, const std::uint32_t* t) {
+    std::memcpy(window, t, sizeof window);
 }
-
-// emit adds the lowest word of the window and the carry to word i of t.
 template <int Count>
-[[gnu::always_inline]] inline void emit(Window<Count>& window, std::uint32_t* t, int i) {
-    const DoubleWord sum = static_cast<DoubleWord>(wordAt(t, i)) + window.w[0] + window.carry;
-    setWordAt(t, i, lowWord(sum));
-    window.carry = highWord(sum);
+void store(std::uint32_t* t, const Window<Count>& window) {
+    std::memcpy(t, window, sizeof window);
 }
 
-// addRows: the column a times each word of b in turn, added to t.
-template <int Count>
-[[gnu::always_inline]] inline void addRows(Window<Count>& window, std::uint32_t* t, const std::uint32_t* a,
-                                           const std::uint32_t* b, int rows) {
-    for (int i = 0; i < rows; ++i) {
-        row<Count>(window.w, a, wordAt(b, i));
-        emit(window, t, i);
-        moveUp(window);
-    }
-}
-
-// storeRows is addRows for a t that holds nothing yet.
-template <int Count>
-[[gnu::always_inline]] inline void storeRows(Window<Count>& window, std::uint32_t* t, const std::uint32_t* a,
-                                             const std::uint32_t* b, int rows) {
-    for (int i = 0; i < rows; ++i) {
-        row<Count>(window.w, a, wordAt(b, i));
-        setWordAt(t, i, window.w[0]);
-        moveUp(window);
-    }
-}
-
-// storeTop puts what is left in the window into the words of t, which hold nothing yet.
-template <int Count>
-[[gnu::always_inline]] inline void storeTop(const Window<Count>& window, std::uint32_t* t) {
-    Word carry = window.carry;
-    for (int i = 0; i < Count; ++i) {
-        const DoubleWord sum = static_cast<DoubleWord>(window.w[i]) + carry;
-        setWordAt(t, i, lowWord(sum));
-        carry = highWord(sum);
-    }
-}
-
-// triangle: the products of each two words of a column of Count words, into words 1 to Count - 1 of t and the window,
-// which then stands at word Count. Add: whether t holds something.
-template <int Count, bool Add, int Row>
+// triangle: the products of each two words of the column a, of Count words, are added to words 1 to Count - 1 of t and
+// to the window, which then stands at word Count.
+template <int Count, int Row = 1>
 [[gnu::always_inline]] inline void triangle(Window<Count>& window, std::uint32_t* t, const std::uint32_t* a) {
     if constexpr (Row < Count) {
-        row<Row>(window.w, a, wordAt(a, Row));
-        if constexpr (Add)
-            emit(window, t, Row);
-        else
-            setWordAt(t, Row, window.w[0]);
-        for (int i = 0; i < Row; ++i)
-            window.w[i] = window.w[i + 1];
-        window.w[Row] = 0;
-        triangle<Count, Add, Row + 1>(window, t, a);
+        Rows<Row>::add(window, t + 2 * Row, a, a + 2 * Row, 1);
+        window[Row] = 0;
+        triangle<Count, Row + 1>(window, t, a);
     }
 }
 
@@ -202,33 +208,32 @@ struct AdxRows {
     static void multiply(std::uint32_t* r, const std::uint32_t* a, int aWords, const std::uint32_t* b, int bWords) {
         for (int at = 0; at < aWords; at += kMostColumns) {
             withColumns(aWords - at, [&](auto columns) {
-                Window<columns.count> window;
+                constexpr int kCount = columns.count;
+                Window<kCount> window = {};
                 if (at == 0)
-                    storeRows(window, r, a, b, bWords);
+                    Rows<kCount>::store(window, r, a, b, bWords);
                 else
-                    addRows(window, r + 2 * at, a + 2 * at, b, bWords);
-                storeTop(window, r + 2 * (at + bWords));
+                    Rows<kCount>::add(window, r + 2 * at, a + 2 * at, b, bWords);
+                store<kCount>(r + 2 * (at + bWords), window);
             });
         }
     }
 
     static void square(std::uint32_t* r, const std::uint32_t* a, int words) {
-        setWordAt(r, 0, 0);
+        clearLimbs(r, 2 * (words < kMostColumns ? words : kMostColumns));
         for (int at = 0; at < words; at += kMostColumns) {
             withColumns(words - at, [&](auto columns) {
                 constexpr int kCount = columns.count;
                 const std::uint32_t* const column = a + 2 * at;
                 std::uint32_t* const t = r + 4 * at;
                 const int rows = words - at - kCount;
-                Window<kCount> window;
-                if (at == 0) {
-                    triangle<kCount, false, 1>(window, t, column);
-                    storeRows(window, t + 2 * kCount, column, column + 2 * kCount, rows);
-                } else {
-                    triangle<kCount, true, 1>(window, t, column);
-                    addRows(window, t + 2 * kCount, column, column + 2 * kCount, rows);
-                }
-                storeTop(window, t + 2 * (kCount + rows));
+                Window<kCount> window = {};
+                triangle<kCount>(window, t, column);
+                if (rows > 0 && at == 0)
+                    Rows<kCount>::store(window, t + 2 * kCount, column, column + 2 * kCount, rows);
+                else if (rows > 0)
+                    Rows<kCount>::add(window, t + 2 * kCount, column, column + 2 * kCount, rows);
+                store<kCount>(t + 2 * (kCount + rows), window);
             });
         }
         doubleAndAddSquares(r, a, words);
@@ -244,16 +249,11 @@ struct AdxRows {
                 std::uint32_t* const low = t + 2 * at;
                 std::uint32_t quotient[2 * kCount];
                 Window<kCount> window;
-                for (int i = 0; i < kCount; ++i)
-                    window.w[i] = wordAt(low, i);
-                for (int i = 0; i < kCount; ++i) {
-                    const Word u = window.w[0] * nPrime;
-                    setWordAt(quotient, i, u);
-                    row<kCount>(window.w, n, u);
-                    moveUp(window);
-                }
-                addRows(window, low + 2 * kCount, quotient, n + 2 * kCount, words - kCount);
-                overflow = addTop(window, low + 2 * words, overflow);
+                load<kCount>(window, low);
+                Rows<kCount>::reduce(window, quotient, n, nPrime, kCount);
+                if (words > kCount)
+                    Rows<kCount>::add(window, low + 2 * kCount, quotient, n + 2 * kCount, words - kCount);
+                overflow = addTop<kCount>(low + 2 * words, window, overflow);
             });
         }
         return overflow;
@@ -272,15 +272,13 @@ struct AdxRows {
 
   private:
     template <int Count>
-    [[gnu::always_inline]] static inline Word addTop(Window<Count>& window, std::uint32_t* t, Word overflow) {
-        window.carry += overflow;
-        Word carry = window.carry;
+    static Word addTop(std::uint32_t* t, const Window<Count>& window, Word overflow) {
         for (int i = 0; i < Count; ++i) {
-            const DoubleWord sum = static_cast<DoubleWord>(wordAt(t, i)) + window.w[i] + carry;
+            const DoubleWord sum = static_cast<DoubleWord>(wordAt(t, i)) + window[i] + overflow;
             setWordAt(t, i, lowWord(sum));
-            carry = highWord(sum);
+            overflow = highWord(sum);
         }
-        return carry;
+        return overflow;
     }
 };
 

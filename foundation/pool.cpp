@@ -112,39 +112,54 @@ void close(Lists* lists) {
 // Windows has a slot of the system.
 #if defined(_WIN32)
 
-DWORD slot = FLS_OUT_OF_INDEXES;
+DWORD slot = TLS_OUT_OF_INDEXES;
 
-void WINAPI endOfThread(void* lists) {
-    if (lists != nullptr)
-        close(static_cast<Lists*>(lists));
-}
+// In the slot of a thread that is ending: whatever is given back from then on goes to the system.
+Lists ended;
 
-// The system clears the thread's last error on reading a slot; a delete must not.
-Lists* listsOfThread() {
-    if (!open.load(std::memory_order_acquire))
-        return nullptr;
+// Reading a slot clears the thread's last error; a delete must not.
+Lists* readSlot() {
     const DWORD error = GetLastError();
-    auto* const lists = static_cast<Lists*>(FlsGetValue(slot));
+    auto* const lists = static_cast<Lists*>(TlsGetValue(slot));
     SetLastError(error);
     return lists;
 }
 
+Lists* listsOfThread() {
+    Lists* const lists = open.load(std::memory_order_acquire) ? readSlot() : nullptr;
+    return lists == &ended ? nullptr : lists;
+}
+
 bool setListsOfThread(Lists* lists) {
-    const DWORD error = GetLastError();
-    const bool done = FlsSetValue(slot, lists) != 0;
-    SetLastError(error);
-    return done;
+    return readSlot() != &ended && TlsSetValue(slot, lists) != 0;
+}
+
+void endOfThread() {
+    Lists* const lists = listsOfThread();
+    TlsSetValue(slot, &ended);
+    if (lists != nullptr)
+        close(lists);
 }
 
 bool openSlot() {
-    slot = FlsAlloc(endOfThread);
-    return slot != FLS_OUT_OF_INDEXES;
+    slot = TlsAlloc();
+    return slot != TLS_OUT_OF_INDEXES;
 }
 
-// The system calls endOfThread for each thread that has lists.
 void closeSlot() {
-    FlsFree(slot);
+    Lists* const lists = readSlot();
+    TlsFree(slot);
+    if (lists != nullptr && lists != &ended)
+        close(lists);
 }
+
+// The loader calls what stands in this section for each thread that ends.
+void NTAPI onThread(PVOID /*module*/, DWORD reason, PVOID /*reserved*/) {
+    if (reason == DLL_THREAD_DETACH && open.load(std::memory_order_acquire))
+        endOfThread();
+}
+
+__attribute__((section(".CRT$XLC"), used)) const PIMAGE_TLS_CALLBACK callback = onThread;
 
 #else
 
@@ -173,8 +188,6 @@ bool openSlot() {
     return pthread_key_create(&key, endOfThread) == 0;
 }
 
-// Other threads may still run while the process ends, and use their lists, so those are left alone: after unloading the
-// library at most 256 KB for each such thread stay taken.
 void closeSlot() {
     Lists* const lists = ownLists;
     pthread_key_delete(key);
@@ -189,6 +202,8 @@ __attribute__((constructor)) void openPool() {
         open.store(true, std::memory_order_release);
 }
 
+// Other threads may still run while the process ends, and use their lists, so those are left alone: where the library
+// is unloaded, at most 256 KB for each such thread stay taken.
 __attribute__((destructor)) void closePool() {
     if (open.exchange(false))
         closeSlot();
@@ -232,9 +247,11 @@ void PoolGive(void* block, std::size_t size) noexcept {
     Lists* lists = listsOfThread();
     if (lists == nullptr)
         lists = makeLists();
-    const std::size_t list = listOf(size);
-    if (lists == nullptr || lists->kept + sizeOfList(list) > kPoolLimit)
+    if (lists == nullptr)
         return std::free(block);
+    const std::size_t list = listOf(size);
+    if (lists->kept + sizeOfList(list) > kPoolLimit)
+        drain(*lists);
     auto* const freed = static_cast<FreeBlock*>(block);
     freed->next = lists->first[list];
     lists->first[list] = freed;

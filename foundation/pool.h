@@ -1,8 +1,9 @@
 // The pool behind the objects and the storage of the foundation: small blocks that were given back, kept for reuse.
 //
 // Each thread keeps its own lists, one for each size of block, so that nothing is locked; a block may be given back on
-// another thread than took it. A thread keeps at most 256 KB, and gives all back to the system's allocator when it ends
-// or when it unloads the library. Each block is one of the system's allocator from the start, so that it may also be
+// another thread than took it. A thread keeps at most 256 KB: at the limit it gives all back to the system's allocator
+// and begins anew, so that sizes of the past do not stand in the way. It does so too when it ends and when it unloads
+// the library. Each block is one of the system's allocator from the start, so that it may also be
 // freed there.
 //
 // Under the address checker, which a pool would blind, and with the CMake option VT_POOL=OFF, every block comes from

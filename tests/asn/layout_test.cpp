@@ -1,4 +1,5 @@
-// Bases, orders of fields and orders of virtual operations: a binary contract for programs that derive from the classes.
+// Bases, orders of fields and orders of virtual operations: a binary contract for programs that derive from the
+// classes.
 #include <cxxabi.h>
 #include <gtest/gtest.h>
 
@@ -53,7 +54,8 @@ void expectSlotsOfAll() {
 
 template <class... T>
 void expectBaseOfAll(const std::type_info& base) {
-    (EXPECT_EQ(baseOf(typeid(T)), base), ...);
+    for (const std::type_info* type : {&typeid(T)...})
+        EXPECT_EQ(baseOf(*type), base) << type->name();
 }
 
 TEST(layout_test, VirtualOperationsOfValues) {
@@ -64,15 +66,15 @@ TEST(layout_test, VirtualOperationsOfValues) {
 }
 
 template <class T>
-struct Setup : T {
-    static std::size_t slot() { return slotOf(&Setup::SetupElements); }
+struct OwnSetup : T {
+    static std::size_t slot() { return slotOf(&OwnSetup::SetupElements); }
 };
 
 TEST(layout_test, SetupElementsComesTenth) {
-    EXPECT_EQ(Setup<AsnSequence>::slot(), 10U);
-    EXPECT_EQ(Setup<AsnSet>::slot(), 10U);
-    EXPECT_EQ(Setup<AsnChoice>::slot(), 10U);
-    EXPECT_EQ(Setup<AsnInstanceOf>::slot(), 10U);
+    EXPECT_EQ(OwnSetup<AsnSequence>::slot(), 10U);
+    EXPECT_EQ(OwnSetup<AsnSet>::slot(), 10U);
+    EXPECT_EQ(OwnSetup<AsnChoice>::slot(), 10U);
+    EXPECT_EQ(OwnSetup<AsnInstanceOf>::slot(), 10U);
 }
 
 template <class Visitor, class T>
@@ -90,8 +92,8 @@ std::size_t decodeSlot() {
 }
 template <class Visitor, class T>
 std::size_t decodeContentSlot() {
-    return slotOf(static_cast<unsigned int (Visitor::*)(T&, const MiByte&, unsigned int, unsigned int)>(
-        &Visitor::DecodeContent));
+    return slotOf(
+        static_cast<unsigned int (Visitor::*)(T&, const MiByte&, unsigned int, unsigned int)>(&Visitor::DecodeContent));
 }
 
 template <class Encoder, class Decoder, class... T>
@@ -157,8 +159,14 @@ TEST(layout_test, FieldsOfATag) {
 template <class T>
 struct Value : T {
     std::vector<const void*> fields() const {
-        return {this,           &this->asnName,    &this->asnTag,     &this->asnByte, &this->asnByteType,
-                &this->asnState, &this->asnPresent, &this->asnAnyType};
+        return {this,
+                &this->asnName,
+                &this->asnTag,
+                &this->asnByte,
+                &this->asnByteType,
+                &this->asnState,
+                &this->asnPresent,
+                &this->asnAnyType};
     }
 };
 

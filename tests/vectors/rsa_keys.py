@@ -105,7 +105,7 @@ def make_row(bits, e):
 def main():
     rows = [make_row(bits, e) for bits, e in
             [(88, 0), (96, 0), (97, 0), (512, 3), (512, 65537), (768, 65539), (1000, 65537), (1024, 65537),
-             (1024, 2 ** 63 + 29), (2048, 65537), (4096, 65537), (8192, 65537)]]
+             (1024, 2 ** 63 + 29), (2048, 65537), (3072, 65537), (4096, 65537), (8192, 65537)]]
     version = " ".join(openssl("version").decode().split()[:2])
     HEADER.write_text(f"""// Made by rsa_keys.py with {version} and Python's integers.
 #ifndef VT_TESTS_VECTORS_RSA_KEYS_H

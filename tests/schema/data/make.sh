@@ -165,11 +165,11 @@ crl() { # name, further options
 }
 crl empty -crlexts numbered
 openssl ca -config ca.cnf -revoke issued_v1.pem 2>/dev/null
+grep -v '^crlnumber' ca.cnf > v1.cnf
+config=v1.cnf crl v1
 openssl ca -config ca.cnf -revoke after_2049.pem -crl_reason keyCompromise 2>/dev/null
 openssl ca -config ca.cnf -revoke from_2050.pem -crl_hold holdInstructionReject 2>/dev/null
 crl revoked -crlexts numbered
-grep -v '^crlnumber' ca.cnf > v1.cnf
-config=v1.cnf crl v1
 crl delta -crlexts delta
 crl until_2050 -crlexts numbered -crl_nextupdate 20500101000000Z
 
@@ -180,8 +180,8 @@ request() { # name, key, further options
 request plain rsa1024
 request empty_attributes ec
 request extensions rsa512 -reqexts request
-sed 's/^prompt = no/prompt = no\nattributes = attributes/' make.cnf > attributes.cnf
-openssl req -new -config attributes.cnf -key rsa512.key -subj "/CN=Attributes" -reqexts request -outform DER \
+sed 's/^distinguished_name = none/distinguished_name = directory\nattributes = attributes/' make.cnf > attributes.cnf
+openssl req -new -config attributes.cnf -key rsa512.key -reqexts request -outform DER \
     -out "$out/CertificationRequest.attributes.der"
 
 pkcs7() { openssl pkcs7 -in "$1.p7" -inform PEM -outform DER -out "$out/ContentInfo.$1.der"; }
