@@ -301,15 +301,15 @@ TEST(big_integer_test, QuotientsAreCutTowardsZero) {
 TEST(big_integer_test, TheNumberFormsBuildATemporary) {
     const MiBigInteger a(-1000);
     EXPECT_EQ(decimal(a.Add(7)), "-993");
-    EXPECT_EQ(decimal(a.Add(200000000U)), "3999999000");
+    EXPECT_EQ(decimal(a.Add(4000000000U)), "3999999000");
     EXPECT_EQ(decimal(a + 7), "-993");
     EXPECT_EQ(decimal(a + 4000000000U), "3999999000");
     EXPECT_EQ(decimal(a.Subtract(7)), "-1007");
-    EXPECT_EQ(decimal(a.Subtract(200000000U)), "-4000001000");
+    EXPECT_EQ(decimal(a.Subtract(4000000000U)), "-4000001000");
     EXPECT_EQ(decimal(a - 7), "-1007");
     EXPECT_EQ(decimal(a - 4000000000U), "-4000001000");
     EXPECT_EQ(decimal(a.Multiply(-7)), "7000");
-    EXPECT_EQ(decimal(a.Multiply(200000000U)), "-4000000000000");
+    EXPECT_EQ(decimal(a.Multiply(4000000000U)), "-4000000000000");
     EXPECT_EQ(decimal(a * -7), "7000");
     EXPECT_EQ(decimal(a * 4000000000U), "-4000000000000");
     EXPECT_EQ(decimal(a.Divide(-7)), "142");
