@@ -40,9 +40,10 @@ void requireInput(const MiByte& in) {
 }
 
 void requirePosition(const MiByte& in, unsigned int offset) {
+    if (offset < in.GetLength())
+        return;
     requireInput(in);
-    if (offset >= in.GetLength())
-        throw MiOutOfRangeExp();
+    throw MiOutOfRangeExp();
 }
 
 void requireWithin(const MiByte& in, unsigned int offset, unsigned int length) {

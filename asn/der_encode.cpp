@@ -26,9 +26,9 @@ constexpr unsigned int kConstructed = 0x20;
 constexpr unsigned int kHighTagNumber = 0x1F;
 constexpr unsigned int kMore = 0x80;  // the bit of every octet of a number but the last
 
-// A few octets on their way into the buffer: an identifier, a length, a number in base 128.
+// A few octets on their way into the buffer: a length, a number in base 128.
 struct Octets {
-    char bytes[7] = {};  // the longest identifier, and one octet of the length behind it
+    char bytes[6];
     unsigned int count = 0;
 
     void add(unsigned int octet) { bytes[count++] = static_cast<char>(octet); }
@@ -43,18 +43,20 @@ struct Octets {
     }
 };
 
-Octets identifierOf(const AsnTag& tag) {
+// The identifier octets of a tag, appended. The result is their number.
+unsigned int putIdentifier(const AsnTag& tag, MiByteBuffer& out) {
     // An explicit tag goes around a whole element, so it is constructed whatever its form says.
     const unsigned int form = tag.tagMode == ASN_EXPLICIT ? kConstructed : static_cast<unsigned int>(tag.tagForm);
     const unsigned int leading = static_cast<unsigned int>(tag.tagClass) | form;
-    Octets octets;
     if (tag.tagNumber < kHighTagNumber) {
-        octets.add(leading | tag.tagNumber);
-        return octets;
+        out.Append(static_cast<unsigned char>(leading | tag.tagNumber));
+        return 1;
     }
+    Octets octets;
     octets.add(leading | kHighTagNumber);
     octets.addBase128(tag.tagNumber);
-    return octets;
+    out.Append(octets.bytes, octets.count);
+    return octets.count;
 }
 
 Octets lengthOf(unsigned int length) {
@@ -105,14 +107,17 @@ unsigned int writtenSince(const MiByteBuffer& out, unsigned int offset) {
 // a longer one moves the content once.
 template <class T>
 unsigned int element(AsnDerEncode& encoder, const T& value, const AsnTag& tag, MiByteBuffer& out, unsigned int offset) {
-    Octets header = identifierOf(tag);
-    const unsigned int at = offset + header.count;
-    header.add(0);
-    out.Append(header.bytes, header.count);
-    const Octets length = lengthOf(encoder.EncodeContent(value, out, at + 1));
+    const unsigned int identifier = putIdentifier(tag, out);
+    const unsigned int at = offset + identifier;
+    out.Append(static_cast<unsigned char>(0));
+    const unsigned int size = encoder.EncodeContent(value, out, at + 1);
+    if (size < 0x80) {
+        out.SetCharAt(at, static_cast<unsigned char>(size));
+        return identifier + 1 + size;
+    }
+    const Octets length = lengthOf(size);
     out.SetCharAt(at, static_cast<unsigned char>(length.bytes[0]));
-    if (length.count > 1)
-        out.Insert(at + 1, length.bytes, 1, length.count - 1);
+    out.Insert(at + 1, length.bytes, 1, length.count - 1);
     return writtenSince(out, offset);
 }
 
@@ -322,10 +327,9 @@ unsigned int AsnDerEncode::Encode(const AsnChoice& value, MiByteBuffer& out, uns
 unsigned int AsnDerEncode::Encode(const AsnNull& value, MiByteBuffer& out, unsigned int offset) {
     if (wholeFromCache(value, out, offset))
         return writtenSince(out, offset);
-    Octets octets = identifierOf(value.GetAsnTag());
-    octets.add(0);
-    out.Append(octets.bytes, octets.count);
-    return octets.count;
+    const unsigned int identifier = putIdentifier(value.GetAsnTag(), out);
+    out.Append(static_cast<unsigned char>(0));
+    return identifier + 1;
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnContainer& value, MiByteBuffer& out, unsigned int offset) {
@@ -473,9 +477,7 @@ unsigned int AsnDerEncode::EncodeContent(const AsnBoolean& value, MiByteBuffer& 
 
 unsigned int AsnDerEncode::EncodeTag(const AsnTag& tag, MiByteBuffer& out, unsigned int offset) {
     out.SetLength(offset);
-    const Octets octets = identifierOf(tag);
-    out.Append(octets.bytes, octets.count);
-    return octets.count;
+    return putIdentifier(tag, out);
 }
 
 MiByte AsnDerEncode::EncodeLength(unsigned int length) {

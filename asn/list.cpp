@@ -9,6 +9,12 @@
 #include "asn/object.h"
 #include "foundation/pool.h"
 
+namespace {
+
+constexpr std::size_t kPointer = sizeof(void*);
+
+}  // namespace
+
 AsnList::AsnList(const AsnList& other) : AsnList() {
     Reserve(other.size);
     for (const AsnObject* item : other)
@@ -32,9 +38,10 @@ AsnList::~AsnList() {
 // The array alone.
 void AsnList::releaseItems() noexcept {
     if (!embedded())
-        foundation::PoolGive(items, capacity * sizeof(AsnObject*));
+        foundation::PoolGive(items, capacity * kPointer);
 }
 
+// NOLINTNEXTLINE(cert-dcl54-cpp,misc-new-delete-overloads): the delete with a size is the match
 void* AsnList::operator new(std::size_t bytes) {
     return foundation::PoolTake(bytes);
 }
@@ -53,13 +60,9 @@ unsigned int AsnList::IndexOf(const char* name) const {
     return size;
 }
 
-void AsnList::Append(AsnObject* item) {
-    Insert(size, item);
-}
-
 void AsnList::Insert(unsigned int index, AsnObject* item) {
     if (size == capacity)
-        Reserve(capacity > UINT32_MAX / 2 ? UINT32_MAX : 2 * capacity);
+        grow();
     std::copy_backward(items + index, items + size, items + size + 1);
     items[index] = item;
     ++size;
@@ -84,13 +87,19 @@ void AsnList::Clear() {
 void AsnList::Reserve(unsigned int n) {
     if (n <= capacity)
         return;
-    if (std::uint64_t{n} > SIZE_MAX / sizeof(AsnObject*))
+    if (std::uint64_t{n} > SIZE_MAX / kPointer)
         MiMemoryFailure();
-    auto** grown = static_cast<AsnObject**>(foundation::PoolTake(n * sizeof(AsnObject*)));
+    auto** grown = static_cast<AsnObject**>(foundation::PoolTake(n * kPointer));
     std::copy(items, items + size, grown);
     releaseItems();
     items = grown;
     capacity = n;
+}
+
+void AsnList::grow() {
+    if (capacity > UINT32_MAX / 2)
+        MiMemoryFailure();
+    Reserve(2 * capacity);
 }
 
 void AsnList::Swap(AsnList& other) noexcept {

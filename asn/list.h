@@ -18,6 +18,7 @@ class VT_API AsnList {
     ~AsnList();
 
     // Lists come from the pool, as the values do.
+    // NOLINTNEXTLINE(cert-dcl54-cpp,misc-new-delete-overloads): the delete with a size is the match
     static void* operator new(std::size_t bytes);
     static void operator delete(void* list, std::size_t bytes) noexcept;
 
@@ -31,7 +32,11 @@ class VT_API AsnList {
     unsigned int IndexOf(const char* name) const;
 
     // The list takes over what it is given. Positions must be below Size(), that of Insert at most Size().
-    void Append(AsnObject* item);
+    void Append(AsnObject* item) {
+        if (size == capacity)
+            grow();
+        items[size++] = item;
+    }
     void Insert(unsigned int index, AsnObject* item);
     void Replace(unsigned int index, AsnObject* item);
     void Delete(unsigned int index);
@@ -46,6 +51,7 @@ class VT_API AsnList {
     static constexpr unsigned int kEmbedded = 4;
 
     bool embedded() const { return items == room; }
+    void grow();
     void releaseItems() noexcept;
 
     AsnObject** items = room;

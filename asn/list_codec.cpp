@@ -44,14 +44,6 @@ auto inOrder(const MiByteBuffer& out) {
     };
 }
 
-// The first item of the list that equals the value, Size() if there is none.
-unsigned int indexOfEqual(const AsnList& list, const AsnObject& value) {
-    unsigned int i = 0;
-    while (i < list.Size() && !value.EqualsContent(list[i]))
-        ++i;
-    return i;
-}
-
 }  // namespace
 
 AsnObject* At(const AsnList& items, unsigned int index) {
@@ -141,28 +133,6 @@ unsigned int DecodeContent(AsnObject& list, AsnList& items, AsnObject* (*make)()
     if (consumed != length)
         throw AsnDecodeExp();
     return length;
-}
-
-bool EqualInOrder(const AsnList& a, const AsnList& b) {
-    if (a.Size() != b.Size())
-        return false;
-    for (unsigned int i = 0; i < a.Size(); ++i)
-        if (!a[i]->EqualsContent(b[i]))
-            return false;
-    return true;
-}
-
-bool EqualInAnyOrder(const AsnList& a, const AsnList& b) {
-    if (a.Size() != b.Size())
-        return false;
-    std::vector<bool> taken(b.Size());
-    for (const AsnObject* item : a) {
-        const unsigned int index = indexOfEqual(b, *item);
-        if (index == b.Size() || taken[index])
-            return false;
-        taken[index] = true;
-    }
-    return true;
 }
 
 }  // namespace AsnListCodec

@@ -13,6 +13,8 @@ AsnNull::AsnNull(const AsnNull& other) = default;
 AsnNull::~AsnNull() = default;
 
 AsnNull& AsnNull::operator=(const AsnNull& other) {
+    if (this == &other)
+        return *this;
     SetAsnBaseData(&other);
     return *this;
 }

@@ -99,7 +99,7 @@ unsigned int groupsFrom(unsigned int offset, unsigned int n) {
 }
 
 MiByte bytesOf(const AsnCharacters& data) {
-    return MiByte(reinterpret_cast<const char*>(data.Data()), data.Length() * kSize);
+    return {reinterpret_cast<const char*>(data.Data()), data.Length() * kSize};
 }
 
 bool visible(const AsnQuadruple& c) {

@@ -64,7 +64,7 @@ void rc4(const Job& job, const Bytes& in, Bytes& out) {
 template <class Context>
 bench::Run digest(DigestInit init, DigestUpdate update, DigestFinal final) {
     return [=](const Job& /*job*/, const Bytes& in, Bytes& out) {
-        Context context{};
+        Context context;
         std::uint32_t length = 0;
         init(&context);
         update(&context, in.data(), sizeOf(in));
@@ -100,7 +100,8 @@ std::vector<Work> works() {
 
 void measure(benchmark::State& state, const Work& work, const bench::Run& run, bool encrypting, std::size_t length,
              const crypto::BlockKernels& kernels) {
-    Job job{bench::patternBytes(work.keyLength), bench::patternBytes(8), work.number, encrypting};
+    const Job job{work.keyLength != 0 ? bench::patternBytes(work.keyLength) : Bytes(), bench::patternBytes(8),
+                  work.number, encrypting};
     const Bytes in = bench::patternBytes(length);
     Bytes out(work.digestSize != 0 ? work.digestSize : length);
     crypto::useBlockKernels(kernels);

@@ -63,8 +63,7 @@ std::vector<Peer> nssPeers() {
         std::abort();
     return {{"DES-CBC", "NSS", cipher(CKM_DES_CBC)}, {"3DES-CBC", "NSS", cipher(CKM_DES3_CBC)},
             {"RC2-CBC", "NSS", cipher(CKM_RC2_CBC)}, {"RC4", "NSS", cipher(CKM_RC4)},
-            {"MD2", "NSS", digest(SEC_OID_MD2)},     {"MD5", "NSS", digest(SEC_OID_MD5)},
-            {"SHA-1", "NSS", digest(SEC_OID_SHA1)}};
+            {"MD5", "NSS", digest(SEC_OID_MD5)},     {"SHA-1", "NSS", digest(SEC_OID_SHA1)}};
 }
 
 }  // namespace bench

@@ -42,8 +42,18 @@ inline void countBits(std::uint32_t& low, std::uint32_t& high, std::uint32_t len
     high += (low < bits ? 1U : 0U) + (length >> 29);
 }
 
-// What follows a message before its length, as much of it as is needed.
-inline constexpr std::uint8_t kPadding[64] = {0x80};
+// pad ends a message of which the buffer holds the last held bytes: 0x80, zeros, and the length at the end of a block,
+// which is a second one when 56 bytes or more are held. store(place) writes the eight bytes of the length.
+template <class Store, class Compress>
+void pad(const std::uint8_t (&buffer)[64], std::size_t held, Store store, Compress compress) {
+    std::uint8_t blocks[128] = {};
+    const std::size_t count = held < 56 ? 1 : 2;
+    if (held != 0)
+        std::memcpy(blocks, buffer, held);
+    blocks[held] = 0x80;
+    store(blocks + 64 * count - 8);
+    compress(blocks, count);
+}
 
 }  // namespace crypto
 

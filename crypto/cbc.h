@@ -63,7 +63,7 @@ int update(void* context, const std::uint8_t* input, std::uint8_t* output, std::
         return crypto::kWrongLength;
     if (output == nullptr) {
         *outputLength = (held + inputLength) & ~(kBlock - 1);
-        return 0;
+        return crypto::kSuccess;
     }
     if (input == nullptr && inputLength != 0)
         return crypto::kArgumentAbsent;
@@ -85,7 +85,7 @@ int update(void* context, const std::uint8_t* input, std::uint8_t* output, std::
         cipher->count = 0;
     }
     hold(*cipher, input, inputLength);
-    return 0;
+    return crypto::kSuccess;
 }
 
 // finish processes the buffer as the message's last block.
@@ -108,7 +108,7 @@ int plainFinal(void* context, std::uint8_t* output, std::uint32_t* outputLength)
     *outputLength = kBlock;
     if (output != nullptr)
         finish<Cipher>(*cipher, output, outputLength);
-    return 0;
+    return crypto::kSuccess;
 }
 
 // pad writes the last one or two blocks: n bytes of the value n, 1 to 8 of them, after the message.
@@ -118,16 +118,16 @@ int pad(typename Cipher::Context& cipher, std::uint8_t* output, std::uint32_t* o
     const bool full = held == kBlock;
     if (output == nullptr) {
         *outputLength = full ? 2 * kBlock : kBlock;
-        return 0;
+        return crypto::kSuccess;
     }
     std::memset(cipher.buffer + held, static_cast<int>(kBlock - held), kBlock - held);
     finish<Cipher>(cipher, output, outputLength);
     if (!full)
-        return 0;
+        return crypto::kSuccess;
     std::memset(cipher.buffer, static_cast<int>(kBlock), kBlock);
     finish<Cipher>(cipher, output + kBlock, outputLength);
     *outputLength = 2 * kBlock;
-    return 0;
+    return crypto::kSuccess;
 }
 
 // paddedBytes: how many bytes of the last block are padding. The fewest that can be are taken, so that 01 01 is one
@@ -145,13 +145,13 @@ template <class Cipher>
 int unpad(typename Cipher::Context& cipher, std::uint8_t* output, std::uint32_t* outputLength) {
     if (output == nullptr) {
         *outputLength = kBlock;
-        return 0;
+        return crypto::kSuccess;
     }
     if (cipher.count != static_cast<std::int32_t>(kBlock))
         return crypto::kWrongLength;
     finish<Cipher>(cipher, output, outputLength);
     *outputLength -= paddedBytes(output);
-    return 0;
+    return crypto::kSuccess;
 }
 
 // paddedFinal ends a message with PKCS#5 padding, which is written or taken off.

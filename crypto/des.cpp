@@ -26,7 +26,7 @@ int init(void* context, const std::uint8_t* key, const void* parameter, bool enc
     for (int i = 0; i < 2; ++i)
         des->chain[i] = des->iv[i] = crypto::loadBigEndian(iv + 4 * i);
     crypto::desSchedule(key, encrypting, des->subkeys);
-    return 0;
+    return crypto::kSuccess;
 }
 
 }  // namespace

@@ -28,7 +28,7 @@ int init(void* context, const std::uint8_t* key, const void* parameter, bool enc
     crypto::desSchedule(encrypting ? key : key + 16, encrypting, des3->subkeys1);
     crypto::desSchedule(key + 8, !encrypting, des3->subkeys2);
     crypto::desSchedule(encrypting ? key + 16 : key, encrypting, des3->subkeys3);
-    return 0;
+    return crypto::kSuccess;
 }
 
 }  // namespace
@@ -55,7 +55,7 @@ int DES3_Final(void* context, std::uint8_t* output, std::uint32_t* outputLength)
     if (output != nullptr)
         return cbc::plainFinal<Des3>(context, output, outputLength);
     *outputLength = cbc::kBlock;
-    return 0;
+    return crypto::kSuccess;
 }
 
 int DES3_FinalPad(void* context, std::uint8_t* output, std::uint32_t* outputLength) {

@@ -18,7 +18,7 @@ int setSeed(void* context, const std::uint8_t* seed, std::uint32_t length) {
         return crypto::kArgumentAbsent;
     random->seed = seed;
     random->seedLength = length;
-    return 0;
+    return crypto::kSuccess;
 }
 
 struct Md2 {

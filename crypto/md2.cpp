@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "crypto/absorb.h"
+#include "crypto/codes.h"
 
 namespace {
 
@@ -67,18 +68,18 @@ void absorb(MD2_CTX& md2, const std::uint8_t* data, std::uint32_t length) {
 
 int MD2_Init(void* context) {
     std::memset(context, 0, sizeof(MD2_CTX));
-    return 0;
+    return crypto::kSuccess;
 }
 
 int MD2_Update(void* context, const std::uint8_t* data, std::uint32_t length) {
     absorb(*static_cast<MD2_CTX*>(context), data, length);
-    return 0;
+    return crypto::kSuccess;
 }
 
 int MD2_Final(void* context, std::uint8_t* output, std::uint32_t* outputLength) {
     *outputLength = kDigest;
     if (output == nullptr)
-        return 0;
+        return crypto::kSuccess;
     auto& md2 = *static_cast<MD2_CTX*>(context);
     const std::uint32_t pad = kBlock - md2.count;
     std::uint8_t padding[kBlock];
@@ -89,5 +90,5 @@ int MD2_Final(void* context, std::uint8_t* output, std::uint32_t* outputLength) 
     absorb(md2, checksum, sizeof checksum);
     std::memcpy(output, md2.state, kDigest);
     std::memset(&md2, 0, sizeof md2);
-    return 0;
+    return crypto::kSuccess;
 }

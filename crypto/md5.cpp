@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "crypto/absorb.h"
+#include "crypto/codes.h"
 #include "crypto/words.h"
 
 namespace {
@@ -115,45 +116,50 @@ void compressBlock(std::uint32_t (&state)[4], const std::uint8_t* block) {
     state[3] += d;
 }
 
-void absorb(MD5_CTX& md5, const std::uint8_t* data, std::uint32_t length) {
-    const std::size_t held = md5.bitsLow >> 3 & (kBlock - 1);
-    crypto::countBits(md5.bitsLow, md5.bitsHigh, length);
-    crypto::absorb(md5.buffer, held, data, length, [&md5](const std::uint8_t* whole, std::size_t blocks) {
-        for (; blocks != 0; --blocks, whole += kBlock)
-            compressBlock(md5.state, whole);
-    });
+void compress(MD5_CTX& md5, const std::uint8_t* data, std::size_t blocks) {
+    for (; blocks != 0; --blocks, data += kBlock)
+        compressBlock(md5.state, data);
+}
+
+std::size_t heldBytes(const MD5_CTX& md5) {
+    return md5.bitsLow / 8 % kBlock;
 }
 
 }  // namespace
 
 int MD5_Init(void* context) {
     auto& md5 = *static_cast<MD5_CTX*>(context);
-    std::memset(&md5, 0, sizeof md5);
     md5.state[0] = 0x67452301;
     md5.state[1] = 0xEFCDAB89;
     md5.state[2] = 0x98BADCFE;
     md5.state[3] = 0x10325476;
-    return 0;
+    md5.bitsLow = md5.bitsHigh = 0;
+    return crypto::kSuccess;
 }
 
 int MD5_Update(void* context, const std::uint8_t* data, std::uint32_t length) {
-    absorb(*static_cast<MD5_CTX*>(context), data, length);
-    return 0;
+    auto& md5 = *static_cast<MD5_CTX*>(context);
+    const std::size_t held = heldBytes(md5);
+    crypto::countBits(md5.bitsLow, md5.bitsHigh, length);
+    crypto::absorb(md5.buffer, held, data, length,
+                   [&md5](const std::uint8_t* whole, std::size_t blocks) { compress(md5, whole, blocks); });
+    return crypto::kSuccess;
 }
 
 int MD5_Final(void* context, std::uint8_t* output, std::uint32_t* outputLength) {
     *outputLength = kDigest;
     if (output == nullptr)
-        return 0;
+        return crypto::kSuccess;
     auto& md5 = *static_cast<MD5_CTX*>(context);
-    std::uint8_t bits[8];
-    crypto::storeLittleEndian(md5.bitsLow, bits);
-    crypto::storeLittleEndian(md5.bitsHigh, bits + 4);
-    const std::uint32_t held = md5.bitsLow >> 3 & (kBlock - 1);
-    absorb(md5, crypto::kPadding, (held < 56 ? 56 : 120) - held);
-    absorb(md5, bits, sizeof bits);
+    crypto::pad(
+        md5.buffer, heldBytes(md5),
+        [&md5](std::uint8_t* place) {
+            crypto::storeLittleEndian(md5.bitsLow, place);
+            crypto::storeLittleEndian(md5.bitsHigh, place + 4);
+        },
+        [&md5](const std::uint8_t* blocks, std::size_t count) { compress(md5, blocks, count); });
     for (std::size_t i = 0; i < 4; ++i)
         crypto::storeLittleEndian(md5.state[i], output + 4 * i);
     std::memset(&md5, 0, sizeof md5);
-    return 0;
+    return crypto::kSuccess;
 }

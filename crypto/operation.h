@@ -3,18 +3,21 @@
 //     EncryptInitOp(alg, key, chooser);                       // attaches the chooser, loads key and parameters
 //     EncryptOp(alg, input, length, output, &outputLength);
 //
-// The chooser decides where an operation runs. In this library it runs through the chooser's SOFT_TABLE, whose slots
-// the init sets by mechanism; in a token, through the entries that the token layer has installed (token_side.h).
+// The chooser decides where an operation runs: in this library through its SOFT_TABLE, whose slots the init sets by
+// mechanism, or in a token through the entries that the token layer has installed (token_side.h). It stays attached, and
+// must live until the object is freed.
 //
 // What follows holds for the software side.
 //
 //   * An output must have the room that a query of the size reports: an output length is only given, never read. A null
 //     output is such a query, wherever a size can be told beforehand, and changes nothing.
-//   * Codes common to all: -2 for an absent object, input of more than no bytes, output length, or, at an init,
-//   chooser;
-//     -4 at an init for a key that is missing, empty, or of a kind that does not fit the mechanism; -5 at whatever
-//     follows if no chooser is attached, or none whose init succeeded; -6 for a mechanism that the operation does not
-//     have; -7 at an init for a key shorter than what the cipher reads; and whatever the entries give.
+//   * Codes common to all:
+//       -2  an absent object, output length, chooser at an init, or input of more than no bytes
+//       -4  at an init: a key that is missing, empty, or of a kind that does not fit the mechanism
+//       -5  at what follows: no chooser attached, or none whose init succeeded
+//       -6  a mechanism that the operation does not have
+//       -7  at an init: a key shorter than what the cipher reads
+//     and whatever the entries give.
 //   * A failed init leaves the operation closed. After a final another message needs another init.
 #ifndef VT_CRYPTO_OPERATION_H
 #define VT_CRYPTO_OPERATION_H

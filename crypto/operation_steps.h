@@ -36,11 +36,11 @@ template <class TokenInit, class SoftInit>
 int begin(ALG_OBJ* alg, CHOOSER* chooser, TokenInit&& tokenInit, SoftInit&& softInit) {
     if (alg == nullptr || alg->mechanism == nullptr || chooser == nullptr)
         return crypto::kArgumentAbsent;
+    if (chooser->useToken == 0 && chooser->soft == nullptr)
+        return crypto::kArgumentAbsent;
     alg->chooser = chooser;
     if (usesToken(alg))
         return tokenInit();
-    if (chooser->soft == nullptr)
-        return crypto::kArgumentAbsent;
     *chooser->soft = {};
     const int code = softInit(*chooser->soft);
     if (code != 0)

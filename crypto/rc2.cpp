@@ -13,32 +13,34 @@ namespace {
 // The rounds: four words of 16 bits, sixteen mixing rounds of four steps, with a mashing round after the fifth and the
 // eleventh.
 
-// A block's words. They are worked on in 32 bits, of which the upper half is rubbish between steps.
 struct Words {
-    std::uint32_t r[4];
+    std::uint16_t r[4];
 };
 
 constexpr unsigned kRotations[4] = {1, 2, 3, 5};
 
-inline std::uint32_t rotateLeft16(std::uint32_t word, unsigned count) {
-    const auto low = static_cast<std::uint16_t>(word);
-    return static_cast<std::uint16_t>(low << count | low >> (16 - count));
+inline std::uint16_t rotateLeft16(std::uint16_t word, unsigned count) {
+    return static_cast<std::uint16_t>(word << count | word >> (16 - count));
 }
 
-// mixWord: the term without the newest word comes first, so that it is ready when that word is.
+// mixWord: the terms that do not wait for the newest word come first.
 template <unsigned Word>
-inline void mixWord(Words& block, std::uint32_t key) {
-    const std::uint32_t newest = block.r[(Word + 3) % 4];
-    const std::uint32_t ready = block.r[Word] + key;
-    block.r[Word] = rotateLeft16(ready + (newest & block.r[(Word + 2) % 4]) + (~newest & block.r[(Word + 1) % 4]),
-                                 kRotations[Word]);
+inline void mixWord(Words& block, std::uint16_t key) {
+    const std::uint16_t newest = block.r[(Word + 3) % 4];
+    const std::uint16_t kept = block.r[(Word + 2) % 4];
+    const std::uint16_t other = block.r[(Word + 1) % 4];
+    const auto ready = static_cast<std::uint16_t>(block.r[Word] + key);
+    block.r[Word] =
+        rotateLeft16(static_cast<std::uint16_t>(ready + (newest & kept) + (~newest & other)), kRotations[Word]);
 }
 
 template <unsigned Word>
-inline void unmixWord(Words& block, std::uint32_t key) {
-    const std::uint32_t newest = block.r[(Word + 3) % 4];
-    block.r[Word] = rotateLeft16(block.r[Word], 16 - kRotations[Word]) - key - (newest & block.r[(Word + 2) % 4]) -
-                    (~newest & block.r[(Word + 1) % 4]);
+inline void unmixWord(Words& block, std::uint16_t key) {
+    const std::uint16_t newest = block.r[(Word + 3) % 4];
+    const std::uint16_t kept = block.r[(Word + 2) % 4];
+    const std::uint16_t other = block.r[(Word + 1) % 4];
+    const std::uint16_t turned = rotateLeft16(block.r[Word], 16 - kRotations[Word]);
+    block.r[Word] = static_cast<std::uint16_t>(turned - key - (newest & kept) - (~newest & other));
 }
 
 inline void mix(Words& block, const std::uint16_t* keys) {
@@ -57,12 +59,12 @@ inline void unmix(Words& block, const std::uint16_t* keys) {
 
 inline void mash(Words& block, const std::uint16_t* keys) {
     for (unsigned i = 0; i < 4; ++i)
-        block.r[i] += keys[block.r[(i + 3) % 4] & 63];
+        block.r[i] = static_cast<std::uint16_t>(block.r[i] + keys[block.r[(i + 3) % 4] & 63]);
 }
 
 inline void unmash(Words& block, const std::uint16_t* keys) {
     for (unsigned i = 4; i-- > 0;)
-        block.r[i] -= keys[block.r[(i + 3) % 4] & 63];
+        block.r[i] = static_cast<std::uint16_t>(block.r[i] - keys[block.r[(i + 3) % 4] & 63]);
 }
 
 template <std::size_t... Rounds>
@@ -94,7 +96,7 @@ struct Core {
     static Words load(const std::uint8_t* bytes) {
         Words words;
         for (int i = 0; i < 4; ++i)
-            words.r[i] = static_cast<std::uint32_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
+            words.r[i] = static_cast<std::uint16_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
         return words;
     }
     static void store(const Words& words, std::uint8_t* bytes) {
@@ -105,7 +107,7 @@ struct Core {
     }
     static Words join(Words a, const Words& b) {
         for (int i = 0; i < 4; ++i)
-            a.r[i] ^= b.r[i];
+            a.r[i] = static_cast<std::uint16_t>(a.r[i] ^ b.r[i]);
         return a;
     }
 };
@@ -205,7 +207,7 @@ int init(void* context, const std::uint8_t* key, std::uint32_t keyLength, const 
     std::memcpy(rc2->iv, given->iv, sizeof rc2->iv);
     std::memcpy(rc2->chain, given->iv, sizeof rc2->chain);
     expand(key, keyLength, bits < 1 || bits > 1024 ? 1024 : static_cast<std::uint32_t>(bits), rc2->expandedKey);
-    return 0;
+    return crypto::kSuccess;
 }
 
 }  // namespace

@@ -45,7 +45,7 @@ inline void deciphered(Words (&blocks)[Count], const std::uint32_t* keys, std::i
 
 struct Core {
     using Block = Words;
-    static constexpr std::size_t kTogether = 4;
+    static constexpr std::size_t kTogether = 3;
 
     static Words load(const std::uint8_t* bytes) { return {loadLittleEndian(bytes), loadLittleEndian(bytes + 4)}; }
     static void store(const Words& words, std::uint8_t* bytes) {
@@ -135,9 +135,10 @@ void expand(const std::uint8_t* key, std::uint32_t length, std::int32_t rounds, 
     std::uint32_t b = 0;
     std::uint32_t i = 0;
     std::uint32_t j = 0;
+    // What does not wait for the step before is added first.
     for (std::uint32_t steps = 3 * std::max(wordCount, subkeyCount); steps != 0; --steps) {
-        a = subkeys[i] = crypto::rotateLeft(subkeys[i] + a + b, 3);
-        b = words[j] = crypto::rotateLeft(words[j] + a + b, a + b);
+        a = subkeys[i] = crypto::rotateLeft(crypto::together(subkeys[i] + a) + b, 3);
+        b = words[j] = crypto::rotateLeft(crypto::together(words[j] + b) + a, a + b);
         i = i + 1 == subkeyCount ? 0 : i + 1;
         j = j + 1 == wordCount ? 0 : j + 1;
     }
@@ -165,7 +166,7 @@ int init(void* context, const std::uint8_t* key, std::uint32_t keyLength, const 
     std::copy_n(given->iv, std::min<std::size_t>(given->ivLength, sizeof rc5->chain), rc5->chain);
     rc5->rounds = given->rounds == 8 || given->rounds == 12 ? static_cast<std::int32_t>(given->rounds) : 16;
     expand(key, keyLength, rc5->rounds, rc5->subkeys);
-    return 0;
+    return crypto::kSuccess;
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 
 #include "crypto/absorb.h"
 #include "crypto/block_kernels.h"
+#include "crypto/codes.h"
 #include "crypto/words.h"
 
 namespace crypto {
@@ -72,45 +73,50 @@ void plainSha1(std::uint32_t (&state)[5], const std::uint8_t* data, std::size_t 
 
 namespace {
 
-void absorb(SHA1_CTX& sha1, const std::uint8_t* data, std::uint32_t length) {
-    const std::size_t held = sha1.bitsLow >> 3 & (crypto::kBlock - 1);
-    crypto::countBits(sha1.bitsLow, sha1.bitsHigh, length);
-    crypto::absorb(sha1.buffer, held, data, length, [&sha1](const std::uint8_t* whole, std::size_t blocks) {
-        crypto::blockKernels().sha1(sha1.state, whole, blocks);
-    });
+void compress(SHA1_CTX& sha1, const std::uint8_t* data, std::size_t blocks) {
+    crypto::blockKernels().sha1(sha1.state, data, blocks);
+}
+
+std::size_t heldBytes(const SHA1_CTX& sha1) {
+    return sha1.bitsLow / 8 % crypto::kBlock;
 }
 
 }  // namespace
 
 int SHA1_Init(void* context) {
     auto& sha1 = *static_cast<SHA1_CTX*>(context);
-    std::memset(&sha1, 0, sizeof sha1);
     sha1.state[0] = 0x67452301;
     sha1.state[1] = 0xEFCDAB89;
     sha1.state[2] = 0x98BADCFE;
     sha1.state[3] = 0x10325476;
     sha1.state[4] = 0xC3D2E1F0;
-    return 0;
+    sha1.bitsLow = sha1.bitsHigh = 0;
+    return crypto::kSuccess;
 }
 
 int SHA1_Update(void* context, const std::uint8_t* data, std::uint32_t length) {
-    absorb(*static_cast<SHA1_CTX*>(context), data, length);
-    return 0;
+    auto& sha1 = *static_cast<SHA1_CTX*>(context);
+    const std::size_t held = heldBytes(sha1);
+    crypto::countBits(sha1.bitsLow, sha1.bitsHigh, length);
+    crypto::absorb(sha1.buffer, held, data, length,
+                   [&sha1](const std::uint8_t* whole, std::size_t blocks) { compress(sha1, whole, blocks); });
+    return crypto::kSuccess;
 }
 
 int SHA1_Final(void* context, std::uint8_t* output, std::uint32_t* outputLength) {
     *outputLength = crypto::kDigest;
     if (output == nullptr)
-        return 0;
+        return crypto::kSuccess;
     auto& sha1 = *static_cast<SHA1_CTX*>(context);
-    std::uint8_t bits[8];
-    crypto::storeBigEndian(sha1.bitsHigh, bits);
-    crypto::storeBigEndian(sha1.bitsLow, bits + 4);
-    const std::uint32_t held = sha1.bitsLow >> 3 & (crypto::kBlock - 1);
-    absorb(sha1, crypto::kPadding, (held < 56 ? 56 : 120) - held);
-    absorb(sha1, bits, sizeof bits);
+    crypto::pad(
+        sha1.buffer, heldBytes(sha1),
+        [&sha1](std::uint8_t* place) {
+            crypto::storeBigEndian(sha1.bitsHigh, place);
+            crypto::storeBigEndian(sha1.bitsLow, place + 4);
+        },
+        [&sha1](const std::uint8_t* blocks, std::size_t count) { compress(sha1, blocks, count); });
     for (std::size_t i = 0; i < 5; ++i)
         crypto::storeBigEndian(sha1.state[i], output + 4 * i);
     std::memset(&sha1, 0, sizeof sha1);
-    return 0;
+    return crypto::kSuccess;
 }

@@ -223,6 +223,9 @@ TEST(choice_test, ResetToAnAlternativeOfItself) {
     value.Reset(value.Get());
     EXPECT_EQ(value.Size(), 2U);
     EXPECT_EQ(nameOf(value.Get()), "b");
+    value = composite<AsnChoice>(inner);
+    value = dynamic_cast<const AsnChoice&>(*value.Find("inner"));
+    EXPECT_EQ(nameOf(value.Get()), "b");
 }
 
 TEST(choice_test, CopiesSelectTheirOwnAlternative) {

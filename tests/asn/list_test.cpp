@@ -1,10 +1,15 @@
 // The list templates AsnSetOf and AsnSequenceOf.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
+#include <numeric>
+#include <random>
+#include <set>
 #include <sstream>
 #include <string>
 #include <typeinfo>
+#include <vector>
 
 #include "tests/asn/der_io.h"
 #include "tests/support/der.h"
@@ -32,11 +37,11 @@ List listOf(std::initializer_list<const char*> items) {
 }
 
 template <class List>
-class Lists : public ::testing::Test {};
+class list_test_each : public ::testing::Test {};
 using ListTypes = ::testing::Types<Octets, OctetSet>;
-TYPED_TEST_SUITE(Lists, ListTypes);
+TYPED_TEST_SUITE(list_test_each, ListTypes);
 
-TYPED_TEST(Lists, StartEmpty) {
+TYPED_TEST(list_test_each, StartEmpty) {
     const TypeParam list;
     EXPECT_EQ(list.GetAsnTagForm(), ASN_CONSTRUCTED);
     EXPECT_EQ(list.GetAsnTagClass(), ASN_UNIVERSAL);
@@ -48,7 +53,7 @@ TYPED_TEST(Lists, StartEmpty) {
     EXPECT_EQ(encodedContent(list), "");
 }
 
-TYPED_TEST(Lists, HoldClones) {
+TYPED_TEST(list_test_each, HoldClones) {
     TypeParam list;
     AsnOctetString item = octets("AA");
     item.SetAsnName("item");
@@ -67,7 +72,7 @@ TYPED_TEST(Lists, HoldClones) {
     EXPECT_EQ(list.Size(), 0U);
 }
 
-TYPED_TEST(Lists, ComponentModes) {
+TYPED_TEST(list_test_each, ComponentModes) {
     TypeParam list;
     list.OnComponentByte();
     EXPECT_EQ(list.GetComponentByteType(), AsnObject::ASN_WHOLE_BYTE);
@@ -84,7 +89,7 @@ TYPED_TEST(Lists, ComponentModes) {
     EXPECT_EQ(list.GetComponentByteType(), AsnObject::ASN_NO_BYTE);
 }
 
-TYPED_TEST(Lists, CopyAndReset) {
+TYPED_TEST(list_test_each, CopyAndReset) {
     auto list = listOf<TypeParam>({"AA", "BB"});
     list.SetAsnName("list");
     list.SetAsnState(AsnObject::ASN_OPTIONAL);
@@ -110,7 +115,7 @@ TYPED_TEST(Lists, CopyAndReset) {
     EXPECT_TRUE(assigned == list);
 }
 
-TYPED_TEST(Lists, CompareBySizeAndItems) {
+TYPED_TEST(list_test_each, CompareBySizeAndItems) {
     const auto list = listOf<TypeParam>({"AA", "BB"});
     EXPECT_TRUE(list == list);
     EXPECT_TRUE(list == listOf<TypeParam>({"AA", "BB"}));
@@ -145,6 +150,96 @@ TEST(list_test, SetsWithRepeatedItemsDifferFromTheirCopies) {
     EXPECT_TRUE(listOf<Octets>({"AA", "AA"}) == listOf<Octets>({"AA", "AA"}));
 }
 
+// The rule in its own words: the first equals of all items, without repeats, are as many as there are items.
+template <class T>
+bool equalByTheRule(const AsnSetOf<T>& a, const AsnSetOf<T>& b) {
+    std::set<unsigned int> firstEquals;
+    for (unsigned int i = 0; i < a.Size(); ++i) {
+        for (unsigned int j = 0; j < b.Size(); ++j) {
+            if (a.Get(i)->EqualsContent(b.Get(j))) {
+                firstEquals.insert(j);
+                break;
+            }
+        }
+    }
+    return a.Size() == b.Size() && firstEquals.size() == a.Size();
+}
+
+// Attribute-like items of all sorts of members, by number.
+AsnSequence mixed(int number) {
+    AsnChoice choice = der_io::composite<AsnChoice>(der_io::member("a", AsnInteger(number % 2)));
+    if (number % 3 != 0)
+        choice.Set("a");
+    const AsnSetOf<AsnInteger> list = [&] {
+        AsnSetOf<AsnInteger> items;
+        items.AddElement(AsnInteger(number % 5));
+        return items;
+    }();
+    return der_io::composite<AsnSequence>(
+        der_io::member("oid", AsnOid(("1.2." + std::to_string(number / 4)).c_str())), der_io::member("null", AsnNull()),
+        der_io::member("choice", choice), der_io::member("list", list),
+        der_io::explicitly(0, "explicit", AsnInteger(number % 7)), der_io::member("flag", AsnBoolean(number % 2 == 0)));
+}
+
+TEST(list_test, LongSetsCompareByTheSameRule) {
+    std::mt19937 random(20141022);
+    for (int round = 0; round < 60; ++round) {
+        SCOPED_TRACE(round);
+        const int size = 30 + round;
+        const int range = size * (1 + round % 4);
+        std::vector<int> numbers(static_cast<std::size_t>(range));
+        std::iota(numbers.begin(), numbers.end(), 0);
+        std::shuffle(numbers.begin(), numbers.end(), random);
+        numbers.resize(static_cast<std::size_t>(size));
+        AsnSetOf<AsnSequence> a;
+        for (const int number : numbers)
+            a.AddElement(mixed(number));
+        std::shuffle(numbers.begin(), numbers.end(), random);
+        if (round % 3 == 1)
+            numbers[0] = numbers[1];
+        if (round % 5 == 2)
+            numbers[0] = range + 1;
+        AsnSetOf<AsnSequence> b;
+        for (const int number : numbers)
+            b.AddElement(mixed(number));
+        EXPECT_EQ(a == b, equalByTheRule(a, b));
+        EXPECT_EQ(b == a, equalByTheRule(b, a));
+        EXPECT_EQ(a == AsnSetOf<AsnSequence>(a), equalByTheRule(a, a));
+    }
+}
+
+TEST(list_test, LongSetsOfUnlikeItemsCompareByTheSameRule) {
+    AsnSetOf<AsnSequence> a;
+    AsnSetOf<AsnSequence> b;
+    for (int i = 0; i < 40; ++i) {
+        a.AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnInteger(i))));
+        b.AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnInteger(39 - i))));
+    }
+    EXPECT_TRUE(a == b);
+    // NULL equals anything, in one direction.
+    a.AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnNull())));
+    b.AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnOid("1.2"))));
+    EXPECT_EQ(a == b, equalByTheRule(a, b));
+    EXPECT_FALSE(b == a);
+}
+
+TEST(list_test, AHundredThousandItemsCompareInAnyOrder) {
+    OctetSet a;
+    OctetSet b;
+    AsnOctetString item;
+    for (unsigned int i = 0; i < 100000; ++i) {
+        const char bytes[] = {static_cast<char>(i >> 16), static_cast<char>(i >> 8), static_cast<char>(i), 'x'};
+        item.SetData(bytes, 0, 4);
+        a.AddElement(item);
+    }
+    for (unsigned int i = a.Size(); i-- > 0;)
+        b.AddElement(*a.Get(i));
+    EXPECT_TRUE(a == b);
+    b.Get(0)->SetData(MiByte());
+    EXPECT_FALSE(a == b);
+    EXPECT_FALSE(b == a);
+}
+
 TEST(list_test, SequencesAreWrittenInTheirOrder) {
     EXPECT_EQ(encoded(Octets()), "30 00");
     EXPECT_EQ(encoded(listOf<Octets>({"FF FF FF", "00", ""})), "30 0A 04 03 FF FF FF 04 01 00 04 00");
@@ -174,13 +269,13 @@ TEST(list_test, SetsAreSortedBehindWhatStandsBefore) {
     EXPECT_EQ(toHex(out), "FF FE 31 06 04 04 01 01 04 01 02");
 }
 
-TYPED_TEST(Lists, AreWrittenUnderTheirOwnTag) {
+TYPED_TEST(list_test_each, AreWrittenUnderTheirOwnTag) {
     auto list = listOf<TypeParam>({"AA"});
     list.SetAsnTag(ASN_CONTEXT, ASN_IMPLICIT, 3);
     EXPECT_EQ(encoded(list), "A3 03 04 01 AA");
 }
 
-TYPED_TEST(Lists, LongContentGetsALongLength) {
+TYPED_TEST(list_test_each, LongContentGetsALongLength) {
     TypeParam list;
     AsnOctetString item;
     item.SetData(MiByte(200, 0x11));
@@ -190,7 +285,7 @@ TYPED_TEST(Lists, LongContentGetsALongLength) {
     EXPECT_EQ(toHex(out.GetChars() + 1, 5), "81 CB 04 81 C8");
 }
 
-TYPED_TEST(Lists, TheCacheIsWrittenAsItStands) {
+TYPED_TEST(list_test_each, TheCacheIsWrittenAsItStands) {
     auto list = listOf<TypeParam>({"AA"});
     const MiByte cache = bytes("01 02 03");
     list.SetAsnByte(&cache);
@@ -205,7 +300,7 @@ TYPED_TEST(Lists, TheCacheIsWrittenAsItStands) {
     EXPECT_EQ(encodedContent(list), "04 01 AA");
 }
 
-TYPED_TEST(Lists, AreReadAndKeepTheirOwnTag) {
+TYPED_TEST(list_test_each, AreReadAndKeepTheirOwnTag) {
     auto list = listOf<TypeParam>({"00", "00", "00"});
     list.SetAsnTag(ASN_CONTEXT, ASN_IMPLICIT, 3);
     const AsnTag own = list.GetAsnTag();
@@ -218,7 +313,7 @@ TYPED_TEST(Lists, AreReadAndKeepTheirOwnTag) {
     EXPECT_EQ(list.Size(), 0U);
 }
 
-TYPED_TEST(Lists, AreReadFromAnOffset) {
+TYPED_TEST(list_test_each, AreReadFromAnOffset) {
     TypeParam list;
     const MiByte in = bytes("FF 30 03 04 01 AA FF");
     EXPECT_EQ(list.DerDecode(in, 1), 5U);
@@ -227,7 +322,7 @@ TYPED_TEST(Lists, AreReadFromAnOffset) {
     EXPECT_EQ(list.Size(), 1U);
 }
 
-TYPED_TEST(Lists, RefuseWhatIsNotThere) {
+TYPED_TEST(list_test_each, RefuseWhatIsNotThere) {
     TypeParam list;
     const MiByte in = bytes("30 03 04 01 AA");
     EXPECT_THROW(list.DerDecode(MiByte(), 0), MiInvalidArgumentExp);
@@ -245,7 +340,7 @@ TYPED_TEST(Lists, RefuseWhatIsNotThere) {
     EXPECT_THROW(list.DerDecodeContent(in, 2, 0xFFFFFFFF), MiOutOfRangeExp);
 }
 
-TYPED_TEST(Lists, TheLastItemEndsWithTheContent) {
+TYPED_TEST(list_test_each, TheLastItemEndsWithTheContent) {
     TypeParam list;
     // The second item has one byte that the list does not.
     EXPECT_THROW(decode(list, "30 05 04 01 AA 04 01 BB"), AsnDecodeExp);
@@ -254,7 +349,7 @@ TYPED_TEST(Lists, TheLastItemEndsWithTheContent) {
     EXPECT_THROW(decode(booleans, "30 04 01 02 FF 00"), MiOutOfRangeExp);
 }
 
-TYPED_TEST(Lists, KeepTheWholeElementInThatMode) {
+TYPED_TEST(list_test_each, KeepTheWholeElementInThatMode) {
     TypeParam list;
     list.OnByte();
     EXPECT_EQ(decode(list, "30 03 04 01 AA FF"), 5U);
@@ -270,7 +365,7 @@ TYPED_TEST(Lists, KeepTheWholeElementInThatMode) {
     EXPECT_THROW(decode(list, "30 84 FF FF FF FF 04 01 AA"), MiOutOfRangeExp);
 }
 
-TYPED_TEST(Lists, KeepTheContentInThatMode) {
+TYPED_TEST(list_test_each, KeepTheContentInThatMode) {
     TypeParam list;
     list.OnContentByte();
     EXPECT_EQ(decode(list, "30 03 FF FF FF 00"), 5U);
@@ -280,7 +375,7 @@ TYPED_TEST(Lists, KeepTheContentInThatMode) {
     EXPECT_THROW(decode(list, "30 04 FF FF FF"), MiOutOfRangeExp);
 }
 
-TYPED_TEST(Lists, ItemsTakeTheComponentMode) {
+TYPED_TEST(list_test_each, ItemsTakeTheComponentMode) {
     TypeParam list;
     list.OnComponentByte();
     EXPECT_EQ(decode(list, "30 07 04 01 AA 04 02 BB CC"), 9U);
@@ -317,7 +412,7 @@ TEST(list_test, ListsOfLists) {
     EXPECT_TRUE(list == (AsnSequenceOf<AsnSetOf<AsnInteger>>(list)));
 }
 
-TYPED_TEST(Lists, AHundredThousandItems) {
+TYPED_TEST(list_test_each, AHundredThousandItems) {
     const unsigned int count = 100000;
     const Bytes item = {0x04, 0x02, 0x12, 0x34};
     const Bytes input = der::tlv(0x30, der::repeat(count, item));

@@ -99,7 +99,7 @@ TEST(sequence_test, AContainerTakesAValueFromInsideItself) {
     outer.Reset(outer.GetData());
     EXPECT_TRUE(outer.GetData()->Equals(&five));
     outer.SetData(&value);
-    outer = AsnContainer(*static_cast<const AsnContainer*>(outer.GetData()));
+    outer = dynamic_cast<const AsnContainer&>(*outer.GetData());
     EXPECT_TRUE(outer.GetData()->Equals(&five));
 }
 
@@ -126,19 +126,19 @@ TEST(sequence_test, ContainersCompareByTheirValues) {
 }
 
 template <class T>
-class Members : public ::testing::Test {
+class sequence_test_each : public ::testing::Test {
   protected:
-    // Members "a" = 1, "b" = 2, "c" = 3, mandatory and absent.
+    // sequence_test_each "a" = 1, "b" = 2, "c" = 3, mandatory and absent.
     T abc() { return composite<T>(member("a", AsnInteger(1)), member("b", AsnInteger(2)), member("c", AsnInteger(3))); }
 };
 using MemberTypes = ::testing::Types<AsnSequence, AsnSet>;
-TYPED_TEST_SUITE(Members, MemberTypes);
+TYPED_TEST_SUITE(sequence_test_each, MemberTypes);
 
 int integer(const AsnObject* value) {
     return dynamic_cast<const AsnInteger&>(*value).GetInteger();
 }
 
-TYPED_TEST(Members, StartWithoutAList) {
+TYPED_TEST(sequence_test_each, StartWithoutAList) {
     TypeParam value;
     EXPECT_EQ(value.GetAsnTagForm(), ASN_CONSTRUCTED);
     EXPECT_EQ(value.GetAsnTagClass(), ASN_UNIVERSAL);
@@ -163,7 +163,7 @@ TYPED_TEST(Members, StartWithoutAList) {
     EXPECT_EQ(names(value), "a ");
 }
 
-TYPED_TEST(Members, AreAddedAsClonesInOrder) {
+TYPED_TEST(sequence_test_each, AreAddedAsClonesInOrder) {
     TypeParam value;
     AsnInteger one = member("one", AsnInteger(1));
     one.SetAsnState(AsnObject::ASN_OPTIONAL);
@@ -183,7 +183,7 @@ TYPED_TEST(Members, AreAddedAsClonesInOrder) {
     EXPECT_EQ(value.Get("one"), value.Get(0U));
 }
 
-TYPED_TEST(Members, HaveNames) {
+TYPED_TEST(sequence_test_each, HaveNames) {
     TypeParam value = this->abc();
     EXPECT_THROW(value.AddElement(nullptr), MiInvalidArgumentExp);
     EXPECT_THROW(value.AddElement(&nameless()), MiInvalidArgumentExp);
@@ -197,7 +197,7 @@ TYPED_TEST(Members, HaveNames) {
     EXPECT_EQ(names(value), "a b c ");
 }
 
-TYPED_TEST(Members, AreInserted) {
+TYPED_TEST(sequence_test_each, AreInserted) {
     TypeParam value = this->abc();
     const AsnInteger x = member("x", AsnInteger(7));
     value.InsertElement(0, &x);
@@ -208,7 +208,7 @@ TYPED_TEST(Members, AreInserted) {
     EXPECT_EQ(value.Size(), 6U);
 }
 
-TYPED_TEST(Members, AreReplaced) {
+TYPED_TEST(sequence_test_each, AreReplaced) {
     TypeParam value = this->abc();
     const AsnOid x = member("x", AsnOid("1.2"));
     value.ReplaceElement(1U, &x);
@@ -224,7 +224,7 @@ TYPED_TEST(Members, AreReplaced) {
     EXPECT_THROW(value.ReplaceElement(static_cast<const char*>(nullptr), &x), MiInvalidArgumentExp);
 }
 
-TYPED_TEST(Members, AreDeleted) {
+TYPED_TEST(sequence_test_each, AreDeleted) {
     TypeParam value = this->abc();
     EXPECT_THROW(value.DelElement(3U), MiOutOfRangeExp);
     EXPECT_THROW(value.DelElement("unknown"), MiInvalidArgumentExp);
@@ -241,7 +241,7 @@ TYPED_TEST(Members, AreDeleted) {
     EXPECT_EQ(value.Find("c"), nullptr);
 }
 
-TYPED_TEST(Members, AreFound) {
+TYPED_TEST(sequence_test_each, AreFound) {
     TypeParam value = composite<TypeParam>(member("a", AsnInteger(1)), member("b", AsnInteger(2)));
     EXPECT_EQ(integer(value.Find(1U)), 2);
     EXPECT_EQ(integer(value.Get(1U)), 2);
@@ -257,12 +257,12 @@ TYPED_TEST(Members, AreFound) {
     EXPECT_THROW((void)value.Get(static_cast<const char*>(nullptr)), MiInvalidArgumentExp);
 }
 
-TYPED_TEST(Members, TheFirstOfOneNameIsFound) {
+TYPED_TEST(sequence_test_each, TheFirstOfOneNameIsFound) {
     TypeParam value = composite<TypeParam>(member("a", AsnInteger(1)), member("a", AsnInteger(2)));
     EXPECT_EQ(value.Find("a"), value.Find(0U));
 }
 
-TYPED_TEST(Members, SetCopiesTheValueAndMakesItPresent) {
+TYPED_TEST(sequence_test_each, SetCopiesTheValueAndMakesItPresent) {
     TypeParam value = this->abc();
     value.Find("b")->SetAsnState(AsnObject::ASN_OPTIONAL);
     AsnInteger nine = member("nine", AsnInteger(9));
@@ -281,7 +281,7 @@ TYPED_TEST(Members, SetCopiesTheValueAndMakesItPresent) {
     EXPECT_TRUE(value.Get("a")->IsAsnPresent());
 }
 
-TYPED_TEST(Members, AFailedSetChangesNothing) {
+TYPED_TEST(sequence_test_each, AFailedSetChangesNothing) {
     TypeParam value = this->abc();
     const TypeParam before = value;
     const AsnInteger nine(9);
@@ -292,7 +292,7 @@ TYPED_TEST(Members, AFailedSetChangesNothing) {
     EXPECT_FALSE(value.Get("a")->IsAsnPresent());
 }
 
-TYPED_TEST(Members, ResetKeepsThemAndMakesThemAbsent) {
+TYPED_TEST(sequence_test_each, ResetKeepsThemAndMakesThemAbsent) {
     TypeParam value = this->abc();
     der_io::setPresent(value);
     value.Find("a")->SetAsnTag(ASN_CONTEXT, ASN_IMPLICIT, 4);
@@ -308,7 +308,7 @@ TYPED_TEST(Members, ResetKeepsThemAndMakesThemAbsent) {
     EXPECT_EQ(text(value.GetAsnName()), "whole");
 }
 
-TYPED_TEST(Members, ResetToAnotherReplacesTheSchema) {
+TYPED_TEST(sequence_test_each, ResetToAnotherReplacesTheSchema) {
     TypeParam value = this->abc();
     value.SetAsnName("target");
     AsnInteger x = member("x", AsnInteger(7), AsnObject::ASN_OPTIONAL);
@@ -334,7 +334,7 @@ TYPED_TEST(Members, ResetToAnotherReplacesTheSchema) {
     EXPECT_THROW((void)value.Find(0U), MiInvalidArgumentExp);
 }
 
-TYPED_TEST(Members, ResetToAMemberOfItself) {
+TYPED_TEST(sequence_test_each, ResetToAMemberOfItself) {
     TypeParam inner = this->abc();
     inner.SetAsnName("inner");
     TypeParam value = composite<TypeParam>(inner);
@@ -348,7 +348,7 @@ TYPED_TEST(Members, ResetToAMemberOfItself) {
     EXPECT_EQ(names(value), "a b c self ");
 }
 
-TYPED_TEST(Members, CompareInTheirOrder) {
+TYPED_TEST(sequence_test_each, CompareInTheirOrder) {
     const TypeParam none;
     TypeParam emptied = this->abc();
     emptied.ClearAllElements();
@@ -375,7 +375,7 @@ TYPED_TEST(Members, CompareInTheirOrder) {
     EXPECT_FALSE(ab == oids);
 }
 
-TYPED_TEST(Members, CopiesAreWholeButForTheComponentMode) {
+TYPED_TEST(sequence_test_each, CopiesAreWholeButForTheComponentMode) {
     TypeParam source = this->abc();
     source.SetAsnName("source");
     source.SetAsnTag(ASN_CONTEXT, ASN_IMPLICIT, 3);
@@ -487,6 +487,112 @@ TEST(sequence_test, ManyMembersKeepTheirOrder) {
         value.DelElement(0U);
     EXPECT_EQ(integer(value.Get(0U)), 50);
     EXPECT_EQ(copy.Size(), 100U);
+}
+
+// A class as a schema has it: a table, a constructor that builds from it, a clone of its own type.
+template <class Base>
+struct Schema : Base {
+    Schema() { Schema::SetupElements(); }
+    Schema(const Schema&) = default;
+    Schema& operator=(const Schema&) = default;
+    ~Schema() override = default;
+    AsnObject* Clone() const override { return new Schema(*this); }
+
+  protected:
+    void SetupElements() override {
+        static constexpr AsnMember kMembers[] = {
+            {"plain", AsnMake<AsnInteger>},
+            {"any", AsnMake<AsnOctetString>, AsnObject::ASN_OPTIONAL, true},
+            {"implicit", AsnMake<AsnSequence>, AsnObject::ASN_DEFAULT, false, ASN_IMPLICIT, 1},
+            {"constructed", AsnMake<AsnOctetString>, AsnObject::ASN_MANDATORY, false, ASN_IMPLICIT, 2, ASN_APPLICATION,
+             true},
+            {"explicit", AsnMake<AsnOid>, AsnObject::ASN_OPTIONAL, false, ASN_EXPLICIT, 40},
+        };
+        this->SetupMembers(kMembers, 5);
+    }
+};
+
+template <class T>
+class sequence_test_schema : public ::testing::Test {};
+using SchemaTypes = ::testing::Types<Schema<AsnSequence>, Schema<AsnSet>, Schema<AsnChoice>>;
+TYPED_TEST_SUITE(sequence_test_schema, SchemaTypes);
+
+void expectMember(const AsnObject* member, const char* name, const std::type_info& type, AsnObject::ASN_STATE state,
+                  bool any) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(text(member->GetAsnName()), name);
+    EXPECT_EQ(typeid(*member), type);
+    EXPECT_EQ(member->GetAsnState(), state);
+    EXPECT_EQ(member->IsAsnAnyType(), any);
+    EXPECT_FALSE(member->IsAsnPresent());
+}
+
+void expectTag(const AsnObject* member, ASN_TAG_CLASS tagClass, ASN_TAG_MODE mode, ASN_TAG_FORM form,
+               unsigned int number) {
+    SCOPED_TRACE(text(member->GetAsnName()));
+    EXPECT_EQ(member->GetAsnTagClass(), tagClass);
+    EXPECT_EQ(member->GetAsnTagMode(), mode);
+    EXPECT_EQ(member->GetAsnTagForm(), form);
+    EXPECT_EQ(member->GetAsnTagNumber(), number);
+}
+
+TYPED_TEST(sequence_test_schema, AreMadeFromTheirTable) {
+    TypeParam value;
+    ASSERT_EQ(value.Size(), 5U);
+    expectMember(value.Find(0U), "plain", typeid(AsnInteger), AsnObject::ASN_MANDATORY, false);
+    expectMember(value.Find(1U), "any", typeid(AsnOctetString), AsnObject::ASN_OPTIONAL, true);
+    expectMember(value.Find(2U), "implicit", typeid(AsnSequence), AsnObject::ASN_DEFAULT, false);
+    expectMember(value.Find(3U), "constructed", typeid(AsnOctetString), AsnObject::ASN_MANDATORY, false);
+    expectMember(value.Find(4U), "explicit", typeid(AsnContainer), AsnObject::ASN_OPTIONAL, false);
+    expectTag(value.Find(0U), ASN_UNIVERSAL, ASN_NOT_TAGGED, ASN_PRIMITIVE, 2);
+    expectTag(value.Find(1U), ASN_UNIVERSAL, ASN_NOT_TAGGED, ASN_PRIMITIVE, 4);
+    expectTag(value.Find(2U), ASN_CONTEXT, ASN_IMPLICIT, ASN_CONSTRUCTED, 1);
+    expectTag(value.Find(3U), ASN_APPLICATION, ASN_IMPLICIT, ASN_CONSTRUCTED, 2);
+    expectTag(value.Find(4U), ASN_CONTEXT, ASN_EXPLICIT, ASN_PRIMITIVE, 40);
+    const AsnObject* inner = dynamic_cast<AsnContainer&>(*value.Find(4U)).GetData();
+    ASSERT_NE(inner, nullptr);
+    expectMember(inner, "", typeid(AsnOid), AsnObject::ASN_MANDATORY, false);
+    expectTag(inner, ASN_UNIVERSAL, ASN_NOT_TAGGED, ASN_PRIMITIVE, 6);
+}
+
+TYPED_TEST(sequence_test_schema, StayThroughAReset) {
+    TypeParam value;
+    const AsnInteger five(5);
+    value.Set("plain", &five);
+    AsnObject* plain = value.Find("plain");
+    value.Reset(nullptr);
+    EXPECT_EQ(value.Size(), 5U);
+    EXPECT_EQ(value.Find("plain"), plain);
+    EXPECT_EQ(integer(plain), 0);
+    EXPECT_FALSE(plain->IsAsnPresent());
+    const std::unique_ptr<AsnObject> clone(value.Clone());
+    EXPECT_EQ(typeid(*clone), typeid(TypeParam));
+    EXPECT_TRUE(clone->EqualsContent(&value));
+}
+
+TYPED_TEST(sequence_test_schema, AreNotBuiltAnewForAnEmptiedList) {
+    TypeParam value;
+    value.ClearAllElements();
+    value.Reset(nullptr);
+    EXPECT_EQ(value.Size(), 0U);
+}
+
+TEST(sequence_test, AnElementAddedToASchemaIsAMemberLikeAnyOther) {
+    Schema<AsnSequence> value;
+    const AsnBoolean more = member("more", AsnBoolean(true));
+    value.AddElement(&more);
+    value.Set("more", &more);
+    const AsnInteger five(5);
+    value.Set("plain", &five);
+    const AsnOctetString aa = octets("AA");
+    value.Set("any", &aa);
+    value.Set("constructed", &aa);
+    EXPECT_EQ(encoded(value), "30 0C 02 01 05 04 01 AA 62 01 AA 01 01 FF");
+    Schema<AsnSequence> read;
+    read.AddElement(&more);
+    EXPECT_EQ(decode(read, "30 0C 02 01 05 04 01 AA 62 01 AA 01 01 FF"), 14U);
+    EXPECT_TRUE(read.Get("more")->IsAsnPresent());
+    EXPECT_TRUE(read == value);
 }
 
 TEST(sequence_test, InstanceOfIsAnExternal) {

@@ -87,11 +87,11 @@ TEST(text_strings_test, NothingIsInNoAlphabet) {
 }
 
 template <class T>
-class Checked : public ::testing::Test {};
+class text_strings_test_checked : public ::testing::Test {};
 using CheckedTypes = ::testing::Types<AsnNumericString, AsnPrintableString>;
-TYPED_TEST_SUITE(Checked, CheckedTypes);
+TYPED_TEST_SUITE(text_strings_test_checked, CheckedTypes);
 
-TYPED_TEST(Checked, SettersTestAndKeepTheOldValue) {
+TYPED_TEST(text_strings_test_checked, SettersTestAndKeepTheOldValue) {
     TypeParam value;
     EXPECT_TRUE(value.GetData().Empty());
     value.SetData("12 3");
@@ -106,7 +106,7 @@ TYPED_TEST(Checked, SettersTestAndKeepTheOldValue) {
     EXPECT_EQ(text(value.GetData()), "5");
 }
 
-TYPED_TEST(Checked, NullAndNothingEmptyBeforeAnyTest) {
+TYPED_TEST(text_strings_test_checked, NullAndNothingEmptyBeforeAnyTest) {
     TypeParam value("1");
     value.SetData(nullptr);
     EXPECT_TRUE(value.GetData().Empty());
@@ -121,12 +121,12 @@ TYPED_TEST(Checked, NullAndNothingEmptyBeforeAnyTest) {
     EXPECT_TRUE(value.GetData().Empty());
 }
 
-TYPED_TEST(Checked, ConstructorsTestNothing) {
+TYPED_TEST(text_strings_test_checked, ConstructorsTestNothing) {
     EXPECT_EQ(text(TypeParam("a*\x80").GetData()), "a*\x80");
     EXPECT_TRUE(TypeParam(nullptr).GetData().Empty());
 }
 
-TYPED_TEST(Checked, ARangeIsReadAndNoMore) {
+TYPED_TEST(text_strings_test_checked, ARangeIsReadAndNoMore) {
     // Neither a zero byte in front nor the want of one behind counts.
     const char source[] = {'\0', '4', '2'};
     TypeParam value;
@@ -159,11 +159,11 @@ const MiByte& stored(const AsnTeletexString& value) {
 }
 
 template <class T>
-class AnyByte : public ::testing::Test {};
+class text_strings_test_any_byte : public ::testing::Test {};
 using AnyByteTypes = ::testing::Types<AsnIA5String, AsnTeletexString>;
-TYPED_TEST_SUITE(AnyByte, AnyByteTypes);
+TYPED_TEST_SUITE(text_strings_test_any_byte, AnyByteTypes);
 
-TYPED_TEST(AnyByte, StoresWhatItGets) {
+TYPED_TEST(text_strings_test_any_byte, StoresWhatItGets) {
     TypeParam value;
     EXPECT_TRUE(stored(value).Empty());
     value.SetData(bytes("00 41 80 FF"));
@@ -185,12 +185,12 @@ TYPED_TEST(AnyByte, StoresWhatItGets) {
     EXPECT_TRUE(stored(value).Empty());
 }
 
-TYPED_TEST(AnyByte, TestDataIsAlwaysTrue) {
+TYPED_TEST(text_strings_test_any_byte, TestDataIsAlwaysTrue) {
     EXPECT_TRUE(TypeParam::TestData("\xFF", 0, 1));
     EXPECT_TRUE(TypeParam::TestData(nullptr, 0, 0));
 }
 
-TYPED_TEST(AnyByte, VisibleTextHasBlanksForTheRest) {
+TYPED_TEST(text_strings_test_any_byte, VisibleTextHasBlanksForTheRest) {
     TypeParam value;
     EXPECT_EQ(text(value.GetVisibleString()), "");
     value.SetData(bytes("41 1F 20 7E 7F 80 FF 00 42"));

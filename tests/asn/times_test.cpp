@@ -136,11 +136,11 @@ TEST(times_test, UtcPrintsOneForm) {
 }
 
 template <class T>
-class Times : public ::testing::Test {};
+class times_test_each : public ::testing::Test {};
 using TimeTypes = ::testing::Types<AsnUTCTime, AsnGeneralizedTime>;
-TYPED_TEST_SUITE(Times, TimeTypes);
+TYPED_TEST_SUITE(times_test_each, TimeTypes);
 
-TYPED_TEST(Times, TakesBytes) {
+TYPED_TEST(times_test_each, TakesBytes) {
     const MiByte source = bytes("FF 32 30 31 34 31 30 32 32 31 32 30 30 30 30 5A FF");  // "20141022120000Z"
     const bool isUtc = TypeParam().GetAsnTagNumber() == 23;
     TypeParam value;
@@ -153,7 +153,7 @@ TYPED_TEST(Times, TakesBytes) {
     EXPECT_EQ(text(value.GetTime().GetTimeString(nullptr)), kEpoch);
 }
 
-TYPED_TEST(Times, TheTextOfBytesEndsAtAZeroByte) {
+TYPED_TEST(times_test_each, TheTextOfBytesEndsAtAZeroByte) {
     const char source[] = "20141022120000Z\0tail";
     const bool isUtc = TypeParam().GetAsnTagNumber() == 23;
     TypeParam value;
@@ -163,7 +163,7 @@ TYPED_TEST(Times, TheTextOfBytesEndsAtAZeroByte) {
     EXPECT_EQ(text(value.GetTime().GetTimeString(nullptr)), kEpoch);
 }
 
-TYPED_TEST(Times, ThePresentIsGmt) {
+TYPED_TEST(times_test_each, ThePresentIsGmt) {
     const FiveHoursAhead zone;
     const auto before = static_cast<unsigned int>(std::time(nullptr));
     TypeParam value;

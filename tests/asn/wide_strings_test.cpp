@@ -54,11 +54,11 @@ std::string after(Set set) {
 }
 
 template <class T>
-class Wide : public ::testing::Test {};
+class wide_strings_test_each : public ::testing::Test {};
 using WideTypes = ::testing::Types<AsnBMPString, AsnUniversalString, AsnUTF8String>;
-TYPED_TEST_SUITE(Wide, WideTypes);
+TYPED_TEST_SUITE(wide_strings_test_each, WideTypes);
 
-TYPED_TEST(Wide, StartsEmpty) {
+TYPED_TEST(wide_strings_test_each, StartsEmpty) {
     const TypeParam value;
     EXPECT_EQ(value.GetData(), nullptr);
     EXPECT_EQ(value.GetDataLength(), 0U);
@@ -66,14 +66,14 @@ TYPED_TEST(Wide, StartsEmpty) {
     EXPECT_TRUE(value.GetVisibleString().Empty());
 }
 
-TYPED_TEST(Wide, AVisibleTextGivesACharacterForEachByte) {
+TYPED_TEST(wide_strings_test_each, AVisibleTextGivesACharacterForEachByte) {
     EXPECT_EQ(after<TypeParam>([](TypeParam& v) { v.SetVisibleString("aB\xE9"); }),
               "00 00 00 61 00 00 00 42 00 00 00 E9");
     EXPECT_EQ(after<TypeParam>([](TypeParam& v) { v.SetVisibleString(static_cast<const char*>(nullptr)); }), "");
     EXPECT_EQ(after<TypeParam>([](TypeParam& v) { v.SetVisibleString(""); }), "");
 }
 
-TYPED_TEST(Wide, NullAndNothingEmpty) {
+TYPED_TEST(wide_strings_test_each, NullAndNothingEmpty) {
     const AsnQuadruple one = character('a');
     EXPECT_EQ(after<TypeParam>([](TypeParam& v) { v.SetData(MiByte()); }), "");
     EXPECT_EQ(after<TypeParam>([](TypeParam& v) { v.SetData(nullptr, 0, 0); }), "");
@@ -82,7 +82,7 @@ TYPED_TEST(Wide, NullAndNothingEmpty) {
     EXPECT_EQ(after<TypeParam>([&](TypeParam& v) { v.SetData(&one, 0); }), "");
 }
 
-TYPED_TEST(Wide, CharactersAreCopied) {
+TYPED_TEST(wide_strings_test_each, CharactersAreCopied) {
     std::vector<AsnQuadruple> source = {character('a'), character(0xFFFF)};
     TypeParam value;
     value.SetData(source.data(), 2);
@@ -95,7 +95,7 @@ TYPED_TEST(Wide, CharactersAreCopied) {
     EXPECT_EQ(stored(copy), "00 00 FF FF");
 }
 
-TYPED_TEST(Wide, LongTextsGoThrough) {
+TYPED_TEST(wide_strings_test_each, LongTextsGoThrough) {
     const std::string long_(100000, 'x');
     TypeParam value;
     value.SetVisibleString(long_.c_str());

@@ -283,8 +283,8 @@ TEST(SoftOperationCipherTest, AKeyMustBeThereAndFit) {
             EXPECT_EQ(DecryptInitOp(*ready.alg, key, ready.chooser), -4) << mechanism.cipher;
         }
     }
-    const Alg rsa(AlgAllocRsa);
     SoftChooser chooser;
+    const Alg rsa(AlgAllocRsa);
     const Key empty(KeyAllocRsaPrivate);
     const Key secret(KeyAllocRc4, Bytes(256, 1));
     for (KEY_OBJ* key : {static_cast<KEY_OBJ*>(nullptr), static_cast<KEY_OBJ*>(empty), static_cast<KEY_OBJ*>(secret),

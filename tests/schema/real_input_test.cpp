@@ -94,7 +94,7 @@ std::string text(const AsnObject& value) {
     return os.str();
 }
 
-TEST(real_input_test, EachFileIsReadIntoItsClassAndWrittenAlike) {
+TEST(RealInputTest, EachFileIsReadIntoItsClassAndWrittenAlike) {
     std::map<std::string, int> counts;
     for (const std::string& name : names()) {
         SCOPED_TRACE(name);
@@ -115,7 +115,7 @@ TEST(real_input_test, EachFileIsReadIntoItsClassAndWrittenAlike) {
     EXPECT_GE(counts["PrivateKeyInfo"] + counts["EncryptedPrivateKeyInfo"], 8);
 }
 
-TEST(real_input_test, ACloneIsWrittenAlike) {
+TEST(RealInputTest, ACloneIsWrittenAlike) {
     for (const std::string& name : names()) {
         const Value value(AsnMakeSchemaObject(classOf(name).c_str()));
         decode(*value, read(name));
@@ -126,7 +126,7 @@ TEST(real_input_test, ACloneIsWrittenAlike) {
     }
 }
 
-TEST(real_input_test, EachFileCutAnywhereIsRefused) {
+TEST(RealInputTest, EachFileCutAnywhereIsRefused) {
     for (const std::string& name : names()) {
         Bytes bytes = read(name);
         if (bytes.size() > 1500)
@@ -140,7 +140,7 @@ TEST(real_input_test, EachFileCutAnywhereIsRefused) {
 }
 
 // Whatever comes of a broken file, it is one of the library's exceptions or a value.
-TEST(real_input_test, EachFileBrokenInEachElement) {
+TEST(RealInputTest, EachFileBrokenInEachElement) {
     for (const char* name :
          {"Certificate.eight_extensions.der", "CertificateList.revoked.der", "CertificationRequest.attributes.der",
           "PFX.des3.der", "PrivateKeyInfo.rsa.der", "ContentInfo.signed.der", "ContentInfo.enveloped.der"}) {
@@ -168,14 +168,14 @@ std::string timeOf(const X509Time* time) {
     return time->Get()->GetAsnName().GetChars() + (": " + text(*time->Get()).substr(text(*time->Get()).find(": ") + 2));
 }
 
-TEST(real_input_test, Versions) {
+TEST(RealInputTest, Versions) {
     EXPECT_EQ(tbsOf(fromFile<Certificate>("Certificate.v1.der")).GetVersion(), nullptr);
     EXPECT_EQ(tbsOf(fromFile<Certificate>("Certificate.v1.der")).GetExtensions(), nullptr);
     EXPECT_EQ(tbsOf(fromFile<Certificate>("Certificate.rsa2048.der")).GetVersion()->GetInteger(), 2);
     EXPECT_EQ(fromFile<CertificateList>("CertificateList.v1.der").GetTBSCertificateList()->GetVersion(), nullptr);
 }
 
-TEST(real_input_test, SerialNumbers) {
+TEST(RealInputTest, SerialNumbers) {
     const auto serial = [](const char* name) {
         const MiString decimal =
             tbsOf(fromFile<Certificate>(name)).GetSerialNumber()->GetBigInteger().GetStringBase10();
@@ -188,7 +188,7 @@ TEST(real_input_test, SerialNumbers) {
     EXPECT_EQ(serial("Certificate.issued_v1.der"), "4096");
 }
 
-TEST(real_input_test, Times) {
+TEST(RealInputTest, Times) {
     const auto validity = [](const char* name) {
         const Certificate certificate = fromFile<Certificate>(name);
         const Validity* value = tbsOf(certificate).GetValidity();
@@ -200,7 +200,7 @@ TEST(real_input_test, Times) {
               "generalizedTime: 20500101000000Z, generalizedTime: 99991231235959Z");
 }
 
-TEST(real_input_test, RelativeNames) {
+TEST(RealInputTest, RelativeNames) {
     const Certificate multi = fromFile<Certificate>("Certificate.multi_valued.der");
     const auto* names = static_cast<const AsnSequenceOf<AsnSetOf<AttributeTypeAndDistinguishedValue>>*>(
         tbsOf(multi).GetSubject()->Get());
@@ -213,7 +213,7 @@ TEST(real_input_test, RelativeNames) {
 }
 
 // Tag numbers of the strings of a subject, by openssl asn1parse.
-TEST(real_input_test, StringsOfNames) {
+TEST(RealInputTest, StringsOfNames) {
     const auto tags = [](const char* name) {
         const Certificate certificate = fromFile<Certificate>(name);
         const auto* names = static_cast<const AsnSequenceOf<AsnSetOf<AttributeTypeAndDistinguishedValue>>*>(
@@ -229,7 +229,7 @@ TEST(real_input_test, StringsOfNames) {
     EXPECT_EQ(tags("Certificate.default_strings.der"), byDefault);
 }
 
-TEST(real_input_test, KeySizes) {
+TEST(RealInputTest, KeySizes) {
     for (const unsigned int bits : {512U, 1024U, 2048U, 4096U, 8192U}) {
         const Certificate certificate = fromFile<Certificate>("Certificate.rsa" + std::to_string(bits) + ".der");
         const MiBitSet& key = tbsOf(certificate).GetSubjectPublicKeyInfo()->GetSubjectPublicKey()->GetData();
@@ -280,7 +280,7 @@ unsigned int knownExtensions(const AsnSequenceOf<Extension>& extensions) {
     return known;
 }
 
-TEST(real_input_test, Extensions) {
+TEST(RealInputTest, Extensions) {
     const Certificate eight = fromFile<Certificate>("Certificate.eight_extensions.der");
     ASSERT_EQ(tbsOf(eight).GetExtensions()->Size(), 8U);
     EXPECT_EQ(knownExtensions(*tbsOf(eight).GetExtensions()), 8U);
@@ -291,7 +291,7 @@ TEST(real_input_test, Extensions) {
     EXPECT_EQ(knownExtensions(*tbsOf(many).GetExtensions()), tbsOf(many).GetExtensions()->Size() - 3);
 }
 
-TEST(real_input_test, GeneralNames) {
+TEST(RealInputTest, GeneralNames) {
     const Certificate many = fromFile<Certificate>("Certificate.many_extensions.der");
     const Bytes value = bytesOf(tbsOf(many).GetExtensions()->Get(1)->GetExtnValue());
     const auto names = goesThrough<AsnSequenceOf<GeneralName>>(value);
@@ -306,7 +306,7 @@ TEST(real_input_test, GeneralNames) {
     EXPECT_NE(text(names).find("registeredID  [8]  IMPLICIT  OBJECT IDENTIFER : 1.2.3.4"), std::string::npos);
 }
 
-TEST(real_input_test, RevokedCertificates) {
+TEST(RealInputTest, RevokedCertificates) {
     const CertificateList list = fromFile<CertificateList>("CertificateList.revoked.der");
     const auto* revoked = list.GetTBSCertificateList()->GetRevokedCertificates();
     ASSERT_NE(revoked, nullptr);
@@ -336,7 +336,7 @@ unsigned int sizeOf(const AsnChoice* choice) {
     return choice == nullptr ? 0 : static_cast<const List*>(choice->Get())->Size();
 }
 
-TEST(real_input_test, SignedMessages) {
+TEST(RealInputTest, SignedMessages) {
     using Certificates = AsnSetOf<ExtendedCertificateOrCertificate>;
     using Signers = AsnSetOf<SignerInfo>;
     const SignedData message = signedDataOf("ContentInfo.signed.der");
@@ -361,7 +361,7 @@ TEST(real_input_test, SignedMessages) {
 }
 
 // openssl writes the certificates of a chain as they come. A set goes out sorted, the shorter certificate first.
-TEST(real_input_test, AChainOutOfOrderIsWrittenInOrder) {
+TEST(RealInputTest, AChainOutOfOrderIsWrittenInOrder) {
     const ContentInfo info = fromFile<ContentInfo>("ContentInfo.unsorted_chain.der");
     SignedData message;
     info.GetContent()->GetDerObject(&message);
@@ -381,7 +381,7 @@ TEST(real_input_test, AChainOutOfOrderIsWrittenInOrder) {
     EXPECT_LT(at(first), at(second));
 }
 
-TEST(real_input_test, EnvelopedMessages) {
+TEST(RealInputTest, EnvelopedMessages) {
     for (const auto& [name, recipients] :
          {std::pair("ContentInfo.enveloped.der", 1U), std::pair("ContentInfo.enveloped_for_two.der", 2U)}) {
         const ContentInfo info = fromFile<ContentInfo>(name);
@@ -391,7 +391,7 @@ TEST(real_input_test, EnvelopedMessages) {
     }
 }
 
-TEST(real_input_test, Requests) {
+TEST(RealInputTest, Requests) {
     const auto plain = fromFile<CertificationRequest>("CertificationRequest.plain.der");
     EXPECT_EQ(plain.GetCertificationRequestInfo()->GetVersion()->GetInteger(), 0);
     EXPECT_EQ(plain.GetCertificationRequestInfo()->GetAttributes()->Size(), 0U);
@@ -404,7 +404,7 @@ TEST(real_input_test, Requests) {
     EXPECT_EQ(knownExtensions(requested), 2U);
 }
 
-TEST(real_input_test, PrivateKeys) {
+TEST(RealInputTest, PrivateKeys) {
     const auto info = fromFile<PrivateKeyInfo>("PrivateKeyInfo.rsa.der");
     const auto key = goesThrough<RSAPrivateKey>(bytesOf(info.GetPrivateKey()));
     EXPECT_TRUE(encode(key) == read("RSAPrivateKey.rsa512.der"));
@@ -414,7 +414,7 @@ TEST(real_input_test, PrivateKeys) {
     EXPECT_EQ(inside<PKCS12PbeParams>(algorithm->GetParameters()).GetIterations()->GetInteger(), 2048);
 }
 
-TEST(real_input_test, Pkcs12Files) {
+TEST(RealInputTest, Pkcs12Files) {
     EXPECT_EQ(fromFile<PFX>("PFX.without_mac.der").GetMacData(), nullptr);
     EXPECT_EQ(fromFile<PFX>("PFX.des3.der").GetMacData()->GetIterations()->GetInteger(), 2048);
     EXPECT_EQ(fromFile<PFX>("PFX.one_iteration.der").GetMacData()->GetIterations(), nullptr);
