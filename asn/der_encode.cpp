@@ -34,11 +34,10 @@ struct Octets {
     void add(unsigned int octet) { bytes[count++] = static_cast<char>(octet); }
 
     void addBase128(unsigned int number) {
-        int shift = 0;
-        for (unsigned int rest = number >> 7; rest != 0; rest >>= 7)
-            shift += 7;
-        for (; shift > 0; shift -= 7)
-            add(kMore | (number >> shift & 0x7F));
+        for (int shift = 28; shift > 0; shift -= 7) {
+            if (number >> shift != 0)
+                add(kMore | (number >> shift & 0x7F));
+        }
         add(number & 0x7F);
     }
 };
