@@ -40,7 +40,7 @@ void given(void* block) {
 }  // namespace
 
 // These stand before the C library's for every library in the process, operator new included.
-// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTBEGIN
 extern "C" {
 void* __libc_malloc(std::size_t size);
 void* __libc_calloc(std::size_t number, std::size_t size);
@@ -62,7 +62,7 @@ void free(void* block) {
     __libc_free(block);
 }
 }
-// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
+// NOLINTEND
 
 namespace {
 
