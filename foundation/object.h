@@ -16,8 +16,8 @@
 // `new (std::nothrow)` gives null instead.
 class VT_API MiObject {
   public:
-    MiObject(const MiObject& other) = default;
-    MiObject& operator=(const MiObject& other) = default;
+    MiObject(const MiObject&) = default;
+    MiObject& operator=(const MiObject&) = default;
     virtual ~MiObject() = default;
 
     // The delete that belongs to it is told the size, since the lists of the pool go by it.
