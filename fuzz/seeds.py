@@ -6,6 +6,7 @@ Run it by hand when a target's input changes its form; what it makes is kept in 
 
 import base64
 import pathlib
+import re
 import subprocess
 import tempfile
 
@@ -86,6 +87,118 @@ def writer_steps():
     yield "grows", step("{") + step("o", text(b"0123456789" * 20, 60)) + step("i", number(1)) + step("}")
 
 
+REAL_FILES = ("Certificate.eight_extensions", "Certificate.multi_valued", "Certificate.from_2050", "CertificateList.delta",
+              "CertificationRequest.attributes", "ContentInfo.certificate", "PFX.without_mac", "PrivateKeyInfo.rsa",
+              "EncryptedPrivateKeyInfo.des3", "RSAPublicKey.rsa512", "RSAPrivateKey.rsa512", "SubjectPublicKeyInfo.ec")
+EXTENSIONS = {"BasicConstraintsSyntax": 19, "NameConstraintsSyntax": 30, "AuthorityKeyIdentifier": 35,
+              "PolicyConstraintsSyntax": 36, "GeneralName": 17, "DistributionPoint": 31, "PolicyInformation": 32}
+LISTS = ("GeneralName", "DistributionPoint", "PolicyInformation")  # of which a seed is the first item
+PRIMITIVES = ("BOOLEAN:true", "INTEGER:-129", "FORMAT:BITLIST,BITSTRING:0,1,5,10", "FORMAT:HEX,OCTETSTRING:DEADBEEF", "NULL",
+              "OID:1.2.840.113549.1.9.1", "ENUMERATED:300", "FORMAT:UTF8,UTF8:\u00e9a\u20ac", "NUMERIC:1 2", "PRINTABLE:DE",
+              "T61:t", "IA5:a@b", "UTC:231231235959Z", "GENTIME:20231231235959Z", "VISIBLE:v", "UNIV:u", "BMP:b")
+
+
+def schema_classes():
+    """Their names in the order of the registry."""
+    tables = (HERE.parent / "schema").glob("*.asn1")
+    return sorted(name for table in tables for name in re.findall(r"^(\w+) ::=", table.read_text(), re.MULTILINE))
+
+
+def extension_value(certificate, number):
+    """What stands in the OCTET STRING behind the identifier 2.5.29.number; lengths are below 128."""
+    at = certificate.index(bytes([6, 3, 0x55, 0x1D, number])) + 5
+    if certificate[at] == 1:
+        at += 3
+    size = certificate[at + 1]
+    assert certificate[at] == 4 and size < 128
+    return certificate[at + 2:at + 2 + size]
+
+
+def schema_seeds():
+    data = HERE.parent / "tests" / "schema" / "data"
+    for name in REAL_FILES:
+        yield name.split(".")[0], name.replace(".", "_"), (data / (name + ".der")).read_bytes()
+    many = (data / "Certificate.many_extensions.der").read_bytes()
+    eight = (data / "Certificate.eight_extensions.der").read_bytes()
+    for name, number in EXTENSIONS.items():
+        for certificate in (many, eight):
+            try:
+                value = extension_value(certificate, number)
+            except (ValueError, AssertionError):
+                continue
+            yield name, name, value[2:2 + 2 + value[3]] if name in LISTS else value
+            break
+
+
+def primitive_seeds():
+    for kind, text in enumerate(PRIMITIVES):
+        element = openssl("asn1parse", "-genstr", text, "-noout", "-out", "/dev/stdout")
+        yield re.search(r"(\w+)(:|$)", text.replace("FORMAT:", "")).group(1).lower(), bytes([kind, 0, 0]) + element
+    yield "whole", bytes([1, 3, 1]) + bytes.fromhex("02820002FF7F")
+    yield "content", bytes([3, 3, 2]) + bytes.fromhex("0403010203")
+    yield "sequence_of", bytes([17, 0, 0]) + bytes.fromhex("3007020105020200FF")
+    yield "set_of", bytes([18, 0, 0]) + bytes.fromhex("3107040102040200FF")
+    yield "instance_of", bytes([19, 1, 0]) + bytes.fromhex("280B06032A0304A004040201 02".replace(" ", ""))
+
+
+def rsa_block_seeds():
+    """The kind of key and operation, then the block that the raw operation shall give."""
+    for size, k in ((0, 12), (1, 16), (2, 20)):
+        for type_, operation in ((1, 0), (2, 0x80)):
+            filler = b"\xff" if type_ == 1 else b"\x01"
+            yield f"type{type_}_{k}", bytes([size | operation, 0, type_]) + filler * 8 + b"\0" + b"d" * (k - 11)
+            yield f"type{type_}_{k}_empty", bytes([size | operation, 0, type_]) + filler * (k - 3) + b"\0"
+    yield "short_filler", bytes([1, 0, 1]) + b"\xff" * 7 + b"\0" + b"d" * 6
+    yield "not_below", bytes([2]) + b"\xff" * 20
+    yield "data", bytes([0x82]) + b"d" * 9
+
+
+def cipher_seeds():
+    """Form of the loops, cipher, key length, key, initial value, effective bits, rounds and their kin, message."""
+    for cipher, (name, least, length) in enumerate((("des", 8, 8), ("des3", 24, 24), ("rc2", 1, 16), ("rc5", 0, 16))):
+        for form, size in ((0, 0), (1, 8), (2, 45), (3, 400)):
+            key, iv = bytes(range(length)), bytes(range(100, 108))
+            message = bytes(i * 7 % 256 for i in range(size))
+            yield f"{name}_{size}", bytes([form, cipher, length - least]) + key + iv + bytes([26, 4, 12, 8]) + message
+
+
+def mpi_seeds():
+    """Numbers that strain an estimate: limbs of zeros and ones, top limbs of one bit, neighbours, and shared factors."""
+    def numbers(*values):
+        seed = b""
+        for value in values:
+            data = value.to_bytes((value.bit_length() + 7) // 8, "big")
+            if len(data) >= 0x80:
+                data = data.rjust((len(data) + 7) // 8 * 8, b"\0")
+            seed += bytes([len(data) if len(data) < 0x80 else 0x7F + len(data) // 8]) + data
+        return seed
+
+    ones, bit = lambda limbs: (1 << 32 * limbs) - 1, lambda k: 1 << k
+    prime = (1 << 521) - 1
+    yield "mpi_divmod", "ones", numbers(ones(9), ones(4))
+    yield "mpi_divmod", "top_bit", numbers(bit(400) - 1, bit(127))
+    yield "mpi_divmod", "neighbours", numbers(bit(256) - 1, bit(256) + 1)
+    yield "mpi_divmod", "holes", numbers(ones(2) << 128 | ones(1), ones(1) << 96 | 1)
+    yield "mpi_divmod", "zero", numbers(ones(3), 0)
+    yield "mpi_divmod", "full", numbers(ones(256), bit(4096) - 3)
+    yield "mpi_inverse", "prime", b"\x01" + numbers(prime, bit(300) + 7)
+    yield "mpi_inverse", "even", b"\x20" + numbers(bit(200), ones(5))
+    yield "mpi_inverse", "shared", b"\x02" + numbers(15 * ones(3), 6 * bit(64))
+    yield "mpi_inverse", "fibonacci", b"\x10" + numbers(fibonacci(700), fibonacci(699))
+    yield "mpi_modexp", "prime", numbers(bit(200) + 5, prime, 65537, ones(2))
+    yield "mpi_modexp", "even", numbers(3, bit(96) + 2, 9, 4)
+    yield "mpi_modexp", "ones", numbers(ones(4), ones(5), ones(1), bit(31))
+    yield "mpi_modexp", "small", numbers(2, 9, 3, 0)
+
+
+def fibonacci(n):
+    """Euclid's algorithm takes the most steps for neighbours of this sequence."""
+    a, b = 0, 1
+    for _ in range(n):
+        a, b = b, a + b
+    return a
+
+
 def main():
     with tempfile.TemporaryDirectory() as scratch:
         der = made_by_openssl(pathlib.Path(scratch))
@@ -118,11 +231,25 @@ def main():
         save("subject", name, text.encode())
     save("subject", "bad_utf8", b"CN=\xff\xc3,O=\xed\xa0\x80")
 
+    classes = schema_classes()
+    for name, file, data in schema_seeds():
+        save("asn_decode", file, bytes([classes.index(name)]) + data)
+    for name, data in primitive_seeds():
+        save("asn_values", name, data)
+    for name, data in cipher_seeds():
+        save("cipher_final", name, data)
+
+    for name, data in rsa_block_seeds():
+        save("rsa_block", name, data)
+
     save("answer", "certificate", der["certificate"])
     save("answer", "chain", der["chain"])
     save("answer", "every_kind", der["every_kind"])
     save("certificate", "self_signed", der["certificate"])
     save("certificate", "name", der["certificate"][der["certificate"].index(bytes.fromhex("310b3009060355040613024445")) - 2:])
+
+    for target, name, seed in mpi_seeds():
+        save(target, name, seed)
 
 
 if __name__ == "__main__":

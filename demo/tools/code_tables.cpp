@@ -1,5 +1,5 @@
-// Writes what people read about the codes of the script methods, from the one list of them: docs/error-codes.md for the
-// support desk, and demo/page/codes.js, from which the enrolment page explains a code that comes back.
+// Writes what people read about codes, from the lists of them: docs/error-codes.md for the support desk, and
+// demo/page/codes.js, from which the enrolment page explains a code that comes back.
 //
 //   code_tables <error-codes.md> <codes.js>           writes both
 //   code_tables --check <error-codes.md> <codes.js>   compares both with the list, and fails if one is out of date
@@ -43,6 +43,38 @@ constexpr Code kCodes[] = {
 #undef VT_CODE
 };
 
+// A code of the engine, without the form of its text that programs see.
+struct EngineCode {
+    std::int32_t value;
+    std::string_view constant;
+    std::string_view text;
+    std::string_view raised;
+    std::string_view cause;
+    std::string_view remedy;
+};
+
+constexpr EngineCode kEngineCodes[] = {
+#define VT_ENGINE_CODE(value, constant, utf8, gbk, raised, cause, remedy) \
+    {value, #constant, utf8, raised, cause, remedy},
+#define VT_ENGINE_CODE_WITHOUT_TEXT(value, constant, raised, cause, remedy) \
+    {value, #constant, "-", raised, cause, remedy},
+#define VT_RSA_CODE(value, constant, text, raised, remedy)
+#include "crypto/codes.def"
+#undef VT_ENGINE_CODE
+#undef VT_ENGINE_CODE_WITHOUT_TEXT
+#undef VT_RSA_CODE
+};
+
+constexpr EngineCode kRsaCodes[] = {
+#define VT_ENGINE_CODE(value, constant, utf8, gbk, raised, cause, remedy)
+#define VT_ENGINE_CODE_WITHOUT_TEXT(value, constant, raised, cause, remedy)
+#define VT_RSA_CODE(value, constant, text, raised, remedy) {value, #constant, text, raised, "", remedy},
+#include "crypto/codes.def"
+#undef VT_ENGINE_CODE
+#undef VT_ENGINE_CODE_WITHOUT_TEXT
+#undef VT_RSA_CODE
+};
+
 // The three codes outside the scheme, 0, 1 and -333, belong to no single operation.
 constexpr std::int32_t kNoOperation = 0;
 
@@ -71,7 +103,7 @@ std::string markdownCell(std::string_view text) {
 }
 
 void writeMarkdownGroup(std::ostream& out, std::int32_t operation, std::string_view title) {
-    out << "\n## " << capitalised(title) << "\n\n"
+    out << "\n### " << capitalised(title) << "\n\n"
         << "| Code | Name | What happened | The usual cause | What to do |\n"
         << "|---|---|---|---|---|\n";
     for (const Code& code : kCodes) {
@@ -82,10 +114,34 @@ void writeMarkdownGroup(std::ostream& out, std::int32_t operation, std::string_v
     }
 }
 
+void writeEngineCodes(std::ostream& out) {
+    out << "\n## Crypto engine\n\n"
+           "What the operations of the engine and the token layer give. A positive number is what a PKCS#11 module "
+           "answered. The text is what the library's table holds for programs, in GBK; it ends at -21.\n\n"
+           "| Code | Name | Text | Raised when | The usual cause | What to do |\n"
+           "|---|---|---|---|---|---|\n";
+    for (const EngineCode& code : kEngineCodes) {
+        out << "| " << code.value << " | `" << code.constant << "` | " << code.text << " | "
+            << markdownCell(capitalised(code.raised)) << " | " << markdownCell(code.cause) << " | "
+            << markdownCell(code.remedy) << " |\n";
+    }
+    out << "\n## RSA core\n\n"
+           "What the block functions and the generator give. Of these only -103 and -106 come through to the "
+           "operations; there -104 and -105 are -12, and -101 is -11.\n\n"
+           "| Code | Name | Text | Raised when | What to do |\n"
+           "|---|---|---|---|---|\n";
+    for (const EngineCode& code : kRsaCodes) {
+        out << "| " << code.value << " | `" << code.constant << "` | " << code.text << " | "
+            << markdownCell(capitalised(code.raised)) << " | " << markdownCell(code.remedy) << " |\n";
+    }
+}
+
 std::string markdown() {
     std::ostringstream out;
     out << "# Error codes\n\n"
-           "Made by `code_tables` from `enrol/codes.def`; edit that file and run `code_tables`.\n\n"
+           "Made by `code_tables` from `enrol/codes.def` and `crypto/codes.def`; edit those files and run "
+           "`code_tables`.\n\n"
+           "## The script methods\n\n"
            "A script method of the plug-in gives 0 for success or one of these numbers. Methods that give text "
            "(`genP10`, `genP10_exp_withdn`, `listCSP`) give an empty text on failure, and the page cannot ask for the "
            "number behind it: it can only name the likely ones. A number is 22,000,000 + 10,000 × operation + reason. "
@@ -101,6 +157,7 @@ std::string markdown() {
         title << operation.name << " (" << std::setw(2) << std::setfill('0') << operation.number << ")";
         writeMarkdownGroup(out, operation.number, title.str());
     }
+    writeEngineCodes(out);
     return out.str();
 }
 
@@ -154,7 +211,7 @@ bool isCurrent(const char* path, const std::string& content) {
     if (found == content) {
         return true;
     }
-    std::cerr << path << " is not what enrol/codes.def says; run code_tables\n";
+    std::cerr << path << " is not what the lists of codes say; run code_tables\n";
     return false;
 }
 

@@ -1,0 +1,377 @@
+#include "crypto/des_rounds.h"
+
+#include <utility>
+
+#include "crypto/block_kernels.h"
+#include "crypto/cbc.h"
+#include "crypto/words.h"
+
+namespace crypto {
+namespace {
+
+// The boxes S1 to S8: four rows of sixteen.
+constexpr std::uint8_t kS[8][64] = {{14, 4,  13, 1, 2,  15, 11, 8,  3,  10, 6,  12, 5,  9,  0, 7,  //
+                                     0,  15, 7,  4, 14, 2,  13, 1,  10, 6,  12, 11, 9,  5,  3, 8,  //
+                                     4,  1,  14, 8, 13, 6,  2,  11, 15, 12, 9,  7,  3,  10, 5, 0,  //
+                                     15, 12, 8,  2, 4,  9,  1,  7,  5,  11, 3,  14, 10, 0,  6, 13},
+                                    {15, 1,  8,  14, 6,  11, 3,  4,  9,  7, 2,  13, 12, 0, 5,  10,  //
+                                     3,  13, 4,  7,  15, 2,  8,  14, 12, 0, 1,  10, 6,  9, 11, 5,   //
+                                     0,  14, 7,  11, 10, 4,  13, 1,  5,  8, 12, 6,  9,  3, 2,  15,  //
+                                     13, 8,  10, 1,  3,  15, 4,  2,  11, 6, 7,  12, 0,  5, 14, 9},
+                                    {10, 0,  9,  14, 6, 3,  15, 5,  1,  13, 12, 7,  11, 4,  2,  8,  //
+                                     13, 7,  0,  9,  3, 4,  6,  10, 2,  8,  5,  14, 12, 11, 15, 1,  //
+                                     13, 6,  4,  9,  8, 15, 3,  0,  11, 1,  2,  12, 5,  10, 14, 7,  //
+                                     1,  10, 13, 0,  6, 9,  8,  7,  4,  15, 14, 3,  11, 5,  2,  12},
+                                    {7,  13, 14, 3, 0,  6,  9,  10, 1,  2, 8, 5,  11, 12, 4,  15,  //
+                                     13, 8,  11, 5, 6,  15, 0,  3,  4,  7, 2, 12, 1,  10, 14, 9,   //
+                                     10, 6,  9,  0, 12, 11, 7,  13, 15, 1, 3, 14, 5,  2,  8,  4,   //
+                                     3,  15, 0,  6, 10, 1,  13, 8,  9,  4, 5, 11, 12, 7,  2,  14},
+                                    {2,  12, 4,  1,  7,  10, 11, 6,  8,  5,  3,  15, 13, 0, 14, 9,   //
+                                     14, 11, 2,  12, 4,  7,  13, 1,  5,  0,  15, 10, 3,  9, 8,  6,   //
+                                     4,  2,  1,  11, 10, 13, 7,  8,  15, 9,  12, 5,  6,  3, 0,  14,  //
+                                     11, 8,  12, 7,  1,  14, 2,  13, 6,  15, 0,  9,  10, 4, 5,  3},
+                                    {12, 1,  10, 15, 9, 2,  6,  8,  0,  13, 3,  4,  14, 7,  5,  11,  //
+                                     10, 15, 4,  2,  7, 12, 9,  5,  6,  1,  13, 14, 0,  11, 3,  8,   //
+                                     9,  14, 15, 5,  2, 8,  12, 3,  7,  0,  4,  10, 1,  13, 11, 6,   //
+                                     4,  3,  2,  12, 9, 5,  15, 10, 11, 14, 1,  7,  6,  0,  8,  13},
+                                    {4,  11, 2,  14, 15, 0, 8,  13, 3,  12, 9, 7,  5,  10, 6, 1,  //
+                                     13, 0,  11, 7,  4,  9, 1,  10, 14, 3,  5, 12, 2,  15, 8, 6,  //
+                                     1,  4,  11, 13, 12, 3, 7,  14, 10, 15, 6, 8,  0,  5,  9, 2,  //
+                                     6,  11, 13, 8,  1,  4, 10, 7,  9,  5,  0, 15, 14, 2,  3, 12},
+                                    {13, 2,  8,  4, 6,  15, 11, 1,  10, 9,  3,  14, 5,  0,  12, 7,  //
+                                     1,  15, 13, 8, 10, 3,  7,  4,  12, 5,  6,  11, 0,  14, 9,  2,  //
+                                     7,  11, 4,  1, 9,  12, 14, 2,  0,  6,  10, 13, 15, 3,  5,  8,  //
+                                     2,  1,  14, 7, 4,  10, 8,  13, 15, 12, 9,  0,  3,  5,  6,  11}};
+
+// P and the two permutations of the key: the n-th bit of the result is the bit of that number.
+constexpr std::uint8_t kP[32] = {16, 7, 20, 21, 29, 12, 28, 17, 1,  15, 23, 26, 5,  18, 31, 10,
+                                 2,  8, 24, 14, 32, 27, 3,  9,  19, 13, 30, 6,  22, 11, 4,  25};
+constexpr std::uint8_t kPermutedChoice2[48] = {14, 17, 11, 24, 1,  5,  3,  28, 15, 6,  21, 10, 23, 19, 12, 4,
+                                               26, 8,  16, 7,  27, 20, 13, 2,  41, 52, 31, 37, 47, 55, 30, 40,
+                                               51, 45, 33, 48, 44, 49, 39, 56, 34, 53, 46, 42, 50, 36, 29, 32};
+constexpr std::uint8_t kKeyShifts[16] = {1, 1, 2, 2, 2, 2, 2, 2, 1, 2, 2, 2, 2, 2, 2, 1};
+
+constexpr std::uint32_t kGroups = 0x3F3F3F3F;
+
+// byteOf: the byte in which the group of a box (1 to 8) lies, 0 to 3 in the first word and 4 to 7 in the second.
+constexpr unsigned byteOf(unsigned box) {
+    return box % 2 == 0 ? (8 - box) / 2 : 4 + (7 - box) / 2;
+}
+
+// expanded: both words of X, the first below the second.
+constexpr std::uint64_t expanded(std::uint32_t x) {
+    return (x & kGroups) | static_cast<std::uint64_t>(rotateRight(x, 4) & kGroups) << 32;
+}
+
+// substituted: what P makes of the output of a box for one group, rotated left by 1.
+constexpr std::uint32_t substituted(unsigned box, unsigned group) {
+    const unsigned row = (group >> 4 & 2) | (group & 1);
+    const unsigned column = group >> 1 & 15;
+    const std::uint32_t before = static_cast<std::uint32_t>(kS[box - 1][row * 16 + column]) << (32 - 4 * box);
+    std::uint32_t after = 0;
+    for (unsigned bit = 0; bit < 32; ++bit)
+        after |= (before >> (32 - kP[bit]) & 1) << (31 - bit);
+    return rotateLeft(after, 1);
+}
+
+// The boxes and P combined, for plain rounds in X and for wide rounds expanded. A row for each byte, lowest first.
+struct Boxes {
+    alignas(64) std::uint32_t plain[8][64];
+    alignas(64) std::uint64_t wide[8][64];
+};
+
+constexpr Boxes makeBoxes() {
+    Boxes boxes{};
+    for (unsigned box = 1; box <= 8; ++box) {
+        for (unsigned group = 0; group < 64; ++group) {
+            boxes.plain[byteOf(box)][group] = substituted(box, group);
+            boxes.wide[byteOf(box)][group] = expanded(substituted(box, group));
+        }
+    }
+    return boxes;
+}
+constexpr Boxes kBoxes = makeBoxes();
+
+// The second permuted choice by pieces of seven bits, four of C and then four of D, most significant first: what each
+// piece gives to a subkey, as both words of the pair.
+struct ChoicePieces {
+    std::uint64_t rows[8][128];
+};
+
+constexpr ChoicePieces makeChoicePieces() {
+    ChoicePieces pieces{};
+    for (unsigned bit = 0; bit < 48; ++bit) {
+        const unsigned from = kPermutedChoice2[bit] - 1U;
+        const unsigned to = 8 * byteOf(bit / 6 + 1) + 5 - bit % 6;
+        for (unsigned value = 0; value < 128; ++value)
+            pieces.rows[from / 7][value] |= static_cast<std::uint64_t>(value >> (6 - from % 7) & 1) << to;
+    }
+    return pieces;
+}
+constexpr ChoicePieces kChoicePieces = makeChoicePieces();
+
+// transposed turns the 8 by 8 bits about their main diagonal (H. S. Warren, Hacker's Delight, 7-3).
+constexpr std::uint64_t transposed(std::uint64_t bits) {
+    std::uint64_t moved = (bits ^ bits >> 7) & 0x00AA00AA00AA00AA;
+    bits ^= moved ^ moved << 7;
+    moved = (bits ^ bits >> 14) & 0x0000CCCC0000CCCC;
+    bits ^= moved ^ moved << 14;
+    moved = (bits ^ bits >> 28) & 0x00000000F0F0F0F0;
+    return bits ^ moved ^ moved << 28;
+}
+
+// rotateKeyHalf: 28 bits to the left.
+constexpr std::uint32_t rotateKeyHalf(std::uint32_t half, unsigned count) {
+    return (half << count | half >> (28 - count)) & 0x0FFFFFFF;
+}
+
+std::uint64_t choice2(std::uint32_t c, std::uint32_t d) {
+    const auto& rows = kChoicePieces.rows;
+    return rows[0][c >> 21] ^ rows[1][c >> 14 & 127] ^ rows[2][c >> 7 & 127] ^ rows[3][c & 127] ^  //
+           rows[4][d >> 21] ^ rows[5][d >> 14 & 127] ^ rows[6][d >> 7 & 127] ^ rows[7][d & 127];
+}
+
+// exchange swaps the bits of b under the mask with those of a that lie shift places above them.
+inline void exchange(std::uint32_t& a, std::uint32_t& b, unsigned shift, std::uint32_t mask) {
+    const std::uint32_t moved = (a >> shift ^ b) & mask;
+    b ^= moved;
+    a ^= moved << shift;
+}
+
+struct Words {
+    std::uint32_t left;
+    std::uint32_t right;
+};
+
+inline Words initialPermutation(Words words) {
+    exchange(words.left, words.right, 4, 0x0F0F0F0F);
+    exchange(words.left, words.right, 16, 0x0000FFFF);
+    exchange(words.right, words.left, 2, 0x33333333);
+    exchange(words.right, words.left, 8, 0x00FF00FF);
+    exchange(words.left, words.right, 1, 0x55555555);
+    return words;
+}
+
+inline Words finalPermutation(Words words) {
+    exchange(words.left, words.right, 1, 0x55555555);
+    exchange(words.right, words.left, 8, 0x00FF00FF);
+    exchange(words.right, words.left, 2, 0x33333333);
+    exchange(words.left, words.right, 16, 0x0000FFFF);
+    exchange(words.left, words.right, 4, 0x0F0F0F0F);
+    return words;
+}
+
+// A block after IP.
+template <class Half>
+struct Halves {
+    Half left;
+    Half right;
+};
+
+// Plain rounds: a half is X.
+struct Plain {
+    using Half = std::uint32_t;
+    static constexpr std::size_t kTogether = 2;
+
+    struct Keys {
+        const std::uint32_t* pairs;
+
+        explicit Keys(const std::uint32_t (&subkeys)[32]) : pairs(subkeys) {}
+    };
+
+    static Half enter(std::uint32_t word) { return rotateLeft(word, 1); }
+    static std::uint32_t leave(Half half) { return rotateRight(half, 1); }
+
+    static Half mixed(Half half, const std::uint32_t* pair) {
+        const auto& rows = kBoxes.plain;
+        const std::uint32_t even = half ^ pair[0];
+        const std::uint32_t odd = rotateRight(half, 4) ^ pair[1];
+        const std::uint32_t first = rows[0][even & 63] ^ rows[1][even >> 8 & 63];
+        const std::uint32_t second = rows[2][even >> 16 & 63] ^ rows[3][even >> 24 & 63];
+        const std::uint32_t third = rows[4][odd & 63] ^ rows[5][odd >> 8 & 63];
+        const std::uint32_t fourth = rows[6][odd >> 16 & 63] ^ rows[7][odd >> 24 & 63];
+        return together(first ^ second) ^ together(third ^ fourth);
+    }
+
+    template <std::size_t Count>
+    static void twoRounds(Halves<Half> (&blocks)[Count], const Keys& keys, std::size_t number) {
+        for (Halves<Half>& block : blocks)
+            block.left ^= mixed(block.right, keys.pairs + 2 * number);
+        for (Halves<Half>& block : blocks)
+            block.right ^= mixed(block.left, keys.pairs + 2 * number + 2);
+    }
+
+    // keyed: plain rounds put the key in when they come to it.
+    static Halves<Half> keyed(const Halves<Half>& block, const Keys& /*keys*/) { return block; }
+};
+
+// Wide rounds: a half is expanded, and has the key of the round that will look it up put in before, off the path on
+// which one round waits for another.
+struct Wide {
+    using Half = std::uint64_t;
+    static constexpr std::size_t kTogether = 3;
+
+    // The keys of the first two rounds; then for each round what takes its key out again and puts in that of the round
+    // after the next, of which the last two are none.
+    struct Keys {
+        std::uint64_t first[2];
+        std::uint64_t next[16];
+
+        explicit Keys(const std::uint32_t (&subkeys)[32]) {
+            std::uint64_t keys[18] = {};
+            for (std::size_t i = 0; i < 16; ++i)
+                keys[i] = subkeys[2 * i] | static_cast<std::uint64_t>(subkeys[2 * i + 1]) << 32;
+            first[0] = keys[0];
+            first[1] = keys[1];
+            for (std::size_t i = 0; i < 16; ++i)
+                next[i] = keys[i] ^ keys[i + 2];
+        }
+    };
+
+    static Half enter(std::uint32_t word) { return expanded(rotateLeft(word, 1)); }
+
+    static std::uint32_t leave(Half half) {
+        const auto even = static_cast<std::uint32_t>(half);
+        const auto odd = static_cast<std::uint32_t>(half >> 32);
+        return rotateRight(even | (rotateLeft(odd, 4) & ~kGroups), 1);
+    }
+
+    // mixed: what is ready first is added first.
+    static Half mixed(Half other, Half groups) {
+        const auto& rows = kBoxes.wide;
+        const std::uint64_t first =
+            together(other ^ rows[0][groups & 255]) ^ together(rows[1][groups >> 8 & 255] ^ rows[7][groups >> 56]);
+        const std::uint64_t second = together(rows[2][groups >> 16 & 255] ^ rows[3][groups >> 24 & 255]) ^
+                                     together(rows[4][groups >> 32 & 255] ^ rows[5][groups >> 40 & 255]);
+        return together(together(first) ^ rows[6][groups >> 48 & 255]) ^ together(second);
+    }
+
+    template <std::size_t Count>
+    static void twoRounds(Halves<Half> (&blocks)[Count], const Keys& keys, std::size_t number) {
+        for (Halves<Half>& block : blocks) {
+            block.left = mixed(block.left, block.right);
+            block.right ^= keys.next[number];
+        }
+        for (Halves<Half>& block : blocks) {
+            block.right = mixed(block.right, block.left);
+            block.left ^= keys.next[number + 1];
+        }
+    }
+
+    static Halves<Half> keyed(const Halves<Half>& block, const Keys& keys) {
+        return {block.left ^ keys.first[1], block.right ^ keys.first[0]};
+    }
+};
+
+// The sixteen rounds, unrolled, side by side for a number of blocks. The halves change places at the end.
+template <class Form, std::size_t Count, std::size_t... Pairs>
+inline void runRounds(Halves<typename Form::Half> (&blocks)[Count], const typename Form::Keys& keys,
+                      std::index_sequence<Pairs...> /*pairs*/) {
+    for (auto& block : blocks)
+        block = Form::keyed(block, keys);
+    (Form::twoRounds(blocks, keys, 2 * Pairs), ...);
+    for (auto& block : blocks)
+        std::swap(block.left, block.right);
+}
+
+template <class Form, std::size_t Count>
+inline void runRounds(Halves<typename Form::Half> (&blocks)[Count], const typename Form::Keys& keys) {
+    runRounds<Form>(blocks, keys, std::make_index_sequence<8>());
+}
+
+// What the two ciphers have in common for cbc.h: permuted blocks.
+template <class Form>
+struct Permuted {
+    using Block = Halves<typename Form::Half>;
+    static constexpr std::size_t kTogether = Form::kTogether;
+
+    static Block enter(Words words) {
+        const Words permuted = initialPermutation(words);
+        return {Form::enter(permuted.left), Form::enter(permuted.right)};
+    }
+    static Words leave(const Block& block) {
+        return finalPermutation({Form::leave(block.left), Form::leave(block.right)});
+    }
+    static Block load(const std::uint8_t* bytes) { return enter({loadBigEndian(bytes), loadBigEndian(bytes + 4)}); }
+    static void store(const Block& block, std::uint8_t* bytes) {
+        const Words words = leave(block);
+        storeBigEndian(words.left, bytes);
+        storeBigEndian(words.right, bytes + 4);
+    }
+    static Block join(const Block& a, const Block& b) { return {a.left ^ b.left, a.right ^ b.right}; }
+};
+
+template <class Form>
+struct One : Permuted<Form> {
+    typename Form::Keys keys;
+
+    explicit One(const DES_CTX& context) : keys(context.subkeys) {}
+
+    template <std::size_t Count>
+    void crypt(Halves<typename Form::Half> (&blocks)[Count]) const {
+        runRounds<Form>(blocks, keys);
+    }
+};
+
+// Between stages FP and IP cancel out.
+template <class Form>
+struct Three : Permuted<Form> {
+    typename Form::Keys stages[3];
+
+    explicit Three(const DES3_CTX& context)
+        : stages{typename Form::Keys(context.subkeys1), typename Form::Keys(context.subkeys2),
+                 typename Form::Keys(context.subkeys3)} {}
+
+    template <std::size_t Count>
+    void crypt(Halves<typename Form::Half> (&blocks)[Count]) const {
+        for (const typename Form::Keys& stage : stages)
+            runRounds<Form>(blocks, stage);
+    }
+};
+
+template <class Core, class Context>
+void encrypt(Context& context, const std::uint8_t* input, std::uint8_t* output, std::size_t blocks) {
+    typename Core::Block chain = Core::enter({context.chain[0], context.chain[1]});
+    cbc::encryptChain(Core(context), chain, input, output, blocks);
+    const Words words = Core::leave(chain);
+    context.chain[0] = words.left;
+    context.chain[1] = words.right;
+}
+
+template <class Core, class Context>
+void decrypt(Context& context, const std::uint8_t* input, std::uint8_t* output, std::size_t blocks) {
+    typename Core::Block chain = Core::enter({context.chain[0], context.chain[1]});
+    cbc::decryptChain(Core(context), chain, input, output, blocks);
+    const Words words = Core::leave(chain);
+    context.chain[0] = words.left;
+    context.chain[1] = words.right;
+}
+
+}  // namespace
+
+void desSchedule(const std::uint8_t* key, bool encrypting, std::uint32_t (&subkeys)[32]) {
+    // The first permuted choice reads the key by columns, its last byte first: C is the columns 1, 2, 3 and half of 4,
+    // D is 7, 6, 5 and the other half. Column 8, the parity, is left out.
+    std::uint64_t bits = 0;
+    for (unsigned i = 8; i-- > 0;)
+        bits = bits << 8 | key[i];
+    const std::uint64_t columns = transposed(bits);
+    auto c = static_cast<std::uint32_t>(columns >> 36);
+    auto d = static_cast<std::uint32_t>((columns >> 8 & 0xFF) << 20 | (columns >> 16 & 0xFF) << 12 |
+                                        (columns >> 24 & 0xFF) << 4 | (columns >> 32 & 0x0F));
+    for (unsigned round = 0; round < 16; ++round) {
+        c = rotateKeyHalf(c, kKeyShifts[round]);
+        d = rotateKeyHalf(d, kKeyShifts[round]);
+        const std::uint64_t subkey = choice2(c, d);
+        std::uint32_t* const pair = subkeys + 2 * (encrypting ? round : 15 - round);
+        pair[0] = static_cast<std::uint32_t>(subkey);
+        pair[1] = static_cast<std::uint32_t>(subkey >> 32);
+    }
+}
+
+const CbcLoops<DES_CTX> kPlainDes = {encrypt<One<Plain>>, decrypt<One<Plain>>};
+const CbcLoops<DES_CTX> kWideDes = {encrypt<One<Wide>>, decrypt<One<Wide>>};
+const CbcLoops<DES3_CTX> kPlainDes3 = {encrypt<Three<Plain>>, decrypt<Three<Plain>>};
+const CbcLoops<DES3_CTX> kWideDes3 = {encrypt<Three<Wide>>, decrypt<Three<Wide>>};
+
+}  // namespace crypto

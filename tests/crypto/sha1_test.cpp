@@ -1,0 +1,93 @@
+#include "crypto/sha1.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+
+#include "crypto/absorb.h"
+#include "tests/crypto/digests.h"
+
+namespace {
+
+using digests::Bytes;
+using digests::bytesOf;
+using digests::hex;
+using digests::kSha1;
+
+// RFC 3174, section 7.3, and FIPS 180-1, appendix A.
+TEST(Sha1Test, GivesThePublishedDigests) {
+    std::string eighty;
+    for (int i = 0; i < 80; ++i)
+        eighty += "01234567";
+    const std::pair<std::string, const char*> known[] = {
+        {"abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
+        {"abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq", "84983e441c3bd26ebaae4aa1f95129e5e54670f1"},
+        {std::string(1000000, 'a'), "34aa973cd4c4daa4f61eeb2bdbad27316534016f"},
+        {eighty, "dea356a2cddd90c7a7ecedc5ebb563934f460452"},
+    };
+    for (const auto& [text, digest] : known)
+        EXPECT_EQ(digestOf(kSha1, bytesOf(text)), hex(digest)) << text.substr(0, 80);
+}
+
+TEST(Sha1Test, NoUpdateIsTheEmptyMessage) {
+    SHA1_CTX context = begun(kSha1);
+    EXPECT_EQ(ended(kSha1, context), hex("da39a3ee5e6b4b0d3255bfef95601890afd80709"));
+}
+
+TEST(Sha1Test, GivesTheDigestsOfAnotherProgram) {
+    expectDigestsOfOtherPrograms(kSha1);
+}
+
+TEST(Sha1Test, EveryCutGivesTheSameDigest) {
+    expectEveryCut(kSha1);
+}
+
+TEST(Sha1Test, AWholeBlockLeavesTheBufferEmpty) {
+    expectAWholeBlockLeavesTheBufferEmpty(kSha1);
+}
+
+TEST(Sha1Test, BitsAreCountedAndCarried) {
+    SHA1_CTX context = begun(kSha1);
+    absorb(kSha1, context, Bytes(3));
+    EXPECT_EQ(context.bitsLow, 24U);
+    EXPECT_EQ(context.bitsHigh, 0U);
+    context.bitsLow = 0xFFFFFE00;
+    absorb(kSha1, context, Bytes(63));
+    EXPECT_EQ(context.bitsLow, 0xFFFFFFF8U);
+    EXPECT_EQ(context.bitsHigh, 0U);
+    absorb(kSha1, context, Bytes(2));
+    EXPECT_EQ(context.bitsLow, 8U);
+    EXPECT_EQ(context.bitsHigh, 1U);
+}
+
+// Half a gigabyte and more in one update, by the counter alone.
+TEST(Sha1Test, TheHighWordTakesTheUpperBitsOfALength) {
+    const struct {
+        std::uint32_t length, low, high;
+    } kKnown[] = {{0x1FFFFFFF, 0xFFFFFFF8, 0}, {0x20000000, 0, 1}, {0x20000001, 8, 1}, {0xFFFFFFFF, 0xFFFFFFF8, 7}};
+    for (const auto& known : kKnown) {
+        std::uint32_t low = 0;
+        std::uint32_t high = 0;
+        crypto::countBits(low, high, known.length);
+        EXPECT_EQ(low, known.low);
+        EXPECT_EQ(high, known.high);
+        crypto::countBits(low, high, known.length);
+        const std::uint64_t twice = std::uint64_t{known.length} * 16;
+        EXPECT_EQ(std::uint64_t{high} << 32 | low, twice);
+    }
+}
+
+TEST(Sha1Test, BothWordsOfTheLengthArePadded) {
+    expectLongMessages(kSha1);
+}
+
+TEST(Sha1Test, WithoutAnOutputTheDigestCanBeContinued) {
+    expectQueryLeavesTheDigest(kSha1);
+}
+
+TEST(Sha1Test, TheFinalWipesTheContext) {
+    expectFinalWipesTheContext(kSha1);
+}
+
+}  // namespace
