@@ -365,7 +365,7 @@ void desSchedule(const std::uint8_t* key, bool encrypting, std::uint32_t (&subke
     auto c = static_cast<std::uint32_t>(columns >> 36);
     auto d = static_cast<std::uint32_t>((columns >> 8 & 0xFF) << 20 | (columns >> 16 & 0xFF) << 12 |
                                         (columns >> 24 & 0xFF) << 4 | (columns >> 32 & 0x0F));
-    for (unsigned round = 0; round < 16; ++round) {
+    for (std::size_t round = 0; round < 16; ++round) {
         c = rotateKeyHalf(c, kKeyShifts[round]);
         d = rotateKeyHalf(d, kKeyShifts[round]);
         const std::uint64_t subkey = choice2(c, d);
