@@ -51,8 +51,13 @@ void Montgomery::leave(std::uint32_t* r, const std::uint32_t* x) const {
     kernels_.reduce(t, n_, limbs_, low(nPrime_));
     if (compareLimbs(t + limbs_, n_, limbs_) >= 0)
         subLimbs(t + limbs_, t + limbs_, n_, limbs_);
-    copyLimbs(r + 1, t + limbs_, limbs_);
-    trim(r, limbs_);
+    store(r, t + limbs_);
+}
+
+void Montgomery::store(std::uint32_t* r, const std::uint32_t* x) const {
+    const int count = significant(x, limbs_);
+    copyLimbs(r + 1, x, count);
+    setLimbs(r, count);
 }
 
 void Montgomery::multiplyWord(std::uint32_t* r, std::uint32_t w) const {

@@ -250,6 +250,10 @@ class Sieve {
     std::uint16_t zeros_;
 };
 
+bool isTabled(const std::uint32_t* x) {
+    return limbsOf(x) == 1 && x[1] <= kLastPrime;
+}
+
 // findSmallPrime raises x by 2 until it is in the table, from the range's start again at its end.
 void findSmallPrime(std::uint32_t* x, const Range& range, int bits) {
     for (;;) {
@@ -282,7 +286,7 @@ void MPI_FindPrime(std::uint32_t* x, int bits) {
     const Range range(bits);
     range.fit(x);
     x[1] |= 1;
-    if (limbsOf(x) == 1 && x[1] <= kLastPrime) {
+    if (isTabled(x)) {
         findSmallPrime(x, range, bits);
         return;
     }
@@ -292,10 +296,14 @@ void MPI_FindPrime(std::uint32_t* x, int bits) {
         range.raise(x, kStep);
         if (range.holds(x)) {
             sieve.step();
-        } else {
-            range.fit(x);
-            sieve.restart(x);
+            continue;
         }
+        range.fit(x);
+        if (isTabled(x)) {  // of 14 bits: from here the sieve would skip every prime, for ever
+            findSmallPrime(x, range, bits);
+            return;
+        }
+        sieve.restart(x);
     }
 }
 
