@@ -64,7 +64,7 @@ void rc4(const Job& job, const Bytes& in, Bytes& out) {
 template <class Context>
 bench::Run digest(DigestInit init, DigestUpdate update, DigestFinal final) {
     return [=](const Job& /*job*/, const Bytes& in, Bytes& out) {
-        Context context{};
+        Context context;
         std::uint32_t length = 0;
         init(&context);
         update(&context, in.data(), sizeOf(in));

@@ -42,19 +42,17 @@ inline void countBits(std::uint32_t& low, std::uint32_t& high, std::uint32_t len
     high += (low < bits ? 1U : 0U) + (length >> 29);
 }
 
-// pad ends a message in the buffer, which holds held bytes: 0x80, zeros, and the eight bytes of the length at the end
-// of a block, which is another one when 56 bytes or more are held.
-template <class Compress>
-void pad(std::uint8_t (&buffer)[64], std::size_t held, const std::uint8_t (&length)[8], Compress compress) {
-    constexpr std::size_t kLengthAt = 56;
-    buffer[held++] = 0x80;
-    std::memset(buffer + held, 0, sizeof buffer - held);
-    if (held > kLengthAt) {
-        compress(buffer, std::size_t{1});
-        std::memset(buffer, 0, kLengthAt);
-    }
-    std::memcpy(buffer + kLengthAt, length, sizeof length);
-    compress(buffer, std::size_t{1});
+// pad ends a message of which the buffer holds the last held bytes: 0x80, zeros, and the length at the end of a block,
+// which is a second one when 56 bytes or more are held. store(place) writes the eight bytes of the length.
+template <class Store, class Compress>
+void pad(const std::uint8_t (&buffer)[64], std::size_t held, Store store, Compress compress) {
+    std::uint8_t blocks[128] = {};
+    const std::size_t count = held < 56 ? 1 : 2;
+    if (held != 0)
+        std::memcpy(blocks, buffer, held);
+    blocks[held] = 0x80;
+    store(blocks + 64 * count - 8);
+    compress(blocks, count);
 }
 
 }  // namespace crypto

@@ -168,15 +168,6 @@ struct Halves {
     Half right;
 };
 
-// together hides a sum from the compiler, which would otherwise add the terms one after the other.
-template <class Word>
-inline Word together(Word sum) {
-#ifdef __GNUC__
-    __asm__("" : "+r"(sum));
-#endif
-    return sum;
-}
-
 // Plain rounds: a half is X.
 struct Plain {
     using Half = std::uint32_t;
@@ -325,18 +316,16 @@ struct One : Permuted<Form> {
 // Between stages FP and IP cancel out.
 template <class Form>
 struct Three : Permuted<Form> {
-    typename Form::Keys first;
-    typename Form::Keys second;
-    typename Form::Keys third;
+    typename Form::Keys stages[3];
 
     explicit Three(const DES3_CTX& context)
-        : first(context.subkeys1), second(context.subkeys2), third(context.subkeys3) {}
+        : stages{typename Form::Keys(context.subkeys1), typename Form::Keys(context.subkeys2),
+                 typename Form::Keys(context.subkeys3)} {}
 
     template <std::size_t Count>
     void crypt(Halves<typename Form::Half> (&blocks)[Count]) const {
-        runRounds<Form>(blocks, first);
-        runRounds<Form>(blocks, second);
-        runRounds<Form>(blocks, third);
+        for (const typename Form::Keys& stage : stages)
+            runRounds<Form>(blocks, stage);
     }
 };
 

@@ -151,11 +151,13 @@ int MD5_Final(void* context, std::uint8_t* output, std::uint32_t* outputLength) 
     if (output == nullptr)
         return crypto::kSuccess;
     auto& md5 = *static_cast<MD5_CTX*>(context);
-    std::uint8_t bits[8];
-    crypto::storeLittleEndian(md5.bitsLow, bits);
-    crypto::storeLittleEndian(md5.bitsHigh, bits + 4);
-    crypto::pad(md5.buffer, heldBytes(md5), bits,
-                [&md5](const std::uint8_t* whole, std::size_t blocks) { compress(md5, whole, blocks); });
+    crypto::pad(
+        md5.buffer, heldBytes(md5),
+        [&md5](std::uint8_t* place) {
+            crypto::storeLittleEndian(md5.bitsLow, place);
+            crypto::storeLittleEndian(md5.bitsHigh, place + 4);
+        },
+        [&md5](const std::uint8_t* blocks, std::size_t count) { compress(md5, blocks, count); });
     for (std::size_t i = 0; i < 4; ++i)
         crypto::storeLittleEndian(md5.state[i], output + 4 * i);
     std::memset(&md5, 0, sizeof md5);

@@ -45,7 +45,7 @@ inline void deciphered(Words (&blocks)[Count], const std::uint32_t* keys, std::i
 
 struct Core {
     using Block = Words;
-    static constexpr std::size_t kTogether = 4;
+    static constexpr std::size_t kTogether = 3;
 
     static Words load(const std::uint8_t* bytes) { return {loadLittleEndian(bytes), loadLittleEndian(bytes + 4)}; }
     static void store(const Words& words, std::uint8_t* bytes) {
@@ -137,8 +137,8 @@ void expand(const std::uint8_t* key, std::uint32_t length, std::int32_t rounds, 
     std::uint32_t j = 0;
     // What does not wait for the step before is added first.
     for (std::uint32_t steps = 3 * std::max(wordCount, subkeyCount); steps != 0; --steps) {
-        a = subkeys[i] = crypto::rotateLeft((subkeys[i] + a) + b, 3);
-        b = words[j] = crypto::rotateLeft((words[j] + b) + a, a + b);
+        a = subkeys[i] = crypto::rotateLeft(crypto::together(subkeys[i] + a) + b, 3);
+        b = words[j] = crypto::rotateLeft(crypto::together(words[j] + b) + a, a + b);
         i = i + 1 == subkeyCount ? 0 : i + 1;
         j = j + 1 == wordCount ? 0 : j + 1;
     }

@@ -108,11 +108,13 @@ int SHA1_Final(void* context, std::uint8_t* output, std::uint32_t* outputLength)
     if (output == nullptr)
         return crypto::kSuccess;
     auto& sha1 = *static_cast<SHA1_CTX*>(context);
-    std::uint8_t bits[8];
-    crypto::storeBigEndian(sha1.bitsHigh, bits);
-    crypto::storeBigEndian(sha1.bitsLow, bits + 4);
-    crypto::pad(sha1.buffer, heldBytes(sha1), bits,
-                [&sha1](const std::uint8_t* whole, std::size_t blocks) { compress(sha1, whole, blocks); });
+    crypto::pad(
+        sha1.buffer, heldBytes(sha1),
+        [&sha1](std::uint8_t* place) {
+            crypto::storeBigEndian(sha1.bitsHigh, place);
+            crypto::storeBigEndian(sha1.bitsLow, place + 4);
+        },
+        [&sha1](const std::uint8_t* blocks, std::size_t count) { compress(sha1, blocks, count); });
     for (std::size_t i = 0; i < 5; ++i)
         crypto::storeBigEndian(sha1.state[i], output + 4 * i);
     std::memset(&sha1, 0, sizeof sha1);

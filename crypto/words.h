@@ -39,6 +39,16 @@ constexpr std::uint32_t rotateRight(std::uint32_t word, std::uint32_t count) {
     return word >> (count & 31) | word << (-count & 31);
 }
 
+// together hides a sum from the compiler, which would otherwise add the terms of a longer sum in an order of its own,
+// and those that come late not last.
+template <class Word>
+inline Word together(Word sum) {
+#ifdef __GNUC__
+    __asm__("" : "+r"(sum));
+#endif
+    return sum;
+}
+
 }  // namespace crypto
 
 #endif

@@ -6,6 +6,7 @@ Run it by hand when a target's input changes its form; what it makes is kept in 
 
 import base64
 import pathlib
+import re
 import subprocess
 import tempfile
 
@@ -86,6 +87,60 @@ def writer_steps():
     yield "grows", step("{") + step("o", text(b"0123456789" * 20, 60)) + step("i", number(1)) + step("}")
 
 
+REAL_FILES = ("Certificate.eight_extensions", "Certificate.multi_valued", "Certificate.from_2050", "CertificateList.delta",
+              "CertificationRequest.attributes", "ContentInfo.certificate", "PFX.without_mac", "PrivateKeyInfo.rsa",
+              "EncryptedPrivateKeyInfo.des3", "RSAPublicKey.rsa512", "RSAPrivateKey.rsa512", "SubjectPublicKeyInfo.ec")
+EXTENSIONS = {"BasicConstraintsSyntax": 19, "NameConstraintsSyntax": 30, "AuthorityKeyIdentifier": 35,
+              "PolicyConstraintsSyntax": 36, "GeneralName": 17, "DistributionPoint": 31, "PolicyInformation": 32}
+LISTS = ("GeneralName", "DistributionPoint", "PolicyInformation")  # of which a seed is the first item
+PRIMITIVES = ("BOOLEAN:true", "INTEGER:-129", "FORMAT:BITLIST,BITSTRING:0,1,5,10", "FORMAT:HEX,OCTETSTRING:DEADBEEF", "NULL",
+              "OID:1.2.840.113549.1.9.1", "ENUMERATED:300", "FORMAT:UTF8,UTF8:\u00e9a\u20ac", "NUMERIC:1 2", "PRINTABLE:DE",
+              "T61:t", "IA5:a@b", "UTC:231231235959Z", "GENTIME:20231231235959Z", "VISIBLE:v", "UNIV:u", "BMP:b")
+
+
+def schema_classes():
+    """Their names in the order of the registry."""
+    tables = (HERE.parent / "schema").glob("*.asn1")
+    return sorted(name for table in tables for name in re.findall(r"^(\w+) ::=", table.read_text(), re.MULTILINE))
+
+
+def extension_value(certificate, number):
+    """What stands in the OCTET STRING behind the identifier 2.5.29.number; lengths are below 128."""
+    at = certificate.index(bytes([6, 3, 0x55, 0x1D, number])) + 5
+    if certificate[at] == 1:
+        at += 3
+    size = certificate[at + 1]
+    assert certificate[at] == 4 and size < 128
+    return certificate[at + 2:at + 2 + size]
+
+
+def schema_seeds():
+    data = HERE.parent / "tests" / "schema" / "data"
+    for name in REAL_FILES:
+        yield name.split(".")[0], name.replace(".", "_"), (data / (name + ".der")).read_bytes()
+    many = (data / "Certificate.many_extensions.der").read_bytes()
+    eight = (data / "Certificate.eight_extensions.der").read_bytes()
+    for name, number in EXTENSIONS.items():
+        for certificate in (many, eight):
+            try:
+                value = extension_value(certificate, number)
+            except (ValueError, AssertionError):
+                continue
+            yield name, name, value[2:2 + 2 + value[3]] if name in LISTS else value
+            break
+
+
+def primitive_seeds():
+    for kind, text in enumerate(PRIMITIVES):
+        element = openssl("asn1parse", "-genstr", text, "-noout", "-out", "/dev/stdout")
+        yield re.search(r"(\w+)(:|$)", text.replace("FORMAT:", "")).group(1).lower(), bytes([kind, 0, 0]) + element
+    yield "whole", bytes([1, 3, 1]) + bytes.fromhex("02820002FF7F")
+    yield "content", bytes([3, 3, 2]) + bytes.fromhex("0403010203")
+    yield "sequence_of", bytes([17, 0, 0]) + bytes.fromhex("3007020105020200FF")
+    yield "set_of", bytes([18, 0, 0]) + bytes.fromhex("3107040102040200FF")
+    yield "instance_of", bytes([19, 1, 0]) + bytes.fromhex("280B06032A0304A004040201 02".replace(" ", ""))
+
+
 def rsa_block_seeds():
     """The kind of key and operation, then the block that the raw operation shall give."""
     for size, k in ((0, 12), (1, 16), (2, 20)):
@@ -139,6 +194,11 @@ def main():
         save("subject", name, text.encode())
     save("subject", "bad_utf8", b"CN=\xff\xc3,O=\xed\xa0\x80")
 
+    classes = schema_classes()
+    for name, file, data in schema_seeds():
+        save("asn_decode", file, bytes([classes.index(name)]) + data)
+    for name, data in primitive_seeds():
+        save("asn_values", name, data)
     for name, data in cipher_seeds():
         save("cipher_final", name, data)
 

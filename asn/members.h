@@ -1,0 +1,40 @@
+// What sequences and sets, and partly choices, do with their named members. `elements` is their list, null until the
+// first member exists.
+#ifndef VT_ASN_MEMBERS_H
+#define VT_ASN_MEMBERS_H
+
+#include "asn/list.h"
+
+class AsnObject;
+struct AsnMember;
+
+namespace AsnMembers {
+
+// MiInvalidArgumentExp for null and for an element without a name.
+void RequireNamed(const AsnObject* e);
+
+void Add(AsnList*& elements, const AsnObject* e);
+void Insert(AsnList*& elements, unsigned int index, const AsnObject* e);
+void Replace(AsnList* elements, unsigned int index, const AsnObject* e);
+void Replace(AsnList* elements, const char* name, const AsnObject* e);
+void Delete(AsnList* elements, unsigned int index);
+void Delete(AsnList* elements, const char* name);
+
+// MiInvalidArgumentExp without a list or with a null name; MiOutOfRangeExp for the index; null for an unknown name.
+AsnObject* Find(const AsnList* elements, unsigned int index);
+AsnObject* Find(const AsnList* elements, const char* name);
+
+// The member, which has taken the value and is present.
+AsnObject* Set(const AsnList* elements, const char* name, const AsnObject* value);
+
+// Clones of all members in place of those in `to`; no list for no members.
+void Copy(AsnList*& to, const AsnList* from);
+
+bool EqualContents(const AsnList* a, const AsnList* b);
+
+// A new list of the members of a schema.
+AsnList* Make(const AsnMember* members, unsigned int count);
+
+}  // namespace AsnMembers
+
+#endif

@@ -1,0 +1,190 @@
+// AsnSetOf<T>: SET OF, any number of values of one type.
+//
+// T is a concrete value with a default constructor. The library exports the instances that the schema has. A decode
+// makes new items, each with its full schema. The encoding is sorted, the items are not.
+#ifndef VT_ASN_SET_OF_H
+#define VT_ASN_SET_OF_H
+
+#include "asn/list_codec.h"
+#include "asn/member.h"
+#include "asn/ostream.h"
+
+template <class T>
+class AsnSetOf : public AsnObject {
+  public:
+    AsnSetOf();
+    // Copies clone all items and start without a component mode.
+    AsnSetOf(const AsnSetOf& other);
+    AsnSetOf& operator=(const AsnSetOf& other);
+    ~AsnSetOf() override;
+
+    bool operator==(const AsnSetOf& other) const;
+    bool operator!=(const AsnSetOf& other) const;
+
+    unsigned int Size() const;
+    bool Empty() const;
+    // An item, which the list keeps. MiOutOfRangeExp at or past Size().
+    T* Get(unsigned int index);
+    const T* Get(unsigned int index) const;
+    // Appends a clone.
+    void AddElement(const T& item);
+    void ClearAllElements();
+
+    // The byte mode (object.h) that a decode gives to each item.
+    void OnComponentByte();
+    void OnComponentContentByte();
+    void OffComponentByte();
+    void OffComponentContentByte();
+    ASN_BYTE_TYPE GetComponentByteType() const;
+
+    // Deletes all items; those of other, if given, are cloned.
+    void Reset(const AsnObject* other) override;
+    bool EqualsContent(const AsnObject* other) const override;
+    unsigned int Encode(AsnEncode& enc, MiByteBuffer& out, unsigned int offset) const override;
+    unsigned int EncodeContent(AsnEncode& enc, MiByteBuffer& out, unsigned int offset) const override;
+    unsigned int Decode(AsnDecode& dec, const MiByte& in, unsigned int offset) override;
+    unsigned int DecodeContent(AsnDecode& dec, const MiByte& in, unsigned int offset, unsigned int length) override;
+    AsnObject* Clone() const override;
+    void ToOstream(std::basic_ostream<char>& os, unsigned int level) const override;
+
+  protected:
+    AsnList items;  // all of them T
+    ASN_BYTE_TYPE componentByteType = ASN_NO_BYTE;
+};
+
+// Outside the class, since what is inline would not be exported.
+
+template <class T>
+AsnSetOf<T>::AsnSetOf() {
+    asnTag.tagForm = ASN_CONSTRUCTED;
+    asnTag.tagNumber = 17;
+}
+
+template <class T>
+AsnSetOf<T>::AsnSetOf(const AsnSetOf& other) : AsnObject(other), items(other.items) {}
+
+template <class T>
+AsnSetOf<T>& AsnSetOf<T>::operator=(const AsnSetOf& other) {
+    if (this == &other)
+        return *this;
+    SetAsnBaseData(&other);
+    items = other.items;
+    componentByteType = ASN_NO_BYTE;
+    return *this;
+}
+
+template <class T>
+AsnSetOf<T>::~AsnSetOf() = default;
+
+template <class T>
+bool AsnSetOf<T>::operator==(const AsnSetOf& other) const {
+    return AsnSetOf::EqualsContent(&other);
+}
+
+template <class T>
+bool AsnSetOf<T>::operator!=(const AsnSetOf& other) const {
+    return !AsnSetOf::EqualsContent(&other);
+}
+
+template <class T>
+unsigned int AsnSetOf<T>::Size() const {
+    return items.Size();
+}
+
+template <class T>
+bool AsnSetOf<T>::Empty() const {
+    return items.Size() == 0;
+}
+
+template <class T>
+T* AsnSetOf<T>::Get(unsigned int index) {
+    return static_cast<T*>(AsnListCodec::At(items, index));
+}
+
+template <class T>
+const T* AsnSetOf<T>::Get(unsigned int index) const {
+    return static_cast<const T*>(AsnListCodec::At(items, index));
+}
+
+template <class T>
+void AsnSetOf<T>::AddElement(const T& item) {
+    items.Append(item.Clone());
+}
+
+template <class T>
+void AsnSetOf<T>::ClearAllElements() {
+    items.Clear();
+}
+
+template <class T>
+void AsnSetOf<T>::OnComponentByte() {
+    componentByteType = ASN_WHOLE_BYTE;
+}
+
+template <class T>
+void AsnSetOf<T>::OnComponentContentByte() {
+    componentByteType = ASN_CONTENT_BYTE;
+}
+
+template <class T>
+void AsnSetOf<T>::OffComponentByte() {
+    componentByteType = ASN_NO_BYTE;
+}
+
+template <class T>
+void AsnSetOf<T>::OffComponentContentByte() {
+    componentByteType = ASN_NO_BYTE;
+}
+
+template <class T>
+AsnObject::ASN_BYTE_TYPE AsnSetOf<T>::GetComponentByteType() const {
+    return componentByteType;
+}
+
+template <class T>
+void AsnSetOf<T>::Reset(const AsnObject* other) {
+    if (other == nullptr)
+        items.Clear();
+    else if (other != this)
+        items = static_cast<const AsnSetOf*>(other)->items;
+}
+
+template <class T>
+bool AsnSetOf<T>::EqualsContent(const AsnObject* other) const {
+    if (other == this)
+        return true;
+    const auto* that = dynamic_cast<const AsnSetOf*>(other);
+    return that != nullptr && AsnListCodec::EqualInAnyOrder(items, that->items);
+}
+
+template <class T>
+unsigned int AsnSetOf<T>::Encode(AsnEncode& enc, MiByteBuffer& out, unsigned int offset) const {
+    return AsnListCodec::Encode(*this, enc, out, offset);
+}
+
+template <class T>
+unsigned int AsnSetOf<T>::EncodeContent(AsnEncode& enc, MiByteBuffer& out, unsigned int offset) const {
+    return AsnListCodec::EncodeSorted(*this, items, enc, out, offset);
+}
+
+template <class T>
+unsigned int AsnSetOf<T>::Decode(AsnDecode& dec, const MiByte& in, unsigned int offset) {
+    return AsnListCodec::Decode(*this, dec, in, offset);
+}
+
+template <class T>
+unsigned int AsnSetOf<T>::DecodeContent(AsnDecode& dec, const MiByte& in, unsigned int offset, unsigned int length) {
+    return AsnListCodec::DecodeContent(*this, items, AsnMake<T>, componentByteType, dec, in, offset, length);
+}
+
+template <class T>
+AsnObject* AsnSetOf<T>::Clone() const {
+    return new AsnSetOf(*this);
+}
+
+template <class T>
+void AsnSetOf<T>::ToOstream(std::basic_ostream<char>& os, unsigned int level) const {
+    AsnOstream::DoVisitList(*this, items, "SET OF ", os, level);
+}
+
+#endif

@@ -1,0 +1,242 @@
+#include "tools/vtprint/input.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cerrno>
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <string_view>
+
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#endif
+
+namespace vtprint {
+
+namespace {
+
+constexpr std::size_t kMostBytes = std::size_t{256} << 20;
+constexpr std::string_view kBegin = "-----BEGIN ";
+constexpr std::string_view kEnd = "-----END ";
+constexpr std::string_view kDashes = "-----";
+constexpr std::string_view kBlanks = " \t\r\n\v\f";
+
+struct CloseFile {
+    void operator()(std::FILE* file) const {
+        if (file != stdin)
+            std::fclose(file);
+    }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+File openInput(const std::string& name) {
+    if (name != "-")
+        return File(std::fopen(name.c_str(), "rb"));
+#if defined(_WIN32)
+    _setmode(_fileno(stdin), _O_BINARY);
+#endif
+    return File(stdin);
+}
+
+std::string trimmed(std::string_view text) {
+    const std::size_t first = text.find_first_not_of(kBlanks);
+    if (first == std::string_view::npos)
+        return {};
+    return std::string(text.substr(first, text.find_last_not_of(kBlanks) - first + 1));
+}
+
+bool startsWith(std::string_view text, std::string_view with) {
+    return text.substr(0, with.size()) == with;
+}
+
+// The label of a line "-----BEGIN label-----", or of one with END; empty for any other line.
+std::string labelOf(const std::string& line, std::string_view start) {
+    if (line.size() < start.size() + kDashes.size() || !startsWith(line, start) ||
+        line.compare(line.size() - kDashes.size(), kDashes.size(), kDashes) != 0)
+        return {};
+    return line.substr(start.size(), line.size() - start.size() - kDashes.size());
+}
+
+int base64Value(char c) {
+    constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    const std::size_t value = kAlphabet.find(c);
+    return value == std::string_view::npos ? -1 : static_cast<int>(value);
+}
+
+// Base64 that comes piece by piece.
+class Base64 {
+  public:
+    // False for a character that has no place here. Blanks are skipped.
+    bool add(std::string_view text) {
+        return std::all_of(text.begin(), text.end(), [this](char c) { return addOne(c); });
+    }
+
+    bool complete() const { return count % 4 == 0; }
+    const std::string& bytes() const { return out; }
+
+  private:
+    bool addOne(char c) {
+        if (c != 0 && kBlanks.find(c) != std::string_view::npos)
+            return true;
+        const int value = base64Value(c);
+        const bool padding = c == '=' && (count % 4 == 3 || (count % 4 == 2));
+        if (padded ? !(c == '=' && count % 4 == 3) : value < 0 && !padding)
+            return false;
+        padded = padded || padding;
+        group = group << 6 | static_cast<std::uint32_t>(padding ? 0 : value);
+        pads += padding ? 1 : 0;
+        if (++count % 4 == 0)
+            flush();
+        return true;
+    }
+
+    void flush() {
+        for (unsigned i = 0; i < 3 - pads; ++i)
+            out += static_cast<char>(group >> (16 - 8 * i));
+        group = 0;
+    }
+
+    std::string out;
+    std::uint32_t group = 0;
+    std::size_t count = 0;  // of characters, padding too
+    unsigned pads = 0;
+    bool padded = false;
+};
+
+class Lines {
+  public:
+    explicit Lines(const std::string& input) : text(input) {}
+
+    // The next line without blanks at its ends; false behind the last one.
+    bool next(std::string& line) {
+        if (at >= text.size())
+            return false;
+        const std::size_t end = std::min(text.find('\n', at), text.size());
+        line = trimmed(std::string_view(text).substr(at, end - at));
+        at = end + 1;
+        ++count;
+        return true;
+    }
+
+    std::size_t number() const { return count; }
+
+  private:
+    const std::string& text;
+    std::size_t at = 0;
+    std::size_t count = 0;
+};
+
+InputError errorAt(std::size_t line, const std::string& what) {
+    return InputError("line " + std::to_string(line) + ": " + what);
+}
+
+// The rest of a block whose first line has been read.
+Block readBlock(Lines& lines, const std::string& label) {
+    Block block;
+    block.label = label;
+    block.line = lines.number();
+    Base64 base64;
+    std::string line;
+    while (lines.next(line)) {
+        const std::string end = labelOf(line, kEnd);
+        if (!end.empty()) {
+            if (end != label)
+                throw errorAt(lines.number(), "the block \"" + label + "\" ends as \"" + end + "\"");
+            if (!base64.complete())
+                throw errorAt(lines.number(), "the base64 of the block \"" + label + "\" is cut short");
+            block.der = base64.bytes();
+            return block;
+        }
+        if (!labelOf(line, kBegin).empty())
+            break;
+        if (startsWith(line, "Proc-Type:") && line.find("ENCRYPTED") != std::string::npos)
+            throw errorAt(lines.number(), "the block \"" + label + "\" is encrypted");
+        if (line.find(':') != std::string::npos)
+            continue;  // a header, such as those of a key bag
+        if (!base64.add(line))
+            throw errorAt(lines.number(), "no base64");
+    }
+    throw errorAt(block.line, "the block \"" + label + "\" has no end");
+}
+
+std::vector<Block> findPem(const std::string& input) {
+    std::vector<Block> blocks;
+    Lines lines(input);
+    std::string line;
+    while (lines.next(line)) {
+        const std::string label = labelOf(line, kBegin);
+        if (!label.empty())
+            blocks.push_back(readBlock(lines, label));
+    }
+    return blocks;
+}
+
+bool isOneElement(const std::string& input) {
+    try {
+        return elementLength(input) == input.size();
+    } catch (const InputError&) {
+        return false;
+    }
+}
+
+}  // namespace
+
+std::string readInput(const std::string& file) {
+    const File input = openInput(file);
+    if (input == nullptr)
+        throw InputError(std::strerror(errno));
+    std::string bytes;
+    std::vector<char> piece(1 << 16);
+    std::size_t n = 0;
+    while ((n = std::fread(piece.data(), 1, piece.size(), input.get())) > 0) {
+        if (bytes.size() + n > kMostBytes)
+            throw InputError("larger than " + std::to_string(kMostBytes >> 20) + " MiB");
+        bytes.append(piece.data(), n);
+    }
+    if (std::ferror(input.get()) != 0)
+        throw InputError(std::strerror(errno));
+    return bytes;
+}
+
+std::vector<Block> findBlocks(const std::string& input) {
+    if (input.empty())
+        throw InputError("empty");
+    if (!startsWith(input, "-") && isOneElement(input))
+        return {Block{input, {}, 0}};
+    std::vector<Block> blocks = findPem(input);
+    if (!blocks.empty())
+        return blocks;
+    Base64 base64;
+    if (base64.add(input) && base64.complete() && !base64.bytes().empty())
+        return {Block{base64.bytes(), {}, 0}};
+    return {Block{input, {}, 0}};
+}
+
+std::size_t elementLength(const std::string& der) {
+    const auto byteAt = [&](std::size_t i) {
+        if (i >= der.size())
+            throw InputError("cut short in the first tag and length");
+        return static_cast<unsigned char>(der[i]);
+    };
+    std::size_t at = 0;
+    if ((byteAt(at++) & 0x1F) == 0x1F) {
+        while ((byteAt(at++) & 0x80) != 0) {
+        }
+    }
+    const unsigned first = byteAt(at++);
+    if (first < 0x80)
+        return at + first;
+    if (first == 0x80)
+        throw InputError("of indefinite length, which is BER and not DER");
+    if (first - 0x80 > 4)
+        throw InputError("not DER: a length of " + std::to_string(first - 0x80) + " bytes");
+    std::uint64_t length = 0;
+    for (unsigned i = 0; i < first - 0x80; ++i)
+        length = length << 8 | byteAt(at++);
+    return static_cast<std::size_t>(std::min<std::uint64_t>(length + at, SIZE_MAX));
+}
+
+}  // namespace vtprint

@@ -1,0 +1,38 @@
+// What a file holds: DER, PEM with any text around it, or base64 alone.
+#ifndef VT_TOOLS_VTPRINT_INPUT_H
+#define VT_TOOLS_VTPRINT_INPUT_H
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace vtprint {
+
+// Something that is wrong with the input, in words for the user.
+class InputError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+// One piece of DER, and where it was found.
+struct Block {
+    std::string der;
+    std::string label;     // of PEM: "CERTIFICATE"; empty otherwise
+    std::size_t line = 0;  // of the label, from 1
+};
+
+// The bytes of a file, of standard input for "-". InputError for one that cannot be read or is larger than 256 MiB.
+std::string readInput(const std::string& file);
+
+// The blocks of a file in their order, at least one. InputError for no bytes at all, a PEM block that does not end, has
+// headers that say that it is encrypted, or holds what is not base64.
+std::vector<Block> findBlocks(const std::string& input);
+
+// The length of the first element of DER as its header tells it, which may be more than there is. InputError where
+// there is no whole header, or one that is not DER.
+std::size_t elementLength(const std::string& der);
+
+}  // namespace vtprint
+
+#endif
