@@ -146,6 +146,32 @@ TEST(TablesTest, AFreshValueHasNothing) {
     forEachType(aFreshValueHasNothing);
 }
 
+// The operations of an object in the order of its virtual table. The destructor has two entries, so slot n of the
+// others is entry n + 1.
+constexpr std::size_t kClone = 8 + 1;
+constexpr std::size_t kSetupElements = 10 + 1;
+
+bool sameEntry(const AsnObject& a, const AsnObject& b, std::size_t entry) {
+    const auto table = [](const AsnObject& value) { return *reinterpret_cast<void* const* const*>(&value); };
+    return table(a)[entry] == table(b)[entry];
+}
+
+void onlyTwoOperationsAreReplaced(const Type& type) {
+    const Value value = table::make(type);
+    const AsnSequence sequence;
+    const AsnSet set;
+    const AsnChoice choice;
+    const AsnContainer container;
+    const AsnObject* const bases[] = {&sequence, &set, &choice, &container};
+    const AsnObject& base = *bases[static_cast<std::size_t>(type.base)];
+    const std::size_t entries = type.base == Base::Wrapper ? kSetupElements : kSetupElements + 1;
+    for (std::size_t entry = 2; entry < entries; ++entry)
+        EXPECT_EQ(sameEntry(*value, base, entry), entry != kClone && entry != kSetupElements) << entry;
+}
+TEST(TablesTest, OnlyCloneAndSetupElementsAreReplaced) {
+    forEachType(onlyTwoOperationsAreReplaced);
+}
+
 // Each accessor alone, on a fresh value.
 void accessorsReachTheirMember(const Type& type) {
     for (unsigned int i = 0; i < type.members.size(); ++i) {
