@@ -14,7 +14,7 @@ inline support::Bytes encode(const AsnObject& value) {
     MiByteBuffer out;
     const unsigned int length = value.DerEncode(out, 0);
     const char* chars = out.GetChars();
-    return support::Bytes(chars, chars + length);
+    return {chars, chars + length};
 }
 
 // The number of bytes that the value took.
