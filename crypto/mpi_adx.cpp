@@ -173,35 +173,91 @@ template <int Count, int Row = 1>
     }
 }
 
+// The same for a full column in one piece: word p of the sum is register p mod 8, and each row brings in two words
+// more.
+#define VT_PAIR(i, lower, upper) \
+    "mulx 8*" #i                 \
+    "(%[a]), %[lo], %[hi]\n\t"   \
+    "adcx %[lo], %[w" #lower     \
+    "]\n\t"                      \
+    "adox %[hi], %[w" #upper "]\n\t"
+#define VT_TRIANGLE_ROW(row, given, done, first, second, pairs)                                                     \
+    "mov 8*" #row "(%[a]), %%rdx\n\txor %k[w" #first "], %k[w" #first                                               \
+    "]\n\t"                                                                                                         \
+    "xor %k[w" #second "], %k[w" #second "]\n\t" given(row, done) pairs "mov $0, %k[lo]\n\tadcx %[lo], %[w" #second \
+                                                                        "]\n\tmov %[w" #done "], 8*" #row "(%[t])\n\t"
+#define VT_GIVEN_NONE(row, done)
+#define VT_GIVEN(row, done) "adox 8*" #row "(%[t]), %[w" #done "]\n\t"
+#define VT_TRIANGLE(given)                                                                                  \
+    VT_TRIANGLE_ROW(1, given, 1, 1, 2, VT_PAIR(0, 1, 2))                                                    \
+    VT_TRIANGLE_ROW(2, given, 2, 3, 4, VT_PAIR(0, 2, 3) VT_PAIR(1, 3, 4))                                   \
+    VT_TRIANGLE_ROW(3, given, 3, 5, 6, VT_PAIR(0, 3, 4) VT_PAIR(1, 4, 5) VT_PAIR(2, 5, 6))                  \
+    VT_TRIANGLE_ROW(4, given, 4, 7, 0, VT_PAIR(0, 4, 5) VT_PAIR(1, 5, 6) VT_PAIR(2, 6, 7) VT_PAIR(3, 7, 0)) \
+    VT_TRIANGLE_ROW(5, given, 5, 1, 2,                                                                      \
+                    VT_PAIR(0, 5, 6) VT_PAIR(1, 6, 7) VT_PAIR(2, 7, 0) VT_PAIR(3, 0, 1) VT_PAIR(4, 1, 2))   \
+    VT_TRIANGLE_ROW(6, given, 6, 3, 4,                                                                      \
+                    VT_PAIR(0, 6, 7) VT_PAIR(1, 7, 0) VT_PAIR(2, 0, 1) VT_PAIR(3, 1, 2) VT_PAIR(4, 2, 3)    \
+                        VT_PAIR(5, 3, 4))                                                                   \
+    VT_TRIANGLE_ROW(7, given, 7, 5, 6,                                                                      \
+                    VT_PAIR(0, 7, 0) VT_PAIR(1, 0, 1) VT_PAIR(2, 1, 2) VT_PAIR(3, 2, 3) VT_PAIR(4, 3, 4)    \
+                        VT_PAIR(5, 4, 5) VT_PAIR(6, 5, 6))                                                  \
+    "xor %k[w7], %k[w7]"
+#define VT_FULL_TRIANGLE(given)                                    \
+    Word lo;                                                       \
+    Word hi;                                                       \
+    __asm__ volatile(VT_TRIANGLE(given)                            \
+                     : VT_WINDOW_8, [lo] "=&r"(lo), [hi] "=&r"(hi) \
+                     : [a] "r"(a), [t] "r"(t)                      \
+                     : "rdx", "cc", "memory")
+// storeTriangle is for a t that holds nothing yet.
+VT_BARE void storeTriangle(Word* w, std::uint32_t* t, const std::uint32_t* a) {
+    VT_FULL_TRIANGLE(VT_GIVEN_NONE);
+}
+VT_BARE void addTriangle(Word* w, std::uint32_t* t, const std::uint32_t* a) {
+    VT_FULL_TRIANGLE(VT_GIVEN);
+}
+
 // doubleAndAddSquares: r = 2 r + the squares of the words of a, two words of r each.
+#define VT_DOUBLE(at)              \
+    "mov 8*" #at                   \
+    "(%[a]), %%rdx\n\t"            \
+    "mulx %%rdx, %[lo], %[hi]\n\t" \
+    "mov 16*" #at                  \
+    "(%[r]), %[lower]\n\t"         \
+    "mov 16*" #at                  \
+    "+8(%[r]), %[upper]\n\t"       \
+    "adcx %[lower], %[lower]\n\t"  \
+    "adox %[lo], %[lower]\n\t"     \
+    "adcx %[upper], %[upper]\n\t"  \
+    "adox %[hi], %[upper]\n\t"     \
+    "mov %[lower], 16*" #at        \
+    "(%[r])\n\t"                   \
+    "mov %[upper], 16*" #at "+8(%[r])\n\t"
+// Both carries live from one turn to the next: only lea and jrcxz may count.
+#define VT_DOUBLE_LOOP(body, words)                                \
+    "xor %k[lo], %k[lo]\n"                                         \
+    "1:\n\t" body "lea 8*" #words "(%[a]), %[a]\n\tlea 16*" #words \
+    "(%[r]), %[r]\n\tlea -1(%%rcx), %%rcx\n\t"                     \
+    "jrcxz 2f\n\tjmp 1b\n2:\n\t"
 void doubleAndAddSquares(std::uint32_t* r, const std::uint32_t* a, long words) {
     Word lower;
     Word upper;
     Word lo;
     Word hi;
-    __asm__ volatile(
-        "xor %k[lo], %k[lo]\n"
-        "1:\n\t"
-        "mov (%[a]), %%rdx\n\t"
-        "mulx %%rdx, %[lo], %[hi]\n\t"
-        "mov (%[r]), %[lower]\n\t"
-        "mov 8(%[r]), %[upper]\n\t"
-        "adcx %[lower], %[lower]\n\t"
-        "adox %[lo], %[lower]\n\t"
-        "adcx %[upper], %[upper]\n\t"
-        "adox %[hi], %[upper]\n\t"
-        "mov %[lower], (%[r])\n\t"
-        "mov %[upper], 8(%[r])\n\t"
-        "lea 8(%[a]), %[a]\n\t"
-        "lea 16(%[r]), %[r]\n\t"
-        "lea -1(%%rcx), %%rcx\n\t"
-        "jrcxz 2f\n\t"
-        "jmp 1b\n"
-        "2:"
-        : [r] "+&r"(r), [a] "+&r"(a),
-          "+&c"(words), [lower] "=&r"(lower), [upper] "=&r"(upper), [lo] "=&r"(lo), [hi] "=&r"(hi)
-        :
-        : "rdx", "cc", "memory");
+    if (words % 4 == 0) {
+        long fours = words / 4;
+        __asm__ volatile(VT_DOUBLE_LOOP(VT_DOUBLE(0) VT_DOUBLE(1) VT_DOUBLE(2) VT_DOUBLE(3), 4)
+                         : [r] "+&r"(r), [a] "+&r"(a),
+                           "+&c"(fours), [lower] "=&r"(lower), [upper] "=&r"(upper), [lo] "=&r"(lo), [hi] "=&r"(hi)
+                         :
+                         : "rdx", "cc", "memory");
+        return;
+    }
+    __asm__ volatile(VT_DOUBLE_LOOP(VT_DOUBLE(0), 1)
+                     : [r] "+&r"(r), [a] "+&r"(a),
+                       "+&c"(words), [lower] "=&r"(lower), [upper] "=&r"(upper), [lo] "=&r"(lo), [hi] "=&r"(hi)
+                     :
+                     : "rdx", "cc", "memory");
 }
 
 struct AdxRows {
@@ -220,7 +276,9 @@ struct AdxRows {
     }
 
     static void square(std::uint32_t* r, const std::uint32_t* a, int words) {
-        clearLimbs(r, 2 * (words < kMostColumns ? words : kMostColumns));
+        if (words < kMostColumns)
+            clearLimbs(r, 2 * words);
+        setWordAt(r, 0, 0);
         for (int at = 0; at < words; at += kMostColumns) {
             withColumns(words - at, [&](auto columns) {
                 constexpr int kCount = columns.count;
@@ -228,7 +286,12 @@ struct AdxRows {
                 std::uint32_t* const t = r + 4 * at;
                 const int rows = words - at - kCount;
                 Window<kCount> window = {};
-                triangle<kCount>(window, t, column);
+                if (kCount == kMostColumns && at == 0)
+                    storeTriangle(window, t, column);
+                else if (kCount == kMostColumns)
+                    addTriangle(window, t, column);
+                else
+                    triangle<kCount>(window, t, column);
                 if (rows > 0 && at == 0)
                     Rows<kCount>::store(window, t + 2 * kCount, column, column + 2 * kCount, rows);
                 else if (rows > 0)

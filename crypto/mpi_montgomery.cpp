@@ -6,6 +6,18 @@
 namespace mpi {
 namespace {
 
+// subProduct: r -= n q, and returns the borrow.
+std::uint32_t subProduct(std::uint32_t* r, const std::uint32_t* n, std::uint32_t q, int count) {
+    std::uint64_t borrow = 0;
+    for (int i = 0; i < count; ++i) {
+        borrow += static_cast<std::uint64_t>(n[i]) * q;
+        const std::uint32_t part = low(borrow);
+        borrow = high(borrow) + (r[i] < part ? 1U : 0U);
+        r[i] -= part;
+    }
+    return low(borrow);
+}
+
 // Newton's step doubles the bits of -1/n that are right.
 std::uint64_t widened(std::uint32_t nPrime, const std::uint32_t* modulus) {
     const std::uint64_t n =
@@ -39,8 +51,13 @@ void Montgomery::leave(std::uint32_t* r, const std::uint32_t* x) const {
     kernels_.reduce(t, n_, limbs_, low(nPrime_));
     if (compareLimbs(t + limbs_, n_, limbs_) >= 0)
         subLimbs(t + limbs_, t + limbs_, n_, limbs_);
-    copyLimbs(r + 1, t + limbs_, limbs_);
-    trim(r, limbs_);
+    store(r, t + limbs_);
+}
+
+void Montgomery::store(std::uint32_t* r, const std::uint32_t* x) const {
+    const int count = significant(x, limbs_);
+    copyLimbs(r + 1, x, count);
+    setLimbs(r, count);
 }
 
 void Montgomery::multiplyWord(std::uint32_t* r, std::uint32_t w) const {
@@ -50,9 +67,15 @@ void Montgomery::multiplyWord(std::uint32_t* r, std::uint32_t w) const {
         r[i] = low(carry);
         carry = high(carry);
     }
+    // The quotient by n's top limb, which can only be too small, and less than half of what is left then stays.
     std::uint32_t top = low(carry);
-    while (top != 0 || compareLimbs(r, n_, limbs_) >= 0)
-        top -= subLimbs(r, r, n_, limbs_);
+    const int last = limbsOf(modulus_) - 1;
+    while (top != 0 || compareLimbs(r, n_, limbs_) >= 0) {
+        const std::uint32_t above = last + 1 < limbs_ ? r[last + 1] : top;
+        const std::uint64_t window = static_cast<std::uint64_t>(above) << kLimbBits | r[last];
+        const std::uint64_t quotient = window / (static_cast<std::uint64_t>(n_[last]) + 1);
+        top -= subProduct(r, n_, quotient == 0 ? 1 : low(quotient), limbs_);
+    }
 }
 
 void Montgomery::copy(std::uint32_t* to, const std::uint32_t* from) const {

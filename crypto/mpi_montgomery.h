@@ -27,6 +27,9 @@ class Montgomery {
     // leave: the MPI r = x / R mod n.
     void leave(std::uint32_t* r, const std::uint32_t* x) const;
 
+    // store: the MPI r of the residue's own value, x R mod n.
+    void store(std::uint32_t* r, const std::uint32_t* x) const;
+
     // r may be an operand.
     void multiply(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* b) const {
         kernels_.montMultiply(r, a, b, n_, limbs_, nPrime_);

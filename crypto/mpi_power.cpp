@@ -201,6 +201,5 @@ void mpi::powerOf65537(std::uint32_t* r, const std::uint32_t* x, const std::uint
     for (int i = 0; i < 16; ++i)
         field.square(power, power);
     field.multiply(power, power, factor);
-    copyLimbs(r + 1, power, field.limbs());
-    trim(r, field.limbs());
+    field.store(r, power);
 }

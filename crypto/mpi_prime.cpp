@@ -1,4 +1,5 @@
 // mpi.h: the test for primes, the search for them, and the random numbers that it starts from.
+#include <algorithm>
 #include <array>
 
 #include "crypto/mpi.h"
@@ -43,10 +44,46 @@ constexpr PrimeTable makePrimes() {
 constexpr PrimeTable kPrimeTable = makePrimes();
 static_assert(kPrimeTable.front() == 3 && kPrimeTable.back() == kLastPrime);
 
+// Runs of the table whose product stays in a word: one remainder of a long number serves for all of a run.
+struct Run {
+    std::uint32_t product;
+    std::uint16_t end;  // of the run in the table
+};
+
+constexpr std::size_t countRuns() {
+    std::size_t count = 0;
+    for (std::size_t i = 0; i < kPrimes; ++count) {
+        for (std::uint64_t product = kPrimeTable[i]; product <= UINT32_MAX;)
+            product = ++i < kPrimes ? product * kPrimeTable[i] : std::uint64_t{1} << kLimbBits;
+    }
+    return count;
+}
+
+using RunTable = std::array<Run, countRuns()>;
+
+constexpr RunTable makeRuns() {
+    RunTable runs = {};
+    std::size_t i = 0;
+    for (Run& run : runs) {
+        run.product = kPrimeTable[i++];
+        while (i < kPrimes && std::uint64_t{run.product} * kPrimeTable[i] <= UINT32_MAX)
+            run.product *= kPrimeTable[i++];
+        run.end = static_cast<std::uint16_t>(i);
+    }
+    return runs;
+}
+
+constexpr RunTable kRuns = makeRuns();
+static_assert(kRuns.back().end == kPrimes);
+
 bool hasSmallDivisor(const std::uint32_t* n) {
-    for (const std::uint16_t prime : kPrimeTable) {
-        if (MPI_ModWord(n, prime) == 0)
-            return true;
+    std::size_t i = 0;
+    for (const Run& run : kRuns) {
+        const std::uint32_t rest = MPI_ModWord(n, run.product);
+        for (; i < run.end; ++i) {
+            if (rest % kPrimeTable[i] == 0)
+                return true;
+        }
     }
     return false;
 }
@@ -60,7 +97,8 @@ class MillerRabin {
     [[nodiscard]] bool passes(std::uint32_t base) const;
 
   private:
-    // power: base^d. The base is a word, so a digit of the exponent costs a row instead of a product.
+    // power: base^d. The base is a word, and so are its first powers: a digit of the exponent, of as many bits as that
+    // allows, costs a row instead of a product.
     void power(std::uint32_t* r, std::uint32_t base) const;
 
     Montgomery field_;
@@ -80,13 +118,42 @@ MillerRabin::MillerRabin(const std::uint32_t* n) : field_(n) {
     field_.negate(minusOne_, one_);
 }
 
+// The powers of a base, as far as they are words, by digits of `width` bits.
+struct WordPowers {
+    static constexpr int kMostDigits = 32;
+
+    explicit WordPowers(std::uint32_t base) : power{1, base} {
+        for (bool fits = true; fits; width += fits ? 1 : 0) {
+            std::uint64_t next = power[(1 << width) - 1];
+            for (int digit = 1 << width; fits && digit < 2 << width; ++digit) {
+                next *= base;
+                fits = next <= UINT32_MAX && digit < kMostDigits;
+                if (fits)
+                    power[digit] = static_cast<std::uint32_t>(next);
+            }
+        }
+    }
+
+    std::uint32_t power[kMostDigits];
+    int width = 1;
+};
+
 void MillerRabin::power(std::uint32_t* r, std::uint32_t base) const {
+    const WordPowers words(base);
+    const int bits = MPI_BitLength(d_);
+    const auto bit = [this](int at) { return d_[1 + at / kLimbBits] >> (at % kLimbBits) & 1; };
     field_.copy(r, one_);
-    field_.multiplyWord(r, base);
-    for (int i = MPI_BitLength(d_) - 2; i >= 0; --i) {
-        field_.square(r, r);
-        if ((d_[1 + i / kLimbBits] >> (i % kLimbBits) & 1) != 0)
-            field_.multiplyWord(r, base);
+    for (int left = bits; left > 0;) {
+        const int width = left % words.width == 0 ? words.width : left % words.width;
+        std::uint32_t digit = 0;
+        for (int i = 0; i < width; ++i) {
+            if (left != bits)
+                field_.square(r, r);
+            digit = digit << 1 | bit(left - 1 - i);
+        }
+        if (digit != 0)
+            field_.multiplyWord(r, words.power[digit]);
+        left -= width;
     }
 }
 
@@ -154,25 +221,38 @@ class Range {
 class Sieve {
   public:
     void restart(const std::uint32_t* x) {
-        for (std::size_t i = 0; i < residues_.size(); ++i)
-            residues_[i] = static_cast<std::uint16_t>(MPI_ModWord(x, kPrimeTable[i]));
+        std::size_t i = 0;
+        for (const Run& run : kRuns) {
+            const std::uint32_t rest = MPI_ModWord(x, run.product);
+            for (; i < run.end; ++i)
+                residues_[i] = static_cast<std::uint16_t>(rest % kPrimeTable[i]);
+        }
+        zeros_ = std::count(residues_.begin(), residues_.end(), 0) == 0 ? 0 : kZero;
     }
+    // One pass that compilers put into vectors: the smaller of a sum and the sum less the prime, which wraps if it is
+    // too much.
     void step() {
+        std::uint16_t zeros = 0;
         for (std::size_t i = 0; i < residues_.size(); ++i) {
             const auto raised = static_cast<std::uint16_t>(residues_[i] + 2);
-            residues_[i] = static_cast<std::uint16_t>(raised < kPrimeTable[i] ? raised : raised - kPrimeTable[i]);
+            const auto reduced = static_cast<std::uint16_t>(raised - kPrimeTable[i]);
+            const std::uint16_t residue = std::min(raised, reduced);
+            residues_[i] = residue;
+            zeros = static_cast<std::uint16_t>(zeros | (residue == 0 ? kZero : 0));
         }
+        zeros_ = zeros;
     }
-    [[nodiscard]] bool passes() const {
-        unsigned zeros = 0;
-        for (const std::uint16_t residue : residues_)
-            zeros |= residue == 0 ? 1U : 0U;
-        return zeros == 0;
-    }
+    [[nodiscard]] bool passes() const { return zeros_ == 0; }
 
   private:
+    static constexpr std::uint16_t kZero = 0xffff;  // among the residues
     PrimeTable residues_;
+    std::uint16_t zeros_;
 };
+
+bool isTabled(const std::uint32_t* x) {
+    return limbsOf(x) == 1 && x[1] <= kLastPrime;
+}
 
 // findSmallPrime raises x by 2 until it is in the table, from the range's start again at its end.
 void findSmallPrime(std::uint32_t* x, const Range& range, int bits) {
@@ -206,7 +286,7 @@ void MPI_FindPrime(std::uint32_t* x, int bits) {
     const Range range(bits);
     range.fit(x);
     x[1] |= 1;
-    if (limbsOf(x) == 1 && x[1] <= kLastPrime) {
+    if (isTabled(x)) {
         findSmallPrime(x, range, bits);
         return;
     }
@@ -216,10 +296,14 @@ void MPI_FindPrime(std::uint32_t* x, int bits) {
         range.raise(x, kStep);
         if (range.holds(x)) {
             sieve.step();
-        } else {
-            range.fit(x);
-            sieve.restart(x);
+            continue;
         }
+        range.fit(x);
+        if (isTabled(x)) {  // of 14 bits: from here the sieve would skip every prime, for ever
+            findSmallPrime(x, range, bits);
+            return;
+        }
+        sieve.restart(x);
     }
 }
 
