@@ -10,6 +10,7 @@
 #if defined VT_MPI_HAS_WORDS && defined __x86_64__
 
 #include <cpuid.h>
+#include <immintrin.h>
 
 namespace mpi {
 namespace {
@@ -173,35 +174,91 @@ template <int Count, int Row = 1>
     }
 }
 
+// The same for a full column in one piece: word p of the sum is register p mod 8, and each row brings in two words
+// more.
+#define VT_PAIR(i, lower, upper) \
+    "mulx 8*" #i                 \
+    "(%[a]), %[lo], %[hi]\n\t"   \
+    "adcx %[lo], %[w" #lower     \
+    "]\n\t"                      \
+    "adox %[hi], %[w" #upper "]\n\t"
+#define VT_TRIANGLE_ROW(row, given, done, first, second, pairs)                                                     \
+    "mov 8*" #row "(%[a]), %%rdx\n\txor %k[w" #first "], %k[w" #first                                               \
+    "]\n\t"                                                                                                         \
+    "xor %k[w" #second "], %k[w" #second "]\n\t" given(row, done) pairs "mov $0, %k[lo]\n\tadcx %[lo], %[w" #second \
+                                                                        "]\n\tmov %[w" #done "], 8*" #row "(%[t])\n\t"
+#define VT_GIVEN_NONE(row, done)
+#define VT_GIVEN(row, done) "adox 8*" #row "(%[t]), %[w" #done "]\n\t"
+#define VT_TRIANGLE(given)                                                                                  \
+    VT_TRIANGLE_ROW(1, given, 1, 1, 2, VT_PAIR(0, 1, 2))                                                    \
+    VT_TRIANGLE_ROW(2, given, 2, 3, 4, VT_PAIR(0, 2, 3) VT_PAIR(1, 3, 4))                                   \
+    VT_TRIANGLE_ROW(3, given, 3, 5, 6, VT_PAIR(0, 3, 4) VT_PAIR(1, 4, 5) VT_PAIR(2, 5, 6))                  \
+    VT_TRIANGLE_ROW(4, given, 4, 7, 0, VT_PAIR(0, 4, 5) VT_PAIR(1, 5, 6) VT_PAIR(2, 6, 7) VT_PAIR(3, 7, 0)) \
+    VT_TRIANGLE_ROW(5, given, 5, 1, 2,                                                                      \
+                    VT_PAIR(0, 5, 6) VT_PAIR(1, 6, 7) VT_PAIR(2, 7, 0) VT_PAIR(3, 0, 1) VT_PAIR(4, 1, 2))   \
+    VT_TRIANGLE_ROW(6, given, 6, 3, 4,                                                                      \
+                    VT_PAIR(0, 6, 7) VT_PAIR(1, 7, 0) VT_PAIR(2, 0, 1) VT_PAIR(3, 1, 2) VT_PAIR(4, 2, 3)    \
+                        VT_PAIR(5, 3, 4))                                                                   \
+    VT_TRIANGLE_ROW(7, given, 7, 5, 6,                                                                      \
+                    VT_PAIR(0, 7, 0) VT_PAIR(1, 0, 1) VT_PAIR(2, 1, 2) VT_PAIR(3, 2, 3) VT_PAIR(4, 3, 4)    \
+                        VT_PAIR(5, 4, 5) VT_PAIR(6, 5, 6))                                                  \
+    "xor %k[w7], %k[w7]"
+#define VT_FULL_TRIANGLE(given)                                    \
+    Word lo;                                                       \
+    Word hi;                                                       \
+    __asm__ volatile(VT_TRIANGLE(given)                            \
+                     : VT_WINDOW_8, [lo] "=&r"(lo), [hi] "=&r"(hi) \
+                     : [a] "r"(a), [t] "r"(t)                      \
+                     : "rdx", "cc", "memory")
+// storeTriangle is for a t that holds nothing yet.
+VT_BARE void storeTriangle(Word* w, std::uint32_t* t, const std::uint32_t* a) {
+    VT_FULL_TRIANGLE(VT_GIVEN_NONE);
+}
+VT_BARE void addTriangle(Word* w, std::uint32_t* t, const std::uint32_t* a) {
+    VT_FULL_TRIANGLE(VT_GIVEN);
+}
+
 // doubleAndAddSquares: r = 2 r + the squares of the words of a, two words of r each.
+#define VT_DOUBLE(at)              \
+    "mov 8*" #at                   \
+    "(%[a]), %%rdx\n\t"            \
+    "mulx %%rdx, %[lo], %[hi]\n\t" \
+    "mov 16*" #at                  \
+    "(%[r]), %[lower]\n\t"         \
+    "mov 16*" #at                  \
+    "+8(%[r]), %[upper]\n\t"       \
+    "adcx %[lower], %[lower]\n\t"  \
+    "adox %[lo], %[lower]\n\t"     \
+    "adcx %[upper], %[upper]\n\t"  \
+    "adox %[hi], %[upper]\n\t"     \
+    "mov %[lower], 16*" #at        \
+    "(%[r])\n\t"                   \
+    "mov %[upper], 16*" #at "+8(%[r])\n\t"
+// Both carries live from one turn to the next: only lea and jrcxz may count.
+#define VT_DOUBLE_LOOP(body, words)                                \
+    "xor %k[lo], %k[lo]\n"                                         \
+    "1:\n\t" body "lea 8*" #words "(%[a]), %[a]\n\tlea 16*" #words \
+    "(%[r]), %[r]\n\tlea -1(%%rcx), %%rcx\n\t"                     \
+    "jrcxz 2f\n\tjmp 1b\n2:\n\t"
 void doubleAndAddSquares(std::uint32_t* r, const std::uint32_t* a, long words) {
     Word lower;
     Word upper;
     Word lo;
     Word hi;
-    __asm__ volatile(
-        "xor %k[lo], %k[lo]\n"
-        "1:\n\t"
-        "mov (%[a]), %%rdx\n\t"
-        "mulx %%rdx, %[lo], %[hi]\n\t"
-        "mov (%[r]), %[lower]\n\t"
-        "mov 8(%[r]), %[upper]\n\t"
-        "adcx %[lower], %[lower]\n\t"
-        "adox %[lo], %[lower]\n\t"
-        "adcx %[upper], %[upper]\n\t"
-        "adox %[hi], %[upper]\n\t"
-        "mov %[lower], (%[r])\n\t"
-        "mov %[upper], 8(%[r])\n\t"
-        "lea 8(%[a]), %[a]\n\t"
-        "lea 16(%[r]), %[r]\n\t"
-        "lea -1(%%rcx), %%rcx\n\t"
-        "jrcxz 2f\n\t"
-        "jmp 1b\n"
-        "2:"
-        : [r] "+&r"(r), [a] "+&r"(a),
-          "+&c"(words), [lower] "=&r"(lower), [upper] "=&r"(upper), [lo] "=&r"(lo), [hi] "=&r"(hi)
-        :
-        : "rdx", "cc", "memory");
+    if (words % 4 == 0) {
+        long fours = words / 4;
+        __asm__ volatile(VT_DOUBLE_LOOP(VT_DOUBLE(0) VT_DOUBLE(1) VT_DOUBLE(2) VT_DOUBLE(3), 4)
+                         : [r] "+&r"(r), [a] "+&r"(a),
+                           "+&c"(fours), [lower] "=&r"(lower), [upper] "=&r"(upper), [lo] "=&r"(lo), [hi] "=&r"(hi)
+                         :
+                         : "rdx", "cc", "memory");
+        return;
+    }
+    __asm__ volatile(VT_DOUBLE_LOOP(VT_DOUBLE(0), 1)
+                     : [r] "+&r"(r), [a] "+&r"(a),
+                       "+&c"(words), [lower] "=&r"(lower), [upper] "=&r"(upper), [lo] "=&r"(lo), [hi] "=&r"(hi)
+                     :
+                     : "rdx", "cc", "memory");
 }
 
 struct AdxRows {
@@ -220,7 +277,9 @@ struct AdxRows {
     }
 
     static void square(std::uint32_t* r, const std::uint32_t* a, int words) {
-        clearLimbs(r, 2 * (words < kMostColumns ? words : kMostColumns));
+        if (words < kMostColumns)
+            clearLimbs(r, 2 * words);
+        setWordAt(r, 0, 0);
         for (int at = 0; at < words; at += kMostColumns) {
             withColumns(words - at, [&](auto columns) {
                 constexpr int kCount = columns.count;
@@ -228,7 +287,12 @@ struct AdxRows {
                 std::uint32_t* const t = r + 4 * at;
                 const int rows = words - at - kCount;
                 Window<kCount> window = {};
-                triangle<kCount>(window, t, column);
+                if (kCount == kMostColumns && at == 0)
+                    storeTriangle(window, t, column);
+                else if (kCount == kMostColumns)
+                    addTriangle(window, t, column);
+                else
+                    triangle<kCount>(window, t, column);
                 if (rows > 0 && at == 0)
                     Rows<kCount>::store(window, t + 2 * kCount, column, column + 2 * kCount, rows);
                 else if (rows > 0)
@@ -242,7 +306,7 @@ struct AdxRows {
     // Up to eight quotient words are found over the lowest words of n; then they are the column, and the other words of
     // n the rows.
     static Word reduce(std::uint32_t* t, const std::uint32_t* n, int words, int rows, Word nPrime) {
-        Word overflow = 0;
+        unsigned char overflow = 0;
         for (int at = 0; at < rows; at += kMostColumns) {
             withColumns(rows - at, [&](auto columns) {
                 constexpr int kCount = columns.count;
@@ -270,13 +334,35 @@ struct AdxRows {
         return carry;
     }
 
+    static Word subtract(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* b, int words) {
+        unsigned char borrow = 0;
+        int i = 0;
+        for (; i + 4 <= words; i += 4) {
+            borrow = subtractWord(borrow, r, a, b, i);
+            borrow = subtractWord(borrow, r, a, b, i + 1);
+            borrow = subtractWord(borrow, r, a, b, i + 2);
+            borrow = subtractWord(borrow, r, a, b, i + 3);
+        }
+        for (; i < words; ++i)
+            borrow = subtractWord(borrow, r, a, b, i);
+        return borrow;
+    }
+
   private:
+    static unsigned char subtractWord(unsigned char borrow, std::uint32_t* r, const std::uint32_t* a,
+                                      const std::uint32_t* b, int i) {
+        Word difference;
+        borrow = _subborrow_u64(borrow, wordAt(a, i), wordAt(b, i), &difference);
+        setWordAt(r, i, difference);
+        return borrow;
+    }
+
     template <int Count>
-    static Word addTop(std::uint32_t* t, const Window<Count>& window, Word overflow) {
-        for (int i = 0; i < Count; ++i) {
-            const DoubleWord sum = static_cast<DoubleWord>(wordAt(t, i)) + window[i] + overflow;
-            setWordAt(t, i, lowWord(sum));
-            overflow = highWord(sum);
+    static unsigned char addTop(std::uint32_t* t, const Window<Count>& window, unsigned char overflow) {
+        _Pragma("GCC unroll 8") for (int i = 0; i < Count; ++i) {
+            Word sum;
+            overflow = _addcarry_u64(overflow, wordAt(t, i), window[i], &sum);
+            setWordAt(t, i, sum);
         }
         return overflow;
     }
@@ -290,7 +376,66 @@ bool usable() {
     return __get_cpuid_count(7, 0, &eax, &ebx, &ecx, &edx) != 0 && (ebx & bit_BMI2) != 0 && (ebx & bit_ADX) != 0;
 }
 
-using Form = WordForm<AdxRows>;
+// Four words, the size of the primes of a 512-bit key, in registers from the factors to the result: the sum's word p is
+// register p. The rows of the reduction hand on what they carry beyond their top word in `carry`.
+#define VT_FOUR_PAIR(i, lower, upper) \
+    "mulx 8*" #i                      \
+    "(%[a]), %[lo], %[hi]\n\t"        \
+    "adcx %[lo], %[w" #lower          \
+    "]\n\t"                           \
+    "adox %[hi], %[w" #upper "]\n\t"
+#define VT_FOUR_PAIRS(p0, p1, p2, p3, p4) \
+    VT_FOUR_PAIR(0, p0, p1) VT_FOUR_PAIR(1, p1, p2) VT_FOUR_PAIR(2, p2, p3) VT_FOUR_PAIR(3, p3, p4)
+#define VT_FOUR_PRODUCT(row, p0, p1, p2, p3, p4)                                    \
+    "mov %[b], %%rdx\n\tmov 8*" #row "(%%rdx), %%rdx\n\txor %k[w" #p4 "], %k[w" #p4 \
+    "]\n\t" VT_FOUR_PAIRS(p0, p1, p2, p3, p4) "mov $0, %k[lo]\n\tadcx %[lo], %[w" #p4 "]\n\t"
+#define VT_FOUR_REDUCE(p0, p1, p2, p3, p4)                                                     \
+    "mov %[w" #p0 "], %%rdx\n\timul %[nPrime], %%rdx\n\txor %k[lo], %k[lo]\n\t" VT_FOUR_PAIRS( \
+        p0, p1, p2, p3, p4) "adcx %[carry], %[w" #p4                                           \
+                            "]\n\tmov $0, %k[carry]\n\t"                                       \
+                            "mov $0, %k[lo]\n\tadcx %[lo], %[carry]\n\tadox %[lo], %[carry]\n\t"
+VT_BARE void multiplyFour(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* b, const std::uint32_t* n,
+                          Word nPrime) {
+    Word w[8];
+    Word lo;
+    Word hi;
+    Word carry;
+    __asm__ volatile(
+        "xor %k[w0], %k[w0]\n\txor %k[w1], %k[w1]\n\txor %k[w2], %k[w2]\n\txor %k[w3], %k[w3]\n\t"
+        VT_FOUR_PRODUCT(0, 0, 1, 2, 3, 4) VT_FOUR_PRODUCT(1, 1, 2, 3, 4, 5)
+        VT_FOUR_PRODUCT(2, 2, 3, 4, 5, 6) VT_FOUR_PRODUCT(3, 3, 4, 5, 6, 7)
+        "mov %[n], %[a]\n\tmov $0, %k[carry]\n\t"
+        VT_FOUR_REDUCE(0, 1, 2, 3, 4) VT_FOUR_REDUCE(1, 2, 3, 4, 5)
+        VT_FOUR_REDUCE(2, 3, 4, 5, 6) VT_FOUR_REDUCE(3, 4, 5, 6, 7)
+        "mov %[w4], %[w0]\n\tmov %[w5], %[w1]\n\tmov %[w6], %[w2]\n\tmov %[w7], %[w3]\n\t"
+        "sub (%[a]), %[w4]\n\tsbb 8(%[a]), %[w5]\n\tsbb 16(%[a]), %[w6]\n\tsbb 24(%[a]), %[w7]\n\t"
+        "sbb $0, %[carry]\n\t"
+        "cmovc %[w0], %[w4]\n\tcmovc %[w1], %[w5]\n\tcmovc %[w2], %[w6]\n\tcmovc %[w3], %[w7]\n\t"
+        "mov %[r], %%rdx\n\tmov %[w4], (%%rdx)\n\tmov %[w5], 8(%%rdx)\n\tmov %[w6], 16(%%rdx)\n\t"
+        "mov %[w7], 24(%%rdx)"
+        : [w0] "=&r"(w[0]), [w1] "=&r"(w[1]), [w2] "=&r"(w[2]), [w3] "=&r"(w[3]), [w4] "=&r"(w[4]), [w5] "=&r"(w[5]),
+          [w6] "=&r"(w[6]), [w7] "=&r"(w[7]), [lo] "=&r"(lo), [hi] "=&r"(hi), [carry] "=&r"(carry), [a] "+&r"(a)
+        : [b] "m"(b), [n] "m"(n), [r] "m"(r), [nPrime] "m"(nPrime)
+        : "rdx", "cc", "memory");
+}
+
+struct Form : WordForm<AdxRows> {
+    static void montMultiply(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* b, const std::uint32_t* n,
+                             int limbs, std::uint64_t nPrime) {
+        if (limbs == 8)
+            multiplyFour(r, a, b, n, nPrime);
+        else
+            WordForm::montMultiply(r, a, b, n, limbs, nPrime);
+    }
+    static void montSquare(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* n, int limbs,
+                           std::uint64_t nPrime) {
+        if (limbs == 8)
+            multiplyFour(r, a, a, n, nPrime);
+        else
+            WordForm::montSquare(r, a, n, limbs, nPrime);
+    }
+};
+
 constexpr Kernels kAdx = {"adx",        usable,       Form::multiply,     Form::square,
                           Form::reduce, Form::divide, Form::montMultiply, Form::montSquare};
 

@@ -138,9 +138,10 @@ void applyToRests(const Steps& steps, std::uint32_t* a, std::uint32_t* b) {
     mpi::trim(b, limbs);
 }
 
-// applyToCofactors: the steps on a pair of cofactors, whose signs alternate so that the amounts add up.
+// applyToCofactors: the steps on a pair of cofactors, whose signs alternate so that the amounts add up. Two products of
+// a limb more are together up to two limbs longer.
 void applyToCofactors(const Steps& steps, std::uint32_t* a, std::uint32_t* b) {
-    const int limbs = 1 + (limbsOf(a) > limbsOf(b) ? limbsOf(a) : limbsOf(b));
+    const int limbs = 2 + (limbsOf(a) > limbsOf(b) ? limbsOf(a) : limbsOf(b));
     extend(a, limbs);
     extend(b, limbs);
     Sum nextA;
@@ -155,7 +156,7 @@ void applyToCofactors(const Steps& steps, std::uint32_t* a, std::uint32_t* b) {
     mpi::trim(b, limbs);
 }
 
-// Euclid's algorithm on m and x, with the cofactors of x. Its arrays hold a limb more than any result needs.
+// Euclid's algorithm on m and x, with the cofactors of x, which are m at most.
 class Euclid {
   public:
     Euclid(const std::uint32_t* m, const std::uint32_t* x) {

@@ -55,6 +55,10 @@ struct WideRows {
         return overflow;
     }
 
+    static Word subtract(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* b, int words) {
+        return subWords(r, a, b, words);
+    }
+
     static Word subtractRow(std::uint32_t* r, const std::uint32_t* a, int words, Word w) {
         Word carry = 0;
         for (int i = 0; i < words; ++i) {

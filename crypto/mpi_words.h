@@ -115,6 +115,7 @@ inline Word TopWords::quotient(Word u2, Word u1, Word u0) const {
 //     reduce(t, n, words, rows, nPrime)          `rows` rows of Montgomery's reduction on t of words + rows words; it
 //                                                returns the overflow
 //     subtractRow(r, a, words, w)                r -= a w; it returns what is to be taken from the word above
+//     subtract(r, a, b, words)                   r = a - b; it returns the borrow
 template <class Rows>
 struct WordForm {
     static void multiply(std::uint32_t* r, const std::uint32_t* a, int aLimbs, const std::uint32_t* b, int bLimbs) {
@@ -220,8 +221,15 @@ struct WordForm {
     static void finish(std::uint32_t* r, std::uint32_t* t, const std::uint32_t* n, int words, Word nPrime) {
         const Word overflow = Rows::reduce(t, n, words, words, nPrime);
         const std::uint32_t* const sum = t + 2 * words;
-        if (subWords(r, sum, n, words) > overflow)
-            copyLimbs(r, sum, 2 * words);
+        const Word borrow = Rows::subtract(r, sum, n, words);
+        choose(borrow > overflow, r, sum, words);
+    }
+
+    // choose: r = a if so, else r stays. Which it is cannot be foretold, so there is no branch.
+    static void choose(bool isChosen, std::uint32_t* r, const std::uint32_t* a, int words) {
+        const Word mask = 0 - static_cast<Word>(isChosen);
+        for (int i = 0; i < words; ++i)
+            setWordAt(r, i, (wordAt(r, i) & ~mask) | (wordAt(a, i) & mask));
     }
 
     // quotientWord divides the words of `rest` from 0 to dWords, of which the upper are below the divisor.

@@ -162,6 +162,43 @@ def cipher_seeds():
             yield f"{name}_{size}", bytes([form, cipher, length - least]) + key + iv + bytes([26, 4, 12, 8]) + message
 
 
+def mpi_seeds():
+    """Numbers that strain an estimate: limbs of zeros and ones, top limbs of one bit, neighbours, and shared factors."""
+    def numbers(*values):
+        seed = b""
+        for value in values:
+            data = value.to_bytes((value.bit_length() + 7) // 8, "big")
+            if len(data) >= 0x80:
+                data = data.rjust((len(data) + 7) // 8 * 8, b"\0")
+            seed += bytes([len(data) if len(data) < 0x80 else 0x7F + len(data) // 8]) + data
+        return seed
+
+    ones, bit = lambda limbs: (1 << 32 * limbs) - 1, lambda k: 1 << k
+    prime = (1 << 521) - 1
+    yield "mpi_divmod", "ones", numbers(ones(9), ones(4))
+    yield "mpi_divmod", "top_bit", numbers(bit(400) - 1, bit(127))
+    yield "mpi_divmod", "neighbours", numbers(bit(256) - 1, bit(256) + 1)
+    yield "mpi_divmod", "holes", numbers(ones(2) << 128 | ones(1), ones(1) << 96 | 1)
+    yield "mpi_divmod", "zero", numbers(ones(3), 0)
+    yield "mpi_divmod", "full", numbers(ones(256), bit(4096) - 3)
+    yield "mpi_inverse", "prime", b"\x01" + numbers(prime, bit(300) + 7)
+    yield "mpi_inverse", "even", b"\x20" + numbers(bit(200), ones(5))
+    yield "mpi_inverse", "shared", b"\x02" + numbers(15 * ones(3), 6 * bit(64))
+    yield "mpi_inverse", "fibonacci", b"\x10" + numbers(fibonacci(700), fibonacci(699))
+    yield "mpi_modexp", "prime", numbers(bit(200) + 5, prime, 65537, ones(2))
+    yield "mpi_modexp", "even", numbers(3, bit(96) + 2, 9, 4)
+    yield "mpi_modexp", "ones", numbers(ones(4), ones(5), ones(1), bit(31))
+    yield "mpi_modexp", "small", numbers(2, 9, 3, 0)
+
+
+def fibonacci(n):
+    """Euclid's algorithm takes the most steps for neighbours of this sequence."""
+    a, b = 0, 1
+    for _ in range(n):
+        a, b = b, a + b
+    return a
+
+
 def main():
     with tempfile.TemporaryDirectory() as scratch:
         der = made_by_openssl(pathlib.Path(scratch))
@@ -210,6 +247,9 @@ def main():
     save("answer", "every_kind", der["every_kind"])
     save("certificate", "self_signed", der["certificate"])
     save("certificate", "name", der["certificate"][der["certificate"].index(bytes.fromhex("310b3009060355040613024445")) - 2:])
+
+    for target, name, seed in mpi_seeds():
+        save(target, name, seed)
 
 
 if __name__ == "__main__":

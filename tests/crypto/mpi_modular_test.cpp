@@ -278,6 +278,29 @@ TEST(mpi_modular_test, InversesOfFewLimbs) {
     });
 }
 
+// Few limbs and many numbers: where a step of the method ends within a limb, and where sums of two products grow by
+// two.
+TEST(mpi_modular_test, NumbersAndTheirInversesMultiplyToOne) {
+    const auto check = [](const Mpi& x, const Mpi& m) {
+        Mpi r = room(limbsOf(m));
+        Mpi mont = room(limbsOf(m));
+        const int exists = MPI_ModInverse(x.data(), m.data(), r.data());
+        ASSERT_EQ(MPI_MontInverse(m.data(), x.data(), mont.data(), 0), exists);
+        if (exists == 0)
+            return;
+        ASSERT_EQ(taken(divide(product(taken(r), x), m).rest), word(1));
+        ASSERT_EQ(taken(mont), taken(r));
+    };
+    check(number("45bf63ff7dacfbf1b51ed403"), number("ffffffffffdd4d4786beceea5a75a773"));
+    for (int i = 0; i < 6000; ++i) {
+        const Mpi m = operand(mpi_numbers::inverses, i, 2, 2 + i % 7);
+        const Mpi x = operand(mpi_numbers::inverses, i, 3, 1 + i % 5);
+        check(x, m);
+        if (HasFatalFailure())
+            FAIL() << "number " << i;
+    }
+}
+
 TEST(mpi_modular_test, AnInverseMayTakeThePlaceOfAnOperand) {
     inEveryForm([] {
         Mpi x = {1, 7};
