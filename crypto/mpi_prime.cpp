@@ -9,7 +9,6 @@
 
 using mpi::isOdd;
 using mpi::isWord;
-using mpi::isZero;
 using mpi::kLimbBits;
 using mpi::limbsOf;
 using mpi::Montgomery;
