@@ -145,7 +145,7 @@ bool isEncryption(const std::string& line) {
 std::string readBody(Lines& lines, const std::string& label, Base64& base64) {
     std::string line;
     while (lines.next(line) && labelOf(line, kBegin).empty()) {
-        const std::string end = labelOf(line, kEnd);
+        std::string end = labelOf(line, kEnd);
         if (!end.empty())
             return end;
         if (isEncryption(line))
