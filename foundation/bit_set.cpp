@@ -180,7 +180,7 @@ MiString MiBitSet::GetBitsString() const {
     text.reserve(bits);
     for (unsigned int i = 0; i < bits; ++i)
         text += Get(i) ? '1' : '0';
-    return MiString(text.c_str());
+    return text.c_str();
 }
 
 MiBitSet& MiBitSet::SetLength(unsigned int count) {

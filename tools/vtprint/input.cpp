@@ -79,10 +79,10 @@ class Base64 {
 
   private:
     bool addOne(char c) {
-        if (c != 0 && kBlanks.find(c) != std::string_view::npos)
+        if (kBlanks.find(c) != std::string_view::npos)
             return true;
         const int value = base64Value(c);
-        const bool padding = c == '=' && (count % 4 == 3 || (count % 4 == 2));
+        const bool padding = c == '=' && count % 4 >= 2;
         if (padded ? !(c == '=' && count % 4 == 3) : value < 0 && !padding)
             return false;
         padded = padded || padding;
@@ -129,37 +129,47 @@ class Lines {
     std::size_t count = 0;
 };
 
-InputError errorAt(std::size_t line, const std::string& what) {
-    return InputError("line " + std::to_string(line) + ": " + what);
+[[noreturn]] void failAt(std::size_t line, const std::string& what) {
+    throw InputError("line " + std::to_string(line) + ": " + what);
+}
+
+[[noreturn]] void failAt(std::size_t line, const std::string& label, const std::string& what) {
+    failAt(line, "the block \"" + label + "\" " + what);
+}
+
+bool isEncryption(const std::string& line) {
+    return startsWith(line, "Proc-Type:") && line.find("ENCRYPTED") != std::string::npos;
+}
+
+// What stands between the first and the last line of a block, up to the label of the latter; empty where it has none.
+std::string readBody(Lines& lines, const std::string& label, Base64& base64) {
+    std::string line;
+    while (lines.next(line) && labelOf(line, kBegin).empty()) {
+        std::string end = labelOf(line, kEnd);
+        if (!end.empty())
+            return end;
+        if (isEncryption(line))
+            failAt(lines.number(), label, "is encrypted");
+        if (line.find(':') != std::string::npos)
+            continue;  // a header, such as those of a key bag
+        if (!base64.add(line))
+            failAt(lines.number(), "no base64");
+    }
+    return {};
 }
 
 // The rest of a block whose first line has been read.
 Block readBlock(Lines& lines, const std::string& label) {
-    Block block;
-    block.label = label;
-    block.line = lines.number();
+    const std::size_t begin = lines.number();
     Base64 base64;
-    std::string line;
-    while (lines.next(line)) {
-        const std::string end = labelOf(line, kEnd);
-        if (!end.empty()) {
-            if (end != label)
-                throw errorAt(lines.number(), "the block \"" + label + "\" ends as \"" + end + "\"");
-            if (!base64.complete())
-                throw errorAt(lines.number(), "the base64 of the block \"" + label + "\" is cut short");
-            block.der = base64.bytes();
-            return block;
-        }
-        if (!labelOf(line, kBegin).empty())
-            break;
-        if (startsWith(line, "Proc-Type:") && line.find("ENCRYPTED") != std::string::npos)
-            throw errorAt(lines.number(), "the block \"" + label + "\" is encrypted");
-        if (line.find(':') != std::string::npos)
-            continue;  // a header, such as those of a key bag
-        if (!base64.add(line))
-            throw errorAt(lines.number(), "no base64");
-    }
-    throw errorAt(block.line, "the block \"" + label + "\" has no end");
+    const std::string end = readBody(lines, label, base64);
+    if (end.empty())
+        failAt(begin, label, "has no end");
+    if (end != label)
+        failAt(lines.number(), label, "ends as \"" + end + "\"");
+    if (!base64.complete())
+        failAt(lines.number(), label, "is cut short in its base64");
+    return {base64.bytes(), label, begin};
 }
 
 std::vector<Block> findPem(const std::string& input) {
