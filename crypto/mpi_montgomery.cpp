@@ -48,16 +48,28 @@ void Montgomery::store(std::uint32_t* r, const std::uint32_t* x) const {
     setLimbs(r, count);
 }
 
+// The product is a limb longer than n. Its quotient by n is found from the top limbs: at most w, never too large, and
+// off by one at most for an n whose top limb is large.
 void Montgomery::multiplyWord(std::uint32_t* r, std::uint32_t w) const {
+    const int limbs = limbsOf(modulus_);
     std::uint64_t carry = 0;
-    for (int i = 0; i < limbs_; ++i) {
+    for (int i = 0; i < limbs; ++i) {
         carry += static_cast<std::uint64_t>(r[i]) * w;
         r[i] = low(carry);
         carry = high(carry);
     }
-    std::uint32_t top = low(carry);
-    while (top != 0 || compareLimbs(r, n_, limbs_) >= 0)
-        top -= subLimbs(r, r, n_, limbs_);
+    const std::uint64_t top = carry << kLimbBits | r[limbs - 1];
+    const std::uint64_t quotient = top / (static_cast<std::uint64_t>(n_[limbs - 1]) + 1);
+    std::uint64_t taken = 0;
+    for (int i = 0; i < limbs; ++i) {
+        taken += quotient * n_[i];
+        const std::uint32_t limb = low(taken);
+        taken = high(taken) + (r[i] < limb ? 1 : 0);
+        r[i] -= limb;
+    }
+    carry -= taken;
+    while (carry != 0 || compareLimbs(r, n_, limbs) >= 0)
+        carry -= subLimbs(r, r, n_, limbs);
 }
 
 void Montgomery::copy(std::uint32_t* to, const std::uint32_t* from) const {

@@ -4,6 +4,7 @@
 #include "crypto/mpi.h"
 #include "crypto/mpi_limbs.h"
 #include "crypto/mpi_montgomery.h"
+#include "crypto/mpi_words.h"
 #include "crypto/runtime_rand.h"
 
 using mpi::isOdd;
@@ -43,10 +44,83 @@ constexpr PrimeTable makePrimes() {
 constexpr PrimeTable kPrimeTable = makePrimes();
 static_assert(kPrimeTable.front() == 3 && kPrimeTable.back() == kLastPrime);
 
+#ifdef VT_MPI_HAS_WORDS
+using mpi::DoubleWord;
+using mpi::Word;
+#else
+using Word = std::uint32_t;
+using DoubleWord = std::uint64_t;
+#endif
+constexpr int kWordBits = static_cast<int>(8 * sizeof(Word));
+
+// Some primes in a row whose product fits a word, and the inverse of the product modulo 2^kWordBits.
+struct PrimeGroup {
+    Word product;
+    Word inverse;
+    int first;
+    int count;
+};
+
+constexpr int productRun(int first) {
+    Word product = 1;
+    int count = 0;
+    while (first + count < kPrimes &&
+           product <= static_cast<Word>(~static_cast<Word>(0)) / kPrimeTable[static_cast<std::size_t>(first + count)])
+        product *= kPrimeTable[static_cast<std::size_t>(first + count++)];
+    return count;
+}
+
+constexpr int countGroups() {
+    int groups = 0;
+    for (int first = 0; first < kPrimes; first += productRun(first))
+        ++groups;
+    return groups;
+}
+
+using GroupTable = std::array<PrimeGroup, static_cast<std::size_t>(countGroups())>;
+
+// The primes are gathered in groups, so that a number is gone through once for several of them.
+constexpr GroupTable makeGroups() {
+    GroupTable groups = {};
+    int first = 0;
+    for (PrimeGroup& group : groups) {
+        group = {1, 1, first, productRun(first)};
+        for (int i = 0; i < group.count; ++i)
+            group.product *= kPrimeTable[static_cast<std::size_t>(first + i)];
+        for (int bits = 1; bits < kWordBits; bits *= 2)
+            group.inverse *= 2 - group.product * group.inverse;
+        first += group.count;
+    }
+    return groups;
+}
+
+constexpr GroupTable kGroups = makeGroups();
+
+// exactRest divides n by an odd d from the lowest word up, as if it came out even: what is left over has the same
+// divisors in common with d as n has. No step waits for a division.
+Word exactRest(const std::uint32_t* limbs, int words, const PrimeGroup& group) {
+    Word carry = 0;
+    for (int i = 0; i < words; ++i) {
+        Word word = 0;
+        std::memcpy(&word, limbs + i * static_cast<int>(sizeof word / sizeof *limbs), sizeof word);
+        const Word quotient = (word - carry) * group.inverse;
+        const Word borrow = word < carry ? 1 : 0;
+        carry = static_cast<Word>(static_cast<DoubleWord>(quotient) * group.product >> kWordBits) + borrow;
+    }
+    return carry;
+}
+
 bool hasSmallDivisor(const std::uint32_t* n) {
-    for (const std::uint16_t prime : kPrimeTable) {
-        if (MPI_ModWord(n, prime) == 0)
-            return true;
+    std::uint32_t limbs[mpi::kFullLimbs];
+    const int even = (limbsOf(n) + 1) / 2 * 2;
+    mpi::padded(limbs, n, even);
+    const int words = even * kLimbBits / kWordBits;
+    for (const PrimeGroup& group : kGroups) {
+        const Word rest = exactRest(limbs, words, group);
+        for (int i = group.first; i < group.first + group.count; ++i) {
+            if (rest % kPrimeTable[static_cast<std::size_t>(i)] == 0)
+                return true;
+        }
     }
     return false;
 }
@@ -153,25 +227,30 @@ class Range {
 // primes finds, and skips some primes. Which prime a search finds depends on it, and so do keys.
 class Sieve {
   public:
+    // restart takes the primes by twos, whose product is a word.
     void restart(const std::uint32_t* x) {
-        for (std::size_t i = 0; i < residues_.size(); ++i)
-            residues_[i] = static_cast<std::uint16_t>(MPI_ModWord(x, kPrimeTable[i]));
+        for (std::size_t i = 0; i < residues_.size(); i += 2) {
+            const std::uint32_t rest = MPI_ModWord(x, static_cast<std::uint32_t>(kPrimeTable[i]) * kPrimeTable[i + 1]);
+            residues_[i] = static_cast<std::int16_t>(rest % kPrimeTable[i]);
+            residues_[i + 1] = static_cast<std::int16_t>(rest % kPrimeTable[i + 1]);
+        }
     }
     void step() {
         for (std::size_t i = 0; i < residues_.size(); ++i) {
-            const auto raised = static_cast<std::uint16_t>(residues_[i] + 2);
-            residues_[i] = static_cast<std::uint16_t>(raised < kPrimeTable[i] ? raised : raised - kPrimeTable[i]);
+            const auto prime = static_cast<std::int16_t>(kPrimeTable[i]);
+            const auto raised = static_cast<std::int16_t>(residues_[i] + 2);
+            residues_[i] = static_cast<std::int16_t>(raised >= prime ? raised - prime : raised);
         }
     }
     [[nodiscard]] bool passes() const {
-        unsigned zeros = 0;
-        for (const std::uint16_t residue : residues_)
-            zeros |= residue == 0 ? 1U : 0U;
+        std::int16_t zeros = 0;
+        for (const std::int16_t residue : residues_)
+            zeros = static_cast<std::int16_t>(zeros | (residue == 0 ? 1 : 0));
         return zeros == 0;
     }
 
   private:
-    PrimeTable residues_;
+    std::array<std::int16_t, kPrimes> residues_;  // 16 bits with a sign: the compilers do eight or more at a time
 };
 
 bool isTabled(const std::uint32_t* x) {
