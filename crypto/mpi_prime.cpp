@@ -225,32 +225,45 @@ class Range {
 // The residues of the candidate modulo the small primes. A step of the search raises the candidate by 64 and these by 2
 // only, so after a first step they no longer are its residues: the sieve passes some composites, which the test for
 // primes finds, and skips some primes. Which prime a search finds depends on it, and so do keys.
+//
+// A residue r for the prime p is zero at every step k with r + 2 k = 0 mod p. So only those steps are kept, and marked
+// for a block of steps at once.
 class Sieve {
   public:
     // restart takes the primes by twos, whose product is a word.
     void restart(const std::uint32_t* x) {
-        for (std::size_t i = 0; i < residues_.size(); i += 2) {
+        for (std::size_t i = 0; i < zeros_.size(); i += 2) {
             const std::uint32_t rest = MPI_ModWord(x, static_cast<std::uint32_t>(kPrimeTable[i]) * kPrimeTable[i + 1]);
-            residues_[i] = static_cast<std::int16_t>(rest % kPrimeTable[i]);
-            residues_[i + 1] = static_cast<std::int16_t>(rest % kPrimeTable[i + 1]);
+            zeros_[i] = firstZero(rest % kPrimeTable[i], kPrimeTable[i]);
+            zeros_[i + 1] = firstZero(rest % kPrimeTable[i + 1], kPrimeTable[i + 1]);
         }
+        markBlock();
     }
     void step() {
-        for (std::size_t i = 0; i < residues_.size(); ++i) {
-            const auto prime = static_cast<std::int16_t>(kPrimeTable[i]);
-            const auto raised = static_cast<std::int16_t>(residues_[i] + 2);
-            residues_[i] = static_cast<std::int16_t>(raised >= prime ? raised - prime : raised);
-        }
+        if (++at_ == isMarked_.size())
+            markBlock();
     }
-    [[nodiscard]] bool passes() const {
-        std::int16_t zeros = 0;
-        for (const std::int16_t residue : residues_)
-            zeros = static_cast<std::int16_t>(zeros | (residue == 0 ? 1 : 0));
-        return zeros == 0;
-    }
+    [[nodiscard]] bool passes() const { return !isMarked_[at_]; }
 
   private:
-    std::array<std::int16_t, kPrimes> residues_;  // 16 bits with a sign: the compilers do eight or more at a time
+    static std::uint32_t firstZero(std::uint32_t residue, std::uint32_t prime) {
+        const std::uint32_t missing = residue == 0 ? 0 : prime - residue;
+        return (missing % 2 == 0 ? missing : missing + prime) / 2;
+    }
+    void markBlock() {
+        isMarked_.fill(false);
+        at_ = 0;
+        for (std::size_t i = 0; i < zeros_.size(); ++i) {
+            std::size_t k = zeros_[i];
+            for (; k < isMarked_.size(); k += kPrimeTable[i])
+                isMarked_[k] = true;
+            zeros_[i] = static_cast<std::uint32_t>(k - isMarked_.size());
+        }
+    }
+
+    std::array<std::uint32_t, kPrimes> zeros_;  // by prime, the next step with a zero, counted from the block's start
+    std::array<bool, 2048> isMarked_;
+    std::size_t at_;
 };
 
 bool isTabled(const std::uint32_t* x) {
