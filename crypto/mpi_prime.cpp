@@ -9,7 +9,6 @@
 
 using mpi::isOdd;
 using mpi::isWord;
-using mpi::isZero;
 using mpi::kLimbBits;
 using mpi::limbsOf;
 using mpi::Montgomery;
@@ -18,7 +17,7 @@ using mpi::setLimbs;
 
 namespace {
 
-constexpr int kPrimes = 1200;
+constexpr std::size_t kPrimes = 1200;
 constexpr std::uint32_t kLastPrime = 9739;
 using PrimeTable = std::array<std::uint16_t, kPrimes>;
 
@@ -57,39 +56,38 @@ constexpr int kWordBits = static_cast<int>(8 * sizeof(Word));
 struct PrimeGroup {
     Word product;
     Word inverse;
-    int first;
-    int count;
+    std::size_t first;
+    std::size_t end;
 };
 
-constexpr int productRun(int first) {
+// groupEnd: behind the last prime of the group that begins with `first`.
+constexpr std::size_t groupEnd(std::size_t first) {
+    constexpr Word kMost = static_cast<Word>(-1);
     Word product = 1;
-    int count = 0;
-    while (first + count < kPrimes &&
-           product <= static_cast<Word>(~static_cast<Word>(0)) / kPrimeTable[static_cast<std::size_t>(first + count)])
-        product *= kPrimeTable[static_cast<std::size_t>(first + count++)];
-    return count;
+    while (first < kPrimeTable.size() && product <= kMost / kPrimeTable[first])
+        product *= kPrimeTable[first++];
+    return first;
 }
 
-constexpr int countGroups() {
-    int groups = 0;
-    for (int first = 0; first < kPrimes; first += productRun(first))
+constexpr std::size_t countGroups() {
+    std::size_t groups = 0;
+    for (std::size_t first = 0; first < kPrimeTable.size(); first = groupEnd(first))
         ++groups;
     return groups;
 }
 
-using GroupTable = std::array<PrimeGroup, static_cast<std::size_t>(countGroups())>;
+using GroupTable = std::array<PrimeGroup, countGroups()>;
 
 // The primes are gathered in groups, so that a number is gone through once for several of them.
 constexpr GroupTable makeGroups() {
     GroupTable groups = {};
-    int first = 0;
+    std::size_t first = 0;
     for (PrimeGroup& group : groups) {
-        group = {1, 1, first, productRun(first)};
-        for (int i = 0; i < group.count; ++i)
-            group.product *= kPrimeTable[static_cast<std::size_t>(first + i)];
+        group = {1, 1, first, groupEnd(first)};
+        for (; first < group.end; ++first)
+            group.product *= kPrimeTable[first];
         for (int bits = 1; bits < kWordBits; bits *= 2)
             group.inverse *= 2 - group.product * group.inverse;
-        first += group.count;
     }
     return groups;
 }
@@ -102,7 +100,8 @@ Word exactRest(const std::uint32_t* limbs, int words, const PrimeGroup& group) {
     Word carry = 0;
     for (int i = 0; i < words; ++i) {
         Word word = 0;
-        std::memcpy(&word, limbs + i * static_cast<int>(sizeof word / sizeof *limbs), sizeof word);
+        std::memcpy(&word, limbs, sizeof word);
+        limbs += sizeof word / sizeof *limbs;
         const Word quotient = (word - carry) * group.inverse;
         const Word borrow = word < carry ? 1 : 0;
         carry = static_cast<Word>(static_cast<DoubleWord>(quotient) * group.product >> kWordBits) + borrow;
@@ -117,8 +116,8 @@ bool hasSmallDivisor(const std::uint32_t* n) {
     const int words = even * kLimbBits / kWordBits;
     for (const PrimeGroup& group : kGroups) {
         const Word rest = exactRest(limbs, words, group);
-        for (int i = group.first; i < group.first + group.count; ++i) {
-            if (rest % kPrimeTable[static_cast<std::size_t>(i)] == 0)
+        for (std::size_t i = group.first; i < group.end; ++i) {
+            if (rest % kPrimeTable[i] == 0)
                 return true;
         }
     }
