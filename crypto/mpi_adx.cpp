@@ -17,6 +17,8 @@ namespace {
 
 constexpr int kMostColumns = 8;
 
+// NOLINTBEGIN(readability-non-const-parameter): the linter does not see what asm writes.
+
 // The asm texts of a row over `count` words w0, w1, ... of the window. The lowest word, once done, becomes the one that
 // joins at the top, so no further register is needed.
 #define VT_STEP(i, next)       \
@@ -97,19 +99,19 @@ struct Rows;
     struct Rows<count> {                                                                                               \
         VT_BARE static void store(Word* w, std::uint32_t* t, const std::uint32_t* a, const std::uint32_t* b,           \
                                   int rows) {                                                                          \
-            const std::uint32_t* const end = b + 2 * rows;                                                             \
+            const std::uint32_t* const end = fromWord(b, rows);                                                        \
             VT_LOOP(count, top, "mov (%[b]), %%rdx\n\t", "", "mov %[w0], (%[t])\n\t",                                  \
                     "lea 8(%[t]), %[t]\n\tlea 8(%[b]), %[b]\n\tcmp %[end], %[b]\n\t", [b] "+&r"(b)                     \
                     : [a] "r"(a), [end] "m"(end));                                                                     \
         }                                                                                                              \
         VT_BARE static void add(Word* w, std::uint32_t* t, const std::uint32_t* a, const std::uint32_t* b, int rows) { \
-            const std::uint32_t* const end = b + 2 * rows;                                                             \
+            const std::uint32_t* const end = fromWord(b, rows);                                                        \
             VT_LOOP(count, top, "mov (%[b]), %%rdx\n\t", "adox (%[t]), %[w0]\n\t", "mov %[w0], (%[t])\n\t",            \
                     "lea 8(%[t]), %[t]\n\tlea 8(%[b]), %[b]\n\tcmp %[end], %[b]\n\t", [b] "+&r"(b)                     \
                     : [a] "r"(a), [end] "m"(end));                                                                     \
         }                                                                                                              \
         VT_BARE static void reduce(Word* w, std::uint32_t* t, const std::uint32_t* a, Word nPrime, int rows) {         \
-            const std::uint32_t* const end = t + 2 * rows;                                                             \
+            const std::uint32_t* const end = fromWord(t, rows);                                                        \
             VT_LOOP(count, top, "mov %[w0], %%rdx\n\timul %[nPrime], %%rdx\n\tmov %%rdx, (%[t])\n\t", "", "",          \
                     "lea 8(%[t]), %[t]\n\tcmp %[end], %[t]\n\t", [a] "+&r"(a)                                          \
                     : [nPrime] "m"(nPrime), [end] "m"(end));                                                           \
@@ -168,7 +170,7 @@ void store(std::uint32_t* t, const Window<Count>& window) {
 template <int Count, int Row = 1>
 [[gnu::always_inline]] inline void triangle(Window<Count>& window, std::uint32_t* t, const std::uint32_t* a) {
     if constexpr (Row < Count) {
-        Rows<Row>::add(window, t + 2 * Row, a, a + 2 * Row, 1);
+        Rows<Row>::add(window, fromWord(t, Row), a, fromWord(a, Row), 1);
         window[Row] = 0;
         triangle<Count, Row + 1>(window, t, a);
     }
@@ -261,6 +263,8 @@ void doubleAndAddSquares(std::uint32_t* r, const std::uint32_t* a, long words) {
                      : "rdx", "cc", "memory");
 }
 
+// NOLINTEND(readability-non-const-parameter)
+
 struct AdxRows {
     static void multiply(std::uint32_t* r, const std::uint32_t* a, int aWords, const std::uint32_t* b, int bWords) {
         for (int at = 0; at < aWords; at += kMostColumns) {
@@ -270,8 +274,8 @@ struct AdxRows {
                 if (at == 0)
                     Rows<kCount>::store(window, r, a, b, bWords);
                 else
-                    Rows<kCount>::add(window, r + 2 * at, a + 2 * at, b, bWords);
-                store<kCount>(r + 2 * (at + bWords), window);
+                    Rows<kCount>::add(window, fromWord(r, at), fromWord(a, at), b, bWords);
+                store<kCount>(fromWord(r, at + bWords), window);
             });
         }
     }
@@ -283,8 +287,8 @@ struct AdxRows {
         for (int at = 0; at < words; at += kMostColumns) {
             withColumns(words - at, [&](auto columns) {
                 constexpr int kCount = columns.count;
-                const std::uint32_t* const column = a + 2 * at;
-                std::uint32_t* const t = r + 4 * at;
+                const std::uint32_t* const column = fromWord(a, at);
+                std::uint32_t* const t = fromWord(r, 2 * at);
                 const int rows = words - at - kCount;
                 Window<kCount> window = {};
                 if (kCount == kMostColumns && at == 0)
@@ -294,10 +298,10 @@ struct AdxRows {
                 else
                     triangle<kCount>(window, t, column);
                 if (rows > 0 && at == 0)
-                    Rows<kCount>::store(window, t + 2 * kCount, column, column + 2 * kCount, rows);
+                    Rows<kCount>::store(window, fromWord(t, kCount), column, fromWord(column, kCount), rows);
                 else if (rows > 0)
-                    Rows<kCount>::add(window, t + 2 * kCount, column, column + 2 * kCount, rows);
-                store<kCount>(t + 2 * (kCount + rows), window);
+                    Rows<kCount>::add(window, fromWord(t, kCount), column, fromWord(column, kCount), rows);
+                store<kCount>(fromWord(t, kCount + rows), window);
             });
         }
         doubleAndAddSquares(r, a, words);
@@ -310,14 +314,14 @@ struct AdxRows {
         for (int at = 0; at < rows; at += kMostColumns) {
             withColumns(rows - at, [&](auto columns) {
                 constexpr int kCount = columns.count;
-                std::uint32_t* const low = t + 2 * at;
+                std::uint32_t* const low = fromWord(t, at);
                 std::uint32_t quotient[2 * kCount];
                 Window<kCount> window;
                 load<kCount>(window, low);
                 Rows<kCount>::reduce(window, quotient, n, nPrime, kCount);
                 if (words > kCount)
-                    Rows<kCount>::add(window, low + 2 * kCount, quotient, n + 2 * kCount, words - kCount);
-                overflow = addTop<kCount>(low + 2 * words, window, overflow);
+                    Rows<kCount>::add(window, fromWord(low, kCount), quotient, fromWord(n, kCount), words - kCount);
+                overflow = addTop<kCount>(fromWord(low, words), window, overflow);
             });
         }
         return overflow;
@@ -394,6 +398,7 @@ bool usable() {
         p0, p1, p2, p3, p4) "adcx %[carry], %[w" #p4                                           \
                             "]\n\tmov $0, %k[carry]\n\t"                                       \
                             "mov $0, %k[lo]\n\tadcx %[lo], %[carry]\n\tadox %[lo], %[carry]\n\t"
+// NOLINTNEXTLINE(readability-non-const-parameter)
 VT_BARE void multiplyFour(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* b, const std::uint32_t* n,
                           Word nPrime) {
     Word w[8];

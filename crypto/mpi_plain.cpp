@@ -69,19 +69,20 @@ void multiply(std::uint32_t* r, const std::uint32_t* a, int aLimbs, const std::u
 
 void square(std::uint32_t* r, const std::uint32_t* a, int limbs) {
     clearLimbs(r, 2 * limbs);
-    for (int i = 0; i < limbs; ++i)
-        squareRow(r + 2 * i, a[i], a + i + 1, limbs - i - 1);
+    for (int i = 0; i < limbs; ++i, r += 2)
+        squareRow(r, a[i], a + i + 1, limbs - i - 1);
 }
 
 void reduce(std::uint32_t* t, const std::uint32_t* n, int limbs, std::uint32_t nPrime) {
+    std::uint32_t* const upper = t + limbs;
     std::uint32_t overflow = 0;
     for (int i = 0; i < limbs; ++i) {
         const std::uint64_t sum =
-            static_cast<std::uint64_t>(t[i + limbs]) + addRow(t + i, n, limbs, t[i] * nPrime) + overflow;
-        t[i + limbs] = low(sum);
+            static_cast<std::uint64_t>(upper[i]) + addRow(t + i, n, limbs, t[i] * nPrime) + overflow;
+        upper[i] = low(sum);
         overflow = high(sum);
     }
-    t[2 * limbs] = overflow;
+    upper[limbs] = overflow;
 }
 
 // shiftUp: r = a 2^bits, bits below 32; it returns what is pushed out.

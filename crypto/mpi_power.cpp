@@ -4,7 +4,6 @@
 #include "crypto/mpi_montgomery.h"
 
 using mpi::isOdd;
-using mpi::isWord;
 using mpi::isZero;
 using mpi::kLimbBits;
 using mpi::limbsOf;
@@ -121,11 +120,12 @@ bool fill(SignedTable& table, const Montgomery& field, const std::uint32_t* x, c
     mpi::padded(table.single[0], inverse, field.limbs());
     field.enter(table.single[1], x);
     Residue fourth;
-    for (int sign = 0; sign < 2; ++sign) {
-        field.square(fourth, table.single[sign]);
+    std::size_t next = 0;
+    for (const Residue& single : table.single) {
+        field.square(fourth, single);
         field.square(fourth, fourth);
-        field.multiply(table.pair[2 * sign], fourth, table.single[0]);
-        field.multiply(table.pair[2 * sign + 1], fourth, table.single[1]);
+        for (const Residue& other : table.single)
+            field.multiply(table.pair[next++], fourth, other);
     }
     return true;
 }

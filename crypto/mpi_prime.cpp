@@ -1,10 +1,10 @@
 // mpi.h: the test for primes, the search for them, and the random numbers that it starts from.
-#include <algorithm>
 #include <array>
 
 #include "crypto/mpi.h"
 #include "crypto/mpi_limbs.h"
 #include "crypto/mpi_montgomery.h"
+#include "crypto/mpi_words.h"
 #include "crypto/runtime_rand.h"
 
 using mpi::isOdd;
@@ -17,7 +17,7 @@ using mpi::setLimbs;
 
 namespace {
 
-constexpr int kPrimes = 1200;
+constexpr std::size_t kPrimes = 1200;
 constexpr std::uint32_t kLastPrime = 9739;
 using PrimeTable = std::array<std::uint16_t, kPrimes>;
 
@@ -43,43 +43,80 @@ constexpr PrimeTable makePrimes() {
 constexpr PrimeTable kPrimeTable = makePrimes();
 static_assert(kPrimeTable.front() == 3 && kPrimeTable.back() == kLastPrime);
 
-// Runs of the table whose product stays in a word: one remainder of a long number serves for all of a run.
-struct Run {
-    std::uint32_t product;
-    std::uint16_t end;  // of the run in the table
+#ifdef VT_MPI_HAS_WORDS
+using mpi::DoubleWord;
+using mpi::Word;
+#else
+using Word = std::uint32_t;
+using DoubleWord = std::uint64_t;
+#endif
+constexpr int kWordBits = static_cast<int>(8 * sizeof(Word));
+
+// Some primes in a row whose product fits a word, and the inverse of the product modulo 2^kWordBits.
+struct PrimeGroup {
+    Word product;
+    Word inverse;
+    std::size_t first;
+    std::size_t end;
 };
 
-constexpr std::size_t countRuns() {
-    std::size_t count = 0;
-    for (std::size_t i = 0; i < kPrimes; ++count) {
-        for (std::uint64_t product = kPrimeTable[i]; product <= UINT32_MAX;)
-            product = ++i < kPrimes ? product * kPrimeTable[i] : std::uint64_t{1} << kLimbBits;
-    }
-    return count;
+// groupEnd: behind the last prime of the group that begins with `first`.
+constexpr std::size_t groupEnd(std::size_t first) {
+    constexpr Word kMost = static_cast<Word>(-1);
+    Word product = 1;
+    while (first < kPrimeTable.size() && product <= kMost / kPrimeTable[first])
+        product *= kPrimeTable[first++];
+    return first;
 }
 
-using RunTable = std::array<Run, countRuns()>;
-
-constexpr RunTable makeRuns() {
-    RunTable runs = {};
-    std::size_t i = 0;
-    for (Run& run : runs) {
-        run.product = kPrimeTable[i++];
-        while (i < kPrimes && std::uint64_t{run.product} * kPrimeTable[i] <= UINT32_MAX)
-            run.product *= kPrimeTable[i++];
-        run.end = static_cast<std::uint16_t>(i);
-    }
-    return runs;
+constexpr std::size_t countGroups() {
+    std::size_t groups = 0;
+    for (std::size_t first = 0; first < kPrimeTable.size(); first = groupEnd(first))
+        ++groups;
+    return groups;
 }
 
-constexpr RunTable kRuns = makeRuns();
-static_assert(kRuns.back().end == kPrimes);
+using GroupTable = std::array<PrimeGroup, countGroups()>;
+
+// The primes are gathered in groups, so that a number is gone through once for several of them.
+constexpr GroupTable makeGroups() {
+    GroupTable groups = {};
+    std::size_t first = 0;
+    for (PrimeGroup& group : groups) {
+        group = {1, 1, first, groupEnd(first)};
+        for (; first < group.end; ++first)
+            group.product *= kPrimeTable[first];
+        for (int bits = 1; bits < kWordBits; bits *= 2)
+            group.inverse *= 2 - group.product * group.inverse;
+    }
+    return groups;
+}
+
+constexpr GroupTable kGroups = makeGroups();
+
+// exactRest divides n by an odd d from the lowest word up, as if it came out even: what is left over has the same
+// divisors in common with d as n has. No step waits for a division.
+Word exactRest(const std::uint32_t* limbs, int words, const PrimeGroup& group) {
+    Word carry = 0;
+    for (int i = 0; i < words; ++i) {
+        Word word = 0;
+        std::memcpy(&word, limbs, sizeof word);
+        limbs += sizeof word / sizeof *limbs;
+        const Word quotient = (word - carry) * group.inverse;
+        const Word borrow = word < carry ? 1 : 0;
+        carry = static_cast<Word>(static_cast<DoubleWord>(quotient) * group.product >> kWordBits) + borrow;
+    }
+    return carry;
+}
 
 bool hasSmallDivisor(const std::uint32_t* n) {
-    std::size_t i = 0;
-    for (const Run& run : kRuns) {
-        const std::uint32_t rest = MPI_ModWord(n, run.product);
-        for (; i < run.end; ++i) {
+    std::uint32_t limbs[mpi::kFullLimbs];
+    const int even = (limbsOf(n) + 1) / 2 * 2;
+    mpi::padded(limbs, n, even);
+    const int words = even * kLimbBits / kWordBits;
+    for (const PrimeGroup& group : kGroups) {
+        const Word rest = exactRest(limbs, words, group);
+        for (std::size_t i = group.first; i < group.end; ++i) {
             if (rest % kPrimeTable[i] == 0)
                 return true;
         }
@@ -96,8 +133,7 @@ class MillerRabin {
     [[nodiscard]] bool passes(std::uint32_t base) const;
 
   private:
-    // power: base^d. The base is a word, and so are its first powers: a digit of the exponent, of as many bits as that
-    // allows, costs a row instead of a product.
+    // power: base^d. The base is a word, so a digit of the exponent costs a row instead of a product.
     void power(std::uint32_t* r, std::uint32_t base) const;
 
     Montgomery field_;
@@ -117,42 +153,13 @@ MillerRabin::MillerRabin(const std::uint32_t* n) : field_(n) {
     field_.negate(minusOne_, one_);
 }
 
-// The powers of a base, as far as they are words, by digits of `width` bits.
-struct WordPowers {
-    static constexpr int kMostDigits = 32;
-
-    explicit WordPowers(std::uint32_t base) : power{1, base} {
-        for (bool fits = true; fits; width += fits ? 1 : 0) {
-            std::uint64_t next = power[(1 << width) - 1];
-            for (int digit = 1 << width; fits && digit < 2 << width; ++digit) {
-                next *= base;
-                fits = next <= UINT32_MAX && digit < kMostDigits;
-                if (fits)
-                    power[digit] = static_cast<std::uint32_t>(next);
-            }
-        }
-    }
-
-    std::uint32_t power[kMostDigits];
-    int width = 1;
-};
-
 void MillerRabin::power(std::uint32_t* r, std::uint32_t base) const {
-    const WordPowers words(base);
-    const int bits = MPI_BitLength(d_);
-    const auto bit = [this](int at) { return d_[1 + at / kLimbBits] >> (at % kLimbBits) & 1; };
     field_.copy(r, one_);
-    for (int left = bits; left > 0;) {
-        const int width = left % words.width == 0 ? words.width : left % words.width;
-        std::uint32_t digit = 0;
-        for (int i = 0; i < width; ++i) {
-            if (left != bits)
-                field_.square(r, r);
-            digit = digit << 1 | bit(left - 1 - i);
-        }
-        if (digit != 0)
-            field_.multiplyWord(r, words.power[digit]);
-        left -= width;
+    field_.multiplyWord(r, base);
+    for (int i = MPI_BitLength(d_) - 2; i >= 0; --i) {
+        field_.square(r, r);
+        if ((d_[1 + i / kLimbBits] >> (i % kLimbBits) & 1) != 0)
+            field_.multiplyWord(r, base);
     }
 }
 
@@ -217,36 +224,45 @@ class Range {
 // The residues of the candidate modulo the small primes. A step of the search raises the candidate by 64 and these by 2
 // only, so after a first step they no longer are its residues: the sieve passes some composites, which the test for
 // primes finds, and skips some primes. Which prime a search finds depends on it, and so do keys.
+//
+// A residue r for the prime p is zero at every step k with r + 2 k = 0 mod p. So only those steps are kept, and marked
+// for a block of steps at once.
 class Sieve {
   public:
+    // restart takes the primes by twos, whose product is a word.
     void restart(const std::uint32_t* x) {
-        std::size_t i = 0;
-        for (const Run& run : kRuns) {
-            const std::uint32_t rest = MPI_ModWord(x, run.product);
-            for (; i < run.end; ++i)
-                residues_[i] = static_cast<std::uint16_t>(rest % kPrimeTable[i]);
+        for (std::size_t i = 0; i < zeros_.size(); i += 2) {
+            const std::uint32_t rest = MPI_ModWord(x, static_cast<std::uint32_t>(kPrimeTable[i]) * kPrimeTable[i + 1]);
+            zeros_[i] = firstZero(rest % kPrimeTable[i], kPrimeTable[i]);
+            zeros_[i + 1] = firstZero(rest % kPrimeTable[i + 1], kPrimeTable[i + 1]);
         }
-        zeros_ = std::count(residues_.begin(), residues_.end(), 0) == 0 ? 0 : kZero;
+        markBlock();
     }
-    // One pass that compilers put into vectors: the smaller of a sum and the sum less the prime, which wraps if it is
-    // too much.
     void step() {
-        std::uint16_t zeros = 0;
-        for (std::size_t i = 0; i < residues_.size(); ++i) {
-            const auto raised = static_cast<std::uint16_t>(residues_[i] + 2);
-            const auto reduced = static_cast<std::uint16_t>(raised - kPrimeTable[i]);
-            const std::uint16_t residue = std::min(raised, reduced);
-            residues_[i] = residue;
-            zeros = static_cast<std::uint16_t>(zeros | (residue == 0 ? kZero : 0));
-        }
-        zeros_ = zeros;
+        if (++at_ == isMarked_.size())
+            markBlock();
     }
-    [[nodiscard]] bool passes() const { return zeros_ == 0; }
+    [[nodiscard]] bool passes() const { return !isMarked_[at_]; }
 
   private:
-    static constexpr std::uint16_t kZero = 0xffff;  // among the residues
-    PrimeTable residues_;
-    std::uint16_t zeros_;
+    static std::uint32_t firstZero(std::uint32_t residue, std::uint32_t prime) {
+        const std::uint32_t missing = residue == 0 ? 0 : prime - residue;
+        return (missing % 2 == 0 ? missing : missing + prime) / 2;
+    }
+    void markBlock() {
+        isMarked_.fill(false);
+        at_ = 0;
+        for (std::size_t i = 0; i < zeros_.size(); ++i) {
+            std::size_t k = zeros_[i];
+            for (; k < isMarked_.size(); k += kPrimeTable[i])
+                isMarked_[k] = true;
+            zeros_[i] = static_cast<std::uint32_t>(k - isMarked_.size());
+        }
+    }
+
+    std::array<std::uint32_t, kPrimes> zeros_;  // by prime, the next step with a zero, counted from the block's start
+    std::array<bool, 2048> isMarked_;
+    std::size_t at_;
 };
 
 bool isTabled(const std::uint32_t* x) {

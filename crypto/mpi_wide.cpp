@@ -21,14 +21,14 @@ struct WideRows {
     static void multiply(std::uint32_t* r, const std::uint32_t* a, int aWords, const std::uint32_t* b, int bWords) {
         clearLimbs(r, 2 * aWords);
         for (int i = 0; i < bWords; ++i)
-            setWordAt(r, i + aWords, addRow(r + 2 * i, a, aWords, wordAt(b, i)));
+            setWordAt(r, i + aWords, addRow(fromWord(r, i), a, aWords, wordAt(b, i)));
     }
 
     // The products of different words first; they are doubled where the squares of the words are added.
     static void square(std::uint32_t* r, const std::uint32_t* a, int words) {
         clearLimbs(r, 4 * words);
         for (int i = 0; i + 1 < words; ++i)
-            setWordAt(r, i + words, addRow(r + 2 * (2 * i + 1), a + 2 * (i + 1), words - i - 1, wordAt(a, i)));
+            setWordAt(r, i + words, addRow(fromWord(r, 2 * i + 1), fromWord(a, i + 1), words - i - 1, wordAt(a, i)));
         Word carry = 0;
         Word pushed = 0;
         for (int i = 0; i < words; ++i) {
@@ -47,7 +47,7 @@ struct WideRows {
     static Word reduce(std::uint32_t* t, const std::uint32_t* n, int words, int rows, Word nPrime) {
         Word overflow = 0;
         for (int i = 0; i < rows; ++i) {
-            const Word carry = addRow(t + 2 * i, n, words, wordAt(t, i) * nPrime);
+            const Word carry = addRow(fromWord(t, i), n, words, wordAt(t, i) * nPrime);
             const DoubleWord sum = static_cast<DoubleWord>(wordAt(t, i + words)) + carry + overflow;
             setWordAt(t, i + words, lowWord(sum));
             overflow = highWord(sum);

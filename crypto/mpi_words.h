@@ -19,13 +19,20 @@ static_assert(sizeof(Word) == 8);
 
 constexpr int kWordBits = 64;
 
+// fromWord: the limbs from word i on.
+inline const std::uint32_t* fromWord(const std::uint32_t* limbs, int i) {
+    return limbs + static_cast<std::ptrdiff_t>(2) * i;
+}
+inline std::uint32_t* fromWord(std::uint32_t* limbs, int i) {
+    return limbs + static_cast<std::ptrdiff_t>(2) * i;
+}
 inline Word wordAt(const std::uint32_t* limbs, int i) {
     Word word;
-    std::memcpy(&word, limbs + 2 * i, sizeof word);
+    std::memcpy(&word, fromWord(limbs, i), sizeof word);
     return word;
 }
 inline void setWordAt(std::uint32_t* limbs, int i, Word word) {
-    std::memcpy(limbs + 2 * i, &word, sizeof word);
+    std::memcpy(fromWord(limbs, i), &word, sizeof word);
 }
 inline Word lowWord(DoubleWord value) {
     return static_cast<Word>(value);
@@ -144,7 +151,7 @@ struct WordForm {
     // An odd limb is reduced first, which leaves an even count of rows over an n with a zero limb on top.
     static void reduce(std::uint32_t* t, const std::uint32_t* n, int limbs, std::uint32_t nPrime) {
         if (limbs % 2 == 0) {
-            t[2 * limbs] = low(Rows::reduce(t, n, limbs / 2, limbs / 2, wide(n, nPrime)));
+            *fromWord(t, limbs) = low(Rows::reduce(t, n, limbs / 2, limbs / 2, wide(n, nPrime)));
             return;
         }
         reduceLimb(t, n, limbs, nPrime);
@@ -166,7 +173,7 @@ struct WordForm {
         shiftUp(rest, a, aLimbs, aWords, shift);
         const TopWords top(wordAt(divisor, dWords - 1), dWords > 1 ? wordAt(divisor, dWords - 2) : 0);
         for (int i = aWords - dWords - 1; i >= 0; --i) {
-            const Word digit = quotientWord(rest + 2 * i, divisor, dWords, top);
+            const Word digit = quotientWord(fromWord(rest, i), divisor, dWords, top);
             if (q != nullptr)
                 storeQuotient(q, aLimbs - dLimbs + 1, i, digit);
         }
@@ -220,7 +227,7 @@ struct WordForm {
     // finish: r = the reduced t, less n if it is not below n.
     static void finish(std::uint32_t* r, std::uint32_t* t, const std::uint32_t* n, int words, Word nPrime) {
         const Word overflow = Rows::reduce(t, n, words, words, nPrime);
-        const std::uint32_t* const sum = t + 2 * words;
+        const std::uint32_t* const sum = fromWord(t, words);
         const Word borrow = Rows::subtract(r, sum, n, words);
         choose(borrow > overflow, r, sum, words);
     }
@@ -250,10 +257,10 @@ struct WordForm {
     }
 
     static void storeQuotient(std::uint32_t* q, int limbs, int i, Word digit) {
-        if (2 * i < limbs)
-            q[2 * i] = low(digit);
         if (2 * i + 1 < limbs)
-            q[2 * i + 1] = high(digit);
+            setWordAt(q, i, digit);
+        else if (2 * i < limbs)
+            *fromWord(q, i) = low(digit);
     }
 
     // shiftUp: r, of `words` words, is a moved up by shift, which is below 64.

@@ -13,7 +13,6 @@ using mpi_test::inEveryForm;
 using mpi_test::kOnes;
 using mpi_test::limbsOf;
 using mpi_test::Mpi;
-using mpi_test::number;
 using mpi_test::operand;
 using mpi_test::room;
 using mpi_test::taken;

@@ -25,7 +25,8 @@ using Mpi = std::vector<std::uint32_t>;
 
 // room: an array for a result of up to `limbs` limbs, full of what nobody may read.
 inline Mpi room(int limbs) {
-    return Mpi(static_cast<std::size_t>(limbs) + 1, 0xdeadbeef);
+    Mpi x(static_cast<std::size_t>(limbs) + 1, 0xdeadbeef);
+    return x;
 }
 
 inline int limbsOf(const Mpi& x) {
