@@ -27,6 +27,21 @@ unsigned int requireName(const AsnList* elements, const char* name) {
     return index;
 }
 
+AsnObject& memberFor(const AsnList* elements, const char* name, const AsnObject* value) {
+    if (value == nullptr)
+        throw MiInvalidArgumentExp();
+    const unsigned int index = requireName(elements, name);
+    return *(*elements)[index];
+}
+
+// The last that is done with the value, which ends here if it lies inside the member. Its own flag does not count: a
+// value fresh from SetDerObject is not itself present anywhere.
+void take(AsnObject& member, const AsnObject* value) {
+    if (&member != value)
+        member.Reset(value);
+    member.SetAsnPresent(true);
+}
+
 }  // namespace
 
 void RequireNamed(const AsnObject* e) {
@@ -86,15 +101,14 @@ AsnObject* Find(const AsnList* elements, const char* name) {
     return index == elements->Size() ? nullptr : (*elements)[index];
 }
 
-AsnObject* Set(const AsnList* elements, const char* name, const AsnObject* value) {
-    if (value == nullptr)
-        throw MiInvalidArgumentExp();
-    const unsigned int index = requireName(elements, name);
-    AsnObject* member = (*elements)[index];
-    if (member != value)
-        member->Reset(value);
-    member->SetAsnPresent(true);
-    return member;
+void Set(const AsnList* elements, const char* name, const AsnObject* value) {
+    take(memberFor(elements, name, value), value);
+}
+
+void SetComplete(const AsnList* elements, const char* name, const AsnObject* value) {
+    AsnObject& member = memberFor(elements, name, value);
+    member.SetAsnBaseData(value);
+    take(member, value);
 }
 
 void Copy(AsnList*& to, const AsnList* from) {

@@ -472,6 +472,22 @@ TEST(sequence_test, CompleteDataReplacesTheName) {
     EXPECT_THROW(none.AddCompleteData("any", &named), MiInvalidArgumentExp);
 }
 
+TEST(sequence_test, CompleteDataFromInsideTheMember) {
+    auto inner = member("inner", composite<AsnSequence>(member("x", AsnInteger(5))));
+    inner.SetAsnTag(ASN_CONTEXT, ASN_IMPLICIT, 9);
+    auto value = composite<AsnSequence>(member("outer", composite<AsnSequence>(inner)));
+    value.AddCompleteData("outer", dynamic_cast<const AsnSequence&>(*value.Get("outer")).Get("inner"));
+    const auto* set = dynamic_cast<const AsnSequence*>(value.Get("inner"));
+    ASSERT_NE(set, nullptr);
+    EXPECT_EQ(set->GetAsnTagNumber(), 9U);
+    EXPECT_TRUE(set->IsAsnPresent());
+    EXPECT_EQ(names(*set), "x ");
+
+    value.AddCompleteData("inner", value.Get("inner"));
+    EXPECT_EQ(names(*set), "x ");
+    EXPECT_EQ(set->GetAsnTagNumber(), 9U);
+}
+
 TEST(sequence_test, ManyMembersKeepTheirOrder) {
     AsnSequence value;
     for (int i = 0; i < 100; ++i) {
