@@ -1,6 +1,7 @@
 #include "asn/members.h"
 
 #include <memory>
+#include <utility>
 
 #include "asn/list_codec.h"
 #include "asn/member.h"
@@ -112,10 +113,8 @@ void SetComplete(const AsnList* elements, const char* name, const AsnObject* val
 }
 
 void Copy(AsnList*& to, const AsnList* from) {
-    std::unique_ptr<AsnList> old(to);
-    to = nullptr;
-    if (from != nullptr && from->Size() != 0)
-        to = new AsnList(*from);
+    AsnList* copy = from == nullptr || from->Size() == 0 ? nullptr : new AsnList(*from);
+    delete std::exchange(to, copy);
 }
 
 bool EqualContents(const AsnList* a, const AsnList* b) {

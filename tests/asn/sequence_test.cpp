@@ -4,10 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <new>
 #include <string>
 #include <typeinfo>
 
+#include "foundation/pool.h"
 #include "tests/asn/der_io.h"
+#include "tests/support/failing_heap.h"
 
 namespace {
 
@@ -332,6 +335,23 @@ TYPED_TEST(sequence_test_each, ResetToAnotherReplacesTheSchema) {
     none.ClearAllElements();
     value.Reset(&none);
     EXPECT_THROW((void)value.Find(0U), MiInvalidArgumentExp);
+}
+
+TYPED_TEST(sequence_test_each, ExhaustedMemoryTakesNoMembersAway) {
+    const TypeParam source = this->abc();
+    auto value = composite<TypeParam>(member("x", AsnInteger(7)));
+    bool kept = true;
+    const long failures = support::forEachExhaustion([&] {
+        foundation::PoolTrim();
+        try {
+            value.Reset(&source);
+        } catch (const std::bad_alloc&) {
+            kept = kept && value.Size() == 1;
+        }
+    });
+    EXPECT_GT(failures, 3);
+    EXPECT_TRUE(kept);
+    EXPECT_EQ(names(value), "a b c ");
 }
 
 TYPED_TEST(sequence_test_each, ResetToAMemberOfItself) {
