@@ -55,7 +55,8 @@ void Add(AsnList*& elements, const AsnObject* e) {
     std::unique_ptr<AsnObject> clone(e->Clone());
     if (elements == nullptr)
         elements = new AsnList;
-    elements->Append(clone.release());
+    elements->Append(clone.get());
+    (void)clone.release();
 }
 
 void Insert(AsnList*& elements, unsigned int index, const AsnObject* e) {
@@ -65,7 +66,8 @@ void Insert(AsnList*& elements, unsigned int index, const AsnObject* e) {
     std::unique_ptr<AsnObject> clone(e->Clone());
     if (elements == nullptr)
         elements = new AsnList;
-    elements->Insert(index, clone.release());
+    elements->Insert(index, clone.get());
+    (void)clone.release();
 }
 
 void Replace(AsnList* elements, unsigned int index, const AsnObject* e) {
