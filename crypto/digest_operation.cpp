@@ -102,6 +102,10 @@ int GenerateKeyPairOp(ALG_OBJ* alg, KEY_OBJ** publicKey, KEY_OBJ** privateKey, C
             if (code == 0)
                 code = KeySetup(publicKey, KeyAllocRsaPublic, items);
             KeyItemsFree(&items, RSA_ITEM_COUNT);
+            if (code != 0) {
+                KeyFree(privateKey);
+                KeyFree(publicKey);
+            }
             return code;
         });
 }
