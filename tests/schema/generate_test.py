@@ -56,7 +56,7 @@ class GenerateTest(unittest.TestCase):
                      'SchemaAccess::SetAny(*this, "second", value);'):
             self.assertIn(line, source)
         self.assertNotIn("Sum", source)
-        self.assertIn("extern template class AsnSetOf<AsnInteger>;", self.read("lists.h"))
+        self.assertIn("extern template class VT_API AsnSetOf<AsnInteger>;", self.read("lists.h"))
         self.assertIn('{"Pair", AsnMake<Pair>},', self.read("types.cpp"))
 
     def test_families_use_each_other(self):
