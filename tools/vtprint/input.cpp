@@ -114,6 +114,7 @@ class Lines {
     bool next(std::string& line) {
         if (at >= text.size())
             return false;
+        start = at;
         const std::size_t end = std::min(text.find('\n', at), text.size());
         line = trimmed(std::string_view(text).substr(at, end - at));
         at = end + 1;
@@ -121,16 +122,30 @@ class Lines {
         return true;
     }
 
+    // Makes the line that came last the next one.
+    void back() {
+        at = start;
+        --count;
+    }
+
     std::size_t number() const { return count; }
 
   private:
     const std::string& text;
     std::size_t at = 0;
+    std::size_t start = 0;  // of the line that came last
     std::size_t count = 0;
 };
 
+class BlockError : public InputError {
+  public:
+    BlockError(std::size_t at, const std::string& what) : InputError(what), line(at) {}
+
+    std::size_t line;
+};
+
 [[noreturn]] void failAt(std::size_t line, const std::string& what) {
-    throw InputError("line " + std::to_string(line) + ": " + what);
+    throw BlockError(line, what);
 }
 
 [[noreturn]] void failAt(std::size_t line, const std::string& label, const std::string& what) {
@@ -144,7 +159,11 @@ bool isEncryption(const std::string& line) {
 // What stands between the first and the last line of a block, up to the label of the latter; empty where it has none.
 std::string readBody(Lines& lines, const std::string& label, Base64& base64) {
     std::string line;
-    while (lines.next(line) && labelOf(line, kBegin).empty()) {
+    while (lines.next(line)) {
+        if (!labelOf(line, kBegin).empty()) {
+            lines.back();
+            return {};
+        }
         std::string end = labelOf(line, kEnd);
         if (!end.empty())
             return end;
@@ -169,7 +188,16 @@ Block readBlock(Lines& lines, const std::string& label) {
         failAt(lines.number(), label, "ends as \"" + end + "\"");
     if (!base64.complete())
         failAt(lines.number(), label, "is cut short in its base64");
-    return {base64.bytes(), label, begin};
+    return {base64.bytes(), label, begin, {}};
+}
+
+// A block that cannot be read does not hide the others.
+Block readBlockOrFault(Lines& lines, const std::string& label) {
+    try {
+        return readBlock(lines, label);
+    } catch (const BlockError& error) {
+        return {{}, label, error.line, error.what()};
+    }
 }
 
 std::vector<Block> findPem(const std::string& input) {
@@ -179,7 +207,7 @@ std::vector<Block> findPem(const std::string& input) {
     while (lines.next(line)) {
         const std::string label = labelOf(line, kBegin);
         if (!label.empty())
-            blocks.push_back(readBlock(lines, label));
+            blocks.push_back(readBlockOrFault(lines, label));
     }
     return blocks;
 }
@@ -215,14 +243,14 @@ std::vector<Block> findBlocks(const std::string& input) {
     if (input.empty())
         throw InputError("empty");
     if (!startsWith(input, "-") && isOneElement(input))
-        return {Block{input, {}, 0}};
+        return {Block{input, {}, 0, {}}};
     std::vector<Block> blocks = findPem(input);
     if (!blocks.empty())
         return blocks;
     Base64 base64;
     if (base64.add(input) && base64.complete() && !base64.bytes().empty())
-        return {Block{base64.bytes(), {}, 0}};
-    return {Block{input, {}, 0}};
+        return {Block{base64.bytes(), {}, 0, {}}};
+    return {Block{input, {}, 0, {}}};
 }
 
 std::size_t elementLength(const std::string& der) {
