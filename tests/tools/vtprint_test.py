@@ -156,7 +156,7 @@ class VtprintTest(unittest.TestCase):
         block = pem("RSA PUBLIC KEY", data("public_key.der"))
         for given in (pem("RSA PUBLIC KEY", data("public_key.der"), "\r\n"), block.rstrip(b"\n"),
                       b"Modulus=C0FFEE\n    text: of openssl\n\n" + block + b"more text\n",
-                      block.replace(b"\n", b" \t\n"), block.replace(b"-----BEGIN", b"\xef\xbb\xbf\n-----BEGIN"),
+                      block.replace(b"\n", b" \t\n"), b"\xef\xbb\xbf" + block,
                       block.replace(b"KEY-----\n", b"KEY-----\nfriendlyName: my key\n\n", 1)):
             self.expect(vtprint(given=given), 0, expected)
 
@@ -190,7 +190,7 @@ class VtprintTest(unittest.TestCase):
         expected = "CertificationRequest\n" + data("request.txt").decode()
         text = base64.b64encode(data("request.der"))
         lines = b"\r\n".join(text[i:i + 64] for i in range(0, len(text), 64))
-        for given in (text, text + b"\n", lines + b"\r\n"):
+        for given in (text, text + b"\n", lines + b"\r\n", b"\xef\xbb\xbf" + lines):
             self.expect(vtprint(given=given), 0, expected)
 
     # What is wrong with it.
@@ -202,13 +202,24 @@ class VtprintTest(unittest.TestCase):
         self.expect_complaint(vtprint(""), 1, '""')
 
     def test_what_is_no_der(self):
-        for given, words in ((b"hello", "cut short: 5 bytes of 103"), (b"\x30", "cut short"),
+        for given, words in ((b"\x68e\x01\x02\x03", "cut short: 5 bytes of 103"), (b"\x30\x82\x01", "cut short"),
                              (b"\x30\x80\x02\x01\x00\x00\x00", "indefinite length"),
-                             (b"\x30\x85\x00\x00\x00\x00\x01\x00", "a length of 5 bytes"), (b"\x3f\xff", "cut short"),
+                             (b"\x30\x85\x00\x00\x00\x00\x01\x00", "a length of 5 bytes"), (b"\x1f\xff", "cut short"),
                              (b"\x30\x84\xff\xff\xff\xff\x00", "cut short: 7 bytes of 42949"),
                              (b"\x02\x01\x07", "--type"), (b"\x05\x00", "--type"),
                              (b"\x30\x03\x02\x01\x07", "--type")):
             self.expect_complaint(vtprint(given=given), 1, "standard input", words)
+
+    def test_a_text_is_told_as_one(self):
+        for given in (b"hello", b"To whom it may concern:\r\n\r\n\tGr\xc3\xbc\xc3\x9fe\n", b"\xef\xbb\xbf", b"\n",
+                      b"-----BEGIN CERTIFICATE----\nMIIB\n"):
+            self.expect_complaint(vtprint(given=given), 1, "standard input: neither DER nor PEM")
+
+    def test_labels_do_not_reach_the_terminal_as_they_are(self):
+        good = pem("RSA PUBLIC KEY", data("public_key.der"))
+        for label in ("\x1b[2J", "a\tb", "X" * 100000, "J\u00f6rg"):
+            result = vtprint(given=pem(label, b"\x05\x00").replace(b"END", b"end") + good)
+            self.expect(result, 0, "RSAPublicKey\n" + data("public_key.txt").decode())
 
     def test_der_that_is_not_of_the_type(self):
         for kind, name in (("Certificate", "public_key"), ("RSAPrivateKey", "public_key"), ("PFX", "certificate")):

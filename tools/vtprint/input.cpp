@@ -23,6 +23,7 @@ constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kEnd = "-----END ";
 constexpr std::string_view kDashes = "-----";
 constexpr std::string_view kBlanks = " \t\r\n\v\f";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // editors put it in front of a text in UTF-8
 
 struct CloseFile {
     void operator()(std::FILE* file) const {
@@ -52,12 +53,19 @@ bool startsWith(std::string_view text, std::string_view with) {
     return text.substr(0, with.size()) == with;
 }
 
+// Labels come back in messages, so they must be short and without what a terminal would act on.
+bool isLabel(std::string_view text) {
+    constexpr std::size_t kMost = 60;
+    return text.size() <= kMost && std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+}
+
 // The label of a line "-----BEGIN label-----", or of one with END; empty for any other line.
 std::string labelOf(const std::string& line, std::string_view start) {
     if (line.size() < start.size() + kDashes.size() || !startsWith(line, start) ||
         line.compare(line.size() - kDashes.size(), kDashes.size(), kDashes) != 0)
         return {};
-    return line.substr(start.size(), line.size() - start.size() - kDashes.size());
+    std::string label = line.substr(start.size(), line.size() - start.size() - kDashes.size());
+    return isLabel(label) ? label : std::string();
 }
 
 int base64Value(char c) {
@@ -108,7 +116,7 @@ class Base64 {
 
 class Lines {
   public:
-    explicit Lines(const std::string& input) : text(input) {}
+    explicit Lines(std::string_view input) : text(input) {}
 
     // The next line without blanks at its ends; false behind the last one.
     bool next(std::string& line) {
@@ -116,7 +124,7 @@ class Lines {
             return false;
         start = at;
         const std::size_t end = std::min(text.find('\n', at), text.size());
-        line = trimmed(std::string_view(text).substr(at, end - at));
+        line = trimmed(text.substr(at, end - at));
         at = end + 1;
         ++count;
         return true;
@@ -131,7 +139,7 @@ class Lines {
     std::size_t number() const { return count; }
 
   private:
-    const std::string& text;
+    std::string_view text;
     std::size_t at = 0;
     std::size_t start = 0;  // of the line that came last
     std::size_t count = 0;
@@ -200,7 +208,7 @@ Block readBlockOrFault(Lines& lines, const std::string& label) {
     }
 }
 
-std::vector<Block> findPem(const std::string& input) {
+std::vector<Block> findPem(std::string_view input) {
     std::vector<Block> blocks;
     Lines lines(input);
     std::string line;
@@ -210,6 +218,14 @@ std::vector<Block> findPem(const std::string& input) {
             blocks.push_back(readBlockOrFault(lines, label));
     }
     return blocks;
+}
+
+// DER has control characters in its first bytes or soon after.
+bool isText(std::string_view input) {
+    return std::all_of(input.begin(), input.end(), [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return (byte >= 0x20 && byte != 0x7F) || kBlanks.find(c) != std::string_view::npos;
+    });
 }
 
 bool isOneElement(const std::string& input) {
@@ -244,12 +260,17 @@ std::vector<Block> findBlocks(const std::string& input) {
         throw InputError("empty");
     if (!startsWith(input, "-") && isOneElement(input))
         return {Block{input, {}, 0, {}}};
-    std::vector<Block> blocks = findPem(input);
+    std::string_view text = input;
+    if (startsWith(text, kByteOrderMark))
+        text.remove_prefix(kByteOrderMark.size());
+    std::vector<Block> blocks = findPem(text);
     if (!blocks.empty())
         return blocks;
     Base64 base64;
-    if (base64.add(input) && base64.complete() && !base64.bytes().empty())
+    if (base64.add(text) && base64.complete() && !base64.bytes().empty())
         return {Block{base64.bytes(), {}, 0, {}}};
+    if (isText(text))
+        throw InputError("neither DER nor PEM nor base64");
     return {Block{input, {}, 0, {}}};
 }
 

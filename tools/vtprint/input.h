@@ -27,7 +27,8 @@ struct Block {
 std::string readInput(const std::string& file);
 
 // The blocks of a file in their order, at least one. A PEM block that does not end, has headers that say that it is
-// encrypted, or holds what is not base64 comes with its fault. InputError for no bytes at all.
+// encrypted, or holds what is not base64 comes with its fault. InputError for no bytes at all, and for a text that
+// holds neither.
 std::vector<Block> findBlocks(const std::string& input);
 
 // The length of the first element of DER as its header tells it, which may be more than there is. InputError where
