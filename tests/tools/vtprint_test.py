@@ -89,6 +89,18 @@ class VtprintTest(unittest.TestCase):
             self.assertEqual((result.status, result.err), (0, ""), name)
             self.assertEqual(result.out.split("\n")[0], name.split(".")[0], name)
 
+    def test_types_are_found_of_files_that_are_not_quite_der(self):
+        with open(os.path.join(ROOT, "tests", "schema", "data", "Certificate.eight_extensions.der"), "rb") as file:
+            strict = file.read()
+        lax = strict.replace(b"\x01\x01\xff", b"\x01\x01\x01")  # true, but not as DER has it
+        self.assertNotEqual(lax, strict)
+        self.expect(vtprint(given=lax), 0, vtprint(given=strict).out)
+        self.expect(vtprint(given=b"\x30\x08\x02\x03\x00\x00\x0b\x02\x01\x03"), 0,
+                    "RSAPublicKey\nSEQUENCE : {\n    pkModulus  INTEGER : 11\n    publicExponent  INTEGER : 3 }\n")
+        # No name, as there is no SET, and no key.
+        for given in (b"\x30\x04\x02\x02\x30\x00", b"\x30\x06\x02\x01\x01\x04\x01\x05"):
+            self.expect_complaint(vtprint(given=given), 1, "--type")
+
     def headings(self, result):
         return re.findall(r"^[A-Z]\w+$", result.out, re.M)
 

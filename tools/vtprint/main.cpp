@@ -169,7 +169,7 @@ void printBlock(Block block, const std::string& type) {
 }
 
 void complain(const std::string& where, const std::string& what) {
-    std::cerr << "vtprint: " << where << ": " << what << '\n';
+    std::cerr << "vtprint: " + where + ": " + what + "\n";  // at once, as this stream keeps nothing
 }
 
 int printFile(const Options& options) {
