@@ -252,6 +252,7 @@ class VtprintTest(unittest.TestCase):
                 ("\n".join(lines[:-2]), ("line 1", "no end")),
                 ("text\n" + lines[0], ("line 2", "no end")),
                 (block.replace(lines[2], lines[2][:-1] + "!"), ("line 3", "base64")),
+                (block.replace(lines[2], lines[2][:-1] + ":"), ("line 3", "base64")),
                 (block.replace(lines[7], lines[7][:-1]), ("line 9", "cut short")),
                 (block.replace(lines[2], lines[2][:-1]), ("line 8", "base64")),
                 (block.replace(lines[2], lines[2][:-2] + "=="), ("line", "base64")),

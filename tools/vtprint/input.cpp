@@ -82,6 +82,7 @@ class Base64 {
         return std::all_of(text.begin(), text.end(), [this](char c) { return addOne(c); });
     }
 
+    bool begun() const { return count != 0; }
     bool complete() const { return count % 4 == 0; }
     const std::string& bytes() const { return out; }
 
@@ -177,7 +178,7 @@ std::string readBody(Lines& lines, const std::string& label, Base64& base64) {
             return end;
         if (isEncryption(line))
             failAt(lines.number(), label, "is encrypted");
-        if (line.find(':') != std::string::npos)
+        if (!base64.begun() && line.find(':') != std::string::npos)
             continue;  // a header, such as those of a key bag
         if (!base64.add(line))
             failAt(lines.number(), "no base64");
