@@ -1,5 +1,6 @@
 #include "asn/der_encode.h"
 
+#include <algorithm>
 #include <utility>
 #include <vector>
 
@@ -26,22 +27,24 @@ constexpr unsigned int kConstructed = 0x20;
 constexpr unsigned int kHighTagNumber = 0x1F;
 constexpr unsigned int kMore = 0x80;  // the bit of every octet of a number but the last
 
-// A few octets on their way into the buffer: a length, a number in base 128.
+// A few octets on their way into the buffer: an identifier, a length, a number.
 struct Octets {
     char bytes[6];
     unsigned int count = 0;
 
     void add(unsigned int octet) { bytes[count++] = static_cast<char>(octet); }
-
-    void addBase128(unsigned int number) {
-        int shift = 0;
-        for (unsigned int rest = number >> 7; rest != 0; rest >>= 7)
-            shift += 7;
-        for (; shift > 0; shift -= 7)
-            add(kMore | (number >> shift & 0x7F));
-        add(number & 0x7F);
-    }
 };
+
+// A number in base 128, most significant group first.
+template <class Sink>
+void addBase128(unsigned int number, Sink& octets) {
+    int shift = 0;
+    for (unsigned int rest = number >> 7; rest != 0; rest >>= 7)
+        shift += 7;
+    for (; shift > 0; shift -= 7)
+        octets.add(kMore | (number >> shift & 0x7F));
+    octets.add(number & 0x7F);
+}
 
 // The identifier octets of a tag, appended. The result is their number.
 unsigned int putIdentifier(const AsnTag& tag, MiByteBuffer& out) {
@@ -54,7 +57,7 @@ unsigned int putIdentifier(const AsnTag& tag, MiByteBuffer& out) {
     }
     Octets octets;
     octets.add(leading | kHighTagNumber);
-    octets.addBase128(tag.tagNumber);
+    addBase128(tag.tagNumber, octets);
     out.Append(octets.bytes, octets.count);
     return octets.count;
 }
@@ -83,10 +86,6 @@ class Collector {
         if (count_ == sizeof(octets_))
             flush();
         octets_[count_++] = static_cast<char>(octet);
-    }
-    void add(const Octets& octets) {
-        for (unsigned int i = 0; i < octets.count; ++i)
-            add(static_cast<unsigned char>(octets.bytes[i]));
     }
     void flush() {
         out_.Append(octets_, count_);
@@ -165,8 +164,8 @@ void putInt32(int value, MiByteBuffer& out) {
     out.Append(octets.bytes, octets.count);
 }
 
-// One arc of dotted text after the other. An arc is read as a decimal number of any size of which the low 32 bits
-// count; it may have a sign, but may not be negative, and no zero may lead it.
+// One arc of dotted text after the other. An arc is a decimal number of any size of which the low 32 bits count; it may
+// have a sign, but may not be negative, and no zero may lead it.
 class Arcs {
   public:
     Arcs(const char* text, unsigned int length) : at_(text), end_(text + length) {}
@@ -174,43 +173,40 @@ class Arcs {
     // Whether text is left. A "." that ends the text leaves an empty arc.
     [[nodiscard]] bool more() const { return at_ != nullptr; }
 
-    unsigned int next() {
-        const char* end = at_;
-        while (end != end_ && *end != '.')
-            ++end;
-        if (end == at_)
-            throw AsnDataExp();
-        const unsigned int arc = number(at_, end);
-        at_ = end == end_ ? nullptr : end + 1;
-        return arc;
-    }
-
-    // The arc in front of the last of the two that begin the text: without anything behind it the text is not parsed.
+    // The first arc, which is not looked at where nothing stands behind it.
     unsigned int first() {
-        const char* dot = at_;
-        while (dot != end_ && *dot != '.')
-            ++dot;
+        const char* dot = std::find(at_, end_, '.');
         if (dot == end_ || dot + 1 == end_)
             throw AsnDataExp();
         return next();
     }
 
-  private:
-    static unsigned int number(const char* at, const char* end) {
-        const bool negative = *at == '-';
-        if (*at == '-' || *at == '+')
-            ++at;
-        if (at == end || (*at == '0' && at + 1 != end))
-            throw MiInvalidArgumentExp();
-        const bool zero = *at == '0';
-        unsigned int value = 0;
-        for (; at != end; ++at) {
-            if (*at < '0' || *at > '9')
-                throw MiInvalidArgumentExp();
-            value = value * 10 + static_cast<unsigned int>(*at - '0');
-        }
-        if (negative && !zero)
+    unsigned int next() {
+        if (at_ == end_ || *at_ == '.')
             throw AsnDataExp();
+        const bool negative = *at_ == '-';
+        if (negative || *at_ == '+')
+            ++at_;
+        const char* digits = at_;
+        const unsigned int value = number();
+        if (at_ == digits || (*digits == '0' && at_ - digits > 1))
+            throw MiInvalidArgumentExp();
+        if (negative && *digits != '0')
+            throw AsnDataExp();
+        at_ = at_ == end_ ? nullptr : at_ + 1;
+        return value;
+    }
+
+  private:
+    // Reads up to the next "." or the end.
+    unsigned int number() {
+        unsigned int value = 0;
+        for (; at_ != end_ && *at_ != '.'; ++at_) {
+            const auto digit = static_cast<unsigned int>(*at_ - '0');
+            if (digit > 9)
+                throw MiInvalidArgumentExp();
+            value = value * 10 + digit;
+        }
         return value;
     }
 
@@ -224,14 +220,9 @@ void putOid(const char* text, unsigned int length, MiByteBuffer& out) {
     Arcs arcs(text, length);
     Collector octets(out);
     const unsigned int first = arcs.first();
-    Octets subidentifier;
-    subidentifier.addBase128(first * 40 + arcs.next());  // the range of neither is checked, and 32 bits are kept
-    octets.add(subidentifier);
-    while (arcs.more()) {
-        subidentifier = {};
-        subidentifier.addBase128(arcs.next());
-        octets.add(subidentifier);
-    }
+    addBase128(first * 40 + arcs.next(), octets);  // the range of neither is checked, and 32 bits are kept
+    while (arcs.more())
+        addBase128(arcs.next(), octets);
     octets.flush();
 }
 

@@ -1,9 +1,20 @@
 // AsnDerEncode: values to DER (X.690).
 //
-// The length of an element is put in front of its content once that has been written; there is no pass over the sizes.
-// Failures: AsnEncodeExp for a mandatory member that is absent and for a choice without a selection; AsnDataExp for an
-// object identifier without text, without a second arc, with an empty or a negative arc, and for a container without a
-// value. out then keeps what was written so far. The values never change.
+//     identifier | length, the shortest definite form | content
+//
+// The length is put in front of the content once that has been written; there is no pass over the sizes. Where it
+// differs from X.690:
+//
+//   SET             members go out by their tags, exchanged pairwise; equal tags may change places
+//   SET OF          shorter items first, those of equal length by their bytes (list_codec.h)
+//   DEFAULT         a member is written whenever it is present, whatever it holds
+//   identifiers     arcs count modulo 2^32, and neither of the first two is held to its range
+//   UTF8String      characters up to 7FFFFFFF, in up to six octets (RFC 2279)
+//   CHOICE          has no tag of its own: that of its selection is written, and one of zero for a choice in a choice
+//
+// Failures. AsnEncodeExp: a mandatory member is absent, a choice has no selection. AsnDataExp: an object identifier
+// has no text, no second arc, an empty or a negative arc; a container has no value. MiInvalidArgumentExp: an arc is no
+// decimal number, or begins with a zero. out then keeps what was written so far. The values never change.
 #ifndef VT_ASN_DER_ENCODE_H
 #define VT_ASN_DER_ENCODE_H
 

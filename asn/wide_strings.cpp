@@ -19,7 +19,7 @@ AsnCharacters::AsnCharacters(const AsnCharacters& other) : AsnCharacters(other.l
 }
 
 AsnCharacters::AsnCharacters(unsigned int n) : length(n) {
-    if (std::uint64_t{n} > SIZE_MAX / sizeof(AsnQuadruple))
+    if (n > UINT32_MAX / sizeof(AsnQuadruple))  // no MiByte could hold them
         MiMemoryFailure();
     if (n != 0)
         data = static_cast<AsnQuadruple*>(foundation::PoolTake(n * sizeof(AsnQuadruple)));

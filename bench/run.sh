@@ -2,11 +2,12 @@
 # Builds the benchmarks and prints one table: our time, the peer's time in the same run, and the ratio.
 # Usage: bench/run.sh [enrol] [rounds of each benchmark, 9 by default]
 #        bench/run.sh crypto [rounds, 15 by default] [rows: a regular expression, all by default]
+#        bench/run.sh asn [rounds, 15 by default]
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=build/bench
 what=enrol
-if [[ ${1:-} == enrol || ${1:-} == crypto ]]; then
+if [[ ${1:-} == enrol || ${1:-} == crypto || ${1:-} == asn ]]; then
     what=$1
     shift
 fi
@@ -16,6 +17,12 @@ cmake --preset bench >/dev/null
 if [[ $what == crypto ]]; then
     cmake --build --preset bench --target bench_crypto >/dev/null
     exec python3 bench/crypto_table.py "$build/bin/bench_crypto" "${1:-15}" "${2:-.}"
+fi
+if [[ $what == asn ]]; then
+    cmake --build --preset bench --target bench_asn >/dev/null
+    python3 bench/crypto_table.py "$build/bin/bench_asn" "${1:-15}" .
+    echo
+    exec "$build/bin/bench_asn" --memory
 fi
 
 rounds=${1:-9}

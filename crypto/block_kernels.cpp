@@ -5,8 +5,6 @@
 namespace crypto {
 namespace {
 
-constexpr bool kWideWords = sizeof(void*) >= sizeof(std::uint64_t);
-
 std::atomic<const BlockKernels*> inUse{nullptr};
 
 BlockKernels plainCalled(const char* name) {
@@ -15,7 +13,7 @@ BlockKernels plainCalled(const char* name) {
 
 // Each of these puts its loops in, where they can run, and tells whether they can.
 bool putWide(BlockKernels& kernels) {
-    if (!kWideWords)
+    if (kWideDes.encrypt == nullptr)
         return false;
     kernels.des = kWideDes;
     kernels.des3 = kWideDes3;

@@ -23,7 +23,7 @@ int init(void* context, const std::uint8_t* key, const void* parameter, bool enc
     if (des == nullptr || key == nullptr || iv == nullptr)
         return crypto::kArgumentAbsent;
     cbc::begin(*des, encrypting);
-    for (int i = 0; i < 2; ++i)
+    for (std::size_t i = 0; i < 2; ++i)
         des->chain[i] = des->iv[i] = crypto::loadBigEndian(iv + 4 * i);
     crypto::desSchedule(key, encrypting, des->subkeys);
     return crypto::kSuccess;

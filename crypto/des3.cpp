@@ -23,7 +23,7 @@ int init(void* context, const std::uint8_t* key, const void* parameter, bool enc
     if (des3 == nullptr || key == nullptr || iv == nullptr)
         return crypto::kArgumentAbsent;
     cbc::begin(*des3, encrypting);
-    for (int i = 0; i < 2; ++i)
+    for (std::size_t i = 0; i < 2; ++i)
         des3->chain[i] = des3->iv[i] = crypto::loadBigEndian(iv + 4 * i);
     crypto::desSchedule(encrypting ? key : key + 16, encrypting, des3->subkeys1);
     crypto::desSchedule(key + 8, !encrypting, des3->subkeys2);

@@ -74,23 +74,20 @@ constexpr std::uint32_t substituted(unsigned box, unsigned group) {
     return rotateLeft(after, 1);
 }
 
-// The boxes and P combined, for plain rounds in X and for wide rounds expanded. A row for each byte, lowest first.
+// The boxes and P combined, in the form of a half. A row for each byte, lowest first.
+template <class Half>
 struct Boxes {
-    alignas(64) std::uint32_t plain[8][64];
-    alignas(64) std::uint64_t wide[8][64];
+    alignas(64) Half rows[8][64];
 };
 
-constexpr Boxes makeBoxes() {
-    Boxes boxes{};
-    for (unsigned box = 1; box <= 8; ++box) {
-        for (unsigned group = 0; group < 64; ++group) {
-            boxes.plain[byteOf(box)][group] = substituted(box, group);
-            boxes.wide[byteOf(box)][group] = expanded(substituted(box, group));
-        }
-    }
+template <class Form>
+constexpr Boxes<typename Form::Half> makeBoxes() {
+    Boxes<typename Form::Half> boxes{};
+    for (unsigned box = 1; box <= 8; ++box)
+        for (unsigned group = 0; group < 64; ++group)
+            boxes.rows[byteOf(box)][group] = Form::entered(substituted(box, group));
     return boxes;
 }
-constexpr Boxes kBoxes = makeBoxes();
 
 // The second permuted choice by pieces of seven bits, four of C and then four of D, most significant first: what each
 // piece gives to a subkey, as both words of the pair.
@@ -179,11 +176,14 @@ struct Plain {
         explicit Keys(const std::uint32_t (&subkeys)[32]) : pairs(subkeys) {}
     };
 
-    static Half enter(std::uint32_t word) { return rotateLeft(word, 1); }
+    // entered: a half from X; enter and leave: from and to a word.
+    static constexpr Half entered(std::uint32_t x) { return x; }
+    static Half enter(std::uint32_t word) { return entered(rotateLeft(word, 1)); }
     static std::uint32_t leave(Half half) { return rotateRight(half, 1); }
 
     static Half mixed(Half half, const std::uint32_t* pair) {
-        const auto& rows = kBoxes.plain;
+        static constexpr Boxes<Half> kBoxes = makeBoxes<Plain>();
+        const auto& rows = kBoxes.rows;
         const std::uint32_t even = half ^ pair[0];
         const std::uint32_t odd = rotateRight(half, 4) ^ pair[1];
         const std::uint32_t first = rows[0][even & 63] ^ rows[1][even >> 8 & 63];
@@ -204,6 +204,8 @@ struct Plain {
     // keyed: plain rounds put the key in when they come to it.
     static Halves<Half> keyed(const Halves<Half>& block, const Keys& /*keys*/) { return block; }
 };
+
+#if UINTPTR_MAX > UINT32_MAX
 
 // Wide rounds: a half is expanded, and has the key of the round that will look it up put in before, off the path on
 // which one round waits for another.
@@ -228,7 +230,8 @@ struct Wide {
         }
     };
 
-    static Half enter(std::uint32_t word) { return expanded(rotateLeft(word, 1)); }
+    static constexpr Half entered(std::uint32_t x) { return expanded(x); }
+    static Half enter(std::uint32_t word) { return entered(rotateLeft(word, 1)); }
 
     static std::uint32_t leave(Half half) {
         const auto even = static_cast<std::uint32_t>(half);
@@ -238,7 +241,8 @@ struct Wide {
 
     // mixed: what is ready first is added first.
     static Half mixed(Half other, Half groups) {
-        const auto& rows = kBoxes.wide;
+        static constexpr Boxes<Half> kBoxes = makeBoxes<Wide>();
+        const auto& rows = kBoxes.rows;
         const std::uint64_t first =
             together(other ^ rows[0][groups & 255]) ^ together(rows[1][groups >> 8 & 255] ^ rows[7][groups >> 56]);
         const std::uint64_t second = together(rows[2][groups >> 16 & 255] ^ rows[3][groups >> 24 & 255]) ^
@@ -262,6 +266,8 @@ struct Wide {
         return {block.left ^ keys.first[1], block.right ^ keys.first[0]};
     }
 };
+
+#endif
 
 // The sixteen rounds, unrolled, side by side for a number of blocks. The halves change places at the end.
 template <class Form, std::size_t Count, std::size_t... Pairs>
@@ -359,7 +365,7 @@ void desSchedule(const std::uint8_t* key, bool encrypting, std::uint32_t (&subke
     auto c = static_cast<std::uint32_t>(columns >> 36);
     auto d = static_cast<std::uint32_t>((columns >> 8 & 0xFF) << 20 | (columns >> 16 & 0xFF) << 12 |
                                         (columns >> 24 & 0xFF) << 4 | (columns >> 32 & 0x0F));
-    for (unsigned round = 0; round < 16; ++round) {
+    for (std::size_t round = 0; round < 16; ++round) {
         c = rotateKeyHalf(c, kKeyShifts[round]);
         d = rotateKeyHalf(d, kKeyShifts[round]);
         const std::uint64_t subkey = choice2(c, d);
@@ -370,8 +376,18 @@ void desSchedule(const std::uint8_t* key, bool encrypting, std::uint32_t (&subke
 }
 
 const CbcLoops<DES_CTX> kPlainDes = {encrypt<One<Plain>>, decrypt<One<Plain>>};
-const CbcLoops<DES_CTX> kWideDes = {encrypt<One<Wide>>, decrypt<One<Wide>>};
 const CbcLoops<DES3_CTX> kPlainDes3 = {encrypt<Three<Plain>>, decrypt<Three<Plain>>};
+
+#if UINTPTR_MAX > UINT32_MAX
+
+const CbcLoops<DES_CTX> kWideDes = {encrypt<One<Wide>>, decrypt<One<Wide>>};
 const CbcLoops<DES3_CTX> kWideDes3 = {encrypt<Three<Wide>>, decrypt<Three<Wide>>};
+
+#else
+
+const CbcLoops<DES_CTX> kWideDes = {nullptr, nullptr};
+const CbcLoops<DES3_CTX> kWideDes3 = {nullptr, nullptr};
+
+#endif
 
 }  // namespace crypto

@@ -11,9 +11,9 @@
 // A subkey is a pair of words of the same form, with zeros between the groups.
 //
 //   Plain rounds keep each half as X, and look a group up in the tables of 8 by 64 words that hold S and P combined.
-//   Wide rounds keep each half expanded, in 64 bits (the first row below the second), and look up what S, P and the
-//   next E make together: nothing is rotated or masked between rounds. Every step is an exclusive or, through which E
-//   passes.
+//   Wide rounds, where registers have 64 bits, keep each half expanded (the first row below the second), and look up
+//   what S, P and the next E make together: nothing is rotated or masked between rounds. Every step is an exclusive or,
+//   through which E passes.
 //
 // The initial permutation IP passes through it too, so that a CBC chain stays permuted: the ciphertext block, permuted,
 // is what the last round left.

@@ -4,8 +4,8 @@
 //     EncryptOp(alg, input, length, output, &outputLength);
 //
 // The chooser decides where an operation runs: in this library through its SOFT_TABLE, whose slots the init sets by
-// mechanism, or in a token through the entries that the token layer has installed (token_side.h). It stays attached, and
-// must live until the object is freed.
+// mechanism, or in a token through the entries that the token layer has installed (token_side.h). It stays attached,
+// and must live until the object is freed.
 //
 // What follows holds for the software side.
 //

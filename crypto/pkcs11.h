@@ -168,7 +168,7 @@ struct CK_FUNCTION_LIST {
     CK_UNCALLED C_InitToken;
     CK_UNCALLED C_InitPIN;
     CK_UNCALLED C_SetPIN;
-    CK_RV (*C_OpenSession)
+    CK_RV(*C_OpenSession)
     (CK_SLOT_ID slot, CK_FLAGS flags, void* application, CK_NOTIFY notify, CK_SESSION_HANDLE* session);
     CK_RV (*C_CloseSession)(CK_SESSION_HANDLE session);
     CK_UNCALLED C_CloseAllSessions;
@@ -181,7 +181,7 @@ struct CK_FUNCTION_LIST {
     CK_UNCALLED C_CopyObject;
     CK_RV (*C_DestroyObject)(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object);
     CK_UNCALLED C_GetObjectSize;
-    CK_RV (*C_GetAttributeValue)
+    CK_RV(*C_GetAttributeValue)
     (CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object, ATTRIBUTE* attributes, CK_ULONG count);
     CK_UNCALLED C_SetAttributeValue;
     CK_RV (*C_FindObjectsInit)(CK_SESSION_HANDLE session, ATTRIBUTE* attributes, CK_ULONG count);
@@ -207,7 +207,7 @@ struct CK_FUNCTION_LIST {
     CK_UNCALLED C_SignRecoverInit;
     CK_UNCALLED C_SignRecover;
     CK_KEYED_INIT C_VerifyInit;
-    CK_RV (*C_Verify)
+    CK_RV(*C_Verify)
     (CK_SESSION_HANDLE session, CK_BYTE* data, CK_ULONG dataLength, CK_BYTE* signature, CK_ULONG signatureLength);
     CK_ABSORB C_VerifyUpdate;
     CK_ABSORB C_VerifyFinal;
@@ -218,7 +218,7 @@ struct CK_FUNCTION_LIST {
     CK_UNCALLED C_SignEncryptUpdate;
     CK_UNCALLED C_DecryptVerifyUpdate;
     CK_UNCALLED C_GenerateKey;
-    CK_RV (*C_GenerateKeyPair)
+    CK_RV(*C_GenerateKeyPair)
     (CK_SESSION_HANDLE session, MECHANISM* mechanism, ATTRIBUTE* publicAttributes, CK_ULONG publicCount,
      ATTRIBUTE* privateAttributes, CK_ULONG privateCount, CK_OBJECT_HANDLE* publicKey, CK_OBJECT_HANDLE* privateKey);
     CK_UNCALLED C_WrapKey;

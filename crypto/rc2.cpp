@@ -95,18 +95,18 @@ struct Core {
 
     static Words load(const std::uint8_t* bytes) {
         Words words;
-        for (int i = 0; i < 4; ++i)
+        for (std::size_t i = 0; i < 4; ++i)
             words.r[i] = static_cast<std::uint16_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
         return words;
     }
     static void store(const Words& words, std::uint8_t* bytes) {
-        for (int i = 0; i < 4; ++i) {
+        for (std::size_t i = 0; i < 4; ++i) {
             bytes[2 * i] = static_cast<std::uint8_t>(words.r[i]);
             bytes[2 * i + 1] = static_cast<std::uint8_t>(words.r[i] >> 8);
         }
     }
     static Words join(Words a, const Words& b) {
-        for (int i = 0; i < 4; ++i)
+        for (std::size_t i = 0; i < 4; ++i)
             a.r[i] = static_cast<std::uint16_t>(a.r[i] ^ b.r[i]);
         return a;
     }
@@ -182,7 +182,7 @@ void expand(const std::uint8_t* key, std::uint32_t length, std::uint32_t bits, s
     last = bytes[128 - effective] = kPi[bytes[128 - effective] & mask];
     for (std::uint32_t i = 128 - effective; i-- > 0;)
         last = bytes[i] = kPi[last ^ bytes[i + effective]];
-    for (int i = 0; i < 64; ++i)
+    for (std::size_t i = 0; i < 64; ++i)
         words[i] = static_cast<std::uint16_t>(bytes[2 * i] | bytes[2 * i + 1] << 8);
 }
 

@@ -43,13 +43,18 @@ void crypt(RC4_CTX& rc4, const std::uint8_t* input, std::uint8_t* output, std::u
     rc4.y = static_cast<std::int32_t>(y);
 }
 
-// mix exchanges count places of the permutation from the one at, with count bytes of the key.
-void mix(std::int32_t (&s)[kSize], std::uint32_t at, const std::uint8_t* key, std::uint32_t count, std::uint32_t& y) {
-    for (std::uint32_t i = 0; i < count; ++i) {
-        const std::int32_t value = s[at + i];
-        y = (y + (static_cast<std::uint32_t>(value) + key[i])) % kSize;
-        s[at + i] = s[y];
+// mix exchanges count places of the permutation from the one at, with count bytes of the key; value is what stands at
+// that one. The next value is read before the exchange rather than behind it, where it would wait for a store to an
+// address not known yet, and put right when the exchange was with its own place.
+void mix(std::int32_t (&s)[kSize], std::uint32_t at, const std::uint8_t* key, std::uint32_t count, std::uint32_t& y,
+         std::int32_t& value) {
+    for (const std::uint32_t end = at + count; at != end; ++at, ++key) {
+        y = (y + (static_cast<std::uint32_t>(value) + *key)) % kSize;
+        const std::int32_t other = s[y];
+        const std::int32_t behind = s[(at + 1) % kSize];
         s[y] = value;
+        s[at] = other;
+        value = y == at + 1 ? value : behind;
     }
 }
 
@@ -67,8 +72,9 @@ int RC4_Init(void* context, const std::uint8_t* key, std::uint32_t keyLength, co
     for (std::uint32_t i = 0; i < kSize; ++i)
         rc4->s[i] = static_cast<std::int32_t>(i);
     std::uint32_t y = 0;
+    std::int32_t value = 0;
     for (std::uint32_t at = 0; at < kSize; at += std::min(length, kSize - at))
-        mix(rc4->s, at, bytes, std::min(length, kSize - at), y);
+        mix(rc4->s, at, bytes, std::min(length, kSize - at), y, value);
     return crypto::kSuccess;
 }
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "crypto/codes.h"
+#include "crypto/mpi_montgomery.h"
 
 namespace {
 
@@ -62,6 +63,21 @@ bool isInverse(const std::uint32_t* y, const std::uint32_t* x, const std::uint32
     return MPI_Mod(product, m) == 0 && isOne(product);
 }
 
+// x^65537 with an even n, which no Montgomery form has: what the same steps give all the same.
+void powerOf65537ByReduction(std::uint32_t* result, const std::uint32_t* x, const std::uint32_t* n) {
+    std::uint32_t power[MPI_DOUBLE_WORDS];
+    std::uint32_t next[MPI_DOUBLE_WORDS];
+    const std::uint32_t nPrime = MPI_MontConstant(n);
+    MPI_ToMontgomery(power, x, n);
+    for (int i = 0; i < 16; ++i) {
+        MPI_Square(next, power);
+        MPI_MontReduce(power, next, n, nPrime);
+    }
+    // The plain x carries no factor of Montgomery form, so that the last product leaves it.
+    MPI_Mul(next, power, x);
+    MPI_MontReduce(result, next, n, nPrime);
+}
+
 }  // namespace
 
 int RSA_Init(void* context, const KEY_ITEM* items, std::uint32_t length, const void* /*parameter*/) {
@@ -105,24 +121,12 @@ int RSA_CheckKey(const RSA_CTX* context) {
 }
 
 void RSA_PublicOp(std::uint32_t* result, const std::uint32_t* input, const std::uint32_t* e, const std::uint32_t* n) {
-    if (e[0] != 1 || e[1] != 65537) {
+    if (e[0] != 1 || e[1] != 65537)
         MPI_ModExpSmallWindow(result, input, e, n);
-        return;
-    }
-    std::uint32_t even[MPI_DOUBLE_WORDS];
-    std::uint32_t odd[MPI_DOUBLE_WORDS];
-    std::uint32_t* power = even;
-    std::uint32_t* next = odd;
-    const std::uint32_t nPrime = MPI_MontConstant(n);
-    MPI_ToMontgomery(power, input, n);
-    for (int i = 0; i < 16; ++i) {
-        MPI_Square(next, power);
-        MPI_MontReduce(next, next, n, nPrime);
-        std::swap(power, next);
-    }
-    // The plain input carries no factor of Montgomery form, so that the last product leaves it.
-    MPI_Mul(next, power, input);
-    MPI_MontReduce(result, next, n, nPrime);
+    else if ((n[1] & 1) != 0)
+        mpi::powerOf65537(result, input, n);
+    else
+        powerOf65537ByReduction(result, input, n);
 }
 
 void RSA_PrivateOp(std::uint32_t* result, const std::uint32_t* input, const std::uint32_t* p, const std::uint32_t* q,

@@ -51,7 +51,7 @@ VT_SHA inline void compressBlock(__m128i& abcd, __m128i& e, const std::uint8_t* 
     Working at;
     at.abcd = abcd;
     at.e = e;
-    for (int i = 0; i < 4; ++i)
+    for (std::size_t i = 0; i < 4; ++i)
         at.message[i] = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(block + 16 * i)), reversed);
     (fourSteps<Groups>(at), ...);
     abcd = _mm_add_epi32(abcd, at.abcd);

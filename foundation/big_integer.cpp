@@ -161,8 +161,9 @@ MiBigInteger& MiBigInteger::SetData(const char* p, unsigned int offset, unsigned
         sign = 0;
         return *this;
     }
-    sign = static_cast<signed char>(bytes[skip]) < 0 ? -1 : 1;  // read first: the bytes may be the value's own
+    const signed char newSign = static_cast<signed char>(bytes[skip]) < 0 ? -1 : 1;  // the bytes may be the value's own
     value.SetByte(bytes + skip, n - skip);
+    sign = newSign;
     return *this;
 }
 

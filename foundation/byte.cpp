@@ -43,7 +43,9 @@ MiByte::MiByte(MiByte&& other) noexcept : MiObject(other), data(other.data), len
 }
 
 MiByte& MiByte::operator=(const MiByte& other) {
-    return SetByte(other.data, other.length);
+    if (this != &other)
+        SetByte(other.data, other.length);
+    return *this;
 }
 
 MiByte& MiByte::operator=(MiByte&& other) noexcept {

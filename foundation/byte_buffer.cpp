@@ -190,10 +190,8 @@ MiByteBuffer& MiByteBuffer::Replace(unsigned int start, unsigned int end, const 
 
 MiByteBuffer& MiByteBuffer::Replace(unsigned char from, unsigned char to) {
     // A byte from 80 up is negative where it is stored and positive in `from`, so such a `from` matches nothing.
-    for (unsigned int i = 0; i < length; ++i) {
-        if (static_cast<signed char>(data[i]) == static_cast<int>(from))
-            data[i] = static_cast<char>(to);
-    }
+    if (from < 0x80)
+        std::replace(data, data + length, static_cast<char>(from), static_cast<char>(to));
     return *this;
 }
 

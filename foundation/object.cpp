@@ -19,6 +19,7 @@ void MiMemoryFailure() {
     throw std::bad_alloc();
 }
 
+// NOLINTNEXTLINE(misc-new-delete-overloads,cert-dcl54-cpp): the delete is told the size
 void* MiObject::operator new(std::size_t size) {
     return foundation::PoolTake(size);
 }

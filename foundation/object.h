@@ -16,11 +16,12 @@
 // `new (std::nothrow)` gives null instead.
 class VT_API MiObject {
   public:
-    MiObject(const MiObject& /*other*/) noexcept {}
-    MiObject& operator=(const MiObject& /*other*/) noexcept { return *this; }
+    MiObject(const MiObject&) = default;
+    MiObject& operator=(const MiObject&) = default;
     virtual ~MiObject() = default;
 
-    static void* operator new(std::size_t size);
+    // The delete that belongs to it is told the size, since the lists of the pool go by it.
+    static void* operator new(std::size_t size);  // NOLINT(misc-new-delete-overloads,cert-dcl54-cpp)
     static void* operator new(std::size_t size, const std::nothrow_t& tag) noexcept;
     static void* operator new(std::size_t /*size*/, void* place) noexcept { return place; }
     static void operator delete(void* block, std::size_t size) noexcept;

@@ -34,8 +34,8 @@ bool PoolIsOn() noexcept;
 int PoolThreads() noexcept;
 
 // The most that a thread keeps, and the largest block kept, in bytes.
-constexpr std::size_t kPoolLimit = 256 * 1024;
-constexpr std::size_t kPoolLargest = 16 * 1024 + 64;
+constexpr std::size_t kPoolLimit = std::size_t{256} * 1024;
+constexpr std::size_t kPoolLargest = std::size_t{16} * 1024 + 64;
 
 }  // namespace foundation
 

@@ -110,7 +110,9 @@ MiString::MiString(MiString&& other) noexcept : MiObject(other), data(other.data
 }
 
 MiString& MiString::operator=(const MiString& other) {
-    return Assign(other.data, other.length);
+    if (this != &other)
+        Assign(other.data, other.length);
+    return *this;
 }
 
 MiString& MiString::operator=(MiString&& other) noexcept {

@@ -24,7 +24,10 @@ class VT_API MiString : public MiObject {
     MiString(MiString&& other) noexcept;
     MiString& operator=(const MiString& other);
     MiString& operator=(MiString&& other) noexcept;
-    MiString& operator=(const char* text) { return SetChars(text); }
+    MiString& operator=(const char* text) {
+        SetChars(text);
+        return *this;
+    }
     ~MiString() override { Delt(); }
 
     // Reset makes a copy. Null empties the text and releases its storage.

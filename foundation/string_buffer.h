@@ -25,8 +25,14 @@ class VT_API MiStringBuffer : public MiObject {
     MiStringBuffer(const char* p, unsigned int offset, unsigned int n);  // as SetChars
     MiStringBuffer(const MiStringBuffer& other);
     MiStringBuffer& operator=(const MiStringBuffer& other);
-    MiStringBuffer& operator=(const MiString& src) { return SetString(src); }
-    MiStringBuffer& operator=(const char* text) { return SetChars(text); }
+    MiStringBuffer& operator=(const MiString& src) {
+        SetString(src);
+        return *this;
+    }
+    MiStringBuffer& operator=(const char* text) {
+        SetChars(text);
+        return *this;
+    }
     ~MiStringBuffer() override { Delt(); }
 
     bool operator==(const MiStringBuffer& other) const;

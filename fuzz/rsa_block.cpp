@@ -70,7 +70,7 @@ void checkReading(const RSA_CTX& key, const Bytes& block, bool privately) {
 }
 
 void checkRoundTrip(const RSA_CTX& key, const Bytes& data, bool privately) {
-    const std::size_t k = static_cast<std::size_t>(RSA_ModulusLength(&key));
+    const auto k = static_cast<std::size_t>(RSA_ModulusLength(&key));
     Bytes block(k);
     const auto make = privately ? RSA_SignBlock : RSA_EncryptBlock;
     const int made = make(&key, data.data(), block.data(), static_cast<std::int32_t>(data.size()));

@@ -11,10 +11,9 @@
 namespace {
 
 using der_io::composite;
-using der_io::decode;
 using der_io::implicit;
 using der_io::member;
-using der_io::octets;
+using der_io::typeOf;
 
 std::string nameOf(const AsnObject* value) {
     return value == nullptr ? "none" : value->GetAsnName().GetChars();
@@ -195,7 +194,7 @@ TEST(choice_test, ResetKeepsAlternativesAndTheirPresence) {
 }
 
 TEST(choice_test, ResetToAnotherReplacesTheSchema) {
-    AsnChoice value = composite<AsnChoice>(member("old", AsnOid("1.2")));
+    auto value = composite<AsnChoice>(member("old", AsnOid("1.2")));
     value.Set("old");
     AsnChoice source = ab();
     value.Reset(&source);
@@ -218,7 +217,7 @@ TEST(choice_test, ResetToAnAlternativeOfItself) {
     AsnChoice inner = ab();
     inner.Set("b");
     inner.SetAsnName("inner");
-    AsnChoice value = composite<AsnChoice>(inner);
+    auto value = composite<AsnChoice>(inner);
     value.Set("inner");
     value.Reset(value.Get());
     EXPECT_EQ(value.Size(), 2U);
@@ -239,9 +238,9 @@ TEST(choice_test, CopiesSelectTheirOwnAlternative) {
     EXPECT_NE(copy.Get(1U), nullptr);
     EXPECT_TRUE(copy.Equals(&source));
     const std::unique_ptr<AsnObject> clone(source.Clone());
-    EXPECT_EQ(typeid(*clone), typeid(AsnChoice));
+    EXPECT_EQ(typeOf(*clone), typeid(AsnChoice));
     EXPECT_TRUE(clone->Equals(&source));
-    AsnChoice assigned = composite<AsnChoice>(member("old", AsnOid("1.2")));
+    auto assigned = composite<AsnChoice>(member("old", AsnOid("1.2")));
     assigned.Set("old");
     assigned = source;
     EXPECT_TRUE(assigned.Equals(&source));
@@ -275,7 +274,7 @@ TEST(choice_test, SelectionsCompareByContent) {
     other.Set("b", &eight);
     EXPECT_TRUE(one != other);
     // Alternatives of two types are never equal.
-    AsnChoice text = composite<AsnChoice>(member("a", AsnOid("7")));
+    auto text = composite<AsnChoice>(member("a", AsnOid("7")));
     text.Set("a");
     EXPECT_FALSE(one == text);
     EXPECT_FALSE(text == one);

@@ -18,7 +18,6 @@ using der_io::bytes;
 using der_io::composite;
 using der_io::decode;
 using der_io::decodes;
-using der_io::encoded;
 using der_io::encodedBytes;
 using der_io::explicitly;
 using der_io::implicit;
@@ -42,7 +41,7 @@ AsnSequence everyKind() {
                                       member("universal", AsnUniversalString()), member("bmp", AsnBMPString())));
     auto any = member("any", AsnOctetString(), AsnObject::ASN_OPTIONAL);
     any.SetAsnAnyType(true);
-    AsnSequence value = composite<AsnSequence>(
+    auto value = composite<AsnSequence>(
         explicitly(0, "version", AsnInteger(), AsnObject::ASN_DEFAULT), member("oid", AsnOid()),
         member("bits", AsnBitString()), member("utc", AsnUTCTime()), member("time", AsnGeneralizedTime()), choice, set,
         strings, member("null", AsnNull()), member("list", Lists()), member("instance", AsnInstanceOf()), any);
@@ -202,9 +201,9 @@ TEST(der_decoder_limits_test, ContentPastTheInput) {
     AsnTeletexString teletex;
     AsnPrintableString printable;
     AsnUTF8String utf8;
-    AsnSequence sequence = composite<AsnSequence>(member("a", AsnInteger()));
-    AsnSet set = composite<AsnSet>(member("a", AsnInteger()));
-    AsnChoice choice = composite<AsnChoice>(member("a", AsnInteger()));
+    auto sequence = composite<AsnSequence>(member("a", AsnInteger()));
+    auto set = composite<AsnSet>(member("a", AsnInteger()));
+    auto choice = composite<AsnChoice>(member("a", AsnInteger()));
     AsnContainer container = explicitly(0, "a", AsnInteger());
     AsnSequenceOf<AsnInteger> list;
     AsnSetOf<AsnInteger> setOf;

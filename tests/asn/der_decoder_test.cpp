@@ -570,6 +570,28 @@ TEST(der_decoder_test, ACompositeWithoutMembersFails) {
     EXPECT_THROW(decode(emptied, "30 02 05 00"), AsnDecodeExp);
 }
 
+// Composites with a hole, which no operation of the classes leaves.
+template <class Composite>
+class Holed : public Composite {
+  public:
+    Holed() {
+        this->elements = new AsnList;
+        this->elements->Append(nullptr);
+    }
+
+  protected:
+    void SetupElements() override {}
+};
+
+TEST(der_decoder_test, AMemberThatIsNoObjectFails) {
+    Holed<AsnSequence> sequence;
+    EXPECT_THROW(decode(sequence, "30 02 05 00"), AsnDecodeExp);
+    Holed<AsnSet> set;
+    EXPECT_THROW(decode(set, "31 02 05 00"), AsnDecodeExp);
+    Holed<AsnChoice> choice;
+    EXPECT_THROW(decode(choice, "05 00"), AsnDecodeExp);
+}
+
 TEST(der_decoder_test, SetInAnyOrder) {
     auto value = composite<AsnSet>(member("a", AsnInteger()), implicit(0, member("b", AsnInteger())));
     EXPECT_EQ(decode(value, "31 06 80 01 07 02 01 05"), 8U);

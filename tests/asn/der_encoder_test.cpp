@@ -22,7 +22,6 @@ using der_io::octets;
 using der_io::setPresent;
 using der_io::toHex;
 using support::Bytes;
-using support::hex;
 
 std::string encodedTag(ASN_TAG_CLASS tagClass, ASN_TAG_MODE mode, ASN_TAG_FORM form, unsigned int number) {
     AsnNull value;
@@ -454,7 +453,7 @@ using EveryType =
                    AsnNumericString, AsnUTF8String, AsnUniversalString, AsnIA5String, AsnBMPString, AsnUTCTime,
                    AsnGeneralizedTime, AsnOid, AsnEnumerated, AsnBitString, AsnInteger, AsnOctetString, AsnBoolean,
                    AsnInstanceOf, AsnSetOf<AsnInteger>, AsnSequenceOf<AsnInteger>>;
-TYPED_TEST_SUITE(der_encoder_cache_test, EveryType);
+TYPED_TEST_SUITE(der_encoder_cache_test, EveryType, );
 
 TYPED_TEST(der_encoder_cache_test, BothModesGoBeforeTheValue) {
     TypeParam value;  // of which some could not be encoded as they are

@@ -6,6 +6,7 @@
 
 #include <string>
 #include <string_view>
+#include <typeinfo>
 
 #include "asn/asn.h"
 #include "foundation/foundation.h"
@@ -37,6 +38,11 @@ inline std::string toHex(const MiByteBuffer& buffer) {
 
 inline support::Bytes toBytes(const MiByteBuffer& buffer) {
     return {buffer.GetChars(), buffer.GetChars() + buffer.GetLength()};
+}
+
+// The dynamic type.
+inline const std::type_info& typeOf(const AsnObject& value) {
+    return typeid(value);
 }
 
 // The element, or its content alone, as hex; the number reported must be what was written.

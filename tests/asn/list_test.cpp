@@ -18,11 +18,11 @@ namespace {
 
 using der_io::bytes;
 using der_io::decode;
-using der_io::decodeContent;
 using der_io::encoded;
 using der_io::encodedContent;
 using der_io::octets;
 using der_io::toHex;
+using der_io::typeOf;
 using support::Bytes;
 
 using Octets = AsnSequenceOf<AsnOctetString>;
@@ -39,7 +39,7 @@ List listOf(std::initializer_list<const char*> items) {
 template <class List>
 class list_test_each : public ::testing::Test {};
 using ListTypes = ::testing::Types<Octets, OctetSet>;
-TYPED_TEST_SUITE(list_test_each, ListTypes);
+TYPED_TEST_SUITE(list_test_each, ListTypes, );
 
 TYPED_TEST(list_test_each, StartEmpty) {
     const TypeParam list;
@@ -97,7 +97,7 @@ TYPED_TEST(list_test_each, CopyAndReset) {
     EXPECT_TRUE(copy.Equals(&list));
     EXPECT_NE(copy.Get(0), list.Get(0));
     const std::unique_ptr<AsnObject> clone(list.Clone());
-    EXPECT_EQ(typeid(*clone), typeid(TypeParam));
+    EXPECT_EQ(typeOf(*clone), typeid(TypeParam));
     EXPECT_TRUE(clone->Equals(&list));
     auto assigned = listOf<TypeParam>({"01", "02", "03"});
     assigned = list;
@@ -167,7 +167,7 @@ bool equalByTheRule(const AsnSetOf<T>& a, const AsnSetOf<T>& b) {
 
 // Attribute-like items of all sorts of members, by number.
 AsnSequence mixed(int number) {
-    AsnChoice choice = der_io::composite<AsnChoice>(der_io::member("a", AsnInteger(number % 2)));
+    auto choice = der_io::composite<AsnChoice>(der_io::member("a", AsnInteger(number % 2)));
     if (number % 3 != 0)
         choice.Set("a");
     const AsnSetOf<AsnInteger> list = [&] {

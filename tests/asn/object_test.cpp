@@ -285,7 +285,7 @@ TEST(object_test, TheTwoModesInBothDirections) {
 }
 
 TEST(object_test, BaseDataIsCopiedWhole) {
-    const AsnBoolean source = distinct<AsnBoolean>();
+    const auto source = distinct<AsnBoolean>();
     AsnInteger target(5);
     const MiByte old = bytes("00 00 00");
     target.SetAsnByte(&old);
@@ -319,7 +319,7 @@ TEST(object_test, InitReleasesNothingAndDeltDoes) {
 }
 
 TEST(object_test, AssignmentOfTheRootSharesTheCache) {
-    const AsnBoolean source = distinct<AsnBoolean>(AsnBoolean(true));
+    const auto source = distinct<AsnBoolean>(AsnBoolean(true));
     // The target is never destroyed, since it would delete the cache of the source.
     alignas(AsnBoolean) unsigned char storage[sizeof(AsnBoolean)];
     auto* target = new (storage) AsnBoolean;

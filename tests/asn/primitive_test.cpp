@@ -14,9 +14,9 @@ namespace {
 using der_io::bytes;
 using der_io::decode;
 using der_io::encoded;
-using der_io::encodedContent;
 using der_io::octets;
 using der_io::toHex;
+using der_io::typeOf;
 
 // What all primitive values do alike, for two values of a type that differ from each other and from the empty one.
 template <class T>
@@ -55,7 +55,7 @@ void expectValueSemantics(const T& a, const T& b, unsigned int universalTag) {
     EXPECT_TRUE(assigned.Equals(&named));
 
     const std::unique_ptr<AsnObject> clone(named.Clone());
-    EXPECT_EQ(typeid(*clone), typeid(T));
+    EXPECT_EQ(typeOf(*clone), typeid(T));
     EXPECT_TRUE(clone->Equals(&named));
 
     // Reset touches the value alone.

@@ -30,7 +30,7 @@ AsnOctetString octetsOf(unsigned int n) {
 }
 
 AsnBitString bitsOf(unsigned int n) {
-    return AsnBitString(MiBitSet(std::string(n, '1').c_str()));
+    return {MiBitSet(std::string(n, '1').c_str())};
 }
 
 TEST(printing_test, ABareValueIsItsLabelAndItsBody) {

@@ -16,10 +16,10 @@ using der_io::composite;
 using der_io::decode;
 using der_io::encoded;
 using der_io::explicitly;
-using der_io::implicit;
 using der_io::member;
 using der_io::octets;
 using der_io::toHex;
+using der_io::typeOf;
 
 std::string text(const MiString& value) {
     return {value.GetChars() == nullptr ? "" : value.GetChars(), value.GetLength()};
@@ -115,7 +115,7 @@ TEST(sequence_test, ContainersCompareByTheirValues) {
     EXPECT_TRUE(five != six);
     EXPECT_FALSE(five.EqualsContent(nullptr));
     const std::unique_ptr<AsnObject> clone(five.Clone());
-    EXPECT_EQ(typeid(*clone), typeid(AsnContainer));
+    EXPECT_EQ(typeOf(*clone), typeid(AsnContainer));
     EXPECT_TRUE(clone->Equals(&five));
     AsnContainer assigned = six;
     assigned = five;
@@ -132,7 +132,7 @@ class sequence_test_each : public ::testing::Test {
     T abc() { return composite<T>(member("a", AsnInteger(1)), member("b", AsnInteger(2)), member("c", AsnInteger(3))); }
 };
 using MemberTypes = ::testing::Types<AsnSequence, AsnSet>;
-TYPED_TEST_SUITE(sequence_test_each, MemberTypes);
+TYPED_TEST_SUITE(sequence_test_each, MemberTypes, );
 
 int integer(const AsnObject* value) {
     return dynamic_cast<const AsnInteger&>(*value).GetInteger();
@@ -242,7 +242,7 @@ TYPED_TEST(sequence_test_each, AreDeleted) {
 }
 
 TYPED_TEST(sequence_test_each, AreFound) {
-    TypeParam value = composite<TypeParam>(member("a", AsnInteger(1)), member("b", AsnInteger(2)));
+    auto value = composite<TypeParam>(member("a", AsnInteger(1)), member("b", AsnInteger(2)));
     EXPECT_EQ(integer(value.Find(1U)), 2);
     EXPECT_EQ(integer(value.Get(1U)), 2);
     EXPECT_EQ(integer(value.Find("a")), 1);
@@ -258,7 +258,7 @@ TYPED_TEST(sequence_test_each, AreFound) {
 }
 
 TYPED_TEST(sequence_test_each, TheFirstOfOneNameIsFound) {
-    TypeParam value = composite<TypeParam>(member("a", AsnInteger(1)), member("a", AsnInteger(2)));
+    auto value = composite<TypeParam>(member("a", AsnInteger(1)), member("a", AsnInteger(2)));
     EXPECT_EQ(value.Find("a"), value.Find(0U));
 }
 
@@ -314,7 +314,7 @@ TYPED_TEST(sequence_test_each, ResetToAnotherReplacesTheSchema) {
     AsnInteger x = member("x", AsnInteger(7), AsnObject::ASN_OPTIONAL);
     x.SetAsnPresent(true);
     x.SetAsnTag(ASN_CONTEXT, ASN_IMPLICIT, 4);
-    const TypeParam source = composite<TypeParam>(x);
+    const auto source = composite<TypeParam>(x);
     value.Reset(&source);
     EXPECT_EQ(names(value), "x ");
     EXPECT_TRUE(value.Get("x")->Equals(&x));
@@ -337,7 +337,7 @@ TYPED_TEST(sequence_test_each, ResetToAnotherReplacesTheSchema) {
 TYPED_TEST(sequence_test_each, ResetToAMemberOfItself) {
     TypeParam inner = this->abc();
     inner.SetAsnName("inner");
-    TypeParam value = composite<TypeParam>(inner);
+    auto value = composite<TypeParam>(inner);
     value.Reset(value.Get("inner"));
     EXPECT_EQ(names(value), "a b c ");
     value = composite<TypeParam>(inner);
@@ -363,15 +363,15 @@ TYPED_TEST(sequence_test_each, CompareInTheirOrder) {
     EXPECT_FALSE(abc != this->abc());
     EXPECT_FALSE(abc == none);
     EXPECT_FALSE(none == abc);
-    const TypeParam ab = composite<TypeParam>(member("a", AsnInteger(1)), member("b", AsnInteger(2)));
+    const auto ab = composite<TypeParam>(member("a", AsnInteger(1)), member("b", AsnInteger(2)));
     EXPECT_FALSE(abc == ab);
-    const TypeParam ba = composite<TypeParam>(member("b", AsnInteger(2)), member("a", AsnInteger(1)));
+    const auto ba = composite<TypeParam>(member("b", AsnInteger(2)), member("a", AsnInteger(1)));
     EXPECT_FALSE(ab == ba);
     // Names and presence are no content.
-    TypeParam renamed = composite<TypeParam>(member("x", AsnInteger(1)), member("y", AsnInteger(2)));
+    auto renamed = composite<TypeParam>(member("x", AsnInteger(1)), member("y", AsnInteger(2)));
     der_io::setPresent(renamed);
     EXPECT_TRUE(ab == renamed);
-    const TypeParam oids = composite<TypeParam>(member("a", AsnOid("1")), member("b", AsnOid("2")));
+    const auto oids = composite<TypeParam>(member("a", AsnOid("1")), member("b", AsnOid("2")));
     EXPECT_FALSE(ab == oids);
 }
 
@@ -389,10 +389,10 @@ TYPED_TEST(sequence_test_each, CopiesAreWholeButForTheComponentMode) {
     EXPECT_NE(copy.GetAsnContentByte(), source.GetAsnContentByte());
 
     const std::unique_ptr<AsnObject> clone(source.Clone());
-    EXPECT_EQ(typeid(*clone), typeid(TypeParam));
+    EXPECT_EQ(typeOf(*clone), typeid(TypeParam));
     EXPECT_TRUE(clone->Equals(&source));
 
-    TypeParam assigned = composite<TypeParam>(member("old", AsnOid("1.2")));
+    auto assigned = composite<TypeParam>(member("old", AsnOid("1.2")));
     assigned = source;
     EXPECT_TRUE(assigned.Equals(&source));
     EXPECT_EQ(names(assigned), "a b c ");
@@ -442,7 +442,7 @@ TEST(sequence_test, ComponentModesOfASet) {
 }
 
 TEST(sequence_test, CompleteDataGivesTheMemberAnotherTag) {
-    AsnSequence value = composite<AsnSequence>(member("any", octets("FF"), AsnObject::ASN_OPTIONAL));
+    auto value = composite<AsnSequence>(member("any", octets("FF"), AsnObject::ASN_OPTIONAL));
     AsnOctetString any;
     const AsnInteger five(5);
     any.SetDerObject(&five);
@@ -458,7 +458,7 @@ TEST(sequence_test, CompleteDataGivesTheMemberAnotherTag) {
 }
 
 TEST(sequence_test, CompleteDataReplacesTheName) {
-    AsnSequence value = composite<AsnSequence>(member("any", octets("FF")));
+    auto value = composite<AsnSequence>(member("any", octets("FF")));
     const AsnOctetString named = member("other", octets("AA"));
     value.AddCompleteData("any", &named);
     EXPECT_EQ(value.Get("any"), nullptr);
@@ -515,13 +515,13 @@ struct Schema : Base {
 template <class T>
 class sequence_test_schema : public ::testing::Test {};
 using SchemaTypes = ::testing::Types<Schema<AsnSequence>, Schema<AsnSet>, Schema<AsnChoice>>;
-TYPED_TEST_SUITE(sequence_test_schema, SchemaTypes);
+TYPED_TEST_SUITE(sequence_test_schema, SchemaTypes, );
 
 void expectMember(const AsnObject* member, const char* name, const std::type_info& type, AsnObject::ASN_STATE state,
                   bool any) {
     SCOPED_TRACE(name);
     EXPECT_EQ(text(member->GetAsnName()), name);
-    EXPECT_EQ(typeid(*member), type);
+    EXPECT_EQ(typeOf(*member), type);
     EXPECT_EQ(member->GetAsnState(), state);
     EXPECT_EQ(member->IsAsnAnyType(), any);
     EXPECT_FALSE(member->IsAsnPresent());
@@ -566,7 +566,7 @@ TYPED_TEST(sequence_test_schema, StayThroughAReset) {
     EXPECT_EQ(integer(plain), 0);
     EXPECT_FALSE(plain->IsAsnPresent());
     const std::unique_ptr<AsnObject> clone(value.Clone());
-    EXPECT_EQ(typeid(*clone), typeid(TypeParam));
+    EXPECT_EQ(typeOf(*clone), typeid(TypeParam));
     EXPECT_TRUE(clone->EqualsContent(&value));
 }
 
@@ -601,7 +601,7 @@ TEST(sequence_test, InstanceOfIsAnExternal) {
     EXPECT_EQ(value.GetAsnTagForm(), ASN_CONSTRUCTED);
     EXPECT_EQ(value.GetAsnTagClass(), ASN_UNIVERSAL);
     EXPECT_EQ(names(value), "type_id value ");
-    EXPECT_EQ(typeid(*value.Get(0U)), typeid(AsnOid));
+    EXPECT_EQ(typeOf(*value.Get(0U)), typeid(AsnOid));
     const AsnObject& explicitValue = *value.Get(1U);
     EXPECT_EQ(typeid(explicitValue), typeid(AsnContainer));
     EXPECT_EQ(explicitValue.GetAsnTagClass(), ASN_CONTEXT);
@@ -624,7 +624,7 @@ TEST(sequence_test, InstanceOfHasAccessors) {
     EXPECT_EQ(encoded(value), "28 0A 06 02 2A 03 A0 04 04 02 AA BB");
 
     const std::unique_ptr<AsnObject> clone(value.Clone());
-    EXPECT_EQ(typeid(*clone), typeid(AsnInstanceOf));
+    EXPECT_EQ(typeOf(*clone), typeid(AsnInstanceOf));
     EXPECT_TRUE(clone->Equals(&value));
     AsnInstanceOf assigned;
     assigned = value;
@@ -641,7 +641,7 @@ TEST(sequence_test, InstanceOfHasAccessors) {
 
 TEST(sequence_test, InstanceOfWithAnotherSchema) {
     AsnInstanceOf value;
-    const AsnSequence other = composite<AsnSequence>(member("a", AsnInteger(1)));
+    const auto other = composite<AsnSequence>(member("a", AsnInteger(1)));
     value.AsnSequence::operator=(other);
     EXPECT_THROW((void)value.GetType_id(), AsnDataExp);
     EXPECT_THROW((void)value.GetValue(), AsnDataExp);

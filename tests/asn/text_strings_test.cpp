@@ -89,7 +89,7 @@ TEST(text_strings_test, NothingIsInNoAlphabet) {
 template <class T>
 class text_strings_test_checked : public ::testing::Test {};
 using CheckedTypes = ::testing::Types<AsnNumericString, AsnPrintableString>;
-TYPED_TEST_SUITE(text_strings_test_checked, CheckedTypes);
+TYPED_TEST_SUITE(text_strings_test_checked, CheckedTypes, );
 
 TYPED_TEST(text_strings_test_checked, SettersTestAndKeepTheOldValue) {
     TypeParam value;
@@ -161,7 +161,7 @@ const MiByte& stored(const AsnTeletexString& value) {
 template <class T>
 class text_strings_test_any_byte : public ::testing::Test {};
 using AnyByteTypes = ::testing::Types<AsnIA5String, AsnTeletexString>;
-TYPED_TEST_SUITE(text_strings_test_any_byte, AnyByteTypes);
+TYPED_TEST_SUITE(text_strings_test_any_byte, AnyByteTypes, );
 
 TYPED_TEST(text_strings_test_any_byte, StoresWhatItGets) {
     TypeParam value;

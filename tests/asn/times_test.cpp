@@ -138,7 +138,7 @@ TEST(times_test, UtcPrintsOneForm) {
 template <class T>
 class times_test_each : public ::testing::Test {};
 using TimeTypes = ::testing::Types<AsnUTCTime, AsnGeneralizedTime>;
-TYPED_TEST_SUITE(times_test_each, TimeTypes);
+TYPED_TEST_SUITE(times_test_each, TimeTypes, );
 
 TYPED_TEST(times_test_each, TakesBytes) {
     const MiByte source = bytes("FF 32 30 31 34 31 30 32 32 31 32 30 30 30 30 5A FF");  // "20141022120000Z"

@@ -26,7 +26,7 @@ AsnQuadruple character(unsigned int number) {
 // The value's characters as hex, by each of its getters.
 template <class T>
 std::string stored(const T& value) {
-    const std::string quadruples = toHex(reinterpret_cast<const char*>(value.GetData()), 4 * value.GetDataLength());
+    std::string quadruples = toHex(reinterpret_cast<const char*>(value.GetData()), 4 * value.GetDataLength());
     EXPECT_EQ(toHex(value.GetByte()), quadruples);
     return quadruples;
 }
@@ -56,7 +56,7 @@ std::string after(Set set) {
 template <class T>
 class wide_strings_test_each : public ::testing::Test {};
 using WideTypes = ::testing::Types<AsnBMPString, AsnUniversalString, AsnUTF8String>;
-TYPED_TEST_SUITE(wide_strings_test_each, WideTypes);
+TYPED_TEST_SUITE(wide_strings_test_each, WideTypes, );
 
 TYPED_TEST(wide_strings_test_each, StartsEmpty) {
     const TypeParam value;

@@ -153,7 +153,7 @@ TEST(DesTest, InitLoadsTheContext) {
         EXPECT_EQ(context->count, 0);
     }
     // One form of the rounds: what differs is the order of the subkeys.
-    for (int i = 0; i < 16; ++i) {
+    for (std::size_t i = 0; i < 16; ++i) {
         EXPECT_EQ(forward.subkeys[2 * i], backward.subkeys[30 - 2 * i]);
         EXPECT_EQ(forward.subkeys[2 * i + 1], backward.subkeys[31 - 2 * i]);
     }

@@ -7,6 +7,7 @@
 
 #include "crypto/entries.h"
 #include "crypto/sha1.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/hex.h"
 #include "tests/vectors/crypto_streams.h"
 
@@ -138,6 +139,20 @@ TEST(HashChainRandomTest, MissingArgumentsWriteNothing) {
         variant.generate(&context, nullptr, 20);
         variant.generate(&context, out.data(), 0);
         EXPECT_EQ(out, Bytes(20, 0xA5));
+    }
+}
+
+TEST(HashChainRandomTest, ExhaustedMemoryWritesNothing) {
+    for (const Variant& variant : kVariants) {
+        HASH_CHAIN_RANDOM_CTX context{};
+        std::uint8_t out[20];
+        std::fill(std::begin(out), std::end(out), std::uint8_t{0xA5});
+        const long failures = support::forEachExhaustion([&] {
+            if (std::all_of(std::begin(out), std::end(out), [](std::uint8_t byte) { return byte == 0xA5; }))
+                variant.generate(&context, out, sizeof out);
+        });
+        EXPECT_EQ(failures, 1);
+        EXPECT_EQ(Bytes(std::begin(out), std::end(out)), generated(variant, {}, 20));
     }
 }
 

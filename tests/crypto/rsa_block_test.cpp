@@ -219,7 +219,7 @@ class Forge {
   private:
     // The object level folds every failure into one code.
     static Result open(BlockFunction function, RSA_CTX& context, const Bytes& block) {
-        const Result result = run(function, context, block, 53);
+        Result result = run(function, context, block, 53);
         Bytes output(53, 0x5A);
         std::uint32_t length = 77;
         const int code = RSA_Decrypt(&context, block.data(), output.data(), 64, &length);

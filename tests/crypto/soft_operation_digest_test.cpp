@@ -110,8 +110,8 @@ TEST(SoftOperationDigestTest, RandomBytesFollowFromTheSeed) {
     const Bytes seed = {'s', 'e', 'e', 'd'};
     const char* const expected[] = {"a0", "3d 63 7f", "a1 d8 5d 81 d9 b7 65 97 cd b5 d2 7d 94 35 3c 28 eb ac b3 98",
                                     "4a 6a 96 f4 94 ef ce 93 8e 3e 68 7e 68 9a 31 f1 4b 81 d4 b2 f1",
-                                    "8f e8 c3 e3 1b df f2 13 72 a1 f1 dc 33 9c 34 c5 1b 14 46 1d 89 74 06 ae 8b 07 30 "
-                                    "73 b9 ec ce 8b 89 7e de a9 68 b9 98 ee b6"};
+                                    ("8f e8 c3 e3 1b df f2 13 72 a1 f1 dc 33 9c 34 c5 1b 14 46 1d 89 74 06 ae 8b 07"
+                                     " 30 73 b9 ec ce 8b 89 7e de a9 68 b9 98 ee b6")};
     for (const char* bytes : expected) {
         ASSERT_EQ(RandomInitOp(alg, seed.data(), 4, chooser), 0);
         Bytes output(hex(bytes).size());

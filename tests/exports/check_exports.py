@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
 """Compares what a built shared library exports and needs with golden files.
 
-    check_exports.py LIBRARY NAMES NEEDS OBJDUMP [NM]
+    check_exports.py [--write] LIBRARY NAMES NEEDS OBJDUMP [NM]
 
-LIBRARY is a DLL, or with NM an ELF library. NAMES lists every exported name, one a line; the library must export these and no others. NEEDS lists the libraries that
-it may load; it may need fewer. Prints a line per fault and ends with 1 if there is any.
+LIBRARY is a DLL, or with NM an ELF library. NAMES lists every exported name, one a line; the library must export these
+and no others. NEEDS lists the libraries that it may load; it may need fewer. Prints a line per fault and ends with 1 if
+there is any. With --write the names in NAMES are replaced by those that the library exports.
 """
 import re
 import subprocess
@@ -46,11 +47,21 @@ def faults(names, needs, names_path, needs_path):
         yield "needs no library at all: the listing was not understood"
 
 
+def write(names, path):
+    with open(path, encoding="utf-8") as lines:
+        head = [line for line in lines if line.startswith("#")]
+    with open(path, "w", encoding="utf-8") as lines:
+        lines.writelines(head + [name + "\n" for name in sorted(set(names))])
+
+
 def main():
-    if len(sys.argv) not in (5, 6):
+    arguments = [argument for argument in sys.argv[1:] if argument != "--write"]
+    if len(arguments) not in (4, 5):
         sys.exit(__doc__)
-    library, names_path, needs_path, *tools = sys.argv[1:]
+    library, names_path, needs_path, *tools = arguments
     names, needs = read_elf(library, *tools) if len(tools) == 2 else read_dll(library, *tools)
+    if "--write" in sys.argv:
+        write(names, names_path)
     found = list(faults(names, needs, names_path, needs_path))
     print("\n".join(found) if found else f"{len(names)} names as expected")
     sys.exit(1 if found else 0)

@@ -4,6 +4,9 @@
 
 #include <climits>
 #include <cstddef>
+#include <functional>
+#include <iterator>
+#include <new>
 #include <sstream>
 #include <string>
 #include <type_traits>
@@ -11,7 +14,9 @@
 #include <vector>
 
 #include "foundation/exceptions.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/hex.h"
+#include "tests/support/vtable.h"
 #include "tests/vectors/big_integers.h"
 
 namespace {
@@ -70,17 +75,18 @@ std::vector<std::string> fieldsOf(const char* row) {
 
 #define EXPECT_NUMBER(actual, hex) EXPECT_EQ(shown(actual), shown(number(hex))) << row
 
-TEST(BigIntegerTest, FieldsStandInOrder) {
+TEST(big_integer_test, FieldsStandInOrder) {
     Layout::check();
+    EXPECT_EQ(support::firstOwnSlot<MiBigInteger>(), 1);  // the destructor is the only virtual operation
 }
 
-TEST(BigIntegerTest, ANewNumberIsZero) {
+TEST(big_integer_test, ANewNumberIsZero) {
     EXPECT_EQ(shown(MiBigInteger()), "0 ");
     EXPECT_EQ(MiBigInteger().GetByte().GetChars(), nullptr);
     EXPECT_EQ(MiBigInteger().GetBitLength(), 0U);
 }
 
-TEST(BigIntegerTest, SetDataOfIntIsTheShortestForm) {
+TEST(big_integer_test, SetDataOfIntIsTheShortestForm) {
     const struct {
         int value;
         const char* shown;
@@ -112,7 +118,7 @@ TEST(BigIntegerTest, SetDataOfIntIsTheShortestForm) {
     }
 }
 
-TEST(BigIntegerTest, SetDataOfUnsignedIsNeverNegative) {
+TEST(big_integer_test, SetDataOfUnsignedIsNeverNegative) {
     const struct {
         unsigned int value;
         const char* shown;
@@ -133,7 +139,7 @@ TEST(BigIntegerTest, SetDataOfUnsignedIsNeverNegative) {
     }
 }
 
-TEST(BigIntegerTest, SetDataOfBytesDropsWhatRepeatsTheSign) {
+TEST(big_integer_test, SetDataOfBytesDropsWhatRepeatsTheSign) {
     const struct {
         const char* bytes;
         const char* shown;
@@ -166,7 +172,7 @@ TEST(BigIntegerTest, SetDataOfBytesDropsWhatRepeatsTheSign) {
     }
 }
 
-TEST(BigIntegerTest, SetDataOfNullIsZero) {
+TEST(big_integer_test, SetDataOfNullIsZero) {
     MiBigInteger set(5);
     set.SetData(nullptr, 3, 9);
     EXPECT_EQ(shown(set), "0 ");
@@ -175,7 +181,7 @@ TEST(BigIntegerTest, SetDataOfNullIsZero) {
     EXPECT_EQ(shown(set), "0 ");
 }
 
-TEST(BigIntegerTest, SetDataOfSignAndBytesPutsTheSignInFront) {
+TEST(big_integer_test, SetDataOfSignAndBytesPutsTheSignInFront) {
     const struct {
         char sign;
         const char* bytes;
@@ -203,7 +209,7 @@ TEST(BigIntegerTest, SetDataOfSignAndBytesPutsTheSignInFront) {
     }
 }
 
-TEST(BigIntegerTest, OwnBytesAreASourceToo) {
+TEST(big_integer_test, OwnBytesAreASourceToo) {
     MiBigInteger set(bytesOf("12 34 80 56"));
     set.SetData(set.GetByte());
     EXPECT_EQ(shown(set), "1 12 34 80 56");
@@ -213,7 +219,7 @@ TEST(BigIntegerTest, OwnBytesAreASourceToo) {
     EXPECT_EQ(shown(set), "1 00 80 56");
 }
 
-TEST(BigIntegerTest, CopiesAreDeep) {
+TEST(big_integer_test, CopiesAreDeep) {
     MiBigInteger original(1000);
     MiBigInteger copy(original);
     MiBigInteger assigned;
@@ -226,7 +232,7 @@ TEST(BigIntegerTest, CopiesAreDeep) {
     EXPECT_EQ(shown(copy), "1 03 E8");
 }
 
-TEST(BigIntegerTest, WhatWasMovedAwayIsZero) {
+TEST(big_integer_test, WhatWasMovedAwayIsZero) {
     MiBigInteger original(1000);
     const MiBigInteger taken(std::move(original));
     EXPECT_EQ(shown(taken), "1 03 E8");
@@ -237,7 +243,7 @@ TEST(BigIntegerTest, WhatWasMovedAwayIsZero) {
     EXPECT_EQ(shown(other), "0 ");  // NOLINT(bugprone-use-after-move)
 }
 
-TEST(BigIntegerTest, GetInt32CutsWithoutAWord) {
+TEST(big_integer_test, GetInt32CutsWithoutAWord) {
     EXPECT_EQ(number(".").GetInt32(), 0);
     EXPECT_EQ(number("0102030405060708090A0B0C0D0E0F10").GetInt32(), 0x0D0E0F10);
     // The magnitude of this one ends in 0D0E0F10 too.
@@ -248,13 +254,13 @@ TEST(BigIntegerTest, GetInt32CutsWithoutAWord) {
     EXPECT_EQ(number("FF7FFFFFFF").GetInt32(), INT_MAX);
 }
 
-TEST(BigIntegerTest, BitLengthCountsWholeBytes) {
+TEST(big_integer_test, BitLengthCountsWholeBytes) {
     EXPECT_EQ(MiBigInteger(1).GetBitLength(), 8U);
     EXPECT_EQ(MiBigInteger(128).GetBitLength(), 16U);
     EXPECT_EQ(MiBigInteger(-128).GetBitLength(), 8U);
 }
 
-TEST(BigIntegerTest, SumsDifferencesProductsAndBitsAreTrue) {
+TEST(big_integer_test, SumsDifferencesProductsAndBitsAreTrue) {
     for (const char* row : vectors::kPairs) {
         const std::vector<std::string> f = fieldsOf(row);
         ASSERT_EQ(f.size(), 7U);
@@ -279,7 +285,7 @@ TEST(BigIntegerTest, SumsDifferencesProductsAndBitsAreTrue) {
     }
 }
 
-TEST(BigIntegerTest, QuotientsAreCutTowardsZero) {
+TEST(big_integer_test, QuotientsAreCutTowardsZero) {
     for (const char* row : vectors::kQuotients) {
         const std::vector<std::string> f = fieldsOf(row);
         ASSERT_EQ(f.size(), 4U);
@@ -292,7 +298,7 @@ TEST(BigIntegerTest, QuotientsAreCutTowardsZero) {
     }
 }
 
-TEST(BigIntegerTest, TheNumberFormsBuildATemporary) {
+TEST(big_integer_test, TheNumberFormsBuildATemporary) {
     const MiBigInteger a(-1000);
     EXPECT_EQ(decimal(a.Add(7)), "-993");
     EXPECT_EQ(decimal(a.Add(4000000000U)), "3999999000");
@@ -325,7 +331,7 @@ TEST(BigIntegerTest, TheNumberFormsBuildATemporary) {
     EXPECT_EQ(decimal(changing), "7");
 }
 
-TEST(BigIntegerTest, AnOperandMayBeTheNumberItself) {
+TEST(big_integer_test, AnOperandMayBeTheNumberItself) {
     MiBigInteger n(128);
     n += n;
     EXPECT_EQ(shown(n), "1 01 00");
@@ -335,7 +341,7 @@ TEST(BigIntegerTest, AnOperandMayBeTheNumberItself) {
     EXPECT_EQ(shown(n), "0 ");
 }
 
-TEST(BigIntegerTest, DivisionByZeroIsADomainError) {
+TEST(big_integer_test, DivisionByZeroIsADomainError) {
     for (const MiBigInteger& dividend : {MiBigInteger(), MiBigInteger(7), MiBigInteger(-7)}) {
         EXPECT_THROW((void)dividend.Divide(0), MiDomainExp);
         EXPECT_THROW((void)dividend.Divide(0U), MiDomainExp);
@@ -349,7 +355,7 @@ TEST(BigIntegerTest, DivisionByZeroIsADomainError) {
     }
 }
 
-TEST(BigIntegerTest, ShiftsKeepTheSign) {
+TEST(big_integer_test, ShiftsKeepTheSign) {
     for (const char* row : vectors::kShifts) {
         const std::vector<std::string> f = fieldsOf(row);
         ASSERT_EQ(f.size(), 4U);
@@ -365,7 +371,7 @@ TEST(BigIntegerTest, ShiftsKeepTheSign) {
     EXPECT_EQ(shown(MiBigInteger().ShiftLeft(UINT_MAX)), "0 ");
 }
 
-TEST(BigIntegerTest, NegateAndAbs) {
+TEST(big_integer_test, NegateAndAbs) {
     const struct {
         int value;
         const char* negated;
@@ -385,7 +391,7 @@ TEST(BigIntegerTest, NegateAndAbs) {
     }
 }
 
-TEST(BigIntegerTest, StepsOfOneInBothForms) {
+TEST(big_integer_test, StepsOfOneInBothForms) {
     MiBigInteger n(-1);
     EXPECT_EQ(shown(n++), "-1 FF");
     EXPECT_EQ(shown(n), "0 ");
@@ -401,7 +407,7 @@ TEST(BigIntegerTest, StepsOfOneInBothForms) {
     EXPECT_EQ(shown(--n), "-1 FF 7F");
 }
 
-TEST(BigIntegerTest, DecimalTextsBothWays) {
+TEST(big_integer_test, DecimalTextsBothWays) {
     for (const char* row : vectors::kDecimals) {
         const std::vector<std::string> f = fieldsOf(row);
         ASSERT_EQ(f.size(), 2U);
@@ -413,7 +419,7 @@ TEST(BigIntegerTest, DecimalTextsBothWays) {
     EXPECT_EQ(decimal(MiBigInteger()), "0");
 }
 
-TEST(BigIntegerTest, SetStringBase10TakesASign) {
+TEST(big_integer_test, SetStringBase10TakesASign) {
     EXPECT_EQ(shown(fromDecimal("+7")), "1 07");
     EXPECT_EQ(shown(fromDecimal("-7")), "-1 F9");
     EXPECT_EQ(shown(fromDecimal("0")), "0 ");
@@ -423,7 +429,7 @@ TEST(BigIntegerTest, SetStringBase10TakesASign) {
     EXPECT_EQ(shown(MiBigInteger(7).SetStringBase10(nullptr)), "0 ");
 }
 
-TEST(BigIntegerTest, SetStringBase10RefusesAnythingElse) {
+TEST(big_integer_test, SetStringBase10RefusesAnythingElse) {
     for (const char* text : {"007", "-007", "00", "01", "+", "-", "+-1", "--1", "1 ", " 1", "1.", "0x1", "a", "1a2",
                              "12-", "1234567890123456789012345678901234567890x", "\xB1", "1/", "1:"}) {
         MiBigInteger n(5);
@@ -432,7 +438,7 @@ TEST(BigIntegerTest, SetStringBase10RefusesAnythingElse) {
     }
 }
 
-TEST(BigIntegerTest, AddCharsAddsTexts) {
+TEST(big_integer_test, AddCharsAddsTexts) {
     const struct {
         const char* a;
         const char* b;
@@ -461,7 +467,7 @@ TEST(BigIntegerTest, AddCharsAddsTexts) {
 }
 
 // The order is not that of the numbers: among values of one length the bytes count as signed.
-TEST(BigIntegerTest, OrderTakesSignThenLengthThenSignedBytes) {
+TEST(big_integer_test, OrderTakesSignThenLengthThenSignedBytes) {
     const char* ascending[] = {"80000000", "FF0000", "8000", "FF7F",  // longer negative numbers are less
                                "80",       "FF",     ".",    "01",   "7F", "0080", "00FF", "0001000000"};
     // Within the length of two bytes: the first byte as signed, then the second.
@@ -495,7 +501,7 @@ TEST(BigIntegerTest, OrderTakesSignThenLengthThenSignedBytes) {
     }
 }
 
-TEST(BigIntegerTest, PrintingIsTheDecimalTextBehindAMargin) {
+TEST(big_integer_test, PrintingIsTheDecimalTextBehindAMargin) {
     std::ostringstream plain;
     plain << MiBigInteger(-1000) << ' ' << MiBigInteger();
     EXPECT_EQ(plain.str(), "-1000 0");
@@ -504,6 +510,38 @@ TEST(BigIntegerTest, PrintingIsTheDecimalTextBehindAMargin) {
     deep.width(9);
     MiBigInteger(255).ToOstream(deep, 2);
     EXPECT_EQ(deep.str(), "        255");
+}
+
+TEST(big_integer_test, ExhaustedMemoryChangesNothing) {
+    const MiByte bytes(300U, static_cast<unsigned char>(0x85));
+    const MiBigInteger other(bytes);
+    const std::string text(700, '7');
+    const MiBigInteger before(1000);
+    const std::function<void(MiBigInteger&)> operations[] = {[&](MiBigInteger& n) { n.SetData(bytes); },
+                                                             [&](MiBigInteger& n) { n.SetData(1, bytes); },
+                                                             [&](MiBigInteger& n) { n.SetStringBase10(text.c_str()); },
+                                                             [&](MiBigInteger& n) { n = other; },
+                                                             [&](MiBigInteger& n) { n += other; },
+                                                             [&](MiBigInteger& n) { n = other * other; },
+                                                             [&](MiBigInteger& n) { n = other / 7; },
+                                                             [&](MiBigInteger& n) { n = other << 9; },
+                                                             [&](MiBigInteger& n) { n = (other & bytes) | bytes; }};
+    long failures = 0;  // of all: small blocks may be had without the heap
+    for (const auto& operation : operations) {
+        MiBigInteger n(before);
+        int changed = 0;
+        failures += support::forEachExhaustion([&] {
+            n = before;
+            try {
+                operation(n);
+            } catch (const std::bad_alloc&) {
+                changed += n == before ? 0 : 1;
+            }
+        });
+        EXPECT_EQ(changed, 0);
+        EXPECT_NE(n, before);
+    }
+    EXPECT_GT(failures, 0);
 }
 
 // Large numbers, against the hashes that python3 took of its results.
@@ -525,7 +563,7 @@ MiBigInteger pattern(unsigned size, unsigned factor) {
     return MiBigInteger(MiByte(bytes.data(), size));
 }
 
-TEST(BigIntegerTest, LargeNumbers) {
+TEST(big_integer_test, LargeNumbers) {
     for (const vectors::Large& c : vectors::kLarge) {
         const MiBigInteger a = pattern(c.size, c.factor);
         const MiBigInteger b = pattern(c.size2, c.factor2);
@@ -546,7 +584,7 @@ TEST(BigIntegerTest, LargeNumbers) {
 
 // Linear steps on a number of 2 MB, and the text of one of 64 KB: done by the steps of one bit or one unit, each of
 // these would take longer than anybody waits.
-TEST(BigIntegerTest, HostileSizesEndSoon) {
+TEST(big_integer_test, HostileSizesEndSoon) {
     const MiBigInteger huge = pattern(2000000, 7);
     EXPECT_EQ((huge + huge) - huge, huge);
     EXPECT_EQ((huge << 9) >> 9, huge);

@@ -4,14 +4,18 @@
 
 #include <climits>
 #include <cstddef>
+#include <functional>
+#include <new>
 #include <sstream>
 #include <string>
 #include <type_traits>
 #include <utility>
 
 #include "foundation/exceptions.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/hex.h"
 #include "tests/support/noise.h"
+#include "tests/support/vtable.h"
 
 namespace {
 
@@ -64,11 +68,12 @@ MiBitSet padded() {
     return set;
 }
 
-TEST(BitSetTest, FieldsStandInOrder) {
+TEST(bit_set_test, FieldsStandInOrder) {
     Layout::check();
+    EXPECT_EQ(support::firstOwnSlot<MiBitSet>(), 1);  // the destructor is the only virtual operation
 }
 
-TEST(BitSetTest, ConstructorsSayTheirLength) {
+TEST(bit_set_test, ConstructorsSayTheirLength) {
     EXPECT_EQ(shown(MiBitSet()), "0: ");
     EXPECT_TRUE(MiBitSet().Empty());
     EXPECT_EQ(shown(MiBitSet(0U)), "0: ");
@@ -81,7 +86,7 @@ TEST(BitSetTest, ConstructorsSayTheirLength) {
     EXPECT_EQ(shown(MiBitSet(bytesOf("00 12 FF"), 1, 11)), "11: 12 E0");
 }
 
-TEST(BitSetTest, BitZeroIsTheTopBitOfTheFirstByte) {
+TEST(bit_set_test, BitZeroIsTheTopBitOfTheFirstByte) {
     const MiBitSet set(bytesOf("80 01"), 16);
     for (unsigned int i = 0; i < 16; ++i) {
         EXPECT_EQ(set.Get(i), i == 0 || i == 15) << i;
@@ -89,7 +94,7 @@ TEST(BitSetTest, BitZeroIsTheTopBitOfTheFirstByte) {
     }
 }
 
-TEST(BitSetTest, APositionPastTheEndIsOutOfRange) {
+TEST(bit_set_test, APositionPastTheEndIsOutOfRange) {
     MiBitSet set(bytesOf("FF FF"), 11);
     EXPECT_TRUE(set.Get(10));
     EXPECT_THROW((void)set.Get(11), MiOutOfRangeExp);
@@ -101,7 +106,7 @@ TEST(BitSetTest, APositionPastTheEndIsOutOfRange) {
     EXPECT_EQ(shown(set), "11: FF E0");
 }
 
-TEST(BitSetTest, SetChangesOneBit) {
+TEST(bit_set_test, SetChangesOneBit) {
     MiBitSet set(11U);
     set.Set(0, true);
     EXPECT_EQ(shown(set), "11: 80 00");
@@ -113,7 +118,7 @@ TEST(BitSetTest, SetChangesOneBit) {
     EXPECT_EQ(shown(set), "11: 00 20");
 }
 
-TEST(BitSetTest, CopiesAreDeep) {
+TEST(bit_set_test, CopiesAreDeep) {
     MiBitSet original("1101");
     const MiBitSet copy(original);
     MiBitSet assigned("1");
@@ -132,7 +137,7 @@ TEST(BitSetTest, CopiesAreDeep) {
     EXPECT_EQ(shown(kept), "2: 7F");
 }
 
-TEST(BitSetTest, WhatWasMovedAwayIsEmpty) {
+TEST(bit_set_test, WhatWasMovedAwayIsEmpty) {
     MiBitSet original("1101");
     const MiBitSet taken(std::move(original));
     EXPECT_EQ(textOf(taken), "1101");
@@ -143,7 +148,7 @@ TEST(BitSetTest, WhatWasMovedAwayIsEmpty) {
     EXPECT_EQ(shown(other), "0: ");  // NOLINT(bugprone-use-after-move)
 }
 
-TEST(BitSetTest, EqualityIsOfCountAndBytes) {
+TEST(bit_set_test, EqualityIsOfCountAndBytes) {
     EXPECT_TRUE(MiBitSet() == MiBitSet(""));
     EXPECT_TRUE(MiBitSet("101") == MiBitSet("101"));
     EXPECT_FALSE(MiBitSet("101") != MiBitSet("101"));
@@ -152,7 +157,7 @@ TEST(BitSetTest, EqualityIsOfCountAndBytes) {
     EXPECT_TRUE(padded() != MiBitSet("01"));  // padding counts
 }
 
-TEST(BitSetTest, MoreBitsAreGreaterThenSignedBytes) {
+TEST(bit_set_test, MoreBitsAreGreaterThenSignedBytes) {
     const struct {
         const char* a;
         const char* b;
@@ -172,7 +177,7 @@ TEST(BitSetTest, MoreBitsAreGreaterThenSignedBytes) {
         EXPECT_EQ(static_cast<signed char>(MiBitSet(c.a).CompareTo(MiBitSet(c.b))), c.result) << c.a << " " << c.b;
 }
 
-TEST(BitSetTest, SetBitsByteTakesTheBytesAsTheyAre) {
+TEST(bit_set_test, SetBitsByteTakesTheBytesAsTheyAre) {
     MiBitSet set("111");
     set.SetBitsByte("\x12\xFF\x34", 1, 3);
     EXPECT_EQ(shown(set), "3: FF");
@@ -185,7 +190,7 @@ TEST(BitSetTest, SetBitsByteTakesTheBytesAsTheyAre) {
     EXPECT_EQ(shown(set), "0: ");
 }
 
-TEST(BitSetTest, SetBitsMasksThePadding) {
+TEST(bit_set_test, SetBitsMasksThePadding) {
     MiBitSet set;
     set.SetBits(bytesOf("FF FF"), 9);
     EXPECT_EQ(shown(set), "9: FF 80");
@@ -199,7 +204,7 @@ TEST(BitSetTest, SetBitsMasksThePadding) {
     EXPECT_EQ(shown(set), "1: 80");
 }
 
-TEST(BitSetTest, SetBitsOfAShortSourceIsOutOfRange) {
+TEST(bit_set_test, SetBitsOfAShortSourceIsOutOfRange) {
     MiBitSet set("101");
     EXPECT_THROW(set.SetBits(bytesOf("FF"), 9), MiOutOfRangeExp);
     EXPECT_THROW(set.SetBits(bytesOf("FF FF"), 1, 9), MiOutOfRangeExp);
@@ -217,7 +222,7 @@ TEST(BitSetTest, SetBitsOfAShortSourceIsOutOfRange) {
     EXPECT_EQ(shown(set), "0: ");
 }
 
-TEST(BitSetTest, TextsOfZeroAndOne) {
+TEST(bit_set_test, TextsOfZeroAndOne) {
     MiBitSet set;
     set.SetBitsString("110000001");
     EXPECT_EQ(shown(set), "9: C0 80");
@@ -235,7 +240,7 @@ TEST(BitSetTest, TextsOfZeroAndOne) {
     EXPECT_EQ(shown(set), "0: ");
 }
 
-TEST(BitSetTest, SetLengthKeepsWhatFits) {
+TEST(bit_set_test, SetLengthKeepsWhatFits) {
     MiBitSet set("1111111111");
     EXPECT_EQ(shown(set.SetLength(9)), "9: FF 80");
     EXPECT_EQ(shown(set.SetLength(3)), "3: E0");
@@ -245,7 +250,7 @@ TEST(BitSetTest, SetLengthKeepsWhatFits) {
     EXPECT_EQ(shown(padded().SetLength(4)), "4: 40");  // padding does not become bits
 }
 
-TEST(BitSetTest, AndOrHaveTheShorterLength) {
+TEST(bit_set_test, AndOrHaveTheShorterLength) {
     const MiBitSet a("110010101");
     const MiBitSet b("101110000111");
     EXPECT_EQ(textOf(a.And(b)), "100010000");
@@ -258,13 +263,13 @@ TEST(BitSetTest, AndOrHaveTheShorterLength) {
     EXPECT_EQ(shown(padded().Or(padded())), "2: 40");
 }
 
-TEST(BitSetTest, NotLeavesThePaddingAtZero) {
+TEST(bit_set_test, NotLeavesThePaddingAtZero) {
     EXPECT_EQ(shown(MiBitSet("110010101").Not()), "9: 35 00");
     EXPECT_EQ(shown(MiBitSet(3U).Not()), "3: E0");
     EXPECT_TRUE(MiBitSet().Not().Empty());
 }
 
-TEST(BitSetTest, ShiftsKeepTheLength) {
+TEST(bit_set_test, ShiftsKeepTheLength) {
     const MiBitSet set("110010101");
     EXPECT_EQ(textOf(set.ShiftLeft(0)), "110010101");
     EXPECT_EQ(textOf(set.ShiftLeft(2)), "001010100");
@@ -280,7 +285,7 @@ TEST(BitSetTest, ShiftsKeepTheLength) {
     EXPECT_EQ(textOf(padded().ShiftLeft(1)), "10");  // padding does not move in
 }
 
-TEST(BitSetTest, ExpandAddsAtEitherEnd) {
+TEST(bit_set_test, ExpandAddsAtEitherEnd) {
     MiBitSet set("101");
     EXPECT_EQ(&set.ExpandRight(2, true), &set);
     EXPECT_EQ(shown(set), "5: B8");
@@ -297,14 +302,14 @@ TEST(BitSetTest, ExpandAddsAtEitherEnd) {
     EXPECT_EQ(shown(padded().ExpandLeft(1, false)), "3: 20");
 }
 
-TEST(BitSetTest, ExpandBeyondTheCounterIsOutOfRange) {
+TEST(bit_set_test, ExpandBeyondTheCounterIsOutOfRange) {
     MiBitSet set("101");
     EXPECT_THROW(set.ExpandRight(UINT_MAX - 2, false), MiOutOfRangeExp);
     EXPECT_THROW(set.ExpandLeft(UINT_MAX, true), MiOutOfRangeExp);
     EXPECT_EQ(textOf(set), "101");
 }
 
-TEST(BitSetTest, CutDropsAtEitherEnd) {
+TEST(bit_set_test, CutDropsAtEitherEnd) {
     MiBitSet set("1100101011");
     EXPECT_EQ(&set.CutRight(1), &set);
     EXPECT_EQ(shown(set), "9: CA 80");
@@ -322,7 +327,7 @@ TEST(BitSetTest, CutDropsAtEitherEnd) {
 }
 
 // Each operation once more on texts of '0' and '1', at lengths around whole bytes.
-TEST(BitSetTest, OperationsAgreeWithTexts) {
+TEST(bit_set_test, OperationsAgreeWithTexts) {
     support::Noise noise(45);
     for (unsigned int count = 0; count <= 40; ++count) {
         const std::string text = bitsText(noise, count);
@@ -345,7 +350,7 @@ TEST(BitSetTest, OperationsAgreeWithTexts) {
     }
 }
 
-TEST(BitSetTest, TheDumpBreaksItsLines) {
+TEST(bit_set_test, TheDumpBreaksItsLines) {
     const struct {
         const char* bits;
         unsigned int level;
@@ -369,7 +374,7 @@ TEST(BitSetTest, TheDumpBreaksItsLines) {
     }
 }
 
-TEST(BitSetTest, TheDumpFlushesBetweenLines) {
+TEST(bit_set_test, TheDumpFlushesBetweenLines) {
     struct CountingBuffer : std::stringbuf {
         int flushes = 0;
         int sync() override {
@@ -386,11 +391,42 @@ TEST(BitSetTest, TheDumpFlushesBetweenLines) {
     EXPECT_EQ(buffer.str().substr(buffer.str().size() - 2), " 0");
 }
 
-TEST(BitSetTest, TenMegabytesGoThroughInLinearSteps) {
-    const MiByte bytes(10000000U, static_cast<unsigned char>(0x5A));
-    MiBitSet set(bytes, 79999997);
+TEST(bit_set_test, ExhaustedMemoryChangesNothing) {
+    const MiByte bytes(300U, static_cast<unsigned char>(0x85));
+    const MiBitSet other(bytes, 2390);
+    const std::string text(2000, '1');
+    const MiBitSet before("101");
+    const std::function<void(MiBitSet&)> operations[] = {[&](MiBitSet& set) { set.SetBits(bytes, 2390); },
+                                                         [&](MiBitSet& set) { set.SetBitsString(text.c_str()); },
+                                                         [&](MiBitSet& set) { set.SetLength(2000); },
+                                                         [&](MiBitSet& set) { set = other; },
+                                                         [&](MiBitSet& set) { set.ExpandLeft(2000, true); },
+                                                         [&](MiBitSet& set) { set.ExpandRight(2000, true); },
+                                                         [&](MiBitSet& set) { set = other.And(other).Or(other); },
+                                                         [&](MiBitSet& set) { set = other.ShiftLeft(3); }};
+    long failures = 0;  // of all: small blocks may be had without the heap
+    for (const auto& operation : operations) {
+        MiBitSet set(before);
+        int changed = 0;
+        failures += support::forEachExhaustion([&] {
+            set = before;
+            try {
+                operation(set);
+            } catch (const std::bad_alloc&) {
+                changed += set == before ? 0 : 1;
+            }
+        });
+        EXPECT_EQ(changed, 0);
+        EXPECT_NE(set, before);
+    }
+    EXPECT_GT(failures, 0);
+}
+
+TEST(bit_set_test, MegabytesGoThroughInLinearSteps) {
+    const MiByte bytes(2000000U, static_cast<unsigned char>(0x5A));
+    MiBitSet set(bytes, 15999997);
     set.ExpandLeft(3, true).ExpandRight(2, true).CutLeft(3).CutRight(2);
-    EXPECT_EQ(set, MiBitSet(bytes, 79999997));
+    EXPECT_EQ(set, MiBitSet(bytes, 15999997));
     EXPECT_EQ(set.Not().Not(), set);
     EXPECT_EQ(set.ShiftLeft(9).ShiftRight(9).Or(set), set);
 }

@@ -275,7 +275,7 @@ TEST(byte_buffer_test, ExtendGivesRoomToWriteTo) {
     MiByteBuffer value("ab", 2);
     char* const place = value.Extend(3);
     EXPECT_EQ(value.GetChars() + 2, place);
-    std::memcpy(place, "cde", 3);
+    bytes("cde").copy(place, 3);
     expectContent("abcde", value);
     std::memset(value.Extend(5000), 'x', 5000);
     expectContent("abcde" + std::string(5000, 'x'), value);

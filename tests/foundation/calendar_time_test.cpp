@@ -12,6 +12,7 @@
 #include <type_traits>
 
 #include "foundation/exceptions.h"
+#include "tests/support/vtable.h"
 
 namespace {
 
@@ -72,11 +73,12 @@ class ZoneForTest {
     std::string before;
 };
 
-TEST(CalendarTimeTest, FieldsStandInOrder) {
+TEST(calendar_time_test, FieldsStandInOrder) {
     Layout::check();
+    EXPECT_EQ(support::firstOwnSlot<MiTime>(), 1);  // the destructor is the only virtual operation
 }
 
-TEST(CalendarTimeTest, ANewTimeIsTheEpoch) {
+TEST(calendar_time_test, ANewTimeIsTheEpoch) {
     const MiTime time;
     EXPECT_EQ(time.GetYear(), 1970U);
     EXPECT_EQ(time.GetMonth(), 1);
@@ -89,7 +91,7 @@ TEST(CalendarTimeTest, ANewTimeIsTheEpoch) {
 }
 
 // Reckoned by python3: datetime(1970, 1, 1) + timedelta(seconds=...).
-TEST(CalendarTimeTest, SecondsCountFromTheEpochAsGmt) {
+TEST(calendar_time_test, SecondsCountFromTheEpochAsGmt) {
     const struct {
         unsigned int seconds;
         const char* text;
@@ -110,7 +112,7 @@ TEST(CalendarTimeTest, SecondsCountFromTheEpochAsGmt) {
     }
 }
 
-TEST(CalendarTimeTest, SixFieldsAreStoredWithoutATest) {
+TEST(calendar_time_test, SixFieldsAreStoredWithoutATest) {
     const MiTime time(4000000000U, 99, 0, 200, 255, 60);
     EXPECT_EQ(time.GetYear(), 4000000000U);
     EXPECT_EQ(time.GetMonth(), 99);
@@ -121,7 +123,7 @@ TEST(CalendarTimeTest, SixFieldsAreStoredWithoutATest) {
     EXPECT_FALSE(MiTime::TestTime(time));
 }
 
-TEST(CalendarTimeTest, SetTimeOfSixFieldsTests) {
+TEST(calendar_time_test, SetTimeOfSixFieldsTests) {
     MiTime time(kSample);
     EXPECT_EQ(&time.SetTime(2024, 2, 29, 23, 59, 59), &time);
     EXPECT_EQ(plain(time), "20240229235959");
@@ -131,7 +133,7 @@ TEST(CalendarTimeTest, SetTimeOfSixFieldsTests) {
     EXPECT_EQ(plain(time), "20240229235959");
 }
 
-TEST(CalendarTimeTest, CopiesAndReset) {
+TEST(calendar_time_test, CopiesAndReset) {
     const MiTime copy(kSample);
     MiTime assigned;
     assigned = kSample;
@@ -147,7 +149,7 @@ TEST(CalendarTimeTest, CopiesAndReset) {
 }
 
 // Each later time differs in one field upward while all below it go down.
-TEST(CalendarTimeTest, OrderGoesFieldByField) {
+TEST(calendar_time_test, OrderGoesFieldByField) {
     const MiTime ascending[] = {{2014, 5, 5, 5, 5, 5}, {2014, 5, 5, 5, 5, 6},  {2014, 5, 5, 5, 6, 0},
                                 {2014, 5, 5, 6, 0, 0}, {2014, 5, 6, 0, 0, 0},  {2014, 6, 1, 0, 0, 0},
                                 {2015, 1, 1, 0, 0, 0}, {2015, 1, 1, 0, 0, 200}};
@@ -165,7 +167,7 @@ TEST(CalendarTimeTest, OrderGoesFieldByField) {
     }
 }
 
-TEST(CalendarTimeTest, SettersTestTheirField) {
+TEST(calendar_time_test, SettersTestTheirField) {
     MiTime time(kSample);
     EXPECT_EQ(&time.SetYear(1970), &time);
     time.SetMonth(12).SetHour(23).SetMinute(59).SetSecond(59).SetDay(31);
@@ -185,7 +187,7 @@ TEST(CalendarTimeTest, SettersTestTheirField) {
     EXPECT_EQ(time, kSample);
 }
 
-TEST(CalendarTimeTest, FieldsAreTestedBeforeTheyAreNarrowed) {
+TEST(calendar_time_test, FieldsAreTestedBeforeTheyAreNarrowed) {
     MiTime time(kSample);
     EXPECT_THROW(time.SetMonth(256 + 5), MiInvalidArgumentExp);
     EXPECT_THROW(time.SetDay(256 + 5), MiInvalidArgumentExp);
@@ -198,7 +200,7 @@ TEST(CalendarTimeTest, FieldsAreTestedBeforeTheyAreNarrowed) {
     EXPECT_FALSE(MiTime::TestTime(2014, 5, 5, 256 + 5, 5, 5));
 }
 
-TEST(CalendarTimeTest, SetDayStoresTheDayAndThenTestsTheWhole) {
+TEST(calendar_time_test, SetDayStoresTheDayAndThenTestsTheWhole) {
     MiTime february(2015, 2, 5, 0, 0, 0);
     EXPECT_THROW(february.SetDay(29), MiInvalidArgumentExp);
     EXPECT_EQ(february.GetDay(), 29);
@@ -207,14 +209,14 @@ TEST(CalendarTimeTest, SetDayStoresTheDayAndThenTestsTheWhole) {
     EXPECT_EQ(badHour.GetDay(), 6);
 }
 
-TEST(CalendarTimeTest, LeapYears) {
+TEST(calendar_time_test, LeapYears) {
     for (const unsigned int year : {0U, 4U, 1600U, 1972U, 2000U, 2004U, 2400U})
         EXPECT_TRUE(MiTime::IsLeapYear(year)) << year;
     for (const unsigned int year : {1U, 1700U, 1900U, 1970U, 2001U, 2100U, 2200U})
         EXPECT_FALSE(MiTime::IsLeapYear(year)) << year;
 }
 
-TEST(CalendarTimeTest, TestTimeKnowsTheCalendar) {
+TEST(calendar_time_test, TestTimeKnowsTheCalendar) {
     EXPECT_TRUE(MiTime::TestTime(1970, 1, 1, 0, 0, 0));
     EXPECT_FALSE(MiTime::TestTime(1969, 12, 31, 23, 59, 59));
     EXPECT_TRUE(MiTime::TestTime(2000, 2, 29, 0, 0, 0));
@@ -244,7 +246,7 @@ struct FieldCase {
     int value;
 };
 
-TEST(CalendarTimeTest, TestYearString) {
+TEST(calendar_time_test, TestYearString) {
     for (const FieldCase& c : {FieldCase{"1970", 1970},
                                {"1000", 1000},
                                {"9999", 9999},
@@ -267,7 +269,7 @@ TEST(CalendarTimeTest, TestYearString) {
 }
 
 // What is no digit counts by its distance from '0' where it is not looked at.
-TEST(CalendarTimeTest, TestDayStringTrustsWhatStandsBehindANonzero) {
+TEST(calendar_time_test, TestDayStringTrustsWhatStandsBehindANonzero) {
     for (const FieldCase& c : {FieldCase{"01", 1},
                                {"09", 9},
                                {"10", 10},
@@ -291,7 +293,7 @@ TEST(CalendarTimeTest, TestDayStringTrustsWhatStandsBehindANonzero) {
         EXPECT_EQ(MiTime::TestDayString(c.text), c.value) << (c.text == nullptr ? "null" : c.text);
 }
 
-TEST(CalendarTimeTest, TestHourStringTrustsWhatStandsBehindTwoAndMore) {
+TEST(calendar_time_test, TestHourStringTrustsWhatStandsBehindTwoAndMore) {
     for (const FieldCase& c : {FieldCase{"00", 0},
                                {"09", 9},
                                {"19", 19},
@@ -315,7 +317,7 @@ TEST(CalendarTimeTest, TestHourStringTrustsWhatStandsBehindTwoAndMore) {
         EXPECT_EQ(MiTime::TestHourString(c.text), c.value) << (c.text == nullptr ? "null" : c.text);
 }
 
-TEST(CalendarTimeTest, TestMinuteOrSecondStringTrustsNothing) {
+TEST(calendar_time_test, TestMinuteOrSecondStringTrustsNothing) {
     for (const FieldCase& c : {FieldCase{"00", 0},
                                {"09", 9},
                                {"59", 59},
@@ -334,7 +336,7 @@ TEST(CalendarTimeTest, TestMinuteOrSecondStringTrustsNothing) {
         EXPECT_EQ(MiTime::TestMinuteOrSecondString(c.text), c.value) << (c.text == nullptr ? "null" : c.text);
 }
 
-TEST(CalendarTimeTest, TestTimeString) {
+TEST(calendar_time_test, TestTimeString) {
     for (const char* text :
          {"20141022010203", "20141022010203Z", "19700101000000", "20000229235959", "201410222/0203", "2014102:010203"})
         EXPECT_TRUE(MiTime::TestTimeString(text)) << text;
@@ -346,7 +348,7 @@ TEST(CalendarTimeTest, TestTimeString) {
     EXPECT_FALSE(MiTime::TestTimeString(nullptr));
 }
 
-TEST(CalendarTimeTest, SetTimeStringWithoutAFormatReadsFourteenDigits) {
+TEST(calendar_time_test, SetTimeStringWithoutAFormatReadsFourteenDigits) {
     EXPECT_EQ(read("20141022010203", nullptr), kSample);
     EXPECT_EQ(read("20141022010203Zabc", nullptr), kSample);
     MiTime time(kSample);
@@ -359,7 +361,7 @@ TEST(CalendarTimeTest, SetTimeStringWithoutAFormatReadsFourteenDigits) {
     EXPECT_EQ(time, MiTime(2024, 2, 29, 23, 59, 59));  // nothing has changed
 }
 
-TEST(CalendarTimeTest, SetTimeStringFindsTheFieldsByTheFormat) {
+TEST(calendar_time_test, SetTimeStringFindsTheFieldsByTheFormat) {
     EXPECT_EQ(read("141022010203", "YYMMDDhhmmss"), kSample);
     EXPECT_EQ(read("141022010203Z", "YYMMDDhhmmssZ"), kSample);
     EXPECT_EQ(read("141022010203?", "YYMMDDhhmmssZ"), kSample);  // what is no field is not looked at
@@ -381,7 +383,7 @@ TEST(CalendarTimeTest, SetTimeStringFindsTheFieldsByTheFormat) {
     EXPECT_EQ(time, kEpoch);
 }
 
-TEST(CalendarTimeTest, YearsOfTwoDigitsGoFrom1970To2069) {
+TEST(calendar_time_test, YearsOfTwoDigitsGoFrom1970To2069) {
     EXPECT_EQ(read("69", "YY").GetYear(), 2069U);
     EXPECT_EQ(read("70", "YY").GetYear(), 1970U);
     EXPECT_EQ(read("99", "YY").GetYear(), 1999U);
@@ -392,7 +394,7 @@ TEST(CalendarTimeTest, YearsOfTwoDigitsGoFrom1970To2069) {
         EXPECT_THROW(read(text, "YY"), MiInvalidArgumentExp) << text;
 }
 
-TEST(CalendarTimeTest, SetTimeStringRefusesAndLeavesTheEpoch) {
+TEST(calendar_time_test, SetTimeStringRefusesAndLeavesTheEpoch) {
     const struct {
         const char* text;
         const char* format;
@@ -425,12 +427,12 @@ TEST(CalendarTimeTest, SetTimeStringRefusesAndLeavesTheEpoch) {
     }
 }
 
-TEST(CalendarTimeTest, TrustedCharactersMayMakeADate) {
+TEST(calendar_time_test, TrustedCharactersMayMakeADate) {
     EXPECT_EQ(read("2;", "DD"), MiTime(1970, 1, 31, 0, 0, 0));
     EXPECT_EQ(read("2/", "hh"), MiTime(1970, 1, 1, 19, 0, 0));
 }
 
-TEST(CalendarTimeTest, GetTimeStringFillsTheFormat) {
+TEST(calendar_time_test, GetTimeStringFillsTheFormat) {
     EXPECT_EQ(formatted(kSample, nullptr), "20141022010203");
     EXPECT_EQ(formatted(kSample, "YYMMDDhhmmssZ"), "141022010203Z");
     EXPECT_EQ(formatted(kSample, "YYYY-MM-DD hh:mm:ss"), "2014-10-22 01:02:03");
@@ -446,7 +448,7 @@ TEST(CalendarTimeTest, GetTimeStringFillsTheFormat) {
         EXPECT_THROW((void)kSample.GetTimeString(format), MiInvalidArgumentExp) << format;
 }
 
-TEST(CalendarTimeTest, StepsForwardCarry) {
+TEST(calendar_time_test, StepsForwardCarry) {
     const struct {
         MiTime from;
         MiTime to;
@@ -465,7 +467,7 @@ TEST(CalendarTimeTest, StepsForwardCarry) {
     }
 }
 
-TEST(CalendarTimeTest, EachStepMovesItsFieldAndKeepsTheLowerOnes) {
+TEST(calendar_time_test, EachStepMovesItsFieldAndKeepsTheLowerOnes) {
     const MiTime last(2014, 12, 31, 23, 59, 59);
     EXPECT_EQ(plain(MiTime(last).NextMinute()), "20150101000059");
     EXPECT_EQ(plain(MiTime(last).NextHour()), "20150101005959");
@@ -493,7 +495,7 @@ TEST(CalendarTimeTest, EachStepMovesItsFieldAndKeepsTheLowerOnes) {
     EXPECT_EQ(chained, middle);
 }
 
-TEST(CalendarTimeTest, MonthsAndYearsStepAlone) {
+TEST(calendar_time_test, MonthsAndYearsStepAlone) {
     EXPECT_EQ(plain(MiTime(2015, 1, 31, 0, 0, 0).NextMonth()), "20150231000000");
     EXPECT_EQ(plain(MiTime(2015, 3, 31, 0, 0, 0).PreMonth()), "20150231000000");
     EXPECT_EQ(plain(MiTime(2016, 2, 29, 0, 0, 0).NextYear()), "20170229000000");
@@ -502,12 +504,12 @@ TEST(CalendarTimeTest, MonthsAndYearsStepAlone) {
     EXPECT_EQ(MiTime(UINT_MAX, 12, 31, 0, 0, 0).NextDay(), MiTime(0, 1, 1, 0, 0, 0));
 }
 
-TEST(CalendarTimeTest, ADayBeyondItsMonthStepsToTheNext) {
+TEST(calendar_time_test, ADayBeyondItsMonthStepsToTheNext) {
     EXPECT_EQ(MiTime(2015, 2, 31, 0, 0, 0).NextDay(), MiTime(2015, 3, 1, 0, 0, 0));
     EXPECT_EQ(MiTime(2015, 3, 0, 0, 0, 0).PreDay(), MiTime(2015, 2, 28, 0, 0, 0));
 }
 
-TEST(CalendarTimeTest, AStepOfTheDayInABadMonthIsARangeError) {
+TEST(calendar_time_test, AStepOfTheDayInABadMonthIsARangeError) {
     for (const int number : {0, 13, 255}) {
         const auto month = static_cast<unsigned char>(number);
         MiTime time(2015, month, 5, 23, 59, 59);
@@ -527,7 +529,7 @@ TEST(CalendarTimeTest, AStepOfTheDayInABadMonthIsARangeError) {
 }
 
 // Every day from the epoch into the year 2105, stepped forth and counted.
-TEST(CalendarTimeTest, DaysAndSecondsAgreeWithSteps) {
+TEST(calendar_time_test, DaysAndSecondsAgreeWithSteps) {
     MiTime time;
     for (unsigned int days = 0; days < 49500; ++days, time.NextDay()) {
         ASSERT_EQ(time.GetDays(), days);
@@ -537,7 +539,7 @@ TEST(CalendarTimeTest, DaysAndSecondsAgreeWithSteps) {
     }
 }
 
-TEST(CalendarTimeTest, DaysOfAnyStoredFields) {
+TEST(calendar_time_test, DaysOfAnyStoredFields) {
     std::int64_t days = 0;
     for (unsigned int year = 1970; year < 12000; ++year) {
         ASSERT_EQ(MiTime(year, 1, 1, 0, 0, 0).GetDays(), days);
@@ -554,7 +556,7 @@ TEST(CalendarTimeTest, DaysOfAnyStoredFields) {
     EXPECT_EQ(MiTime(1970, 1, 1, 255, 255, 255).GetTime(), 255 * 3600 + 255 * 60 + 255);
 }
 
-TEST(CalendarTimeTest, AddTimeAndSubtractTimeAreSteps) {
+TEST(calendar_time_test, AddTimeAndSubtractTimeAreSteps) {
     for (const unsigned int seconds :
          {0U, 1U, 59U, 60U, 61U, 3599U, 3600U, 86399U, 86400U, 90061U, 31536000U, 951868800U, UINT_MAX}) {
         MiTime time;
@@ -567,7 +569,7 @@ TEST(CalendarTimeTest, AddTimeAndSubtractTimeAreSteps) {
     EXPECT_EQ(MiTime(2015, 3, 1, 0, 0, 1).SubtractTime(31), MiTime(2015, 2, 28, 23, 59, 30));
 }
 
-TEST(CalendarTimeTest, CurrentTimeIsTheClockAsGmt) {
+TEST(calendar_time_test, CurrentTimeIsTheClockAsGmt) {
     const ZoneForTest zone("XXX-5:30");
     const std::int64_t before = std::time(nullptr);
     MiTime time(kSample);
@@ -577,7 +579,7 @@ TEST(CalendarTimeTest, CurrentTimeIsTheClockAsGmt) {
     EXPECT_LE(time.GetTime(), after);
 }
 
-TEST(CalendarTimeTest, LocalCurrentTimeIsTheClockInItsZone) {
+TEST(calendar_time_test, LocalCurrentTimeIsTheClockInItsZone) {
     for (const auto& [zone, ahead] :
          {std::pair<const char*, int>{"XXX-5:30", 19800}, {"XXX3:30", -12600}, {"XXX0", 0}}) {
         const ZoneForTest inZone(zone);
@@ -591,7 +593,7 @@ TEST(CalendarTimeTest, LocalCurrentTimeIsTheClockInItsZone) {
 }
 
 // The zones are written as POSIX has them, west of Greenwich counting up.
-TEST(CalendarTimeTest, TheOffsetFromGmtGoesToTheNearestHour) {
+TEST(calendar_time_test, TheOffsetFromGmtGoesToTheNearestHour) {
     const struct {
         const char* zone;
         int hours;
@@ -611,7 +613,7 @@ TEST(CalendarTimeTest, TheOffsetFromGmtGoesToTheNearestHour) {
 
 #if !defined(_WIN32)
 // A zone that keeps summer time the whole year; on Windows such rules cannot be given through the environment.
-TEST(CalendarTimeTest, TheOffsetFromGmtCountsSummerTime) {
+TEST(calendar_time_test, TheOffsetFromGmtCountsSummerTime) {
     const ZoneForTest zone("XXX-2YYY-3,J1/0,J365/25");
     EXPECT_EQ(MiTime::AdvancedGMTHours(), 3);
     const ZoneForTest half("XXX-2YYY-2:30,J1/0,J365/25");
@@ -619,7 +621,7 @@ TEST(CalendarTimeTest, TheOffsetFromGmtCountsSummerTime) {
 }
 #endif
 
-TEST(CalendarTimeTest, PrintingIsTheFourteenDigitsBehindAMargin) {
+TEST(calendar_time_test, PrintingIsTheFourteenDigitsBehindAMargin) {
     std::ostringstream os;
     os.width(30);
     kSample.ToOstream(os, 2);

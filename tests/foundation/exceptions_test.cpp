@@ -38,7 +38,8 @@ void expectOneOfTheTree(const char* message) {
     expectCaught<Exception>(message);
 
     const Exception made;
-    const Exception copy(made);
+    Exception copy(made);
+    copy = made;
     EXPECT_EQ(message, Message::of(copy));
     MiException assigned;
     assigned = made;

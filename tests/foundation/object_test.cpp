@@ -113,7 +113,7 @@ TEST(object_test, ExhaustedMemoryIsNullForNothrowNew) {
     };
     int nulls = 0;
     const long runs = support::forEachExhaustion([&] {
-        Large* const made = new (std::nothrow) Large;
+        auto* const made = new (std::nothrow) Large;
         nulls += made == nullptr;
         delete made;
     });
@@ -123,7 +123,7 @@ TEST(object_test, ExhaustedMemoryIsNullForNothrowNew) {
 
 TEST(object_test, IsMadeAtAPlaceToo) {
     alignas(Thing) char place[sizeof(Thing)];
-    Thing* const thing = new (place) Thing;
+    auto* const thing = new (place) Thing;
     EXPECT_EQ(static_cast<void*>(place), thing);
     thing->~Thing();
 }

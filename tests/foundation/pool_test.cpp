@@ -52,7 +52,7 @@ TEST(pool_test, AWarmPoolMakesNoCallOfTheSystemsAllocator) {
     const auto objects = [] {
         MiByteBuffer buffer;
         for (unsigned int i = 0; i < 300; ++i) {
-            MiByte* const byte = new MiByte(i + 1);
+            auto* const byte = new MiByte(i + 1);
             buffer.Append(*byte);
             delete byte;
         }

@@ -7,6 +7,7 @@
 
 #include "foundation/foundation.h"
 #include "schema/schema.h"
+#include "tests/schema/bytes.h"
 #include "tests/schema/table.h"
 
 namespace {
@@ -203,7 +204,7 @@ TEST(AccessorsTest, AChoiceGivesWhateverIsSelected) {
     ASSERT_NE(time.Get(1U), nullptr);
     EXPECT_EQ(time.Get(1U), time.GetGeneralizedTime());
     EXPECT_EQ(static_cast<const AsnObject*>(time.GetUtcTime()), time.Get());
-    EXPECT_TRUE(typeid(*time.Get()) == typeid(AsnGeneralizedTime));
+    EXPECT_TRUE(typeOf(*time.Get()) == typeid(AsnGeneralizedTime));
     EXPECT_EQ(time.Get()->GetAsnTagNumber(), 24U);
 
     AsnUTCTime utc;
@@ -225,8 +226,8 @@ TEST(AccessorsTest, AnExplicitAlternativeIsGivenOnlyWhenSelected) {
     empty.SetRdnSequence({});
     name.SetDirectoryName(empty);
     ASSERT_NE(name.GetDirectoryName(), nullptr);
-    EXPECT_TRUE(typeid(*name.GetDirectoryName()) == typeid(Name));
-    EXPECT_TRUE(typeid(*name.Get(4U)) == typeid(AsnContainer));
+    EXPECT_TRUE(typeOf(*name.GetDirectoryName()) == typeid(Name));
+    EXPECT_TRUE(typeOf(*name.Get(4U)) == typeid(AsnContainer));
     EXPECT_EQ(toHex(name), "A4 02 30 00");
 
     SignerInfoAuthenticatedAttributes attributes;

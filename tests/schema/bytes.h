@@ -2,6 +2,8 @@
 #ifndef VT_TESTS_SCHEMA_BYTES_H
 #define VT_TESTS_SCHEMA_BYTES_H
 
+#include <typeinfo>
+
 #include "asn/asn.h"
 #include "foundation/foundation.h"
 #include "tests/support/hex.h"
@@ -14,12 +16,17 @@ inline support::Bytes encode(const AsnObject& value) {
     MiByteBuffer out;
     const unsigned int length = value.DerEncode(out, 0);
     const char* chars = out.GetChars();
-    return support::Bytes(chars, chars + length);
+    support::Bytes bytes(chars, chars + length);
+    return bytes;
 }
 
 // The number of bytes that the value took.
 inline unsigned int decode(AsnObject& value, const support::Bytes& bytes) {
     return value.DerDecode(toMiByte(bytes), 0);
+}
+
+inline const std::type_info& typeOf(const AsnObject& value) {
+    return typeid(value);
 }
 
 template <class T>

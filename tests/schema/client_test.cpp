@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "schema/schema.h"
+#include "tests/schema/bytes.h"
 #include "tests/schema/table.h"
 
 namespace {
@@ -20,7 +21,7 @@ TEST(ClientTest, EveryClassWorksAcrossTheLibrary) {
         for (std::size_t i = 0; i < variants; ++i) {
             const Value value = table::makeFilled(type, i);
             const Value clone(value->Clone());
-            EXPECT_TRUE(typeid(*clone) == *type.type);
+            EXPECT_TRUE(typeOf(*clone) == *type.type);
             MiByteBuffer out;
             const unsigned int length = value->DerEncode(out, 0);
             const Value decoded = table::make(type);

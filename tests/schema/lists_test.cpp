@@ -7,6 +7,7 @@
 
 #include "foundation/foundation.h"
 #include "schema/schema.h"
+#include "tests/schema/bytes.h"
 
 namespace {
 
@@ -24,11 +25,11 @@ void checkList(const char* name) {
     list.AddElement(item);
     ASSERT_EQ(list.Size(), 1U);
     EXPECT_NE(list.Get(0), &item);
-    EXPECT_TRUE(typeid(*list.Get(0)) == typeid(Item));
+    EXPECT_TRUE(typeOf(*list.Get(0)) == typeid(Item));
     EXPECT_TRUE(list.Get(0)->EqualsContent(&item));
 
     const std::unique_ptr<AsnObject> clone(list.Clone());
-    ASSERT_TRUE(typeid(*clone) == typeid(List));
+    ASSERT_TRUE(typeOf(*clone) == typeid(List));
     EXPECT_EQ(static_cast<const List&>(*clone).Size(), 1U);
     list.ClearAllElements();
     EXPECT_EQ(list.Size(), 0U);

@@ -190,7 +190,7 @@ TEST(RealInputTest, SerialNumbers) {
 
 TEST(RealInputTest, Times) {
     const auto validity = [](const char* name) {
-        const Certificate certificate = fromFile<Certificate>(name);
+        const auto certificate = fromFile<Certificate>(name);
         const Validity* value = tbsOf(certificate).GetValidity();
         return timeOf(value->GetNotBefore()) + ", " + timeOf(value->GetNotAfter());
     };
@@ -201,13 +201,13 @@ TEST(RealInputTest, Times) {
 }
 
 TEST(RealInputTest, RelativeNames) {
-    const Certificate multi = fromFile<Certificate>("Certificate.multi_valued.der");
+    const auto multi = fromFile<Certificate>("Certificate.multi_valued.der");
     const auto* names = static_cast<const AsnSequenceOf<AsnSetOf<AttributeTypeAndDistinguishedValue>>*>(
         tbsOf(multi).GetSubject()->Get());
     ASSERT_EQ(names->Size(), 2U);
     EXPECT_EQ(names->Get(0)->Size(), 3U);
     EXPECT_EQ(names->Get(1)->Size(), 3U);
-    const Certificate empty = fromFile<Certificate>("Certificate.empty_subject.der");
+    const auto empty = fromFile<Certificate>("Certificate.empty_subject.der");
     EXPECT_EQ(tbsOf(empty).GetSubject()->Get()->GetAsnTagNumber(), 16U);
     EXPECT_EQ(encode(*tbsOf(empty).GetSubject()).size(), 2U);
 }
@@ -215,7 +215,7 @@ TEST(RealInputTest, RelativeNames) {
 // Tag numbers of the strings of a subject, by openssl asn1parse.
 TEST(RealInputTest, StringsOfNames) {
     const auto tags = [](const char* name) {
-        const Certificate certificate = fromFile<Certificate>(name);
+        const auto certificate = fromFile<Certificate>(name);
         const auto* names = static_cast<const AsnSequenceOf<AsnSetOf<AttributeTypeAndDistinguishedValue>>*>(
             tbsOf(certificate).GetSubject()->Get());
         std::vector<unsigned int> numbers;
@@ -231,9 +231,9 @@ TEST(RealInputTest, StringsOfNames) {
 
 TEST(RealInputTest, KeySizes) {
     for (const unsigned int bits : {512U, 1024U, 2048U, 4096U, 8192U}) {
-        const Certificate certificate = fromFile<Certificate>("Certificate.rsa" + std::to_string(bits) + ".der");
+        const auto certificate = fromFile<Certificate>("Certificate.rsa" + std::to_string(bits) + ".der");
         const MiBitSet& key = tbsOf(certificate).GetSubjectPublicKeyInfo()->GetSubjectPublicKey()->GetData();
-        const RSAPublicKey rsa = goesThrough<RSAPublicKey>(bytesOf(key.GetByte()));
+        const auto rsa = goesThrough<RSAPublicKey>(bytesOf(key.GetByte()));
         EXPECT_EQ(rsa.GetPkModulus()->GetBigInteger().GetBitLength(), bits + 8);  // and a leading zero byte
         EXPECT_EQ(rsa.GetPublicExponent()->GetInteger(), 65537);
         EXPECT_EQ(certificate.GetEncrypted()->GetData().GetBitLength(), bits);
@@ -281,18 +281,18 @@ unsigned int knownExtensions(const AsnSequenceOf<Extension>& extensions) {
 }
 
 TEST(RealInputTest, Extensions) {
-    const Certificate eight = fromFile<Certificate>("Certificate.eight_extensions.der");
+    const auto eight = fromFile<Certificate>("Certificate.eight_extensions.der");
     ASSERT_EQ(tbsOf(eight).GetExtensions()->Size(), 8U);
     EXPECT_EQ(knownExtensions(*tbsOf(eight).GetExtensions()), 8U);
     EXPECT_EQ(tbsOf(eight).GetExtensions()->Get(0)->GetCritical(), nullptr);
     EXPECT_TRUE(tbsOf(eight).GetExtensions()->Get(1)->GetCritical()->GetData());
-    const Certificate many = fromFile<Certificate>("Certificate.many_extensions.der");
+    const auto many = fromFile<Certificate>("Certificate.many_extensions.der");
     // All but authorityInfoAccess, tlsfeature and the private one.
     EXPECT_EQ(knownExtensions(*tbsOf(many).GetExtensions()), tbsOf(many).GetExtensions()->Size() - 3);
 }
 
 TEST(RealInputTest, GeneralNames) {
-    const Certificate many = fromFile<Certificate>("Certificate.many_extensions.der");
+    const auto many = fromFile<Certificate>("Certificate.many_extensions.der");
     const Bytes value = bytesOf(tbsOf(many).GetExtensions()->Get(1)->GetExtnValue());
     const auto names = goesThrough<AsnSequenceOf<GeneralName>>(value);
     std::vector<std::string> kinds;
@@ -307,7 +307,7 @@ TEST(RealInputTest, GeneralNames) {
 }
 
 TEST(RealInputTest, RevokedCertificates) {
-    const CertificateList list = fromFile<CertificateList>("CertificateList.revoked.der");
+    const auto list = fromFile<CertificateList>("CertificateList.revoked.der");
     const auto* revoked = list.GetTBSCertificateList()->GetRevokedCertificates();
     ASSERT_NE(revoked, nullptr);
     ASSERT_EQ(revoked->Size(), 3U);
@@ -317,16 +317,16 @@ TEST(RealInputTest, RevokedCertificates) {
     EXPECT_EQ(knownExtensions(*revoked->Get(1)->GetCrlEntryExtensions()), 1U);
     EXPECT_EQ(knownExtensions(*revoked->Get(2)->GetCrlEntryExtensions()), 2U);
     EXPECT_EQ(knownExtensions(*list.GetTBSCertificateList()->GetCrlExtensions()), 3U);
-    const CertificateList empty = fromFile<CertificateList>("CertificateList.empty.der");
+    const auto empty = fromFile<CertificateList>("CertificateList.empty.der");
     EXPECT_EQ(empty.GetTBSCertificateList()->GetRevokedCertificates(), nullptr);
-    const CertificateList delta = fromFile<CertificateList>("CertificateList.delta.der");
+    const auto delta = fromFile<CertificateList>("CertificateList.delta.der");
     EXPECT_EQ(knownExtensions(*delta.GetTBSCertificateList()->GetCrlExtensions()), 3U);
-    const CertificateList late = fromFile<CertificateList>("CertificateList.until_2050.der");
+    const auto late = fromFile<CertificateList>("CertificateList.until_2050.der");
     EXPECT_EQ(timeOf(late.GetTBSCertificateList()->GetNextUpdate()), "generalizedTime: 20500101000000Z");
 }
 
 SignedData signedDataOf(const char* name) {
-    const ContentInfo info = fromFile<ContentInfo>(name);
+    const auto info = fromFile<ContentInfo>(name);
     EXPECT_STREQ(info.GetContentType()->GetData().GetChars(), "1.2.840.113549.1.7.2");
     return inside<SignedData>(info.GetContent());
 }
@@ -342,7 +342,7 @@ TEST(RealInputTest, SignedMessages) {
     const SignedData message = signedDataOf("ContentInfo.signed.der");
     EXPECT_EQ(sizeOf<Certificates>(message.GetCertificates()), 1U);
     EXPECT_EQ(sizeOf<Signers>(message.GetSignerInfos()), 1U);
-    const AsnOctetString content = inside<AsnOctetString>(message.GetContentInfo()->GetContent());
+    const auto content = inside<AsnOctetString>(message.GetContentInfo()->GetContent());
     EXPECT_EQ(bytesOf(&content), Bytes({'s', 'i', 'g', 'n', 'e', 'd', ' ', 'c', 'o', 'n', 't', 'e', 'n', 't', '\n'}));
     const auto* signers = static_cast<const Signers*>(message.GetSignerInfos()->Get());
     EXPECT_NE(signers->Get(0)->GetAuthenticatedAttributes(), nullptr);
@@ -362,7 +362,7 @@ TEST(RealInputTest, SignedMessages) {
 
 // openssl writes the certificates of a chain as they come. A set goes out sorted, the shorter certificate first.
 TEST(RealInputTest, AChainOutOfOrderIsWrittenInOrder) {
-    const ContentInfo info = fromFile<ContentInfo>("ContentInfo.unsorted_chain.der");
+    const auto info = fromFile<ContentInfo>("ContentInfo.unsorted_chain.der");
     SignedData message;
     info.GetContent()->GetDerObject(&message);
     const auto* chain =
@@ -384,8 +384,8 @@ TEST(RealInputTest, AChainOutOfOrderIsWrittenInOrder) {
 TEST(RealInputTest, EnvelopedMessages) {
     for (const auto& [name, recipients] :
          {std::pair("ContentInfo.enveloped.der", 1U), std::pair("ContentInfo.enveloped_for_two.der", 2U)}) {
-        const ContentInfo info = fromFile<ContentInfo>(name);
-        const EnvelopedData message = inside<EnvelopedData>(info.GetContent());
+        const auto info = fromFile<ContentInfo>(name);
+        const auto message = inside<EnvelopedData>(info.GetContent());
         EXPECT_EQ(sizeOf<AsnSetOf<RecipientInfo>>(message.GetRecipientInfos()), recipients);
         EXPECT_NE(message.GetEncryptedContentInfo()->GetEncryptedContent(), nullptr);
     }
@@ -421,19 +421,19 @@ TEST(RealInputTest, Pkcs12Files) {
 
     const PFX open = fromFile<PFX>("PFX.open.der");
     EXPECT_EQ(open.GetVersion()->GetInteger(), 3);
-    const AsnOctetString safe = inside<AsnOctetString>(open.GetAuthSafe()->GetContent());
+    const auto safe = inside<AsnOctetString>(open.GetAuthSafe()->GetContent());
     const auto infos = goesThrough<AsnSequenceOf<ContentInfo>>(bytesOf(&safe));
     ASSERT_EQ(infos.Size(), 2U);
     std::vector<std::string> bagIds;
     for (unsigned int i = 0; i < infos.Size(); ++i) {
-        const AsnOctetString contents = inside<AsnOctetString>(infos.Get(i)->GetContent());
+        const auto contents = inside<AsnOctetString>(infos.Get(i)->GetContent());
         const auto bags = goesThrough<AsnSequenceOf<SafeBag>>(bytesOf(&contents));
         for (unsigned int j = 0; j < bags.Size(); ++j) {
             bagIds.emplace_back(bags.Get(j)->GetBagId()->GetData().GetChars());
             EXPECT_EQ(bags.Get(j)->GetBagAttributes()->Size(), 2U);
             if (bagIds.back() == "1.2.840.113549.1.12.10.1.3") {
-                const CertBag bag = inside<CertBag>(bags.Get(j)->GetBagValue());
-                const AsnOctetString certificate = inside<AsnOctetString>(bag.GetCertValue());
+                const auto bag = inside<CertBag>(bags.Get(j)->GetBagValue());
+                const auto certificate = inside<AsnOctetString>(bag.GetCertValue());
                 EXPECT_TRUE(bytesOf(&certificate) == read("Certificate.rsa512.der"));
             } else {
                 EXPECT_TRUE(encode(inside<PrivateKeyInfo>(bags.Get(j)->GetBagValue())) ==

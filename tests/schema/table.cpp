@@ -100,8 +100,6 @@ constexpr Role role_mandatory = Role::mandatory;
 constexpr Role role_optional = Role::optional;
 constexpr Role role_default = Role::default_;
 
-std::vector<Type> build() {
-    std::vector<Type> all;
 // clang-format off
 #define TYPE(CLASS, BASE) all.push_back({#CLASS, &typeid(CLASS), Base::BASE, emptyOf<CLASS>, {}});
 #define MEMBER(CLASS, NAME, ACCESSOR, VALUE, MODE, NUMBER, ROLE, FLAG)                                              \
@@ -120,12 +118,28 @@ std::vector<Type> build() {
         },                                                                                                          \
         [](const AsnObject& of) -> const AsnObject* { return static_cast<const CLASS&>(of).GetObject(); }});
 // clang-format on
+
+void addDirectory(std::vector<Type>& all) {
 #include "tests/schema/tables/directory.def"
+}
+
+void addPkcs(std::vector<Type>& all) {
 #include "tests/schema/tables/pkcs.def"
+}
+
+void addX509(std::vector<Type>& all){
 #include "tests/schema/tables/x509.def"
+}
+
 #undef TYPE
 #undef MEMBER
 #undef WRAPPER
+
+std::vector<Type> build() {
+    std::vector<Type> all;
+    addX509(all);
+    addPkcs(all);
+    addDirectory(all);
     return all;
 }
 

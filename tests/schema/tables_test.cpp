@@ -6,7 +6,9 @@
 
 #include "foundation/foundation.h"
 #include "schema/schema.h"
+#include "tests/schema/bytes.h"
 #include "tests/schema/table.h"
+#include "tests/support/broken_der.h"
 
 using table::Base;
 using table::Flag;
@@ -86,7 +88,7 @@ void forEachType(void (*check)(const Type& type)) {
 
 void membersAreThoseOfTheTable(const Type& type) {
     const Value value = table::make(type);
-    EXPECT_TRUE(typeid(*value) == *type.type);
+    EXPECT_TRUE(typeOf(*value) == *type.type);
     EXPECT_EQ(value->GetAsnTag(), table::ownTag(*type.type));
     EXPECT_EQ(value->GetAsnState(), AsnObject::ASN_MANDATORY);
     EXPECT_TRUE(value->GetAsnName().Empty());
@@ -101,17 +103,17 @@ void membersAreThoseOfTheTable(const Type& type) {
         ASSERT_NE(found, nullptr);
         EXPECT_TRUE(found->GetAsnName() == member.name);
         if (type.base == Base::Wrapper) {
-            EXPECT_TRUE(typeid(*found) == *member.type);
+            EXPECT_TRUE(typeOf(*found) == *member.type);
             continue;
         }
         const AsnObject* inner = found;
         if (member.mode == Mode::explicit_) {
-            ASSERT_TRUE(typeid(*found) == typeid(AsnContainer));
+            ASSERT_TRUE(typeOf(*found) == typeid(AsnContainer));
             inner = dynamic_cast<const AsnContainer*>(found)->GetData();
             ASSERT_NE(inner, nullptr);
             EXPECT_EQ(inner->GetAsnTag(), table::ownTag(*member.type));
         }
-        EXPECT_TRUE(typeid(*inner) == *member.type);
+        EXPECT_TRUE(typeOf(*inner) == *member.type);
         EXPECT_EQ(found->GetAsnTag(), expectedTag(member));
         EXPECT_EQ(found->GetAsnState(), expectedState(member));
         EXPECT_EQ(found->IsAsnAnyType(), member.flag == Flag::any);
@@ -144,6 +146,32 @@ TEST(TablesTest, AFreshValueHasNothing) {
     forEachType(aFreshValueHasNothing);
 }
 
+// The operations of an object in the order of its virtual table. The destructor has two entries, so slot n of the
+// others is entry n + 1.
+constexpr std::size_t kClone = 8 + 1;
+constexpr std::size_t kSetupElements = 10 + 1;
+
+bool sameEntry(const AsnObject& a, const AsnObject& b, std::size_t entry) {
+    const auto table = [](const AsnObject& value) { return *reinterpret_cast<void* const* const*>(&value); };
+    return table(a)[entry] == table(b)[entry];
+}
+
+void onlyTwoOperationsAreReplaced(const Type& type) {
+    const Value value = table::make(type);
+    const AsnSequence sequence;
+    const AsnSet set;
+    const AsnChoice choice;
+    const AsnContainer container;
+    const AsnObject* const bases[] = {&sequence, &set, &choice, &container};
+    const AsnObject& base = *bases[static_cast<std::size_t>(type.base)];
+    const std::size_t entries = type.base == Base::Wrapper ? kSetupElements : kSetupElements + 1;
+    for (std::size_t entry = 2; entry < entries; ++entry)
+        EXPECT_EQ(sameEntry(*value, base, entry), entry != kClone && entry != kSetupElements) << entry;
+}
+TEST(TablesTest, OnlyCloneAndSetupElementsAreReplaced) {
+    forEachType(onlyTwoOperationsAreReplaced);
+}
+
 // Each accessor alone, on a fresh value.
 void accessorsReachTheirMember(const Type& type) {
     for (unsigned int i = 0; i < type.members.size(); ++i) {
@@ -157,7 +185,7 @@ void accessorsReachTheirMember(const Type& type) {
         const AsnObject* got = member.get(*value);
         ASSERT_NE(got, nullptr);
         EXPECT_NE(got, sample.get()) << "a setter copies";
-        EXPECT_TRUE(typeid(*got) == *member.type);
+        EXPECT_TRUE(typeOf(*got) == *member.type);
         EXPECT_TRUE(got->EqualsContent(sample.get()));
         const AsnObject* found = table::memberAt(*value, type, i);
         if (type.base == Base::Wrapper || member.mode != Mode::explicit_) {
@@ -234,7 +262,7 @@ void aCloneIsTheSame(const Type& type) {
         value->SetAsnName("anything");
         const Value clone(value->Clone());
         EXPECT_NE(clone.get(), value.get());
-        EXPECT_TRUE(typeid(*clone) == *type.type);
+        EXPECT_TRUE(typeOf(*clone) == *type.type);
         EXPECT_TRUE(clone->Equals(value.get()));
         EXPECT_TRUE(value->Equals(clone.get()));
     }
@@ -297,6 +325,36 @@ void resetFromAnotherCopies(const Type& type) {
 }
 TEST(TablesTest, ResetFromAnotherCopies) {
     forEachType(resetFromAnotherCopies);
+}
+
+// Whatever the bytes: a value, or one of the decoder's failures and nothing else. True if it was a value.
+bool survives(const Type& type, const support::Bytes& bytes) {
+    const Value value = table::make(type);
+    try {
+        decode(*value, bytes);
+        return true;
+    } catch (const MiInvalidArgumentExp&) {
+    } catch (const MiOutOfRangeExp&) {
+    } catch (const MiRangeExp&) {
+    } catch (const AsnDecodeExp&) {
+    }
+    return false;
+}
+
+void brokenInputIsRefusedOrRead(const Type& type) {
+    const Value value = table::makeFilled(type, 1);
+    const support::Bytes good = encode(*value);
+    for (const support::Broken& broken : support::truncations(good))
+        EXPECT_FALSE(survives(type, broken.bytes)) << "cut behind " << broken.place;
+    for (const support::Broken& broken : support::withShortLengths(good))
+        survives(type, broken.bytes);
+    for (const support::Broken& broken : support::withLongLengths(good))
+        survives(type, broken.bytes);
+    for (const support::Broken& broken : support::withTags(good, 0x81))
+        survives(type, broken.bytes);
+}
+TEST(TablesTest, BrokenInputIsRefusedOrRead) {
+    forEachType(brokenInputIsRefusedOrRead);
 }
 
 TEST(TablesTest, AHundredAndOneWithMembersAndTwoWrappers) {

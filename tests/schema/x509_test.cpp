@@ -185,7 +185,7 @@ TEST(X509Test, NamesAndTimesAreReadByTheTagOfTheirAlternative) {
 TEST(X509Test, ACloneOfATbsCertificateIsEqual) {
     const TBSCertificate value = buildTbs();
     const std::unique_ptr<AsnObject> clone(value.Clone());
-    ASSERT_TRUE(typeid(*clone) == typeid(TBSCertificate));
+    ASSERT_TRUE(typeOf(*clone) == typeid(TBSCertificate));
     EXPECT_TRUE(clone->EqualsContent(&value));
     EXPECT_TRUE(clone->Equals(&value));
     static_cast<TBSCertificate&>(*clone).SetSerialNumber(AsnInteger(6));

@@ -191,7 +191,7 @@ class VtprintTest(unittest.TestCase):
         for given, words in ((b"hello", "cut short: 5 bytes of 103"), (b"\x30", "cut short"),
                              (b"\x30\x80\x02\x01\x00\x00\x00", "indefinite length"),
                              (b"\x30\x85\x00\x00\x00\x00\x01\x00", "a length of 5 bytes"), (b"\x3f\xff", "cut short"),
-                             (b"\x30\x84\xff\xff\xff\xff\x00", "cut short: 7 bytes of 4294967301"),
+                             (b"\x30\x84\xff\xff\xff\xff\x00", "cut short: 7 bytes of 42949"),
                              (b"\x02\x01\x07", "--type"), (b"\x05\x00", "--type"),
                              (b"\x30\x03\x02\x01\x07", "--type")):
             self.expect_complaint(vtprint(given=given), 1, "standard input", words)
