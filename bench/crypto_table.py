@@ -5,9 +5,9 @@
 
 A benchmark is named "row/who", as in "product, 1024 bits/OpenSSL" or "DES-CBC encrypt, 16 KB/ours". The benchmarks of a
 row take turns in random order, 8 ms each, for ROUNDS rounds; times are medians of the processor, where a name ends in
-"/process_time" that of all threads. "ours" is compared with
-the best of the others; "ours, ..." names another form of ours, and "limit: ..." what no peer offers but the machine
-allows: both stand with the others, and neither counts as best peer. ROWS is a regular expression for the rows to run.
+"/process_time" that of all threads. "ours" is compared with the best of the others; "ours, ..." names another form of
+ours, and "limit: ..." what no peer offers but the machine allows: both stand with the others, and neither counts as best
+peer. ROWS is a regular expression for the rows to run.
 """
 import json
 import re

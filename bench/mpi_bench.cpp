@@ -125,7 +125,7 @@ class Gmp {
 
     mp_size_t limbs_;
     bool reduced_ = false;
-    mp_limb_t a_[kLimbs], b_[kLimbs], n_[kLimbs], t_[kLimbs], r_[kLimbs], nPrime_;
+    mp_limb_t a_[kLimbs] = {}, b_[kLimbs] = {}, n_[kLimbs] = {}, t_[kLimbs] = {}, r_[kLimbs] = {}, nPrime_ = 0;
 };
 
 template <auto Free>

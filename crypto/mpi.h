@@ -22,8 +22,9 @@
 //     double    513 words   512 limbs   16384 bits   products and squares before reduction
 //
 // Operands are borrowed. A result array must not be one of the operands unless the operation says so. Nothing is
-// allocated and nothing is thrown; nothing is wiped: neither results nor the local arrays, whose frames take up to
-// about 20 KB. Nothing runs in constant time. Every operation may be called by several threads at once.
+// allocated and nothing is thrown; nothing is wiped, neither results nor local arrays. Those take up to 18 KB of stack
+// in one operation and 40 KB with all that it calls. Nothing runs in constant time. Every operation may be called by
+// several threads at once.
 //
 // What the processor offers changes how fast these are, never what they give (mpi_kernels.h).
 #ifndef VT_CRYPTO_MPI_H
@@ -156,9 +157,11 @@ void MPI_ModExpNAF(std::uint32_t* r, const std::uint32_t* x, const std::uint32_t
 int MPI_IsProbablePrime(const std::uint32_t* n);
 
 // MPI_FindPrime searches a prime of exactly bits bits, at least 2, from x on, and leaves it in x. The low bit and bit
-// (bits - 1) of x are set first, those above are cleared, and missing limbs count as zero. Above the small primes the
-// candidates lie 64 apart, and the sieve over them is not exact: which prime is found is part of the interface, since
-// keys are derived from it. The 64-apart walk returns to the range's start at its end.
+// (bits - 1) of x are set first, those above are cleared, and missing limbs count as zero. A start of up to 9739 leads
+// to the next prime, from the range's start again at its end. From a larger one the candidates lie 64 apart, go on at
+// the range's start when they pass its end, and the sieve over them is not exact: which prime is found is part of the
+// interface, since keys are derived from it. Of 14 bits, a search that comes to the range's end goes on as from a start
+// of up to 9739, as it would never end otherwise.
 void MPI_FindPrime(std::uint32_t* x, int bits);
 
 // MPI_FillRandom makes x a number of exactly limbs limbs from RuntimeRand (runtime_rand.h): four values each, from the

@@ -6,6 +6,18 @@
 namespace mpi {
 namespace {
 
+// subProduct: r -= n q, and returns the borrow.
+std::uint32_t subProduct(std::uint32_t* r, const std::uint32_t* n, std::uint32_t q, int count) {
+    std::uint64_t borrow = 0;
+    for (int i = 0; i < count; ++i) {
+        borrow += static_cast<std::uint64_t>(n[i]) * q;
+        const std::uint32_t part = low(borrow);
+        borrow = high(borrow) + (r[i] < part ? 1U : 0U);
+        r[i] -= part;
+    }
+    return low(borrow);
+}
+
 // Newton's step doubles the bits of -1/n that are right.
 std::uint64_t widened(std::uint32_t nPrime, const std::uint32_t* modulus) {
     const std::uint64_t n =
@@ -48,28 +60,22 @@ void Montgomery::store(std::uint32_t* r, const std::uint32_t* x) const {
     setLimbs(r, count);
 }
 
-// The product is a limb longer than n. Its quotient by n is found from the top limbs: at most w, never too large, and
-// off by one at most for an n whose top limb is large.
 void Montgomery::multiplyWord(std::uint32_t* r, std::uint32_t w) const {
-    const int limbs = limbsOf(modulus_);
     std::uint64_t carry = 0;
-    for (int i = 0; i < limbs; ++i) {
+    for (int i = 0; i < limbs_; ++i) {
         carry += static_cast<std::uint64_t>(r[i]) * w;
         r[i] = low(carry);
         carry = high(carry);
     }
-    const std::uint64_t top = carry << kLimbBits | r[limbs - 1];
-    const std::uint64_t quotient = top / (static_cast<std::uint64_t>(n_[limbs - 1]) + 1);
-    std::uint64_t taken = 0;
-    for (int i = 0; i < limbs; ++i) {
-        taken += quotient * n_[i];
-        const std::uint32_t limb = low(taken);
-        taken = high(taken) + (r[i] < limb ? 1 : 0);
-        r[i] -= limb;
+    // The quotient by n's top limb, which can only be too small, and less than half of what is left then stays.
+    std::uint32_t top = low(carry);
+    const int last = limbsOf(modulus_) - 1;
+    while (top != 0 || compareLimbs(r, n_, limbs_) >= 0) {
+        const std::uint32_t above = last + 1 < limbs_ ? r[last + 1] : top;
+        const std::uint64_t window = static_cast<std::uint64_t>(above) << kLimbBits | r[last];
+        const std::uint64_t quotient = window / (static_cast<std::uint64_t>(n_[last]) + 1);
+        top -= subProduct(r, n_, quotient == 0 ? 1 : low(quotient), limbs_);
     }
-    carry -= taken;
-    while (carry != 0 || compareLimbs(r, n_, limbs) >= 0)
-        carry -= subLimbs(r, r, n_, limbs);
 }
 
 void Montgomery::copy(std::uint32_t* to, const std::uint32_t* from) const {

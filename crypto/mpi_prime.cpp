@@ -133,7 +133,8 @@ class MillerRabin {
     [[nodiscard]] bool passes(std::uint32_t base) const;
 
   private:
-    // power: base^d. The base is a word, so a digit of the exponent costs a row instead of a product.
+    // power: base^d. The base is a word, and so are its first powers: a digit of the exponent, of as many bits as that
+    // allows, costs a row instead of a product.
     void power(std::uint32_t* r, std::uint32_t base) const;
 
     Montgomery field_;
@@ -153,13 +154,42 @@ MillerRabin::MillerRabin(const std::uint32_t* n) : field_(n) {
     field_.negate(minusOne_, one_);
 }
 
+// The powers of a base, as far as they are words, by digits of `width` bits.
+struct WordPowers {
+    static constexpr int kMostDigits = 32;
+
+    explicit WordPowers(std::uint32_t base) : power{1, base} {
+        for (bool fits = true; fits; width += fits ? 1 : 0) {
+            std::uint64_t next = power[(1 << width) - 1];
+            for (int digit = 1 << width; fits && digit < 2 << width; ++digit) {
+                next *= base;
+                fits = next <= UINT32_MAX && digit < kMostDigits;
+                if (fits)
+                    power[digit] = static_cast<std::uint32_t>(next);
+            }
+        }
+    }
+
+    std::uint32_t power[kMostDigits];
+    int width = 1;
+};
+
 void MillerRabin::power(std::uint32_t* r, std::uint32_t base) const {
+    const WordPowers words(base);
+    const int bits = MPI_BitLength(d_);
+    const auto bit = [this](int at) { return d_[1 + at / kLimbBits] >> (at % kLimbBits) & 1; };
     field_.copy(r, one_);
-    field_.multiplyWord(r, base);
-    for (int i = MPI_BitLength(d_) - 2; i >= 0; --i) {
-        field_.square(r, r);
-        if ((d_[1 + i / kLimbBits] >> (i % kLimbBits) & 1) != 0)
-            field_.multiplyWord(r, base);
+    for (int left = bits; left > 0;) {
+        const int width = left % words.width == 0 ? words.width : left % words.width;
+        std::uint32_t digit = 0;
+        for (int i = 0; i < width; ++i) {
+            if (left != bits)
+                field_.square(r, r);
+            digit = digit << 1 | bit(left - 1 - i);
+        }
+        if (digit != 0)
+            field_.multiplyWord(r, words.power[digit]);
+        left -= width;
     }
 }
 

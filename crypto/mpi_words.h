@@ -34,6 +34,11 @@ inline Word wordAt(const std::uint32_t* limbs, int i) {
 inline void setWordAt(std::uint32_t* limbs, int i, Word word) {
     std::memcpy(fromWord(limbs, i), &word, sizeof word);
 }
+// apart is the word, kept from being read or written together with its neighbours.
+inline Word apart(Word word) {
+    __asm__("" : "+r"(word));
+    return word;
+}
 inline Word lowWord(DoubleWord value) {
     return static_cast<Word>(value);
 }
@@ -236,7 +241,7 @@ struct WordForm {
     static void choose(bool isChosen, std::uint32_t* r, const std::uint32_t* a, int words) {
         const Word mask = 0 - static_cast<Word>(isChosen);
         for (int i = 0; i < words; ++i)
-            setWordAt(r, i, (wordAt(r, i) & ~mask) | (wordAt(a, i) & mask));
+            setWordAt(r, i, (apart(wordAt(r, i)) & ~mask) | (apart(wordAt(a, i)) & mask));
     }
 
     // quotientWord divides the words of `rest` from 0 to dWords, of which the upper are below the divisor.

@@ -9,8 +9,8 @@ namespace fuzz {
 
 using Mpi = std::uint32_t[MPI_DOUBLE_WORDS];
 
-// readMpi reads a number: a count of bytes (times 4 with its top bit set) and the bytes. Every byte's value is as likely,
-// so limbs of zeros and ones come from the corpus.
+// readMpi reads a number: a count of bytes (times 4 with its top bit set) and the bytes. Every byte's value is as
+// likely, so limbs of zeros and ones come from the corpus.
 inline void readMpi(Source& source, std::uint32_t* x, int mostBytes = MPI_MAX_BYTES) {
     const int head = source.byte();
     const int length = std::min(head < 0x80 ? head : (head - 0x80) * 8 + 8, mostBytes);
