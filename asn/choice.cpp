@@ -32,10 +32,8 @@ void AsnChoice::copyAlternatives(const AsnChoice& other) {
     const auto position =
         selects ? std::find(other.elements->begin(), other.elements->end(), other.selected) - other.elements->begin()
                 : 0;
-    selected = nullptr;
     AsnMembers::Copy(elements, other.elements);
-    if (selects)
-        selected = (*elements)[static_cast<unsigned int>(position)];
+    selected = selects ? (*elements)[static_cast<unsigned int>(position)] : nullptr;
 }
 
 void AsnChoice::Reset(const AsnObject* other) {

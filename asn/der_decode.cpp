@@ -189,25 +189,32 @@ unsigned int timeContent(Time& value, const MiByte& in, unsigned int offset, uns
 template <class T, std::size_t Embedded>
 class Room {
   public:
-    explicit Room(std::size_t n) : many_(n > Embedded ? n : 0), items_(n > Embedded ? many_.data() : few_) {}
+    explicit Room(std::uint64_t n) : many_(n > Embedded ? sizeOf(n) : 0), items_(n > Embedded ? many_.data() : few_) {}
     Room(const Room&) = delete;
     Room& operator=(const Room&) = delete;
 
     void add(T item) { items_[count_++] = item; }
     [[nodiscard]] const T* items() const { return items_; }
-    [[nodiscard]] unsigned int count() const { return count_; }
+    [[nodiscard]] std::size_t count() const { return count_; }
 
   private:
+    // n items may be more than 32 bits address.
+    static std::size_t sizeOf(std::uint64_t n) {
+        if (n > std::uint64_t{PTRDIFF_MAX} / sizeof(T))
+            MiMemoryFailure();
+        return static_cast<std::size_t>(n);
+    }
+
     T few_[Embedded];
     std::vector<T> many_;
     T* items_;
-    unsigned int count_ = 0;
+    std::size_t count_ = 0;
 };
 
 // Dotted text. An arc of b bytes has at most 3b characters, and one more for its point; the first is two arcs.
 class DottedText {
   public:
-    explicit DottedText(unsigned int contentLength) : text_(std::size_t{contentLength} * 4 + 4) {}
+    explicit DottedText(unsigned int contentLength) : text_(std::uint64_t{contentLength} * 4 + 4) {}
 
     void addFirst(unsigned int subidentifier) {
         const unsigned int arc = std::min(subidentifier / 40, 2U);
@@ -288,7 +295,7 @@ void setUtf8(AsnUTF8String& value, const MiByte& in, unsigned int offset, unsign
     }
     if (waiting != 0)
         characters.add(quadrupleOf(waiting));
-    value.SetData(characters.items(), characters.count());
+    value.SetData(characters.items(), static_cast<unsigned int>(characters.count()));
 }
 
 // The decoder proper. It takes the values that it is given for fresh, made or reset just now, and so need not reset

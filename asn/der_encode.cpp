@@ -38,11 +38,10 @@ struct Octets {
 // A number in base 128, most significant group first.
 template <class Sink>
 void addBase128(unsigned int number, Sink& octets) {
-    int shift = 0;
-    for (unsigned int rest = number >> 7; rest != 0; rest >>= 7)
-        shift += 7;
-    for (; shift > 0; shift -= 7)
-        octets.add(kMore | (number >> shift & 0x7F));
+    for (int shift = number < 0x80 ? 0 : 28; shift > 0; shift -= 7) {
+        if (number >> shift != 0)
+            octets.add(kMore | (number >> shift & 0x7F));
+    }
     octets.add(number & 0x7F);
 }
 

@@ -31,7 +31,8 @@ class VT_API AsnList {
     // The position of the first item of that name, Size() if there is none.
     unsigned int IndexOf(const char* name) const;
 
-    // The list takes over what it is given. Positions must be below Size(), that of Insert at most Size().
+    // The list takes over what it is given, unless it cannot grow. Positions must be below Size(), that of Insert at
+    // most Size().
     void Append(AsnObject* item) {
         if (size == capacity)
             grow();

@@ -131,7 +131,8 @@ unsigned int DecodeContent(AsnObject& list, AsnList& items, AsnObject* (*make)()
         if (componentByteType != AsnObject::ASN_NO_BYTE)
             item->SetAsnByteType(componentByteType);
         consumed += item->Decode(dec, in, offset + static_cast<unsigned int>(consumed));
-        items.Append(item.release());
+        items.Append(item.get());
+        (void)item.release();  // not before: a list that cannot grow takes nothing over
     }
     if (consumed != length)
         throw AsnDecodeExp();

@@ -1,6 +1,7 @@
 #include "asn/members.h"
 
 #include <memory>
+#include <utility>
 
 #include "asn/list_codec.h"
 #include "asn/member.h"
@@ -27,6 +28,21 @@ unsigned int requireName(const AsnList* elements, const char* name) {
     return index;
 }
 
+AsnObject& memberFor(const AsnList* elements, const char* name, const AsnObject* value) {
+    if (value == nullptr)
+        throw MiInvalidArgumentExp();
+    const unsigned int index = requireName(elements, name);
+    return *(*elements)[index];
+}
+
+// The last that is done with the value, which ends here if it lies inside the member. Its own flag does not count: a
+// value fresh from SetDerObject is not itself present anywhere.
+void take(AsnObject& member, const AsnObject* value) {
+    if (&member != value)
+        member.Reset(value);
+    member.SetAsnPresent(true);
+}
+
 }  // namespace
 
 void RequireNamed(const AsnObject* e) {
@@ -39,7 +55,8 @@ void Add(AsnList*& elements, const AsnObject* e) {
     std::unique_ptr<AsnObject> clone(e->Clone());
     if (elements == nullptr)
         elements = new AsnList;
-    elements->Append(clone.release());
+    elements->Append(clone.get());
+    (void)clone.release();
 }
 
 void Insert(AsnList*& elements, unsigned int index, const AsnObject* e) {
@@ -49,7 +66,8 @@ void Insert(AsnList*& elements, unsigned int index, const AsnObject* e) {
     std::unique_ptr<AsnObject> clone(e->Clone());
     if (elements == nullptr)
         elements = new AsnList;
-    elements->Insert(index, clone.release());
+    elements->Insert(index, clone.get());
+    (void)clone.release();
 }
 
 void Replace(AsnList* elements, unsigned int index, const AsnObject* e) {
@@ -86,22 +104,19 @@ AsnObject* Find(const AsnList* elements, const char* name) {
     return index == elements->Size() ? nullptr : (*elements)[index];
 }
 
-AsnObject* Set(const AsnList* elements, const char* name, const AsnObject* value) {
-    if (value == nullptr)
-        throw MiInvalidArgumentExp();
-    const unsigned int index = requireName(elements, name);
-    AsnObject* member = (*elements)[index];
-    if (member != value)
-        member->Reset(value);
-    member->SetAsnPresent(true);
-    return member;
+void Set(const AsnList* elements, const char* name, const AsnObject* value) {
+    take(memberFor(elements, name, value), value);
+}
+
+void SetComplete(const AsnList* elements, const char* name, const AsnObject* value) {
+    AsnObject& member = memberFor(elements, name, value);
+    member.SetAsnBaseData(value);
+    take(member, value);
 }
 
 void Copy(AsnList*& to, const AsnList* from) {
-    std::unique_ptr<AsnList> old(to);
-    to = nullptr;
-    if (from != nullptr && from->Size() != 0)
-        to = new AsnList(*from);
+    AsnList* copy = from == nullptr || from->Size() == 0 ? nullptr : new AsnList(*from);
+    delete std::exchange(to, copy);
 }
 
 bool EqualContents(const AsnList* a, const AsnList* b) {

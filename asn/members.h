@@ -24,8 +24,10 @@ void Delete(AsnList* elements, const char* name);
 AsnObject* Find(const AsnList* elements, unsigned int index);
 AsnObject* Find(const AsnList* elements, const char* name);
 
-// The member, which has taken the value and is present.
-AsnObject* Set(const AsnList* elements, const char* name, const AsnObject* value);
+// The member takes the value and is present.
+void Set(const AsnList* elements, const char* name, const AsnObject* value);
+// The same, and before that it takes name, tag, role and flags.
+void SetComplete(const AsnList* elements, const char* name, const AsnObject* value);
 
 // Clones of all members in place of those in `to`; no list for no members.
 void Copy(AsnList*& to, const AsnList* from);

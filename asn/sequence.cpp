@@ -91,10 +91,7 @@ void AsnSequence::Set(const char* name, const AsnObject* value) {
 }
 
 void AsnSequence::AddCompleteData(const char* name, const AsnObject* value) {
-    AsnObject* member = AsnMembers::Set(elements, name, value);
-    member->SetAsnBaseData(value);
-    // Last, since a value fresh from SetDerObject is not itself present anywhere.
-    member->SetAsnPresent(true);
+    AsnMembers::SetComplete(elements, name, value);
 }
 
 void AsnSequence::SetupElements() {

@@ -5,6 +5,8 @@
 #ifndef VT_ASN_SEQUENCE_OF_H
 #define VT_ASN_SEQUENCE_OF_H
 
+#include <memory>
+
 #include "asn/list_codec.h"
 #include "asn/member.h"
 #include "asn/ostream.h"
@@ -108,7 +110,9 @@ const T* AsnSequenceOf<T>::Get(unsigned int index) const {
 
 template <class T>
 void AsnSequenceOf<T>::AddElement(const T& item) {
-    items.Append(item.Clone());
+    std::unique_ptr<AsnObject> clone(item.Clone());
+    items.Append(clone.get());
+    (void)clone.release();  // not before: a list that cannot grow takes nothing over
 }
 
 template <class T>

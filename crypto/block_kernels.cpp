@@ -41,15 +41,16 @@ struct Forms {
     BlockKernels avx2 = plainCalled("avx2");
     BlockKernels sha = plainCalled("sha");
     BlockKernels fastest = plainCalled("fastest");
-    std::vector<const BlockKernels*> usable{&plain};
+    BlockKernelForms usable;
 
     Forms() {
+        usable.add(plain);
         if (putWide(wide))
-            usable.push_back(&wide);
+            usable.add(wide);
         if (putAvx2(avx2))
-            usable.push_back(&avx2);
+            usable.add(avx2);
         if (putSha(sha))
-            usable.push_back(&sha);
+            usable.add(sha);
         putWide(fastest);
         putAvx2(fastest);
         putSha(fastest);
@@ -80,7 +81,7 @@ const BlockKernels& fastestBlockKernels() {
     return forms().fastest;
 }
 
-const std::vector<const BlockKernels*>& blockKernelForms() {
+const BlockKernelForms& blockKernelForms() {
     return forms().usable;
 }
 

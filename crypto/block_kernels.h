@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 #include "crypto/des.h"
 #include "crypto/des3.h"
@@ -49,7 +48,20 @@ const BlockKernels& fastestBlockKernels();
 
 // blockKernelForms: the plain table, then one table for each kind of fast form that can run here ("wide", "avx2",
 // "sha"), plain but for the loops of that kind. Tests and benchmarks go through them.
-const std::vector<const BlockKernels*>& blockKernelForms();
+class BlockKernelForms {
+  public:
+    void add(const BlockKernels& kernels) { forms_[count_++] = &kernels; }
+    [[nodiscard]] std::size_t size() const { return count_; }
+    [[nodiscard]] const BlockKernels* front() const { return forms_[0]; }
+    const BlockKernels* operator[](std::size_t i) const { return forms_[i]; }
+    [[nodiscard]] const BlockKernels* const* begin() const { return forms_; }
+    [[nodiscard]] const BlockKernels* const* end() const { return forms_ + count_; }
+
+  private:
+    const BlockKernels* forms_[4] = {};
+    std::size_t count_ = 0;
+};
+const BlockKernelForms& blockKernelForms();
 
 // useBlockKernels makes the table the one in use, in all threads. For tests and benchmarks.
 void useBlockKernels(const BlockKernels& kernels);

@@ -9,6 +9,7 @@ using operation::begin;
 using operation::isAbsent;
 using operation::onToken;
 using operation::ready;
+using operation::slotOf;
 using operation::usesToken;
 
 // What a size query of the modes adds to the input: a held block and the padding, less a byte.
@@ -101,7 +102,7 @@ int EncryptUpdateOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t lengt
         return code;
     if (usesToken(alg))
         return onToken(TokenSide().encryptUpdate, alg, input, length, output, outputLength);
-    const CipherUpdate update = alg->chooser->soft->encryptUpdate;
+    const CipherUpdate update = slotOf(alg, &SOFT_TABLE::encryptUpdate);
     return update == nullptr ? crypto::kNoChooser : update(alg->context, input, output, length, outputLength);
 }
 
@@ -110,7 +111,7 @@ int EncryptFinalOp(ALG_OBJ* alg, std::uint8_t* output, std::uint32_t* outputLeng
         return code;
     if (usesToken(alg))
         return onToken(TokenSide().encryptFinal, alg, output, outputLength);
-    const CipherFinal final = alg->chooser->soft->encryptFinal;
+    const CipherFinal final = slotOf(alg, &SOFT_TABLE::encryptFinal);
     return final == nullptr ? crypto::kNoChooser : final(alg->context, output, outputLength);
 }
 
@@ -120,7 +121,7 @@ int EncryptOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t length, std
         return code;
     if (usesToken(alg))
         return onToken(TokenSide().encrypt, alg, input, length, output, outputLength);
-    if (alg->chooser->soft->encryptUpdate == nullptr)
+    if (slotOf(alg, &SOFT_TABLE::encryptUpdate) == nullptr)
         return crypto::kNoChooser;
     return runWhole({EncryptUpdateOp, EncryptFinalOp, true}, alg, input, length, output, outputLength);
 }
@@ -143,7 +144,7 @@ int DecryptUpdateOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t lengt
         return code;
     if (usesToken(alg))
         return onToken(TokenSide().decryptUpdate, alg, input, length, output, outputLength);
-    const CipherUpdate update = alg->chooser->soft->decryptUpdate;
+    const CipherUpdate update = slotOf(alg, &SOFT_TABLE::decryptUpdate);
     return update == nullptr ? crypto::kNoChooser : update(alg->context, input, output, length, outputLength);
 }
 
@@ -152,7 +153,7 @@ int DecryptFinalOp(ALG_OBJ* alg, std::uint8_t* output, std::uint32_t* outputLeng
         return code;
     if (usesToken(alg))
         return onToken(TokenSide().decryptFinal, alg, output, outputLength);
-    const CipherFinal final = alg->chooser->soft->decryptFinal;
+    const CipherFinal final = slotOf(alg, &SOFT_TABLE::decryptFinal);
     return final == nullptr ? crypto::kNoChooser : final(alg->context, output, outputLength);
 }
 
@@ -162,7 +163,7 @@ int DecryptOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t length, std
         return code;
     if (usesToken(alg))
         return onToken(TokenSide().decrypt, alg, input, length, output, outputLength);
-    if (alg->chooser->soft->decryptUpdate == nullptr)
+    if (slotOf(alg, &SOFT_TABLE::decryptUpdate) == nullptr)
         return crypto::kNoChooser;
     return runWhole({DecryptUpdateOp, DecryptFinalOp, false}, alg, input, length, output, outputLength);
 }

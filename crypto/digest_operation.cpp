@@ -7,6 +7,7 @@ using operation::begin;
 using operation::isAbsent;
 using operation::onToken;
 using operation::ready;
+using operation::slotOf;
 using operation::usesToken;
 
 }  // namespace
@@ -26,7 +27,7 @@ int DigestUpdateOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t length
         return code;
     if (usesToken(alg))
         return onToken(TokenSide().digestUpdate, alg, input, length);
-    const DigestUpdate update = alg->chooser->soft->digestUpdate;
+    const DigestUpdate update = slotOf(alg, &SOFT_TABLE::digestUpdate);
     if (update == nullptr)
         return crypto::kNoChooser;
     if (isAbsent(input, length))
@@ -39,7 +40,7 @@ int DigestFinalOp(ALG_OBJ* alg, std::uint8_t* output, std::uint32_t* outputLengt
         return code;
     if (usesToken(alg))
         return onToken(TokenSide().digestFinal, alg, output, outputLength);
-    const DigestFinal final = alg->chooser->soft->digestFinal;
+    const DigestFinal final = slotOf(alg, &SOFT_TABLE::digestFinal);
     if (final == nullptr)
         return crypto::kNoChooser;
     return outputLength == nullptr ? crypto::kArgumentAbsent : final(alg->context, output, outputLength);
@@ -101,6 +102,10 @@ int GenerateKeyPairOp(ALG_OBJ* alg, KEY_OBJ** publicKey, KEY_OBJ** privateKey, C
             if (code == 0)
                 code = KeySetup(publicKey, KeyAllocRsaPublic, items);
             KeyItemsFree(&items, RSA_ITEM_COUNT);
+            if (code != 0) {
+                KeyFree(privateKey);
+                KeyFree(publicKey);
+            }
             return code;
         });
 }

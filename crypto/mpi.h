@@ -107,7 +107,7 @@ std::uint32_t MPI_ShiftRight(std::uint32_t* x, int bits);
 // Division.
 
 // MPI_DivMod makes q the quotient of a by d, and a the remainder. It returns 0; a zero d returns 1 and changes nothing.
-// The three are different arrays; q needs room for the limbs of a less those of d and one more, and at least one word.
+// The three are different arrays; q needs room for the limbs of a less those of d and one more, and for at least one.
 int MPI_DivMod(std::uint32_t* a, const std::uint32_t* d, std::uint32_t* q);
 
 // MPI_Mod is MPI_DivMod without the quotient.

@@ -246,13 +246,13 @@ VT_BARE void addTriangle(Word* w, std::uint32_t* t, const std::uint32_t* a) {
     "1:\n\t" body "lea 8*" #words "(%[a]), %[a]\n\tlea 16*" #words \
     "(%[r]), %[r]\n\tlea -1(%%rcx), %%rcx\n\t"                     \
     "jrcxz 2f\n\tjmp 1b\n2:\n\t"
-void doubleAndAddSquares(std::uint32_t* r, const std::uint32_t* a, long words) {
+void doubleAndAddSquares(std::uint32_t* r, const std::uint32_t* a, std::ptrdiff_t words) {
     Word lower;
     Word upper;
     Word lo;
     Word hi;
     if (words % 4 == 0) {
-        long fours = words / 4;
+        std::ptrdiff_t fours = words / 4;
         __asm__ volatile(VT_DOUBLE_LOOP(VT_DOUBLE(0) VT_DOUBLE(1) VT_DOUBLE(2) VT_DOUBLE(3), 4)
                          : [r] "+&r"(r), [a] "+&r"(a),
                            "+&c"(fours), [lower] "=&r"(lower), [upper] "=&r"(upper), [lo] "=&r"(lo), [hi] "=&r"(hi)

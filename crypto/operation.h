@@ -77,13 +77,14 @@ int DigestOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t length, std:
              std::uint32_t* outputLength);
 
 // RandomInitOp seeds the generator of HASH_CHAIN_RANDOM_MD2, _MD5 or _SHA1 (hash_chain_random.h): the seed is borrowed
-// and must outlive RandomOp. An empty seed works. The output depends on seed and length alone.
+// and must outlive RandomOp. An empty seed works. The output depends on seed and length alone. The generator tells
+// nothing: without memory for its working buffer RandomOp gives 0 too, and the output stays as it was.
 int RandomInitOp(ALG_OBJ* alg, const std::uint8_t* seed, std::uint32_t seedLength, CHOOSER* chooser);
 int RandomOp(ALG_OBJ* alg, std::uint8_t* output, std::uint32_t length);
 
 // GenerateKeyPairOp makes a key pair of the bits in a CKM_RSA_PKCS_KEY_PAIR_GEN object, and sets both shells up with
 // it. The key is no secret (rsa.h). 0, -1, -2, -6 for another mechanism or a token's chooser (a key pair in a token has
-// labels, which the token layer gives), -11. After a failure of their setup the shells are freed and null.
+// labels, which the token layer gives), -11. After a failure of their setup both shells are freed and null.
 int GenerateKeyPairOp(ALG_OBJ* alg, KEY_OBJ** publicKey, KEY_OBJ** privateKey, CHOOSER* chooser);
 
 #endif

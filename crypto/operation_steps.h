@@ -4,6 +4,7 @@
 
 #include "crypto/codes.h"
 #include "crypto/operation.h"
+#include "crypto/soft_table.h"
 #include "crypto/token_side.h"
 
 namespace operation {
@@ -28,6 +29,13 @@ inline bool isAbsent(const std::uint8_t* input, std::uint32_t length) {
 template <class Entry, class... Arguments>
 int onToken(Entry entry, Arguments... arguments) {
     return entry == nullptr ? crypto::kUnsupportedMechanism : entry(arguments...);
+}
+
+// slotOf gives a slot of the table, or null for a digest with RSA: signing and verifying fill slots that take one half
+// of its pair, and that ciphers and digests, whose context is not a pair, must not find.
+template <class Entry>
+Entry slotOf(const ALG_OBJ* alg, Entry SOFT_TABLE::*slot) {
+    return softtable::isDigestWithRsa(alg->mechanism->code) ? nullptr : alg->chooser->soft->*slot;
 }
 
 // begin attaches the chooser and runs one of the two inits: tokenInit(), or softInit(table) on the cleared table, which

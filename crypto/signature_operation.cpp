@@ -62,6 +62,15 @@ int finish(const SOFT_TABLE& table, void* digest, bool forOutput, Text& text) {
     return table.digestFinal(digest, forOutput ? text.bytes.data() : nullptr, &text.length);
 }
 
+// isSigning and isVerifying look for the entry itself: the slot of a cipher takes another context.
+bool isSigning(const SOFT_TABLE& table) {
+    return table.encryptUpdate == RSA_Encrypt;
+}
+
+bool isVerifying(const SOFT_TABLE& table) {
+    return table.decryptUpdate == RSA_Decrypt;
+}
+
 bool areEqual(const std::uint8_t* a, std::uint32_t aLength, const std::uint8_t* b, std::uint32_t bLength) {
     return aLength == bLength && std::equal(a, a + aLength, b);
 }
@@ -82,7 +91,7 @@ int SignUpdateOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t length) 
     if (usesToken(alg))
         return onToken(TokenSide().signUpdate, alg, input, length);
     const SOFT_TABLE& table = *alg->chooser->soft;
-    if (table.encryptUpdate == nullptr)
+    if (!isSigning(table))
         return crypto::kNoChooser;
     if (isAbsent(input, length))
         return crypto::kArgumentAbsent;
@@ -102,7 +111,7 @@ int SignFinalOp(ALG_OBJ* alg, std::uint8_t* output, std::uint32_t* outputLength)
     if (usesToken(alg))
         return onToken(TokenSide().signFinal, alg, output, outputLength);
     const SOFT_TABLE& table = *alg->chooser->soft;
-    if (table.encryptUpdate == nullptr)
+    if (!isSigning(table))
         return crypto::kNoChooser;
     if (outputLength == nullptr)
         return crypto::kArgumentAbsent;
@@ -152,7 +161,7 @@ int VerifyUpdateOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t length
     if (usesToken(alg))
         return onToken(TokenSide().verifyUpdate, alg, input, length);
     const SOFT_TABLE& table = *alg->chooser->soft;
-    if (table.decryptUpdate == nullptr)
+    if (!isVerifying(table))
         return crypto::kNoChooser;
     if (isAbsent(input, length))
         return crypto::kArgumentAbsent;
@@ -172,7 +181,7 @@ int VerifyFinalOp(ALG_OBJ* alg, const std::uint8_t* signature, std::uint32_t sig
     if (usesToken(alg))
         return onToken(TokenSide().verifyFinal, alg, signature, signatureLength);
     const SOFT_TABLE& table = *alg->chooser->soft;
-    if (table.decryptUpdate == nullptr)
+    if (!isVerifying(table))
         return crypto::kNoChooser;
     if (signature == nullptr)
         return crypto::kArgumentAbsent;

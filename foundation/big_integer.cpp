@@ -129,11 +129,13 @@ MiBigInteger& MiBigInteger::operator=(MiBigInteger&& other) noexcept {
 }
 
 MiBigInteger& MiBigInteger::operator=(int number) {
-    return SetData(number);
+    SetData(number);
+    return *this;
 }
 
 MiBigInteger& MiBigInteger::operator=(unsigned int number) {
-    return SetData(number);
+    SetData(number);
+    return *this;
 }
 
 MiBigInteger& MiBigInteger::SetData(unsigned int number) {
@@ -195,9 +197,9 @@ MiBigInteger& MiBigInteger::SetStringBase10(const char* text) {
 
 MiString MiBigInteger::GetStringBase10() const {
     if (sign == 0)
-        return MiString("0");
+        return "0";
     const std::string digits = magnitude::toDecimal(magnitudeOf(*this));
-    return MiString(((sign < 0 ? "-" : "") + digits).c_str());
+    return ((sign < 0 ? "-" : "") + digits).c_str();
 }
 
 int MiBigInteger::GetInt32() const {
@@ -342,16 +344,17 @@ MiString MiBigInteger::AddChars(const char* a, const char* b) {
         *digit = static_cast<char>('0' + sum % 10);
         carry = sum / 10;
     }
-    return MiString(out.c_str() + (out[0] == '0' ? 1 : 0));
+    return out.c_str() + (out[0] == '0' ? 1 : 0);
 }
 
-MiBigInteger MiBigInteger::operator++(int) {
+// The results of the postfix forms are not const, as those of the language's own numbers are not.
+MiBigInteger MiBigInteger::operator++(int) {  // NOLINT(cert-dcl21-cpp)
     MiBigInteger before = *this;
     ++*this;
     return before;
 }
 
-MiBigInteger MiBigInteger::operator--(int) {
+MiBigInteger MiBigInteger::operator--(int) {  // NOLINT(cert-dcl21-cpp)
     MiBigInteger before = *this;
     --*this;
     return before;

@@ -131,9 +131,9 @@ class VT_API MiBigInteger : public MiObject {
     MiBigInteger operator>>(unsigned int n) const { return ShiftRight(n); }
     MiBigInteger operator-() const { return Negate(*this); }
     MiBigInteger& operator++() { return *this += 1; }
-    MiBigInteger operator++(int);
+    MiBigInteger operator++(int);  // NOLINT(cert-dcl21-cpp)
     MiBigInteger& operator--() { return *this -= 1; }
-    MiBigInteger operator--(int);
+    MiBigInteger operator--(int);  // NOLINT(cert-dcl21-cpp)
 
     // Equality is of sign and value. The order is a total one but not that of the numbers: the larger sign is greater,
     // then among positive numbers the longer value, among negative ones the shorter; values of one length go by

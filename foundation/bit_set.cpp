@@ -5,7 +5,6 @@
 #include <cstring>
 #include <limits>
 #include <ostream>
-#include <string>
 #include <utility>
 #include <vector>
 
@@ -176,11 +175,13 @@ MiBitSet& MiBitSet::SetBitsString(const char* text) {
 }
 
 MiString MiBitSet::GetBitsString() const {
-    std::string text;
-    text.reserve(bits);
-    for (unsigned int i = 0; i < bits; ++i)
-        text += Get(i) ? '1' : '0';
-    return MiString(text.c_str());
+    MiString text(bits, '0');
+    char* const characters = text;
+    for (unsigned int i = 0; i < bits; ++i) {
+        if (Get(i))
+            characters[i] = '1';
+    }
+    return text;
 }
 
 MiBitSet& MiBitSet::SetLength(unsigned int count) {

@@ -153,6 +153,12 @@ MiByteBuffer& MiByteBuffer::Insert(unsigned int pos, const char* p, unsigned int
         return *this;
     if (pos > length)
         throw MiOutOfRangeExp();
+    if (FitsWith(n) && !foundation::LiesIn(p, data, std::size_t{capacity} + 1)) {
+        std::memmove(data + pos + n, data + pos, length - pos);
+        std::memcpy(data + pos, p, n);
+        length += n;
+        return *this;
+    }
     const unsigned int room = capacityFor(capacity, std::uint64_t{length} + n);
     Splice({data, length, capacity}, pos, 0, p, n, room, room != capacity);
     return *this;
@@ -210,7 +216,9 @@ MiByteBuffer& MiByteBuffer::Reverse(unsigned int start, unsigned int end) {
 }
 
 void MiByteBuffer::SetCharAt(unsigned int i, unsigned char v) {
-    (*this)[i] = v;
+    if (i >= length)
+        throw MiOutOfRangeExp();
+    data[i] = static_cast<char>(v);
 }
 
 unsigned char MiByteBuffer::CharAt(unsigned int i) const {

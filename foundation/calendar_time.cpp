@@ -130,8 +130,9 @@ Run findRun(const char* format, char letter, std::size_t from) {
     const char* first = std::strchr(format + from, letter);
     if (first == nullptr)
         return {0, 0};
-    const char only[] = {letter, 0};
-    const std::size_t length = std::strspn(first, only);
+    std::size_t length = 1;
+    while (first[length] == letter)
+        ++length;
     if (length != 2 && !(letter == 'Y' && length == 4))
         throw MiInvalidArgumentExp();
     return {static_cast<std::size_t>(first - format), length};

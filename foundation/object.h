@@ -33,7 +33,7 @@ class VT_API MiObject {
 };
 
 // MiMemoryFailure is where every failed allocation of the foundation and the ASN.1 runtime ends. It does not return: it
-// throws std::bad_alloc, which is no MiException. The object at hand is as it was before the call.
+// throws std::bad_alloc, which is no MiException. An object of this room is then as it was before the call.
 [[noreturn]] VT_API void MiMemoryFailure();
 
 extern "C" {

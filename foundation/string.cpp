@@ -73,15 +73,15 @@ int numberOf(std::string_view text) {
 
 // The digits of a magnitude, behind `sign` if there is one.
 MiString textOf(unsigned int magnitude, unsigned int base, bool negative) {
+    if (magnitude == 0)
+        return "0";  // the same in any base
     if (base < 2 || base > 36)
         throw MiInvalidArgumentExp();
     char text[34];
     char* first = text + sizeof text - 1;
     *first = 0;
-    do {
+    for (; magnitude != 0; magnitude /= base)
         *--first = "0123456789ABCDEFGHIJKLMNOPQRSTUVWXYZ"[magnitude % base];
-        magnitude /= base;
-    } while (magnitude != 0);
     if (negative)
         *--first = '-';
     return first;

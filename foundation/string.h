@@ -87,7 +87,7 @@ class VT_API MiString : public MiObject {
     static unsigned int StringSize(const char* text);
 
     // A number in digits 0 to 9 and A to Z, with "-" in front of a negative one. Throws MiInvalidArgumentExp for a base
-    // outside 2 to 36.
+    // outside 2 to 36, but for 0, which is "0" in any.
     static MiString IntToString(int value, unsigned int base);
     static MiString UIntToString(unsigned int value, unsigned int base);
 

@@ -95,7 +95,9 @@ void checkContentBytes(Value value, const MiByte& input, unsigned int offset) {
 void checkValue(Value value, Value second, const MiByte& input, unsigned int offset) {
     const Outcome outcome = decode(*value, input, offset);
     std::ostringstream text;
+    std::streambuf* const standard = std::cout.rdbuf(text.rdbuf());  // where an instance notes its absent members
     value->ToOstream(text, 1);
+    std::cout.rdbuf(standard);
     if (!outcome.accepted)
         return;
     FUZZ_ASSERT(outcome.consumed <= input.GetLength() - offset);

@@ -3,10 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <new>
 #include <string>
 #include <typeinfo>
 
+#include "foundation/pool.h"
 #include "tests/asn/der_io.h"
+#include "tests/support/failing_heap.h"
 
 namespace {
 
@@ -211,6 +214,26 @@ TEST(choice_test, ResetToAnotherReplacesTheSchema) {
     value.Reset(&none);
     EXPECT_EQ(value.Get(), nullptr);
     EXPECT_EQ(value.Find(0U), nullptr);
+}
+
+TEST(choice_test, ExhaustedMemoryTakesNoSelectionAway) {
+    AsnChoice source = ab();
+    source.Set("b");
+    auto value = composite<AsnChoice>(member("old", AsnOid("1.2")));
+    value.Set("old");
+    const AsnObject* old = value.Get();
+    bool kept = true;
+    const long failures = support::forEachExhaustion([&] {
+        foundation::PoolTrim();
+        try {
+            value.Reset(&source);
+        } catch (const std::bad_alloc&) {
+            kept = kept && value.Get() == old && value.Size() == 1;
+        }
+    });
+    EXPECT_GT(failures, 2);
+    EXPECT_TRUE(kept);
+    EXPECT_EQ(nameOf(value.Get()), "b");
 }
 
 TEST(choice_test, ResetToAnAlternativeOfItself) {

@@ -3,12 +3,16 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <memory>
+#include <new>
 #include <string>
 
 #include "asn/asn.h"
+#include "foundation/pool.h"
 #include "tests/asn/der_io.h"
 #include "tests/support/broken_der.h"
 #include "tests/support/der.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/hex.h"
 #include "tests/support/noise.h"
 
@@ -181,6 +185,39 @@ TEST(der_decoder_limits_test, Noise) {
             byte = noise.byte();
         (void)decodes(value, random);
     }
+}
+
+// Whatever allocation fails, it is std::bad_alloc that comes out; a sanitizer looks for what is left behind.
+TEST(der_decoder_limits_test, ExhaustedMemory) {
+    const MiByte input = der_io::toMiByte(everyKindDer());
+    AsnSequence fresh = everyKind();
+    const Bytes six = der::repeat(6, der::integer(300));
+    const MiByte list = der_io::toMiByte(der::tlv(0x30, six));
+    unsigned int rounds = 0;
+    const long failures = support::forEachExhaustion([&] {
+        foundation::PoolTrim();
+        try {
+            AsnSequence value(fresh);
+            value.DerDecode(input, 0);
+            MiByteBuffer out;
+            value.DerEncode(out, 0);
+            const std::unique_ptr<AsnObject> clone(value.Clone());
+            clone->Reset(&value);
+            AsnSequenceOf<AsnInteger> integers;
+            integers.DerDecode(list, 0);
+            AsnSequence members;
+            AsnInteger next;
+            next.SetAsnName("next");
+            for (unsigned int i = 0; i < 6; ++i) {
+                members.AddElement(&next);
+                members.InsertElement(0, &next);
+            }
+            ++rounds;
+        } catch (const std::bad_alloc&) {
+        }
+    });
+    EXPECT_GT(failures, 50);
+    EXPECT_EQ(rounds, 1U);
 }
 
 TEST(der_decoder_limits_test, ContentPastTheInput) {

@@ -4,10 +4,13 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <new>
 #include <string>
 #include <typeinfo>
 
+#include "foundation/pool.h"
 #include "tests/asn/der_io.h"
+#include "tests/support/failing_heap.h"
 
 namespace {
 
@@ -334,6 +337,23 @@ TYPED_TEST(sequence_test_each, ResetToAnotherReplacesTheSchema) {
     EXPECT_THROW((void)value.Find(0U), MiInvalidArgumentExp);
 }
 
+TYPED_TEST(sequence_test_each, ExhaustedMemoryTakesNoMembersAway) {
+    const TypeParam source = this->abc();
+    auto value = composite<TypeParam>(member("x", AsnInteger(7)));
+    bool kept = true;
+    const long failures = support::forEachExhaustion([&] {
+        foundation::PoolTrim();
+        try {
+            value.Reset(&source);
+        } catch (const std::bad_alloc&) {
+            kept = kept && value.Size() == 1;
+        }
+    });
+    EXPECT_GT(failures, 3);
+    EXPECT_TRUE(kept);
+    EXPECT_EQ(names(value), "a b c ");
+}
+
 TYPED_TEST(sequence_test_each, ResetToAMemberOfItself) {
     TypeParam inner = this->abc();
     inner.SetAsnName("inner");
@@ -470,6 +490,22 @@ TEST(sequence_test, CompleteDataReplacesTheName) {
     EXPECT_THROW(value.AddCompleteData("other", nullptr), MiInvalidArgumentExp);
     AsnSequence none;
     EXPECT_THROW(none.AddCompleteData("any", &named), MiInvalidArgumentExp);
+}
+
+TEST(sequence_test, CompleteDataFromInsideTheMember) {
+    auto inner = member("inner", composite<AsnSequence>(member("x", AsnInteger(5))));
+    inner.SetAsnTag(ASN_CONTEXT, ASN_IMPLICIT, 9);
+    auto value = composite<AsnSequence>(member("outer", composite<AsnSequence>(inner)));
+    value.AddCompleteData("outer", dynamic_cast<const AsnSequence&>(*value.Get("outer")).Get("inner"));
+    const auto* set = dynamic_cast<const AsnSequence*>(value.Get("inner"));
+    ASSERT_NE(set, nullptr);
+    EXPECT_EQ(set->GetAsnTagNumber(), 9U);
+    EXPECT_TRUE(set->IsAsnPresent());
+    EXPECT_EQ(names(*set), "x ");
+
+    value.AddCompleteData("inner", value.Get("inner"));
+    EXPECT_EQ(names(*set), "x ");
+    EXPECT_EQ(set->GetAsnTagNumber(), 9U);
 }
 
 TEST(sequence_test, ManyMembersKeepTheirOrder) {

@@ -369,6 +369,49 @@ TEST(SoftOperationSignatureTest, NothingRunsWithoutAnInit) {
     }
 }
 
+// Whose slots a signature fills in part: but the context is a pair.
+TEST(SoftOperationSignatureTest, ASignatureOfADigestIsNeitherACipherNorADigest) {
+    Pair pair(512);
+    const Bytes input(64);
+    Bytes output(128);
+    std::uint32_t length = 7;
+    for (const Mechanism& mechanism : kDigests) {
+        const Alg alg(mechanism.allocator);
+        ASSERT_EQ(SignInitOp(alg, pair.privateKey, pair.chooser), 0);
+        EXPECT_EQ(EncryptUpdateOp(alg, input.data(), 3, output.data(), &length), -5);
+        EXPECT_EQ(EncryptFinalOp(alg, output.data(), &length), -5);
+        EXPECT_EQ(EncryptOp(alg, input.data(), 3, output.data(), &length), -5);
+        EXPECT_EQ(DigestUpdateOp(alg, input.data(), 3), -5);
+        EXPECT_EQ(DigestFinalOp(alg, output.data(), &length), -5);
+        EXPECT_EQ(DigestOp(alg, input.data(), 3, output.data(), &length), -5);
+        ASSERT_EQ(VerifyInitOp(alg, pair.publicKey, pair.chooser), 0);
+        EXPECT_EQ(DecryptUpdateOp(alg, input.data(), 64, output.data(), &length), -5);
+        EXPECT_EQ(DecryptFinalOp(alg, output.data(), &length), -5);
+        EXPECT_EQ(DecryptOp(alg, input.data(), 64, output.data(), &length), -5);
+        EXPECT_EQ(DigestUpdateOp(alg, input.data(), 3), -5);
+    }
+    EXPECT_EQ(length, 7U);
+    EXPECT_EQ(output, Bytes(128));
+}
+
+TEST(SoftOperationSignatureTest, ACipherDoesNotSign) {
+    SoftChooser chooser;
+    const Alg alg(AlgAllocRc4);
+    const Key key(KeyAllocRc4, Bytes(5, 1));
+    const Bytes input(64);
+    Bytes output(64);
+    std::uint32_t length = 7;
+    ASSERT_EQ(EncryptInitOp(alg, key, chooser), 0);
+    EXPECT_EQ(SignUpdateOp(alg, input.data(), 3), -5);
+    EXPECT_EQ(SignFinalOp(alg, output.data(), &length), -5);
+    EXPECT_EQ(SignOp(alg, input.data(), 3, output.data(), &length), -5);
+    ASSERT_EQ(DecryptInitOp(alg, key, chooser), 0);
+    EXPECT_EQ(VerifyUpdateOp(alg, input.data(), 3), -5);
+    EXPECT_EQ(VerifyFinalOp(alg, input.data(), 64), -5);
+    EXPECT_EQ(VerifyOp(alg, input.data(), 3, input.data(), 64), -5);
+    EXPECT_EQ(length, 7U);
+}
+
 TEST(SoftOperationSignatureTest, StepsNeedTheirArguments) {
     Pair pair(512);
     for (const AlgAllocator allocator : {AlgAllocRsa, AlgAllocSha1Rsa}) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
+
 #include "tests/crypto/engine_objects.h"
 
 namespace {
@@ -146,6 +148,58 @@ TEST_F(TokenSideTest, AKeyPairInATokenIsNotMadeHere) {
     EXPECT_EQ(GenerateKeyPairOp(generator, &publicKey, &privateKey, &chooser), -6);
     KeyFree(&publicKey);
     KeyFree(&privateKey);
+}
+
+// A module's list is found by place alone: the n-th function of PKCS#11 2.20 (pkcs11f.h), behind the version.
+TEST(TokenSideRecordsTest, FunctionsStandAtTheirPlaces) {
+    const struct {
+        std::size_t place, offset;
+    } kKnown[] = {{0, offsetof(CK_FUNCTION_LIST, C_Initialize)},
+                  {1, offsetof(CK_FUNCTION_LIST, C_Finalize)},
+                  {3, offsetof(CK_FUNCTION_LIST, C_GetFunctionList)},
+                  {4, offsetof(CK_FUNCTION_LIST, C_GetSlotList)},
+                  {6, offsetof(CK_FUNCTION_LIST, C_GetTokenInfo)},
+                  {12, offsetof(CK_FUNCTION_LIST, C_OpenSession)},
+                  {13, offsetof(CK_FUNCTION_LIST, C_CloseSession)},
+                  {18, offsetof(CK_FUNCTION_LIST, C_Login)},
+                  {19, offsetof(CK_FUNCTION_LIST, C_Logout)},
+                  {20, offsetof(CK_FUNCTION_LIST, C_CreateObject)},
+                  {22, offsetof(CK_FUNCTION_LIST, C_DestroyObject)},
+                  {24, offsetof(CK_FUNCTION_LIST, C_GetAttributeValue)},
+                  {26, offsetof(CK_FUNCTION_LIST, C_FindObjectsInit)},
+                  {27, offsetof(CK_FUNCTION_LIST, C_FindObjects)},
+                  {28, offsetof(CK_FUNCTION_LIST, C_FindObjectsFinal)},
+                  {29, offsetof(CK_FUNCTION_LIST, C_EncryptInit)},
+                  {30, offsetof(CK_FUNCTION_LIST, C_Encrypt)},
+                  {31, offsetof(CK_FUNCTION_LIST, C_EncryptUpdate)},
+                  {32, offsetof(CK_FUNCTION_LIST, C_EncryptFinal)},
+                  {33, offsetof(CK_FUNCTION_LIST, C_DecryptInit)},
+                  {34, offsetof(CK_FUNCTION_LIST, C_Decrypt)},
+                  {35, offsetof(CK_FUNCTION_LIST, C_DecryptUpdate)},
+                  {36, offsetof(CK_FUNCTION_LIST, C_DecryptFinal)},
+                  {37, offsetof(CK_FUNCTION_LIST, C_DigestInit)},
+                  {38, offsetof(CK_FUNCTION_LIST, C_Digest)},
+                  {39, offsetof(CK_FUNCTION_LIST, C_DigestUpdate)},
+                  {41, offsetof(CK_FUNCTION_LIST, C_DigestFinal)},
+                  {42, offsetof(CK_FUNCTION_LIST, C_SignInit)},
+                  {43, offsetof(CK_FUNCTION_LIST, C_Sign)},
+                  {44, offsetof(CK_FUNCTION_LIST, C_SignUpdate)},
+                  {45, offsetof(CK_FUNCTION_LIST, C_SignFinal)},
+                  {48, offsetof(CK_FUNCTION_LIST, C_VerifyInit)},
+                  {49, offsetof(CK_FUNCTION_LIST, C_Verify)},
+                  {50, offsetof(CK_FUNCTION_LIST, C_VerifyUpdate)},
+                  {51, offsetof(CK_FUNCTION_LIST, C_VerifyFinal)},
+                  {59, offsetof(CK_FUNCTION_LIST, C_GenerateKeyPair)},
+                  {63, offsetof(CK_FUNCTION_LIST, C_SeedRandom)},
+                  {64, offsetof(CK_FUNCTION_LIST, C_GenerateRandom)}};
+#if defined(_WIN32)
+    constexpr std::size_t kVersion = 2;  // packed to one byte
+#else
+    constexpr std::size_t kVersion = sizeof(void*);
+#endif
+    for (const auto& known : kKnown)
+        EXPECT_EQ(known.offset, kVersion + known.place * sizeof(void*)) << known.place;
+    EXPECT_EQ(sizeof(CK_FUNCTION_LIST), kVersion + 68 * sizeof(void*));
 }
 
 }  // namespace

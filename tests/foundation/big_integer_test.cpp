@@ -333,11 +333,12 @@ TEST(big_integer_test, TheNumberFormsBuildATemporary) {
 
 TEST(big_integer_test, AnOperandMayBeTheNumberItself) {
     MiBigInteger n(128);
-    n += n;
+    const MiBigInteger& same = n;
+    n += same;
     EXPECT_EQ(shown(n), "1 01 00");
     EXPECT_EQ(shown(n * n), "1 01 00 00");
     EXPECT_EQ(shown(n / n), "1 01");
-    n -= n;
+    n -= same;
     EXPECT_EQ(shown(n), "0 ");
 }
 
@@ -560,7 +561,7 @@ MiBigInteger pattern(unsigned size, unsigned factor) {
     std::string bytes;
     for (unsigned i = 0; i < size; ++i)
         bytes += static_cast<char>(i * factor + 13);
-    return MiBigInteger(MiByte(bytes.data(), size));
+    return {MiByte(bytes.data(), size)};
 }
 
 TEST(big_integer_test, LargeNumbers) {

@@ -422,6 +422,13 @@ TEST(bit_set_test, ExhaustedMemoryChangesNothing) {
     EXPECT_GT(failures, 0);
 }
 
+// The text of 2^31 bits is more than a process of 32 bits can have in one piece.
+TEST(bit_set_test, ATextBeyondMemoryIsAMemoryFailure) {
+    if (sizeof(void*) == 4) {
+        EXPECT_THROW((void)MiBitSet(0x80000000U).GetBitsString(), std::bad_alloc);
+    }
+}
+
 TEST(bit_set_test, MegabytesGoThroughInLinearSteps) {
     const MiByte bytes(2000000U, static_cast<unsigned char>(0x5A));
     MiBitSet set(bytes, 15999997);

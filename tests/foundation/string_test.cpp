@@ -256,6 +256,8 @@ TEST(string_test, ABaseOutsideTheDigitsIsRefused) {
     for (const unsigned int base : {0U, 1U, 37U, UINT_MAX}) {
         EXPECT_THROW(MiString::IntToString(5, base), MiInvalidArgumentExp);
         EXPECT_THROW(MiString::UIntToString(5, base), MiInvalidArgumentExp);
+        expectContent("0", MiString::IntToString(0, base));
+        expectContent("0", MiString::UIntToString(0, base));
     }
 }
 

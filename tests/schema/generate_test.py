@@ -56,7 +56,7 @@ class GenerateTest(unittest.TestCase):
                      'SchemaAccess::SetAny(*this, "second", value);'):
             self.assertIn(line, source)
         self.assertNotIn("Sum", source)
-        self.assertIn("extern template class AsnSetOf<AsnInteger>;", self.read("lists.h"))
+        self.assertIn("extern template class VT_API AsnSetOf<AsnInteger>;", self.read("lists.h"))
         self.assertIn('{"Pair", AsnMake<Pair>},', self.read("types.cpp"))
 
     def test_families_use_each_other(self):
@@ -91,6 +91,18 @@ class GenerateTest(unittest.TestCase):
         self.expect_fault("One ::= SEQUENCE {\n    a\n}\n", 2, "no member")
         self.expect_fault("One ::= SEQUENCE {\n    a  INTEGER\n", 2, "One has no end")
         self.expect_fault("One ::= SEQUENCE {", 1, "no line feed at the end")
+
+    def test_commas(self):
+        self.expect_fault("One ::= SET {\n    a  INTEGER\n    b  INTEGER\n}\n", 3, "a comma is missing before this line")
+        self.expect_fault("One ::= SET {\n    a  INTEGER,\n}\n", 3, "a member is missing")
+        self.expect_fault("One ::= SET {\n}\n", 2, "a member is missing")
+
+    def test_members_without_accessors(self):
+        self.expect_fault("One ::= CHOICE {\n    a  INTEGER OPTIONAL\n}\n", 2, "an alternative is neither")
+        self.expect_fault("One ::= CHOICE {\n    a  ANY (COMPLETE)\n}\n", 2, "ANY (COMPLETE) is for members of a SEQUENCE")
+        self.expect_fault("One ::= SEQUENCE {\n    a  [0] EXPLICIT ANY (COMPLETE)\n}\n", 2, "ANY (COMPLETE) is for")
+        for member in ("[0] EXPLICIT INTEGER", "ANY OPTIONAL", "ANY (COMPLETE)"):
+            self.expect_fault(f"One ::= SET {{\n    a  {member}\n}}\n", 2, "a member of a SET is neither")
 
 
 if __name__ == "__main__":

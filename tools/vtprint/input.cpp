@@ -23,6 +23,7 @@ constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kEnd = "-----END ";
 constexpr std::string_view kDashes = "-----";
 constexpr std::string_view kBlanks = " \t\r\n\v\f";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // editors put it in front of a text in UTF-8
 
 struct CloseFile {
     void operator()(std::FILE* file) const {
@@ -52,12 +53,19 @@ bool startsWith(std::string_view text, std::string_view with) {
     return text.substr(0, with.size()) == with;
 }
 
+// Labels come back in messages, so they must be short and without what a terminal would act on.
+bool isLabel(std::string_view text) {
+    constexpr std::size_t kMost = 60;
+    return text.size() <= kMost && std::all_of(text.begin(), text.end(), [](char c) { return c >= ' ' && c <= '~'; });
+}
+
 // The label of a line "-----BEGIN label-----", or of one with END; empty for any other line.
 std::string labelOf(const std::string& line, std::string_view start) {
     if (line.size() < start.size() + kDashes.size() || !startsWith(line, start) ||
         line.compare(line.size() - kDashes.size(), kDashes.size(), kDashes) != 0)
         return {};
-    return line.substr(start.size(), line.size() - start.size() - kDashes.size());
+    std::string label = line.substr(start.size(), line.size() - start.size() - kDashes.size());
+    return isLabel(label) ? label : std::string();
 }
 
 int base64Value(char c) {
@@ -74,15 +82,16 @@ class Base64 {
         return std::all_of(text.begin(), text.end(), [this](char c) { return addOne(c); });
     }
 
+    bool begun() const { return count != 0; }
     bool complete() const { return count % 4 == 0; }
     const std::string& bytes() const { return out; }
 
   private:
     bool addOne(char c) {
-        if (c != 0 && kBlanks.find(c) != std::string_view::npos)
+        if (kBlanks.find(c) != std::string_view::npos)
             return true;
         const int value = base64Value(c);
-        const bool padding = c == '=' && (count % 4 == 3 || (count % 4 == 2));
+        const bool padding = c == '=' && count % 4 >= 2;
         if (padded ? !(c == '=' && count % 4 == 3) : value < 0 && !padding)
             return false;
         padded = padded || padding;
@@ -108,70 +117,116 @@ class Base64 {
 
 class Lines {
   public:
-    explicit Lines(const std::string& input) : text(input) {}
+    explicit Lines(std::string_view input) : text(input) {}
 
     // The next line without blanks at its ends; false behind the last one.
     bool next(std::string& line) {
         if (at >= text.size())
             return false;
+        start = at;
         const std::size_t end = std::min(text.find('\n', at), text.size());
-        line = trimmed(std::string_view(text).substr(at, end - at));
+        line = trimmed(text.substr(at, end - at));
         at = end + 1;
         ++count;
         return true;
     }
 
+    // Makes the line that came last the next one.
+    void back() {
+        at = start;
+        --count;
+    }
+
     std::size_t number() const { return count; }
 
   private:
-    const std::string& text;
+    std::string_view text;
     std::size_t at = 0;
+    std::size_t start = 0;  // of the line that came last
     std::size_t count = 0;
 };
 
-InputError errorAt(std::size_t line, const std::string& what) {
-    return InputError("line " + std::to_string(line) + ": " + what);
+class BlockError : public InputError {
+  public:
+    BlockError(std::size_t at, const std::string& what) : InputError(what), line(at) {}
+
+    std::size_t line;
+};
+
+[[noreturn]] void failAt(std::size_t line, const std::string& what) {
+    throw BlockError(line, what);
+}
+
+[[noreturn]] void failAt(std::size_t line, const std::string& label, const std::string& what) {
+    failAt(line, "the block \"" + label + "\" " + what);
+}
+
+bool isEncryption(const std::string& line) {
+    return startsWith(line, "Proc-Type:") && line.find("ENCRYPTED") != std::string::npos;
+}
+
+// What stands between the first and the last line of a block, up to the label of the latter; empty where it has none.
+std::string readBody(Lines& lines, const std::string& label, Base64& base64) {
+    std::string line;
+    while (lines.next(line)) {
+        if (!labelOf(line, kBegin).empty()) {
+            lines.back();
+            return {};
+        }
+        std::string end = labelOf(line, kEnd);
+        if (!end.empty())
+            return end;
+        if (isEncryption(line))
+            failAt(lines.number(), label, "is encrypted");
+        if (!base64.begun() && line.find(':') != std::string::npos)
+            continue;  // a header, such as those of a key bag
+        if (!base64.add(line))
+            failAt(lines.number(), "no base64");
+    }
+    return {};
 }
 
 // The rest of a block whose first line has been read.
 Block readBlock(Lines& lines, const std::string& label) {
-    Block block;
-    block.label = label;
-    block.line = lines.number();
+    const std::size_t begin = lines.number();
     Base64 base64;
-    std::string line;
-    while (lines.next(line)) {
-        const std::string end = labelOf(line, kEnd);
-        if (!end.empty()) {
-            if (end != label)
-                throw errorAt(lines.number(), "the block \"" + label + "\" ends as \"" + end + "\"");
-            if (!base64.complete())
-                throw errorAt(lines.number(), "the base64 of the block \"" + label + "\" is cut short");
-            block.der = base64.bytes();
-            return block;
-        }
-        if (!labelOf(line, kBegin).empty())
-            break;
-        if (startsWith(line, "Proc-Type:") && line.find("ENCRYPTED") != std::string::npos)
-            throw errorAt(lines.number(), "the block \"" + label + "\" is encrypted");
-        if (line.find(':') != std::string::npos)
-            continue;  // a header, such as those of a key bag
-        if (!base64.add(line))
-            throw errorAt(lines.number(), "no base64");
-    }
-    throw errorAt(block.line, "the block \"" + label + "\" has no end");
+    const std::string end = readBody(lines, label, base64);
+    if (end.empty())
+        failAt(begin, label, "has no end");
+    if (end != label)
+        failAt(lines.number(), label, "ends as \"" + end + "\"");
+    if (!base64.complete())
+        failAt(lines.number(), label, "is cut short in its base64");
+    return {base64.bytes(), label, begin, {}};
 }
 
-std::vector<Block> findPem(const std::string& input) {
+// A block that cannot be read does not hide the others.
+Block readBlockOrFault(Lines& lines, const std::string& label) {
+    try {
+        return readBlock(lines, label);
+    } catch (const BlockError& error) {
+        return {{}, label, error.line, error.what()};
+    }
+}
+
+std::vector<Block> findPem(std::string_view input) {
     std::vector<Block> blocks;
     Lines lines(input);
     std::string line;
     while (lines.next(line)) {
         const std::string label = labelOf(line, kBegin);
         if (!label.empty())
-            blocks.push_back(readBlock(lines, label));
+            blocks.push_back(readBlockOrFault(lines, label));
     }
     return blocks;
+}
+
+// DER has control characters in its first bytes or soon after.
+bool isText(std::string_view input) {
+    return std::all_of(input.begin(), input.end(), [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return (byte >= 0x20 && byte != 0x7F) || kBlanks.find(c) != std::string_view::npos;
+    });
 }
 
 bool isOneElement(const std::string& input) {
@@ -205,14 +260,19 @@ std::vector<Block> findBlocks(const std::string& input) {
     if (input.empty())
         throw InputError("empty");
     if (!startsWith(input, "-") && isOneElement(input))
-        return {Block{input, {}, 0}};
-    std::vector<Block> blocks = findPem(input);
+        return {Block{input, {}, 0, {}}};
+    std::string_view text = input;
+    if (startsWith(text, kByteOrderMark))
+        text.remove_prefix(kByteOrderMark.size());
+    std::vector<Block> blocks = findPem(text);
     if (!blocks.empty())
         return blocks;
     Base64 base64;
-    if (base64.add(input) && base64.complete() && !base64.bytes().empty())
-        return {Block{base64.bytes(), {}, 0}};
-    return {Block{input, {}, 0}};
+    if (base64.add(text) && base64.complete() && !base64.bytes().empty())
+        return {Block{base64.bytes(), {}, 0, {}}};
+    if (isText(text))
+        throw InputError("neither DER nor PEM nor base64");
+    return {Block{input, {}, 0, {}}};
 }
 
 std::size_t elementLength(const std::string& der) {

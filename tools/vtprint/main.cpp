@@ -149,6 +149,8 @@ void printNamed(const Value& value) {
 
 // Prints one block; what follows its first element is an error that comes behind the printed text.
 void printBlock(Block block, const std::string& type) {
+    if (!block.fault.empty())
+        throw InputError(block.fault);
     const std::size_t length = vtprint::elementLength(block.der);
     if (length > block.der.size())
         throw InputError("cut short: " + std::to_string(block.der.size()) + " bytes of " + std::to_string(length));
@@ -167,7 +169,7 @@ void printBlock(Block block, const std::string& type) {
 }
 
 void complain(const std::string& where, const std::string& what) {
-    std::cerr << "vtprint: " << where << ": " << what << '\n';
+    std::cerr << "vtprint: " + where + ": " + what + "\n";  // at once, as this stream keeps nothing
 }
 
 int printFile(const Options& options) {

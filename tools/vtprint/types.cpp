@@ -141,14 +141,23 @@ bool hasOctets(const AsnObject& object, const char* name) {
     return member == nullptr || sameTag(*member, AsnOctetString());
 }
 
-// The value if the bytes are one of that type in every respect, else null.
-std::unique_ptr<AsnObject> fitting(const TriedType& tried, const MiByte& der) {
+// How near to the bytes a type has to come. Files from the field have a BOOLEAN of 01 or an INTEGER with zeros in
+// front, which are written as DER wants them.
+enum class Fit { kSameBytes, kSameTags };
+
+bool writesWell(const AsnObject& object, const MiByte& der, Fit fit) {
+    // A choice is a name here: a list of lists, with next to no tags to tell it by.
+    return fit == Fit::kSameTags ? !object.IsAsnChoice() : roundTrips(object, der);
+}
+
+// The value if the bytes are one of that type, else null.
+std::unique_ptr<AsnObject> fitting(const TriedType& tried, const MiByte& der, Fit fit) {
     std::unique_ptr<AsnObject> object(AsnMakeSchemaObject(tried.type));
     const std::unique_ptr<AsnObject> blank(AsnMakeSchemaObject(tried.type));
     try {
         const unsigned int consumed = object->DerDecode(der, 0);
         if (consumed == der.GetLength() && tagsFit(*object, *blank) && hasOctets(*object, tried.octets) &&
-            roundTrips(*object, der))
+            writesWell(*object, der, fit))
             return object;
     } catch (const MiException&) {
     }
@@ -214,9 +223,11 @@ Value decodeFound(const Block& block) {
         return decodeAs(type, block.der);
     }
     const MiByte bytes = bytesOf(block.der);
-    for (const TriedType& tried : kTried) {
-        if (auto object = fitting(tried, bytes))
-            return {tried.type, std::move(object)};
+    for (const Fit fit : {Fit::kSameBytes, Fit::kSameTags}) {
+        for (const TriedType& tried : kTried) {
+            if (auto object = fitting(tried, bytes, fit))
+                return {tried.type, std::move(object)};
+        }
     }
     throw InputError("fits none of the types that are tried; name one with --type");
 }

@@ -20,7 +20,8 @@ struct Value {
 Value decodeAs(const std::string& type, const std::string& der);
 
 // The value by a type that is found out: by the label of PEM, else the first of a list of types that decodes and gives
-// the same bytes again. InputError for none, and for DER that does not fit the type of its label.
+// the same bytes again, or if none does, the first that has the tags. InputError for none, and for DER that does not
+// fit the type of its label.
 Value decodeFound(const Block& block);
 
 // What a ContentInfo or a PFX holds inside, from the outside in: the message of a ContentInfo, and the lists of a PFX
