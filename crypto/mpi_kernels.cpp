@@ -7,12 +7,12 @@ namespace mpi {
 namespace {
 
 struct Forms {
-    const Kernels* usable[4] = {};
+    const Kernels* usable[5] = {};
     const Kernels* best = nullptr;
 
     Forms() {
         const Kernels** next = usable;
-        for (const Kernels* form : {&plainKernels(), wideKernels(), adxKernels()}) {
+        for (const Kernels* form : {&plainKernels(), wideKernels(), adxKernels(), adx32Kernels()}) {
             if (form != nullptr && form->usable())
                 *next++ = best = form;
         }

@@ -7,6 +7,7 @@
 //     plain    32-bit limbs, 64-bit sums; everywhere
 //     wide     64-bit words by unsigned __int128; little-endian 64-bit machines
 //     adx      64-bit words by mulx with two carry chains; x86-64 processors with BMI2 and ADX
+//     adx32    the same with 32-bit limbs; 32-bit x86 on such processors
 #ifndef VT_CRYPTO_MPI_KERNELS_H
 #define VT_CRYPTO_MPI_KERNELS_H
 
@@ -65,6 +66,7 @@ void useKernels(const Kernels* form);
 // The forms beside `plain`: null if they are not for the machine this build is for.
 const Kernels* wideKernels();
 const Kernels* adxKernels();
+const Kernels* adx32Kernels();
 
 }  // namespace mpi
 

@@ -93,6 +93,14 @@ inline std::uint32_t subLimbs(std::uint32_t* r, const std::uint32_t* a, const st
     return low(borrow);
 }
 
+// subtractOnce: r = a, of count limbs and an overflow of 0 or 1 above them, less n if it is not below n.
+inline void subtractOnce(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* n, int count) {
+    if (a[count] != 0 || compareLimbs(a, n, count) >= 0)
+        subLimbs(r, a, n, count);
+    else
+        copyLimbs(r, a, count);
+}
+
 // leadingZeros of a word that is not zero; trailingZeros of one that is not zero.
 inline int leadingZeros(std::uint32_t w) {
     return __builtin_clz(w);

@@ -116,11 +116,7 @@ void MPI_MontReduce(std::uint32_t* r, const std::uint32_t* t, const std::uint32_
     mpi::clearLimbs(sum + given, 2 * limbs + 2 - given);
     const bool isConstant = n[1] * nPrime == 0xffffffffU;
     (isConstant ? mpi::kernels() : mpi::plainKernels()).reduce(sum, n + 1, limbs, nPrime);
-    const std::uint32_t* const upper = sum + limbs;
-    if (upper[limbs] != 0 || mpi::compareLimbs(upper, n + 1, limbs) >= 0)
-        mpi::subLimbs(r + 1, upper, n + 1, limbs);
-    else
-        mpi::copyLimbs(r + 1, upper, limbs);
+    mpi::subtractOnce(r + 1, sum + limbs, n + 1, limbs);
     mpi::trim(r, limbs);
 }
 

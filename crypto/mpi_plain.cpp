@@ -135,28 +135,19 @@ void divide(std::uint32_t* q, std::uint32_t* a, int aLimbs, const std::uint32_t*
     shiftDown(a, dLimbs, shift);
 }
 
-// finish: r = the upper half of the reduced t, less n if it is not below n.
-void finish(std::uint32_t* r, const std::uint32_t* t, const std::uint32_t* n, int limbs) {
-    const std::uint32_t* const sum = t + limbs;
-    if (sum[limbs] != 0 || compareLimbs(sum, n, limbs) >= 0)
-        subLimbs(r, sum, n, limbs);
-    else
-        copyLimbs(r, sum, limbs);
-}
-
 void montMultiply(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* b, const std::uint32_t* n, int limbs,
                   std::uint64_t nPrime) {
     std::uint32_t t[2 * kFullLimbs + 2];
     multiply(t, a, limbs, b, limbs);
     reduce(t, n, limbs, low(nPrime));
-    finish(r, t, n, limbs);
+    subtractOnce(r, t + limbs, n, limbs);
 }
 
 void montSquare(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* n, int limbs, std::uint64_t nPrime) {
     std::uint32_t t[2 * kFullLimbs + 2];
     square(t, a, limbs);
     reduce(t, n, limbs, low(nPrime));
-    finish(r, t, n, limbs);
+    subtractOnce(r, t + limbs, n, limbs);
 }
 
 constexpr Kernels kPlain = {"plain", usable, multiply, square, reduce, divide, montMultiply, montSquare};
