@@ -3,10 +3,10 @@
 //     serialNumber  [1]  IMPLICIT  INTEGER : 5
 //     name          tag            label     body; the tag is left out where it is universal
 //
-// Octet strings are dumped up to 64 bytes and bit strings up to 128 bits, with a notice of how many more there are. Each
-// line feed is followed by a flush. Absent members of an INSTANCE OF are noticed on the standard output of the process
-// and not on the stream. AsnDataExp for a composite that holds a null; a stream that fails keeps that in its state, or
-// throws what its exception mask asks for.
+// Octet strings are dumped up to 64 bytes and bit strings up to 128 bits, with a notice of how many more there are.
+// Each line feed is followed by a flush. Absent members of an INSTANCE OF are noticed on the standard output of the
+// process and not on the stream. AsnDataExp for a composite that holds a null; a stream that fails keeps that in its
+// state, or throws what its exception mask asks for.
 #ifndef VT_ASN_OSTREAM_H
 #define VT_ASN_OSTREAM_H
 
