@@ -570,7 +570,7 @@ TEST(calendar_time_test, AddTimeAndSubtractTimeAreSteps) {
 }
 
 TEST(calendar_time_test, CurrentTimeIsTheClockAsGmt) {
-    const ZoneForTest zone("XXX-5:30");
+    const ZoneForTest zone("ZZZ-5:30");
     const std::int64_t before = std::time(nullptr);
     MiTime time(kSample);
     EXPECT_EQ(&time.SetCurrentTime(), &time);
@@ -581,7 +581,7 @@ TEST(calendar_time_test, CurrentTimeIsTheClockAsGmt) {
 
 TEST(calendar_time_test, LocalCurrentTimeIsTheClockInItsZone) {
     for (const auto& [zone, ahead] :
-         {std::pair<const char*, int>{"XXX-5:30", 19800}, {"XXX3:30", -12600}, {"XXX0", 0}}) {
+         {std::pair<const char*, int>{"ZZZ-5:30", 19800}, {"ZZZ3:30", -12600}, {"ZZZ0", 0}}) {
         const ZoneForTest inZone(zone);
         const std::int64_t before = std::time(nullptr);
         MiTime time(kSample);
@@ -597,9 +597,9 @@ TEST(calendar_time_test, TheOffsetFromGmtGoesToTheNearestHour) {
     const struct {
         const char* zone;
         int hours;
-    } cases[] = {{"XXX0", 0},     {"XXX-1", 1},      {"XXX5", -5},    {"XXX-5:30", 6}, {"XXX-5:45", 6},
-                 {"XXX-5:29", 5}, {"XXX3:30", -4},   {"XXX3:29", -3}, {"XXX-0:30", 1}, {"XXX0:30", -1},
-                 {"XXX0:29", 0},  {"XXX-12:45", 13}, {"XXX-14", 14},  {"XXX12", -12}};
+    } cases[] = {{"ZZZ0", 0},     {"ZZZ-1", 1},      {"ZZZ5", -5},    {"ZZZ-5:30", 6}, {"ZZZ-5:45", 6},
+                 {"ZZZ-5:29", 5}, {"ZZZ3:30", -4},   {"ZZZ3:29", -3}, {"ZZZ-0:30", 1}, {"ZZZ0:30", -1},
+                 {"ZZZ0:29", 0},  {"ZZZ-12:45", 13}, {"ZZZ-14", 14},  {"ZZZ12", -12}};
     for (const auto& c : cases) {
         const ZoneForTest zone(c.zone);
         EXPECT_EQ(MiTime::AdvancedGMTHours(), c.hours) << c.zone;
@@ -614,9 +614,9 @@ TEST(calendar_time_test, TheOffsetFromGmtGoesToTheNearestHour) {
 #if !defined(_WIN32)
 // A zone that keeps summer time the whole year; on Windows such rules cannot be given through the environment.
 TEST(calendar_time_test, TheOffsetFromGmtCountsSummerTime) {
-    const ZoneForTest zone("XXX-2YYY-3,J1/0,J365/25");
+    const ZoneForTest zone("ZZZ-2YYY-3,J1/0,J365/25");
     EXPECT_EQ(MiTime::AdvancedGMTHours(), 3);
-    const ZoneForTest half("XXX-2YYY-2:30,J1/0,J365/25");
+    const ZoneForTest half("ZZZ-2YYY-2:30,J1/0,J365/25");
     EXPECT_EQ(MiTime::AdvancedGMTHours(), 3);
 }
 #endif
