@@ -26,6 +26,27 @@
 class AlgorithmIdentifier;
 class MiByte;
 
+namespace token {
+
+enum AlgorithmCode : std::int32_t {
+    kSha1 = 1,
+    kMd5 = 2,
+    kMd2 = 3,
+    kDesCbc = 4,
+    kDes3Cbc = 5,
+    kRc2Cbc = 6,
+    kRc4 = 7,
+    kRsa = 8,
+    kSha1Rsa = 9,
+    kMd5Rsa = 10,
+    kMd2Rsa = 11
+};
+
+// The classes of keys: any key that is not RSA, and the halves of an RSA key.
+enum KeyClass : std::int32_t { kSecretClass = 1, kPublicClass = 2, kPrivateClass = 3 };
+
+}  // namespace token
+
 class VT_API VT_P11_Alg {
   public:
     VT_P11_Alg();  // code 0, no iv, no effective bits
@@ -50,11 +71,12 @@ class VT_API VT_P11_Alg {
 
     // setAlgorithmIdentifier replaces the whole object by what the identifier says. 0; -1001 if it holds no algorithm;
     // -1006 for an algorithm without a code, or RC2 parameters of another version than 160, 120 and 58 (40, 64 and 128
-    // bits); -1016 for RC2 without parameters; -1031. What the decoding of RC2 parameters throws passes. After a failure
-    // the code is -1, and there is neither iv nor effective bits.
+    // bits); -1016 for RC2 without parameters; -1031. What the decoding of RC2 parameters throws passes. After a
+    // failure the code is -1, and there is neither iv nor effective bits.
     //
-    // Parameters of DES and triple DES count by their content, whatever their tag: that of NULL, and of an empty string,
-    // is no iv. RC2 parameters with an empty iv give none either. Parameters of the other algorithms are not looked at.
+    // Parameters of DES and triple DES count by their content, whatever their tag: that of NULL, and of an empty
+    // string, is no iv. RC2 parameters with an empty iv give none either. Parameters of the other algorithms are not
+    // looked at.
     int setAlgorithmIdentifier(const AlgorithmIdentifier& identifier);
 
     // getAlgorithmIdentifier resets the identifier and fills it, by the table above. RC2 without an iv gets an empty
@@ -74,10 +96,10 @@ class VT_API VT_P11_Alg {
     void Reset();
 
   private:
-    std::int32_t algType;  // -1 after a failed setAlgorithmIdentifier
-    std::int32_t effectiveBits;
-    unsigned char* iv;  // owned, null for none
-    std::uint32_t ivLength;
+    std::int32_t algType = 0;  // -1 after a failed setAlgorithmIdentifier
+    std::int32_t effectiveBits = 0;
+    unsigned char* iv = nullptr;  // owned, null for none
+    std::uint32_t ivLength = 0;
 };
 
 #endif

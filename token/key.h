@@ -9,10 +9,10 @@
 //     6      RSA private
 //     7      triple DES, recorded when the integer given with the key is 16
 //
-// It does no cryptography: it converts to and from RSAPublicKey and RSAPrivateKey, and makes the engine's KEY_OBJ for one
-// operation. Session key, public key, private key and label are independent of each other; the code says which of the
-// first three is meant, and a label wins over all of them. So a private key does not serve as a public one before its
-// public half is set as well.
+// It does no cryptography: it converts to and from RSAPublicKey and RSAPrivateKey, and makes the engine's KEY_OBJ for
+// one operation. Session key, public key, private key and label are independent of each other; the code says which of
+// the first three is meant, and a label wins over all of them. So a private key does not serve as a public one before
+// its public half is set as well.
 //
 // Numbers are big-endian and unsigned. The fields and their order are a binary contract. Results are 0 or a code of
 // token/codes.h; the exceptions of the ASN.1 runtime pass. Key bytes are freed as they stand, without being cleared. An
@@ -29,9 +29,23 @@ class MiByte;
 class RSAPrivateKey;
 class RSAPublicKey;
 
+namespace token {
+
+enum KeyCode : std::int32_t {
+    kDes3Key = 1,
+    kDesKey = 2,
+    kRc2Key = 3,
+    kRc4Key = 4,
+    kRsaPublicKey = 5,
+    kRsaPrivateKey = 6,
+    kDes3TwoKey = 7
+};
+
+}  // namespace token
+
 // The exchange structures, plain and owned by the caller. A setter copies what they point to. A getter overwrites the
-// structure with fresh buffers, each with a zero byte behind its data, which the caller frees: with the functions below,
-// or one by one with T_free (pki/flat/flat.h), inside the library with FreeBuffer (crypto/alloc_buffer.h).
+// structure with fresh buffers, each with a zero byte behind its data, which the caller frees: with the functions
+// below, or one by one with T_free (pki/flat/flat.h), inside the library with FreeBuffer (crypto/alloc_buffer.h).
 //
 // The two RSA structures have the layouts of PKCS_PubKey and PKCS_PriKey.
 struct VT_PKCS11_BYTES {
@@ -76,8 +90,8 @@ class VT_API VT_P11_Key {
     VT_P11_Key& operator=(const VT_P11_Key& other);
     ~VT_P11_Key();
 
-    // setKeyType stores a code; 0, or -1006 for none of 1 to 7, when the old one stays. getKeyType gives the code, or -1
-    // if there is none; always 0.
+    // setKeyType stores a code; 0, or -1006 for none of 1 to 7, when the old one stays. getKeyType gives the code, or
+    // -1 if there is none; always 0.
     int setKeyType(int type);
     int getKeyType(int& type) const;
 
@@ -93,9 +107,9 @@ class VT_API VT_P11_Key {
     //
     // 0; -1003 for absent material; -1006 for no code; -1007 for RC2 with more bytes in use than there are; -7 for a
     // session key of a length that its cipher does not take, among them fewer than 24 bytes for codes 1 and 7; -10 for
-    // a public modulus above 1024 bytes; -2 for an absent shell; -1. If the engine fails (-1, -2, -7, -10), it has freed
-    // the shell and *object is null; otherwise the shell is as it was. So the caller ends every path with KeyFree on
-    // *object, null or not.
+    // a public modulus above 1024 bytes; -2 for an absent shell; -1. If the engine fails (-1, -2, -7, -10), it has
+    // freed the shell and *object is null; otherwise the shell is as it was. So the caller ends every path with KeyFree
+    // on *object, null or not.
     int GetVCKKIObj(unsigned char** object, int keyClass) const;
 
     // setSessionKey copies bytes and use, and leaves the code to setKeyType. 0; -1010 for a null structure or no bytes;
@@ -114,13 +128,13 @@ class VT_API VT_P11_Key {
     int setPrivateKey(const VT_PKCS11_RSA_PRIVATE_KEY* key);
     int getPrivateKey(VT_PKCS11_RSA_PRIVATE_KEY* key) const;
 
-    // setSessionKey, with the algorithm that the key is for: DES gives code 2, triple DES 7 if use is 16 and otherwise 1,
-    // RC2 3, RC4 4. Always 0. An empty key changes nothing. For any other algorithm, for none, and if memory is
+    // setSessionKey, with the algorithm that the key is for: DES gives code 2, triple DES 7 if use is 16 and otherwise
+    // 1, RC2 3, RC4 4. Always 0. An empty key changes nothing. For any other algorithm, for none, and if memory is
     // exhausted, there is no session key afterwards; GetVCKKIObj tells.
     int setSessionKey(const MiByte& key, int use, const AlgorithmIdentifier& identifier);
 
-    // getSessionKey gives the bytes, the integer, and for the codes 1, 2, 3, 4 and 7 the algorithm, without touching the
-    // parameters. 0, or -1003 without a session key.
+    // getSessionKey gives the bytes, the integer, and for the codes 1, 2, 3, 4 and 7 the algorithm, without touching
+    // the parameters. 0, or -1003 without a session key.
     int getSessionKey(MiByte& key, int& use, AlgorithmIdentifier& identifier) const;
 
     // setRSAPublicKey replaces the public key and gives code 5. 0; -1010 for an absent number; -1015 for one that is
@@ -135,8 +149,8 @@ class VT_API VT_P11_Key {
     // when the target is as it was; -1003 for a number that is not there.
     int getRSAPublicKey(RSAPublicKey& key) const;
 
-    // The same for a private key, code 6, with the numbers in the order coefficient, modulus, primes, exponents 1 and 2,
-    // private and public exponent. The version is not looked at by setRSAPrivateKey; getRSAPrivateKey writes 0.
+    // The same for a private key, code 6, with the numbers in the order coefficient, modulus, primes, exponents 1 and
+    // 2, private and public exponent. The version is not looked at by setRSAPrivateKey; getRSAPrivateKey writes 0.
     int setRSAPrivateKey(const RSAPrivateKey& key);
     int getRSAPrivateKey(RSAPrivateKey& key) const;
 
@@ -144,22 +158,22 @@ class VT_API VT_P11_Key {
     void Reset();
 
   private:
-    std::int32_t keyType;     // -1 when empty
-    std::uint8_t isTokenKey;  // 1 when the key is named by label
-    char* label;              // owned, as all that follows
-    unsigned char* sessionKey;
-    std::uint32_t sessionKeyLength;
-    std::int32_t sessionKeyUse;
-    VT_PKCS11_BYTES publicModulus;  // the public key
-    VT_PKCS11_BYTES publicExponent;
-    VT_PKCS11_BYTES modulus;  // the private key
-    VT_PKCS11_BYTES publicExponent2;
-    VT_PKCS11_BYTES privateExponent;
-    VT_PKCS11_BYTES prime1;
-    VT_PKCS11_BYTES prime2;
-    VT_PKCS11_BYTES exponent1;
-    VT_PKCS11_BYTES exponent2;
-    VT_PKCS11_BYTES coefficient;
+    std::int32_t keyType = -1;    // -1 when empty
+    std::uint8_t isTokenKey = 0;  // 1 when the key is named by label
+    char* label = nullptr;        // owned, as all buffers here
+    unsigned char* sessionKey = nullptr;
+    std::uint32_t sessionKeyLength = 0;
+    std::int32_t sessionKeyUse = 0;
+    VT_PKCS11_BYTES publicModulus = {};  // the public key
+    VT_PKCS11_BYTES publicExponent = {};
+    VT_PKCS11_BYTES modulus = {};  // the private key
+    VT_PKCS11_BYTES publicExponent2 = {};
+    VT_PKCS11_BYTES privateExponent = {};
+    VT_PKCS11_BYTES prime1 = {};
+    VT_PKCS11_BYTES prime2 = {};
+    VT_PKCS11_BYTES exponent1 = {};
+    VT_PKCS11_BYTES exponent2 = {};
+    VT_PKCS11_BYTES coefficient = {};
 };
 
 #endif
