@@ -14,7 +14,7 @@
 #include "foundation/exceptions.h"
 #include "pki/certificate.h"
 #include "pki/content.h"
-#include "pki/owned.h"
+#include "pki/held.h"
 #include "schema/lists.h"
 #include "schema/pkcs.h"
 #include "schema/x509.h"
@@ -24,7 +24,7 @@ namespace pki {
 
 // copyField copies out a single value of a class. -1003 where it has not been set.
 template <class T>
-int copyField(const Owned<T>& field, T& value) {
+int copyField(const Held<T>& field, T& value) {
     if (!field)
         return token::kMaterialMissing;
     value = *field;
@@ -33,16 +33,16 @@ int copyField(const Owned<T>& field, T& value) {
 
 // storeField copies in an element of a decoded value. -1001 where it is absent.
 template <class T>
-int storeField(Owned<T>& field, const T* element) {
+int storeField(Held<T>& field, const T* element) {
     if (element == nullptr)
         return token::kElementAbsent;
-    field.store(*element);
+    field.set(*element);
     return 0;
 }
 
 // addItem appends a copy of the item, or what its DER decodes to.
 template <class T>
-int addItem(Owned<AsnSetOf<T>>& set, const T& item) {
+int addItem(Held<AsnSetOf<T>>& set, const T& item) {
     if (!set)
         return token::kMaterialMissing;
     set->AddElement(item);
@@ -50,7 +50,7 @@ int addItem(Owned<AsnSetOf<T>>& set, const T& item) {
 }
 
 template <class T>
-int addItem(Owned<AsnSetOf<T>>& set, const MiByte& der) {
+int addItem(Held<AsnSetOf<T>>& set, const MiByte& der) {
     T item;
     decodeDer(der, item);
     return addItem(set, item);
@@ -58,13 +58,13 @@ int addItem(Owned<AsnSetOf<T>>& set, const MiByte& der) {
 
 // totalOf gives the number of items, 0 for a null set.
 template <class T>
-int totalOf(const Owned<AsnSetOf<T>>& set) {
+int totalOf(const Held<AsnSetOf<T>>& set) {
     return set ? static_cast<int>(set->Size()) : 0;
 }
 
 // itemAt gives an item, which the set keeps. A negative index is past the end.
 template <class T>
-int itemAt(const Owned<AsnSetOf<T>>& set, int index, const T*& item) {
+int itemAt(const Held<AsnSetOf<T>>& set, int index, const T*& item) {
     if (!set)
         return token::kMaterialMissing;
     item = set->Get(static_cast<unsigned int>(index));
@@ -73,7 +73,7 @@ int itemAt(const Owned<AsnSetOf<T>>& set, int index, const T*& item) {
 
 // copyItem copies an item out, as a value or as DER.
 template <class T>
-int copyItem(const Owned<AsnSetOf<T>>& set, int index, T& item) {
+int copyItem(const Held<AsnSetOf<T>>& set, int index, T& item) {
     const T* held = nullptr;
     const int result = itemAt(set, index, held);
     if (result != 0)
@@ -83,7 +83,7 @@ int copyItem(const Owned<AsnSetOf<T>>& set, int index, T& item) {
 }
 
 template <class T>
-int copyItem(const Owned<AsnSetOf<T>>& set, int index, MiByte& der) {
+int copyItem(const Held<AsnSetOf<T>>& set, int index, MiByte& der) {
     const T* held = nullptr;
     const int result = itemAt(set, index, held);
     if (result != 0)
@@ -94,14 +94,14 @@ int copyItem(const Owned<AsnSetOf<T>>& set, int index, MiByte& der) {
 
 // The same for the optional collections, which count as null while their flag is clear.
 template <class T, class Result>
-int copyItemIf(bool present, const Owned<AsnSetOf<T>>& set, int index, Result& item) {
+int copyItemIf(bool present, const Held<AsnSetOf<T>>& set, int index, Result& item) {
     return present ? copyItem(set, index, item) : token::kMaterialMissing;
 }
 
 using CertificateChoices = AsnSetOf<ExtendedCertificateOrCertificate>;
 
 // addCertificate appends a choice with the certificate in its "certificate" alternative.
-inline int addCertificate(Owned<CertificateChoices>& set, const Certificate& certificate) {
+inline int addCertificate(Held<CertificateChoices>& set, const Certificate& certificate) {
     if (!set)
         return token::kMaterialMissing;
     ExtendedCertificateOrCertificate choice;
@@ -110,21 +110,21 @@ inline int addCertificate(Owned<CertificateChoices>& set, const Certificate& cer
     return 0;
 }
 
-inline int addCertificate(Owned<CertificateChoices>& set, const MiByte& der) {
+inline int addCertificate(Held<CertificateChoices>& set, const MiByte& der) {
     Certificate certificate;
     decodeDer(der, certificate);
     return addCertificate(set, certificate);
 }
 
 // copyCertificate copies out the certificate of a choice. -1001 for a choice that has none.
-inline int copyCertificate(bool present, const Owned<CertificateChoices>& set, int index, VT_Certificate& certificate) {
+inline int copyCertificate(bool present, const Held<CertificateChoices>& set, int index, VT_Certificate& certificate) {
     const ExtendedCertificateOrCertificate* choice = nullptr;
     const int result = present ? itemAt(set, index, choice) : token::kMaterialMissing;
     return result != 0 ? result : certificate.setExtendedCertificate(*choice);
 }
 
 template <class Result>
-int copyCertificate(bool present, const Owned<CertificateChoices>& set, int index, Result& certificate) {
+int copyCertificate(bool present, const Held<CertificateChoices>& set, int index, Result& certificate) {
     VT_Certificate held;
     const int result = copyCertificate(present, set, index, held);
     return result != 0 ? result : held.getCertificate(certificate);
@@ -155,7 +155,7 @@ const AsnSetOf<T>* selectedSet(const AsnChoice* choice) {
 
 // storeSet copies a set out of a decoded value. -1001 where the value has none; -1003 where there is nowhere to put it.
 template <class T>
-int storeSet(Owned<AsnSetOf<T>>& held, const AsnSetOf<T>* set) {
+int storeSet(Held<AsnSetOf<T>>& held, const AsnSetOf<T>* set) {
     if (set == nullptr)
         return token::kElementAbsent;
     if (!held)
@@ -166,13 +166,13 @@ int storeSet(Owned<AsnSetOf<T>>& held, const AsnSetOf<T>* set) {
 
 // storeSetIf is storeSet for an optional collection, whose flag is raised where the value has one.
 template <class T>
-int storeSetIf(bool& present, Owned<AsnSetOf<T>>& held, const AsnSetOf<T>* set) {
+int storeSetIf(bool& present, Held<AsnSetOf<T>>& held, const AsnSetOf<T>* set) {
     return set == nullptr ? 0 : raiseFlag(present, storeSet(held, set));
 }
 
 // emptySet takes all items out. A null set stays null.
 template <class T>
-void emptySet(Owned<AsnSetOf<T>>& set) {
+void emptySet(Held<AsnSetOf<T>>& set) {
     if (set)
         set->ClearAllElements();
 }

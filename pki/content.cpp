@@ -1,6 +1,7 @@
 #include "pki/content.h"
 
 #include <memory>
+#include <utility>
 
 #include "asn/asn.h"
 #include "foundation/byte_buffer.h"
@@ -9,17 +10,31 @@
 
 namespace pki {
 
-void storeContent(ContentInfo& message, const char* type, const AsnObject& value) {
-    auto holder = std::make_unique<AsnOctetString>();
-    holder->SetDerObject(&value);
+namespace {
+
+// As SetContent, but the message takes the content over: a copy would be one of everything in it.
+void giveContent(ContentInfo& message, const char* type, std::unique_ptr<AsnOctetString> content) {
     message.Reset(nullptr);
-    // The container takes the holder over as it is: SetContent would copy the whole message once more.
-    auto* around = dynamic_cast<AsnContainer*>(message.Find("content"));
+    message.SetContentType(AsnOid(type));
+    auto* const around = dynamic_cast<AsnContainer*>(message.Find("content"));
     if (around == nullptr)
         throw AsnDataExp();
-    around->SetDataSpace(holder.release());
+    around->SetDataSpace(content.release());
     around->SetAsnPresent(true);
-    message.SetContentType(AsnOid(type));
+}
+
+}  // namespace
+
+void storeContent(ContentInfo& message, const char* type, const AsnObject& value) {
+    auto content = std::make_unique<AsnOctetString>();
+    content->SetDerObject(&value);
+    giveContent(message, type, std::move(content));
+}
+
+void storeData(ContentInfo& message, const char* bytes, unsigned int length) {
+    auto content = std::make_unique<AsnOctetString>();
+    content->SetData(bytes, 0, length);
+    giveContent(message, kDataType, std::move(content));
 }
 
 int openContent(const ContentInfo& message, const char* type, const AsnOctetString*& content) {

@@ -12,7 +12,7 @@ VT_DataContentInfo& VT_DataContentInfo::operator=(const VT_DataContentInfo& othe
 VT_DataContentInfo::~VT_DataContentInfo() = default;
 
 int VT_DataContentInfo::setData(const MiByte& bytes) {
-    data.store(bytes);
+    data.set(bytes);
     return 0;
 }
 
@@ -23,9 +23,7 @@ int VT_DataContentInfo::getData(MiByte& bytes) const {
 int VT_DataContentInfo::composeDataContentInfo(ContentInfo& message) const {
     if (!data)
         return token::kMaterialMissing;
-    AsnOctetString octets;
-    octets.SetData(*data);
-    pki::storeContent(message, pki::kDataType, octets);
+    pki::storeData(message, data->GetChars(), data->GetLength());
     return 0;
 }
 
@@ -35,6 +33,6 @@ int VT_DataContentInfo::decomposeDataContentInfo(const ContentInfo& message) {
     if (result != 0)
         return result;
     MiByte scratch;
-    data.store(pki::contentOctets(*content, scratch));
+    data.set(pki::contentOctets(*content, scratch));
     return 0;
 }

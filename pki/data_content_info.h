@@ -8,7 +8,7 @@
 
 #include "foundation/byte.h"
 #include "foundation/export.h"
-#include "pki/owned.h"
+#include "pki/held.h"
 
 class ContentInfo;
 
@@ -32,7 +32,7 @@ class VT_API VT_DataContentInfo {
     int decomposeDataContentInfo(const ContentInfo& message);
 
   private:
-    pki::Owned<MiByte> data;
+    Held<MiByte> data;
 };
 
 #endif

@@ -144,7 +144,7 @@ int VT_SignedDataContentInfo::getCertificateListByIndex(int index, MiByte& der) 
 // ---- Content
 
 int VT_SignedDataContentInfo::setToBeAttachedContentInfo(const ContentInfo& value) {
-    content.store(value);
+    content.set(value);
     return 0;
 }
 
@@ -152,9 +152,8 @@ int VT_SignedDataContentInfo::setToBeDetachedContentInfo(const ContentInfo& valu
     const AsnOid* const type = value.GetContentType();
     if (type == nullptr)
         return token::kElementAbsent;
-    auto detached = std::make_unique<ContentInfo>();
-    detached->SetContentType(*type);
-    content.take(std::move(detached));
+    const AsnOid held(*type);  // of a content that may be the one replaced
+    content.renew().SetContentType(held);
     return 0;
 }
 

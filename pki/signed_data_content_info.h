@@ -12,11 +12,12 @@
 #ifndef VT_PKI_SIGNED_DATA_CONTENT_INFO_H
 #define VT_PKI_SIGNED_DATA_CONTENT_INFO_H
 
-#include "asn/set_of.h"
 #include "foundation/export.h"
-#include "pki/owned.h"
+#include "pki/held.h"
 
 class AlgorithmIdentifier;
+template <class T>
+class AsnSetOf;
 class Certificate;
 class CertificateList;
 class ContentInfo;
@@ -103,12 +104,12 @@ class VT_API VT_SignedDataContentInfo {
 
     bool certificatesPresent;
     bool certificateListsPresent;
-    pki::Owned<SignedData> signedData;
-    pki::Owned<ContentInfo> content;
-    pki::Owned<AsnSetOf<SignerInfo>> signers;
-    pki::Owned<AsnSetOf<AlgorithmIdentifier>> digestAlgorithms;
-    pki::Owned<AsnSetOf<ExtendedCertificateOrCertificate>> certificates;
-    pki::Owned<AsnSetOf<CertificateList>> certificateLists;
+    Held<SignedData> signedData;
+    Held<ContentInfo> content;
+    Held<AsnSetOf<SignerInfo>> signers;
+    Held<AsnSetOf<AlgorithmIdentifier>> digestAlgorithms;
+    Held<AsnSetOf<ExtendedCertificateOrCertificate>> certificates;
+    Held<AsnSetOf<CertificateList>> certificateLists;
 };
 
 #endif

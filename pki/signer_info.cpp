@@ -2,17 +2,18 @@
 
 #include "asn/asn.h"
 #include "foundation/byte_buffer.h"
+#include "pki/certificate_elements.h"
 #include "pki/collection.h"
 #include "pki/content.h"
 #include "pki/signer_access.h"
 #include "schema/schema.h"
+#include "token/alg.h"
 #include "token/codes.h"
 #include "token/key.h"
 #include "token/op.h"
 
 namespace {
 
-using pki::Owned;
 using Attributes = AsnSetOf<PKCS7Attribute>;
 
 constexpr int kVersion = 1;
@@ -23,7 +24,7 @@ constexpr const char* kMessageDigestAttribute = "1.2.840.113549.1.9.4";
 
 constexpr char kSetTag = 0x31;
 
-int loadAlgorithm(const Owned<AlgorithmIdentifier>& identifier, VT_P11_Alg& alg) {
+int loadAlgorithm(const Held<AlgorithmIdentifier>& identifier, VT_P11_Alg& alg) {
     return identifier ? alg.setAlgorithmIdentifier(*identifier) : token::kMaterialMissing;
 }
 
@@ -133,16 +134,14 @@ void writeDigestInfo(const AlgorithmIdentifier& algorithm, const MiByte& digest,
 }
 
 int loadSignersKey(const Certificate& certificate, const IssuerAndSerialNumber& signer, VT_P11_Key& key) {
-    VT_Certificate held;
-    held.setCertificate(certificate);
-    IssuerAndSerialNumber own;
-    int result = held.getIssuerAndSerialNumber(own);
+    bool matches = false;
+    int result = pki::matchSigner(certificate, signer, matches);
     if (result != 0)
         return result;
-    if (own != signer)
+    if (!matches)
         return token::kNotTheSigner;
     RSAPublicKey numbers;
-    result = held.getRSAPublicKey(numbers);
+    result = pki::ReadRsaPublicKey(certificate, numbers);
     return result != 0 ? result : key.setRSAPublicKey(numbers);
 }
 
@@ -170,12 +169,12 @@ void VT_SignerInfo::Reset() {
 }
 
 int VT_SignerInfo::setInnerContentInfo(const ContentInfo& content) {
-    innerContent.store(content);
+    innerContent.set(content);
     return 0;
 }
 
 int VT_SignerInfo::setIssuerAndSerialNumber(const IssuerAndSerialNumber& value) {
-    issuerAndSerialNumber.store(value);
+    issuerAndSerialNumber.set(value);
     return 0;
 }
 
@@ -184,7 +183,7 @@ int VT_SignerInfo::getIssuerAndSerialNumber(IssuerAndSerialNumber& value) const 
 }
 
 int VT_SignerInfo::setDigestAlgorithmIdentifier(const AlgorithmIdentifier& value) {
-    digestAlgorithm.store(value);
+    digestAlgorithm.set(value);
     return 0;
 }
 
@@ -193,7 +192,7 @@ int VT_SignerInfo::getDigestAlgorithmIdentifier(AlgorithmIdentifier& value) cons
 }
 
 int VT_SignerInfo::setDigestEncryptionAlgorithmIdentifier(const AlgorithmIdentifier& value) {
-    digestEncryptionAlgorithm.store(value);
+    digestEncryptionAlgorithm.set(value);
     return 0;
 }
 
@@ -245,7 +244,7 @@ int VT_SignerInfo::decomposeSignerInfo(const SignerInfo& value) {
     encryptedDigest.clear();
     pki::emptySet(authenticatedAttributes);
     pki::emptySet(unauthenticatedAttributes);
-    signer.store(value);
+    signer.set(value);
     const AsnInteger* const version = value.GetVersion();
     if (version == nullptr || *version != AsnInteger(kVersion))
         return token::kWrongVersion;
@@ -259,11 +258,11 @@ int VT_SignerInfo::decomposeSignerInfo(const SignerInfo& value) {
     if (result != 0)
         return result;
     if (const auto* set = pki::selectedSet<PKCS7Attribute>(value.GetAuthenticatedAttributes())) {
-        authenticatedAttributes.store(*set);
+        authenticatedAttributes.set(*set);
         authenticatedPresent = true;
     }
     if (const auto* set = pki::selectedSet<PKCS7Attribute>(value.GetUnauthenticatedAttributes())) {
-        unauthenticatedAttributes.store(*set);
+        unauthenticatedAttributes.set(*set);
         unauthenticatedPresent = true;
     }
     return 0;
@@ -276,6 +275,10 @@ int VT_SignerInfo::decomposeSignerInfo(const MiByte& der) {
 }
 
 int VT_SignerInfo::SignDigest(VT_P11_OP& op, const VT_P11_Key& key) {
+    return sign(op, key, innerContent.get());
+}
+
+int VT_SignerInfo::sign(VT_P11_OP& op, const VT_P11_Key& key, const ContentInfo* content) {
     VT_P11_Alg digestAlg;
     VT_P11_Alg encryptionAlg;
     int result = loadAlgorithm(digestAlgorithm, digestAlg);
@@ -283,9 +286,9 @@ int VT_SignerInfo::SignDigest(VT_P11_OP& op, const VT_P11_Key& key) {
         result = loadAlgorithm(digestEncryptionAlgorithm, encryptionAlg);
     MiByte digest;
     if (result == 0)
-        result = digestContent(op, digestAlg, innerContent.get(), digest);
+        result = digestContent(op, digestAlg, content, digest);
     if (result == 0 && authenticatedPresent)
-        result = addContentAttributes(digest);
+        result = addContentAttributes(*content, digest);
     if (result == 0 && authenticatedPresent)
         result = digestAttributes(op, digestAlg, *authenticatedAttributes, digest);
     if (result != 0)
@@ -299,8 +302,8 @@ int VT_SignerInfo::SignDigest(VT_P11_OP& op, const VT_P11_Key& key) {
     return result;
 }
 
-int VT_SignerInfo::addContentAttributes(const MiByte& digest) {
-    const AsnOid* const contentType = innerContent->GetContentType();
+int VT_SignerInfo::addContentAttributes(const ContentInfo& content, const MiByte& digest) {
+    const AsnOid* const contentType = content.GetContentType();
     if (contentType == nullptr)
         return token::kElementAbsent;
     if (!authenticatedAttributes)
@@ -390,6 +393,20 @@ int VT_SignerInfo::getAuthPKCS7AttributeByIndex(int index, PKCS7Attribute& attri
 
 int VT_SignerInfo::getUnAuthPKCS7AttributeByIndex(int index, PKCS7Attribute& attribute) const {
     return pki::copyItem(unauthenticatedAttributes, index, attribute);
+}
+
+int pki::matchSigner(const Certificate& certificate, const IssuerAndSerialNumber& signer, bool& matches) {
+    const TBSCertificate* const body = certificate.GetTBSCertificate();
+    if (body == nullptr || body->GetIssuer() == nullptr || body->GetSerialNumber() == nullptr)
+        return token::kElementAbsent;
+    // The number first: it mostly tells, and is the shorter of the two.
+    matches = body->GetSerialNumber()->EqualsContent(signer.GetSerialNumber()) &&
+              body->GetIssuer()->EqualsContent(signer.GetIssuer());
+    return 0;
+}
+
+int pki::SignerAccess::sign(VT_SignerInfo& signer, VT_P11_OP& op, const VT_P11_Key& key, const ContentInfo& content) {
+    return signer.sign(op, key, &content);
 }
 
 int pki::SignerAccess::verify(const VT_SignerInfo& signer, VT_P11_OP& op, const Certificate& certificate,

@@ -14,12 +14,13 @@
 #ifndef VT_PKI_SIGNER_INFO_H
 #define VT_PKI_SIGNER_INFO_H
 
-#include "asn/set_of.h"
 #include "foundation/export.h"
-#include "pki/owned.h"
+#include "pki/held.h"
 
 class AlgorithmIdentifier;
 class AsnOctetString;
+template <class T>
+class AsnSetOf;
 class Certificate;
 class ContentInfo;
 class IssuerAndSerialNumber;
@@ -100,19 +101,20 @@ class VT_API VT_SignerInfo {
   private:
     friend struct pki::SignerAccess;
 
-    int addContentAttributes(const MiByte& digest);
+    int sign(VT_P11_OP& op, const VT_P11_Key& key, const ContentInfo* content);
+    int addContentAttributes(const ContentInfo& content, const MiByte& digest);
     int verify(VT_P11_OP& op, const Certificate& certificate, const ContentInfo* content) const;
 
     bool authenticatedPresent;
     bool unauthenticatedPresent;
-    pki::Owned<ContentInfo> innerContent;
-    pki::Owned<SignerInfo> signer;
-    pki::Owned<IssuerAndSerialNumber> issuerAndSerialNumber;
-    pki::Owned<AlgorithmIdentifier> digestAlgorithm;
-    pki::Owned<AlgorithmIdentifier> digestEncryptionAlgorithm;
-    pki::Owned<AsnOctetString> encryptedDigest;
-    pki::Owned<AsnSetOf<PKCS7Attribute>> authenticatedAttributes;
-    pki::Owned<AsnSetOf<PKCS7Attribute>> unauthenticatedAttributes;
+    Held<ContentInfo> innerContent;
+    Held<SignerInfo> signer;
+    Held<IssuerAndSerialNumber> issuerAndSerialNumber;
+    Held<AlgorithmIdentifier> digestAlgorithm;
+    Held<AlgorithmIdentifier> digestEncryptionAlgorithm;
+    Held<AsnOctetString> encryptedDigest;
+    Held<AsnSetOf<PKCS7Attribute>> authenticatedAttributes;
+    Held<AsnSetOf<PKCS7Attribute>> unauthenticatedAttributes;
 };
 
 #endif
