@@ -30,6 +30,9 @@ class Held {
 
     void clear() { value.reset(); }
 
+    // Null if there is nothing.
+    const T* get() const { return value.get(); }
+
     explicit operator bool() const { return value != nullptr; }
     const T& operator*() const { return *value; }
     T& operator*() { return *value; }
