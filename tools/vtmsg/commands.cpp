@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <memory>
 #include <random>
 
 #include "foundation/byte.h"
@@ -19,8 +20,6 @@ using tools::Arguments;
 using tools::InputError;
 using tools::quoted;
 using tools::UsageError;
-
-enum Mode { kAttached = 1, kDetached = 2 };
 
 // Complaints about a file other than the one that the command reads name it.
 template <typename Read>
@@ -44,6 +43,10 @@ std::string contentOf(const std::string& file) {
 
 std::string certificateOf(const std::string& file) {
     return from(file, [](const std::string& name) { return readDer(name, "CERTIFICATE").front(); });
+}
+
+std::unique_ptr<PrivateKey> privateKey(const Arguments& arguments) {
+    return from(needed(arguments, "--key"), [](const std::string& file) { return std::make_unique<PrivateKey>(file); });
 }
 
 // The message in the input: DER, or the first block of PEM, or base64.
@@ -165,7 +168,7 @@ std::string readType(const Arguments& /*arguments*/, const std::string& input) {
     const std::int32_t type = PKCS7_GetMsgType(Context(), &blob);
     if (type < 0)
         throw Failure(type);
-    if (type == 0)
+    if (type == PKCS7_UNKNOWN)
         throw InputError("no PKCS#7 message, or one of a type that is not known");
     return std::string(kTypes[type - 1]) + "\n";
 }
@@ -192,7 +195,7 @@ void listCertificates(const std::string& input, const List& certificates) {
     const PKCS_Blob blob = lend(message);
     Output content;
     const std::int32_t code =
-        PKCS7_ReadSignedDataMsg(Context(), &blob, kAttached, nullptr, certificates, nullptr, content);
+        PKCS7_ReadSignedDataMsg(Context(), &blob, PKCS7_ATTACHED, nullptr, certificates, nullptr, content);
     if (certificates.count() == 0)
         throw InputError(code == 0 ? "the message carries no certificates" : Failure(code).what());
 }
@@ -233,12 +236,12 @@ std::string readSigned(const Arguments& arguments, const std::string& input) {
     const PKCS_Blob blob = lend(message);
     if (!arguments.has("--content")) {
         Output content;
-        require(PKCS7_ReadSignedDataMsg(Context(), &blob, kAttached, nullptr, nullptr, nullptr, content));
+        require(PKCS7_ReadSignedDataMsg(Context(), &blob, PKCS7_ATTACHED, nullptr, nullptr, nullptr, content));
         return content.bytes();
     }
     const std::string content = contentOf(arguments.value("--content"));
     PKCS_Blob given = lend(content);
-    require(PKCS7_ReadSignedDataMsg(Context(), &blob, kDetached, nullptr, nullptr, nullptr, &given));
+    require(PKCS7_ReadSignedDataMsg(Context(), &blob, PKCS7_DETACHED, nullptr, nullptr, nullptr, &given));
     return "verified\n";
 }
 
@@ -252,8 +255,7 @@ std::string writeSigned(const Arguments& arguments, const std::string& input) {
     const PKCS_Alg digest = algorithm(chosen(arguments, "--digest", kDigests).algType);
     const PKCS_Alg signature = algorithm(kRsa);
     const std::string certificate = certificateOf(needed(arguments, "--cert"));
-    const auto key =
-        from(needed(arguments, "--key"), [](const std::string& file) { return std::make_unique<PrivateKey>(file); });
+    const std::unique_ptr<PrivateKey> key = privateKey(arguments);
     List certificates;
     List certificateLists;
     addAll(arguments, "--add-cert", "CERTIFICATE", certificates);
@@ -262,24 +264,23 @@ std::string writeSigned(const Arguments& arguments, const std::string& input) {
     const PKCS_Blob signer = lend(certificate);
     Output message;
     require(PKCS7_WriteSignedDataMsg(Context(), &data, &digest, &signature,
-                                     arguments.has("--detached") ? kDetached : kAttached, &signer, key->record(),
-                                     certificates, certificateLists, message));
+                                     arguments.has("--detached") ? PKCS7_DETACHED : PKCS7_ATTACHED, &signer,
+                                     key->record(), certificates, certificateLists, message));
     return asMessage(arguments, message.bytes());
 }
 
 std::string readEnveloped(const Arguments& arguments, const std::string& input) {
     const std::string message = messageIn(input);
     const PKCS_Blob blob = lend(message);
-    const auto key =
-        from(needed(arguments, "--key"), [](const std::string& file) { return std::make_unique<PrivateKey>(file); });
+    const std::unique_ptr<PrivateKey> key = privateKey(arguments);
     Output data;
     if (!arguments.has("--ciphertext")) {
-        require(PKCS7_ReadEnvelopedDataMsg(Context(), &blob, kAttached, key->record(), nullptr, data));
+        require(PKCS7_ReadEnvelopedDataMsg(Context(), &blob, PKCS7_ATTACHED, key->record(), nullptr, data));
         return data.bytes();
     }
     const std::string ciphertext = contentOf(arguments.value("--ciphertext"));
     const PKCS_Blob given = lend(ciphertext);
-    require(PKCS7_ReadEnvelopedDataMsg(Context(), &blob, kDetached, key->record(), &given, data));
+    require(PKCS7_ReadEnvelopedDataMsg(Context(), &blob, PKCS7_DETACHED, key->record(), &given, data));
     return "decrypts\n";
 }
 
@@ -292,8 +293,8 @@ std::string writeEnveloped(const Arguments& arguments, const std::string& input)
     Output ciphertext;
     Output message;
     require(PKCS7_WriteEnvelopedDataMsg(Context(), &data, cipher.record(), &transport,
-                                        arguments.has("--ciphertext") ? kDetached : kAttached, &recipient, ciphertext,
-                                        message));
+                                        arguments.has("--ciphertext") ? PKCS7_DETACHED : PKCS7_ATTACHED, &recipient,
+                                        ciphertext, message));
     if (arguments.has("--ciphertext"))
         tools::writeOutput(arguments.value("--ciphertext"), ciphertext.bytes());
     return asMessage(arguments, message.bytes());
@@ -302,18 +303,17 @@ std::string writeEnveloped(const Arguments& arguments, const std::string& input)
 std::string readSignedAndEnveloped(const Arguments& arguments, const std::string& input) {
     const std::string message = messageIn(input);
     const PKCS_Blob blob = lend(message);
-    const auto key =
-        from(needed(arguments, "--key"), [](const std::string& file) { return std::make_unique<PrivateKey>(file); });
+    const std::unique_ptr<PrivateKey> key = privateKey(arguments);
     if (!arguments.has("--ciphertext")) {
         Output data;
-        require(PKCS7_ReadSignedAndEnvelopedDataMsg(Context(), &blob, kAttached, key->record(), nullptr, nullptr,
+        require(PKCS7_ReadSignedAndEnvelopedDataMsg(Context(), &blob, PKCS7_ATTACHED, key->record(), nullptr, nullptr,
                                                     nullptr, data));
         return data.bytes();
     }
     const std::string ciphertext = contentOf(arguments.value("--ciphertext"));
     PKCS_Blob given = lend(ciphertext);
-    require(PKCS7_ReadSignedAndEnvelopedDataMsg(Context(), &blob, kDetached, key->record(), nullptr, nullptr, nullptr,
-                                                &given));
+    require(PKCS7_ReadSignedAndEnvelopedDataMsg(Context(), &blob, PKCS7_DETACHED, key->record(), nullptr, nullptr,
+                                                nullptr, &given));
     return "verified\n";
 }
 

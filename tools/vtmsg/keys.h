@@ -3,7 +3,6 @@
 #define VT_TOOLS_VTMSG_KEYS_H
 
 #include <array>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -27,7 +26,7 @@ class PrivateKey {
     PrivateKey& operator=(const PrivateKey&) = delete;
 
     // Borrowed; lives as long as the key.
-    PKCS_PriKey* record() { return &key; }
+    const PKCS_PriKey* record() const { return &key; }
 
   private:
     void take(const RSAPrivateKey& from);
