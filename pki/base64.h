@@ -48,8 +48,8 @@ class VT_API VT_Base64 {
         std::uint32_t column;    // in a line of 76 characters, from 1; lines are not broken by it
     };
     struct DecoderState {
-        std::uint32_t count;  // characters pending, 0 to 3
-        char chars[3];
+        std::uint32_t count;      // characters pending, 0 to 3
+        unsigned char values[3];  // of them, 0 to 64
     };
 
     static EncoderState* encodeini();

@@ -25,6 +25,8 @@
 #ifndef VT_PKI_NAME_H
 #define VT_PKI_NAME_H
 
+#include <memory>
+
 #include "foundation/export.h"
 #include "schema/x509.h"
 
@@ -65,7 +67,7 @@ class VT_API VT_Name {
   private:
     using RdnSequence = AsnSequenceOf<AsnSetOf<AttributeTypeAndDistinguishedValue>>;
 
-    RdnSequence* rdnSequence;  // owned, never null
+    std::unique_ptr<RdnSequence> rdnSequence;  // never null
 };
 
 #endif
