@@ -197,6 +197,7 @@ def add(name, comment, der):
 
 
 root = add("RootSha1", "openssl req -x509 -sha1, 1024 bits", self_signed("root", "sha1", ROOT))
+add("RootKey", "openssl rsa -RSAPublicKey_out: its key", openssl("rsa", "-in", SCRATCH / "root.key", "-RSAPublicKey_out", "-outform", "DER"))
 add("RootMd5", "openssl req -x509 -md5, the same key and name", self_signed("root_md5", "md5", ROOT, of="root"))
 add("RootSha256", "openssl req -x509 -sha256, the same key and name", self_signed("root_sha256", "sha256", ROOT, of="root"))
 add("OtherRoot", "openssl req -x509 -sha1, another key, the same name", self_signed("other", "sha1", ROOT))
