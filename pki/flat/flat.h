@@ -201,6 +201,75 @@ VT_API int32_t VT_Log(const char* format, ...) VT_PRINTF_LIKE;
  * sixteen bytes a line in hex. Null bytes are written as "00". */
 VT_API void VT_PrintBuf(const char* title, const uint8_t* bytes, uint32_t length);
 
+/* ---- Digested, encrypted and enveloped messages ----------------------------------------------------------------- */
+
+/* The other kinds of PKCS#7 messages (RFC 2315), under the rules of the signed ones: a context carries the operations,
+ * the Write functions take raw bytes or a message to be nested, and the Read functions give raw bytes, or the inner
+ * message whole where it is not data. An inner message that was encrypted comes back with its content as an OCTET
+ * STRING, as encryption keeps the content's bytes alone.
+ *
+ * What all have in common:
+ *
+ *     0        success
+ *     -1001    a required element of the message is absent
+ *     -1003    a blob that must have data has none
+ *     -1006    an algorithm or a mode that is not supported
+ *     -1009    a message of another type
+ *     -1010    a null argument that is not optional, or malformed DER (PKCS7_ReadDigestedDataMsg: -3000 for the latter)
+ *     -1013    the context has no operation object
+ *     -1020    another version of the format
+ *     -1031    exhausted memory
+ *     other    codes of the engine and of the token, such as -12 for a key that does not open the session key
+ *
+ * An output blob is written on success alone. The caller frees it with T_free.
+ *
+ * mode is 1 for a message that carries its content, 2 for one that leaves it out. */
+
+/* PKCS7_WriteEncryptedDataMsg encrypts under a key that the reader has already. alg names the cipher (4 to 7), with its
+ * IV and, for RC2, the effective bits; of key, keyLength is what the cipher is told. */
+VT_API int32_t PKCS7_WriteEncryptedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* data, const PKCS_Alg* alg,
+                                           const PKCS_Key* key, PKCS_Blob* message);
+
+/* PKCS7_ReadEncryptedDataMsg decrypts with the bytes of key, by the algorithm that the message names. There is no
+ * check of integrity: a wrong key can give nonsense with 0. */
+VT_API int32_t PKCS7_ReadEncryptedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, const PKCS_Blob* key,
+                                          PKCS_Blob* data);
+
+/* PKCS7_WriteDigestedDataMsg puts data and its digest into a message. alg is 1 (SHA-1), 2 (MD5) or 3 (MD2). */
+VT_API int32_t PKCS7_WriteDigestedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* data, const PKCS_Alg* alg,
+                                          PKCS_Blob* message);
+
+/* PKCS7_ReadDigestedDataMsg gives the data if it has the digest in the message, else -1012. */
+VT_API int32_t PKCS7_ReadDigestedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, PKCS_Blob* data);
+
+/* PKCS7_WriteEnvelopedDataMsg encrypts for the holder of an X.509 certificate (DER, RSA key). contentAlg is the cipher
+ * as above, but effectiveBits is also the length of the session key, whatever the cipher: 64 for DES, 192 for triple
+ * DES, 40, 64 or 128 for RC2. keyAlg is 8 (RSA). With mode 2 the message leaves the ciphertext out, and ciphertext, if
+ * it is not null, receives it; any other mode counts as 1, and a ciphertext that is not null becomes empty.
+ *
+ * The session key is derived from the current second, so whoever knows when a message was made can open it; see
+ * docs/security.md. */
+VT_API int32_t PKCS7_WriteEnvelopedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* data, const PKCS_Alg* contentAlg,
+                                           const PKCS_Alg* keyAlg, int32_t mode, const PKCS_Blob* certificate,
+                                           PKCS_Blob* ciphertext, PKCS_Blob* message);
+
+/* PKCS7_ReadEnvelopedDataMsg opens a message with the private key of its first recipient; no recipient is matched
+ * against the key, and further ones are not looked at. With mode 2 ciphertext has the ciphertext, and 0 says that it
+ * decrypts; data is left as it is. With mode 1 ciphertext is not looked at. */
+VT_API int32_t PKCS7_ReadEnvelopedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, int32_t mode, const PKCS_PriKey* key,
+                                          const PKCS_Blob* ciphertext, PKCS_Blob* data);
+
+/* PKCS7_ReadSignedAndEnvelopedDataMsg opens a message as above and verifies its signers as PKCS7_ReadSignedDataMsg
+ * does, with the same lists, the same treatment of an external signer's certificate, and -1017 if no signer is
+ * verified. With mode 2 data has the ciphertext and is left as it is. */
+VT_API int32_t PKCS7_ReadSignedAndEnvelopedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, int32_t mode,
+                                                   const PKCS_PriKey* key, const PKCS_Blob* signerCertificate,
+                                                   VT_List* certificates, VT_List* certificateLists, PKCS_Blob* data);
+
+/* PKCS7_WriteSignedAndEnvelopedDataMsg does nothing, looks at none of its arguments and gives 0. No message of this
+ * kind was ever written here, and there are callers that link to the name. */
+VT_API int32_t PKCS7_WriteSignedAndEnvelopedDataMsg(PKCS_Ctx* ctx, ...);
+
 #ifdef __cplusplus
 }
 #endif

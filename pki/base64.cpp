@@ -1,0 +1,1 @@
+#include "pki/base64.h"

@@ -1,0 +1,1 @@
+#include "pki/certificate_tool.h"

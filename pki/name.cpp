@@ -1,0 +1,1 @@
+#include "pki/name.h"
