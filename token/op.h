@@ -7,8 +7,8 @@
 //     code = op.Sign(alg, key, digestInfo, signature);         // builds, runs and frees all that it needs
 //     op.destroyChooser();                                     // the destructor does not
 //
-// An operation leaves nothing behind but what the chooser holds. On failure its outputs are as they were, and an output
-// may be the same object as the input.
+// An operation leaves nothing behind but what the chooser holds. On failure its outputs are as they were (but for keys
+// that memory runs out upon), and an output may be the same object as the input.
 //
 // Results, unless an operation tells more:
 //       0    success
