@@ -7,6 +7,7 @@
 
 #include "foundation/byte.h"
 #include "pki/certificate.h"
+#include "token/codes.h"
 #include "tools/common/input.h"
 #include "tools/common/output.h"
 #include "tools/vtmsg/keys.h"
@@ -189,7 +190,7 @@ std::string writeData(const Arguments& arguments, const std::string& input) {
 }
 
 // The certificates of a signed message. The verdict about its signers does not matter here: a message that only carries
-// certificates has none. A message that holds nothing else that could be read gives no certificate and its code.
+// certificates has none. Where there are none, the code says why the message could not be read, if it could not.
 void listCertificates(const std::string& input, const List& certificates) {
     const std::string message = messageIn(input);
     const PKCS_Blob blob = lend(message);
@@ -197,9 +198,20 @@ void listCertificates(const std::string& input, const List& certificates) {
     const std::int32_t code =
         PKCS7_ReadSignedDataMsg(Context(), &blob, PKCS7_ATTACHED, nullptr, certificates, nullptr, content);
     if (certificates.count() == 0)
-        throw InputError(code == 0 ? "the message carries no certificates" : Failure(code).what());
+        throw InputError(code == 0 || code == token::kNoSignerVerified ? "the message carries no certificates"
+                                                                       : Failure(code).what());
 }
 
+// A node is a label of four characters, "=" and the value: " CN =Root".
+std::string named(const MiByte& node) {
+    constexpr std::size_t kLabel = 4;
+    const std::string text(node.GetChars(), node.GetLength());
+    std::string label = text.substr(0, kLabel);
+    label.erase(std::remove(label.begin(), label.end(), ' '), label.end());
+    return label + text.substr(kLabel);
+}
+
+// The subject on one line, without what a terminal would act on.
 std::string subjectOf(const std::string& der) {
     VT_Certificate certificate;
     certificate.setCertificate(MiByte(der.data(), static_cast<unsigned int>(der.size())));
@@ -208,8 +220,8 @@ std::string subjectOf(const std::string& der) {
     std::string text = "subject:";
     for (int i = 0; i < total; ++i) {
         MiByte node;
-        if (certificate.getSubjectsByIndex(i, node) == 0 && !node.Empty())
-            text += (i == 0 ? " " : ", ") + std::string(node.GetChars(), node.GetLength()).substr(1);
+        if (certificate.getSubjectsByIndex(i, node) == 0)
+            text += (i == 0 ? " " : ", ") + named(node);
     }
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');

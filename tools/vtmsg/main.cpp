@@ -27,8 +27,8 @@ constexpr char kUsage[] = "usage: vtmsg COMMAND [OPTION]... [FILE]\n       vtmsg
 
 constexpr char kHelp[] =
     "\n"
-    "FILE is what the command reads: a message for the first column, the content of one\n"
-    "for those that make a message. Without FILE, or for -, it is standard input.\n"
+    "FILE is what the command reads: a message, or for the commands that write one its\n"
+    "content. Without FILE, or for -, it is standard input.\n"
     "Messages, certificates and keys are DER, PEM or base64; keys are PKCS#8 or PKCS#1\n"
     "and not encrypted.\n"
     "\n"
@@ -58,7 +58,8 @@ constexpr char kHelp[] =
 void printHelp() {
     std::cout << kUsage << '\n';
     for (const Command& command : vtmsg::commands())
-        std::cout << "  " << command.name << ' ' << command.arguments << "\n      " << command.summary << '\n';
+        std::cout << "  " << command.name << (*command.arguments == '\0' ? "" : " ") << command.arguments << "\n      "
+                  << command.summary << '\n';
     std::cout << kHelp;
 }
 
