@@ -24,9 +24,11 @@ extern "C" {
 
 enum {
     VT_E_KEY_BITS = -1008,         /* a Microsoft key blob of another bit length than 512, 1024 or 2048 */
-    VT_E_NULL_ARGUMENT = -1010,    /* a null argument */
+    VT_E_NULL_ARGUMENT = -1010,    /* a null argument; malformed DER too, in the functions that say so */
     VT_E_BUFFER_TOO_SMALL = -1019, /* the caller's buffer is too small */
-    VT_E_MEMORY = -1031            /* memory allocation failed */
+    VT_E_MEMORY = -1031,           /* memory allocation failed */
+    VT_E_MALFORMED = -3000,        /* malformed DER */
+    VT_E_NO_CERTIFICATES = 8014    /* PKCS7_GetLeafCert got no certificates */
 };
 
 /* The list functions have small codes of their own. */
@@ -200,6 +202,205 @@ VT_API int32_t VT_Log(const char* format, ...) VT_PRINTF_LIKE;
 /* VT_PrintBuf writes bytes to standard output by VT_Log: the title, if there is one, as "title (n bytes):", then
  * sixteen bytes a line in hex. Null bytes are written as "00". */
 VT_API void VT_PrintBuf(const char* title, const uint8_t* bytes, uint32_t length);
+
+/* ---- Contexts and PKCS#11 modules ------------------------------------------------------------------------------- */
+
+#ifdef __cplusplus
+}
+class VT_P11_OP;
+extern "C" {
+#else
+typedef struct VT_P11_OP VT_P11_OP;
+#endif
+
+/* A context: what the message functions compute with. It belongs to one caller at a time. */
+typedef struct PKCS_Ctx {
+    VT_P11_OP* operation; /* owned */
+    uint32_t chooserCreated;
+    uint8_t spare[2];
+} PKCS_Ctx;
+
+/* Where a context computes. If both texts are there and a module is loaded, that is the token of the newest module;
+ * else this library's own engine. The other words are carried along. */
+typedef struct PKCS_Settings {
+    uint32_t first;
+    const char* text1;
+    uint32_t length1;
+    const char* text2;
+    uint32_t length2;
+    uint32_t unused;
+} PKCS_Settings;
+
+/* PKCS_GetVersion gives a constant text that begins "VTF4C 0.99(beta) Build20030320". */
+VT_API const char* PKCS_GetVersion(void);
+
+/* PKCS_Initialize loads a PKCS#11 module by its file name, finds the first token whose label begins with the one given
+ * (PKCS#11 C_GetTokenInfo), and logs in with the PIN. A null module loads nothing and gives 0. The contexts made from
+ * then on can use the token. Codes: -20 if the module does not load, -17 if it is no PKCS#11 module or has no token,
+ * -21 if no token has the label, and positive ones of the module, such as 160 for a wrong PIN. */
+VT_API int32_t PKCS_Initialize(const char* module, const char* label, const char* pin);
+
+/* PKCS_Finalize logs out of the newest module and unloads it; 0 if none is loaded. Destroy its contexts before. */
+VT_API int32_t PKCS_Finalize(void);
+
+/* PKCS_CreateCtx stores a new context; null settings are settings of zeros, which choose the software. -1010 for a null
+ * ctx, -1031 for exhausted memory, and what a token answers; *ctx is null then. The caller gives the context back with
+ * PKCS_DestroyCtx. */
+VT_API int32_t PKCS_CreateCtx(PKCS_Ctx** ctx, const PKCS_Settings* settings);
+
+/* PKCS_DestroyCtx frees a context and stores null. Null, and a pointer to null, are accepted. Always 0. */
+VT_API int32_t PKCS_DestroyCtx(PKCS_Ctx** ctx);
+
+/* ---- Data and signed messages ----------------------------------------------------------------------------------- */
+
+/* PKCS#7 messages (RFC 2315) in DER.
+ *
+ * The Write functions but PKCS7_WriteDataMsg take raw bytes, or a message, which is nested as it stands: whatever
+ * PKCS7_GetMsgType does not give 0 for. The Read functions give raw bytes, or the inner message whole where it is not
+ * data.
+ *
+ * What all have in common:
+ *
+ *     0        success
+ *     -1001    a required element of the message is absent
+ *     -1003    a blob that must have data has none, or the message has no content
+ *     -1006    an algorithm or a mode that is not supported
+ *     -1009    a message of another type
+ *     -1010    a null argument that is not optional
+ *     -1013    the context has no operation object
+ *     -1031    exhausted memory
+ *     -3000    malformed DER (PKCS7_WriteSignedDataMsg: -1010)
+ *     other    codes of the engine and of the token
+ *
+ * An output blob is written on success alone. The caller frees it with T_free. */
+
+/* What PKCS7_GetMsgType gives. */
+enum {
+    PKCS7_UNKNOWN = 0,
+    PKCS7_DATA = 1,
+    PKCS7_ENCRYPTED = 2,
+    PKCS7_DIGESTED = 3,
+    PKCS7_SIGNED = 4,
+    PKCS7_ENVELOPED = 5,
+    PKCS7_SIGNED_AND_ENVELOPED = 6
+};
+
+/* Whether a message carries its content. */
+enum { PKCS7_ATTACHED = 1, PKCS7_DETACHED = 2 };
+
+/* PKCS7_GetMsgType tells the type of a message by its content type alone. Bytes that are no message are PKCS7_UNKNOWN
+ * (0), malformed DER included. -1001 for a message without a content type, -1003 for a null data pointer, -1010 for a
+ * null argument. */
+VT_API int32_t PKCS7_GetMsgType(PKCS_Ctx* ctx, const PKCS_Blob* message);
+
+/* PKCS7_ReadDataMsg gives the bytes of a data message. */
+VT_API int32_t PKCS7_ReadDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, PKCS_Blob* data);
+
+/* PKCS7_WriteDataMsg makes a data message of any bytes, those of another message included. */
+VT_API int32_t PKCS7_WriteDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* data, PKCS_Blob* message);
+
+/* PKCS7_WriteSignedDataMsg signs data (RSA, PKCS#1 v1.5). digest is 1 (SHA-1), 2 (MD5) or 3 (MD2); signature is 8
+ * (RSA). signerCertificate is the X.509 certificate of the key, which goes into the message first; certificates and
+ * certificateLists, which may be null, are lists of DER that follow it. mode is PKCS7_ATTACHED, or PKCS7_DETACHED for a
+ * message without the data; any other gives -1003. The signer has no authenticated attributes. That the key belongs to
+ * the certificate is not checked. */
+VT_API int32_t PKCS7_WriteSignedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* data, const PKCS_Alg* digest,
+                                        const PKCS_Alg* signature, int32_t mode, const PKCS_Blob* signerCertificate,
+                                        const PKCS_PriKey* key, const VT_List* certificates,
+                                        const VT_List* certificateLists, PKCS_Blob* message);
+
+/* PKCS7_ReadSignedDataMsg verifies a message. certificates and certificateLists, which may be null, receive the
+ * certificates and revocation lists of the message as DER, behind what they hold; what they received stays there when
+ * the function fails. With PKCS7_ATTACHED, data receives the content; with PKCS7_DETACHED, data has the content and is
+ * left as it is.
+ *
+ * The first signer that verifies makes the message good. A signer is checked by the certificate of the message that has
+ * its issuer and serial number; one without such a certificate is passed over, and so is one whose digest differs.
+ * Nothing is asked of the certificates themselves: neither who issued them nor whether they are still valid. With a
+ * signerCertificate, which may be null, no signer is found: callers rely on -1017 there.
+ *
+ *     -1003         attached content is asked for and there is none; so for a message of certificates alone, which
+ *                   fills the list
+ *     -1017         no signer verified
+ *     -1009, -1018, -1020, -1021, -1022   what is wrong with a signer (pki/signer_info.h); it ends the call */
+VT_API int32_t PKCS7_ReadSignedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, int32_t mode,
+                                       const PKCS_Blob* signerCertificate, VT_List* certificates,
+                                       VT_List* certificateLists, PKCS_Blob* data);
+
+/* PKCS7_GetLeafCert gives the first certificate of a list that issued none of the others, as subjects and issuers tell:
+ * the end of a chain in any order. A lone certificate is the leaf. 8014 for a null or an empty list; -1001 if each
+ * issued another; -1010 for a null der or length, and for something that is no certificate; -1031 for exhausted memory.
+ * The caller frees *der with T_free. */
+VT_API int32_t PKCS7_GetLeafCert(const VT_List* list, uint8_t** der, uint32_t* length);
+
+/* ---- Digested, encrypted and enveloped messages ----------------------------------------------------------------- */
+
+/* The other kinds of PKCS#7 messages (RFC 2315), under the rules of the signed ones: a context carries the operations,
+ * the Write functions take raw bytes or a message to be nested, and the Read functions give raw bytes, or the inner
+ * message whole where it is not data. An inner message that was encrypted comes back with its content as an OCTET
+ * STRING, as encryption keeps the content's bytes alone.
+ *
+ * What all have in common:
+ *
+ *     0        success
+ *     -1001    a required element of the message is absent
+ *     -1003    a blob that must have data has none
+ *     -1006    an algorithm or a mode that is not supported
+ *     -1009    a message of another type
+ *     -1010    a null argument that is not optional, or malformed DER (PKCS7_ReadDigestedDataMsg: -3000 for the latter)
+ *     -1013    the context has no operation object
+ *     -1020    another version of the format
+ *     -1031    exhausted memory
+ *     other    codes of the engine and of the token, such as -12 for a key that does not open the session key
+ *
+ * An output blob is written on success alone. The caller frees it with T_free.
+ *
+ * mode is 1 for a message that carries its content, 2 for one that leaves it out. */
+
+/* PKCS7_WriteEncryptedDataMsg encrypts under a key that the reader has already. alg names the cipher (4 to 7), with its
+ * IV and, for RC2, the effective bits; of key, keyLength is what the cipher is told. */
+VT_API int32_t PKCS7_WriteEncryptedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* data, const PKCS_Alg* alg,
+                                           const PKCS_Key* key, PKCS_Blob* message);
+
+/* PKCS7_ReadEncryptedDataMsg decrypts with the bytes of key, by the algorithm that the message names. There is no
+ * check of integrity: a wrong key can give nonsense with 0. */
+VT_API int32_t PKCS7_ReadEncryptedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, const PKCS_Blob* key,
+                                          PKCS_Blob* data);
+
+/* PKCS7_WriteDigestedDataMsg puts data and its digest into a message. alg is 1 (SHA-1), 2 (MD5) or 3 (MD2). */
+VT_API int32_t PKCS7_WriteDigestedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* data, const PKCS_Alg* alg,
+                                          PKCS_Blob* message);
+
+/* PKCS7_ReadDigestedDataMsg gives the data if it has the digest in the message, else -1012. */
+VT_API int32_t PKCS7_ReadDigestedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, PKCS_Blob* data);
+
+/* PKCS7_WriteEnvelopedDataMsg encrypts for the holder of an X.509 certificate (DER, RSA key). contentAlg is the cipher
+ * as above, but effectiveBits is also the length of the session key, whatever the cipher: 64 for DES, 192 for triple
+ * DES, 40, 64 or 128 for RC2. keyAlg is 8 (RSA). With mode 2 the message leaves the ciphertext out, and ciphertext, if
+ * it is not null, receives it; any other mode counts as 1, and a ciphertext that is not null becomes empty.
+ *
+ * The session key is derived from the current second, so whoever knows when a message was made can open it; see
+ * docs/security.md. */
+VT_API int32_t PKCS7_WriteEnvelopedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* data, const PKCS_Alg* contentAlg,
+                                           const PKCS_Alg* keyAlg, int32_t mode, const PKCS_Blob* certificate,
+                                           PKCS_Blob* ciphertext, PKCS_Blob* message);
+
+/* PKCS7_ReadEnvelopedDataMsg opens a message with the private key of its first recipient; no recipient is matched
+ * against the key, and further ones are not looked at. With mode 2 ciphertext has the ciphertext, and 0 says that it
+ * decrypts; data is left as it is. With mode 1 ciphertext is not looked at. */
+VT_API int32_t PKCS7_ReadEnvelopedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, int32_t mode, const PKCS_PriKey* key,
+                                          const PKCS_Blob* ciphertext, PKCS_Blob* data);
+
+/* PKCS7_ReadSignedAndEnvelopedDataMsg opens a message as above and verifies its signers as PKCS7_ReadSignedDataMsg
+ * does, with the same lists, the same treatment of an external signer's certificate, and -1017 if no signer is
+ * verified. With mode 2 data has the ciphertext and is left as it is. */
+VT_API int32_t PKCS7_ReadSignedAndEnvelopedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, int32_t mode,
+                                                   const PKCS_PriKey* key, const PKCS_Blob* signerCertificate,
+                                                   VT_List* certificates, VT_List* certificateLists, PKCS_Blob* data);
+
+/* PKCS7_WriteSignedAndEnvelopedDataMsg does nothing, looks at none of its arguments and gives 0. No message of this
+ * kind was ever written here, and there are callers that link to the name. */
+VT_API int32_t PKCS7_WriteSignedAndEnvelopedDataMsg(PKCS_Ctx* ctx, ...);
 
 #ifdef __cplusplus
 }
