@@ -596,7 +596,7 @@ TEST(AlgTest, AssigningToItselfChangesNothing) {
 }
 
 TEST(AlgTest, ACopyWithoutMemoryHasNoIv) {
-    const VT_P11_Alg original = ready(6);
+    VT_P11_Alg original = ready(6);
     VT_P11_Alg assigned = ready(5);
     AlgFields copied = {};
     {
@@ -608,6 +608,7 @@ TEST(AlgTest, ACopyWithoutMemoryHasNoIv) {
         const FailingHeap heap(1);
         assigned = original;
     }
+    original.Reset();
     for (const AlgFields& fields : {copied, fieldsOf(assigned)}) {
         EXPECT_EQ(fields.algType, 6);
         EXPECT_EQ(fields.effectiveBits, 40);
