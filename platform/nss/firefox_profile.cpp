@@ -6,6 +6,7 @@
 
 #include "platform/nss/der.h"
 #include "platform/nss/firefox.h"
+#include "platform/nss/parameter.h"
 #include "platform/posix/last_error.h"
 
 namespace platform::nss {
@@ -37,22 +38,11 @@ const char* databaseKind(const std::string& folder) {
     return access((folder + "/cert8.db").c_str(), R_OK) == 0 ? "dbm:" : nullptr;
 }
 
-// The parameters of a token. They are read twice, and each time a backslash goes.
-std::string tokenParameters(const std::string& folder, const char* kind) {
-    std::string quoted;
-    for (const char c : folder) {
-        if (c == '\'' || c == '\\')
-            quoted += "\\";
-        quoted += c;
-    }
-    return std::string("configDir='") + kind + quoted + "' tokenDescription='Firefox profile' flags=readOnly,noKeyDB";
-}
-
 // One token of NSS that is an open profile, beside whatever the process has open.
 class Profile {
   public:
     // isOpen tells whether it succeeded.
-    explicit Profile(const std::string& parameters) {
+    explicit Profile(const std::string& database) {
         // A context of its own: NSS is started for it where nobody uses it, and else nothing happens.
         constexpr PRUint32 kNothing = NSS_INIT_READONLY | NSS_INIT_NOCERTDB | NSS_INIT_NOMODDB | NSS_INIT_FORCEOPEN |
                                       NSS_INIT_NOROOTINIT | NSS_INIT_OPTIMIZESPACE;
@@ -60,6 +50,8 @@ class Profile {
         if (context_ == nullptr)
             return;
         const std::vector<PK11SlotInfo*> before = presentTokens();
+        const std::string parameters =
+            "configDir=" + quoted(database) + " tokenDescription='Firefox profile' flags=readOnly,noKeyDB";
         slot_ = firefox().SECMOD_OpenUserDB(parameters.c_str());
         // A database that the host has open already is given as the host's own token.
         isOurs_ = std::find(before.begin(), before.end(), slot_) == before.end();
@@ -150,7 +142,7 @@ DWORD searchFor(const Bytes& der, PK11SlotInfo* slot) {
 
 HANDLE OpenProfile(LPCSTR folder) {
     const char* kind = databaseKind(folder);
-    auto profile = kind != nullptr ? std::make_unique<Profile>(tokenParameters(folder, kind)) : nullptr;
+    auto profile = kind != nullptr ? std::make_unique<Profile>(kind + std::string(folder)) : nullptr;
     if (profile == nullptr || !profile->isOpen()) {
         posix::setLastError(NTE_FAIL);
         return nullptr;
