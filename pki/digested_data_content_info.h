@@ -14,7 +14,12 @@ class AlgorithmIdentifier;
 class AsnOctetString;
 class ContentInfo;
 class DigestedData;
+class MiByte;
 class VT_P11_OP;
+
+namespace pki {
+struct EnvelopedAccess;
+}
 
 // Setters copy in, getters copy out. Each operation gives 0 or a code (token/codes.def); codes of the token layer pass
 // through, and so do the exceptions of malformed DER.
@@ -48,11 +53,13 @@ class VT_API VT_DigestedDataContentInfo {
     // for another version than 0.
     int decomposeDigestedDataContentInfo(const ContentInfo& content);
 
-    // Reset lets go of every member. Always 0.
-    int Reset();
+    // Reset lets go of every member.
+    void Reset();
 
   private:
-    int digestContent(VT_P11_OP& op, AsnOctetString& result) const;
+    friend struct pki::EnvelopedAccess;
+
+    int digestContent(VT_P11_OP& op, MiByte& result) const;
 
     Held<AlgorithmIdentifier> digestAlgorithm;
     Held<ContentInfo> innerContent;

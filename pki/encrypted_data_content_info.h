@@ -21,6 +21,10 @@ class VT_P11_Alg;
 class VT_P11_Key;
 class VT_P11_OP;
 
+namespace pki {
+struct EnvelopedAccess;
+}
+
 // Setters copy in, getters copy out. Each operation gives 0 or a code (token/codes.def); codes of the token layer pass
 // through, and so do the exceptions of malformed DER.
 //
@@ -58,10 +62,12 @@ class VT_API VT_EncryptedDataContentInfo {
     // version than 0.
     int decomposeEncryptedDataContentInfo(const ContentInfo& content);
 
-    // Reset lets go of every member. Always 0.
-    int Reset();
+    // Reset lets go of every member.
+    void Reset();
 
   private:
+    friend struct pki::EnvelopedAccess;
+
     Held<EncryptedContentInfo> encryptedContent;
     Held<ContentInfo> innerContent;
     Held<EncryptedData> encryptedData;  // the last one composed or decomposed

@@ -26,6 +26,10 @@ class VT_P11_Alg;
 class VT_P11_Key;
 class VT_P11_OP;
 
+namespace pki {
+struct EnvelopedAccess;
+}
+
 // Setters copy in, getters copy out. Each operation gives 0 or a code (token/codes.def); codes of the token layer pass
 // through, and so do the exceptions of malformed DER.
 //
@@ -72,10 +76,12 @@ class VT_API VT_EnvelopedDataContentInfo {
     // version than 0, -1001 for recipients in the form of a SEQUENCE.
     int decomposeEnvelopedDataContentInfo(const ContentInfo& content);
 
-    // Reset lets go of every member and starts an empty set of recipients. Always 0.
-    int Reset();
+    // Reset lets go of every member and starts an empty set of recipients.
+    void Reset();
 
   private:
+    friend struct pki::EnvelopedAccess;
+
     Held<ContentInfo> innerContent;
     Held<EncryptedContentInfo> encryptedContent;
     Held<AsnSetOf<RecipientInfo>> recipients;

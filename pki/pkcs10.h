@@ -79,8 +79,8 @@ class VT_API VT_PKCS10 {
     int verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request) const;
     int verifyPKCS10(VT_P11_OP& op, const MiByte& der) const;
 
-    // Reset starts anew with empty members. Always 0.
-    int Reset();
+    // Reset starts anew with empty members.
+    void Reset();
 
   private:
     Held<AsnSetOf<Attribute>> attributes;

@@ -48,8 +48,8 @@ class VT_API VT_RecipientInfo {
     int decomposeRecipientInfo(const RecipientInfo& value);
     int decomposeRecipientInfo(const MiByte& der);
 
-    // Reset lets go of every member. Always 0.
-    int Reset();
+    // Reset lets go of every member.
+    void Reset();
 
   private:
     Held<IssuerAndSerialNumber> issuerAndSerial;

@@ -34,6 +34,10 @@ class VT_P11_Alg;
 class VT_P11_Key;
 class VT_P11_OP;
 
+namespace pki {
+struct EnvelopedAccess;
+}
+
 // Setters copy in, getters copy out. Each operation gives 0 or a code (token/codes.def); codes of the token layer pass
 // through, and so do the exceptions of malformed DER.
 //
@@ -107,10 +111,12 @@ class VT_API VT_SignedAndEnvelopedDataContentInfo {
     // Certificates and revocation lists in that form count as not present.
     int decomposeSignedAndEnvelopedDataContentInfo(const ContentInfo& content);
 
-    // Reset lets go of every member and starts empty sets. Always 0.
-    int Reset();
+    // Reset lets go of every member and starts empty sets.
+    void Reset();
 
   private:
+    friend struct pki::EnvelopedAccess;
+
     bool certificatesPresent;
     bool certificateListsPresent;
     Held<ContentInfo> innerContent;

@@ -46,9 +46,8 @@ bool beginsWith(const CK_TOKEN_INFO& token, std::string_view label) {
 // either, and otherwise it counts as it stands.
 bool hasSessionLeft(const CK_TOKEN_INFO& token) {
     constexpr CK_ULONG kAllOnes32 = 0xffffffff;
-    constexpr CK_ULONG kAllOnes = ~CK_ULONG{0};
     const CK_ULONG most = token.ulMaxSessionCount;
-    if (most == 0 || most == kAllOnes32 || most == kAllOnes)
+    if (most == CK_EFFECTIVELY_INFINITE || most == kAllOnes32 || most == CK_UNAVAILABLE_INFORMATION)
         return true;
     return token.ulSessionCount < most && token.ulRwSessionCount < token.ulMaxRwSessionCount;
 }

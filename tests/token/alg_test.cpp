@@ -349,8 +349,8 @@ TEST(AlgTest, AnIdentifierWithoutAnAlgorithmIsRefused) {
     const AlgorithmIdentifier emptyText = identified("");
     AlgorithmIdentifier noMembers = identified("1.3.14.3.2.26");
     noMembers.ClearAllElements();
-    for (const AlgorithmIdentifier* identifier :
-         {&absent, &emptyText, &static_cast<const AlgorithmIdentifier&>(noMembers)}) {
+    const AlgorithmIdentifier* const identifiers[] = {&absent, &emptyText, &noMembers};
+    for (const AlgorithmIdentifier* identifier : identifiers) {
         VT_P11_Alg alg = ready(6);
         EXPECT_EQ(alg.setAlgorithmIdentifier(*identifier), -1001);
         expectNothingBut(alg, -1);
