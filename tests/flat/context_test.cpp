@@ -6,6 +6,7 @@
 #include "pki/flat/flat.h"
 #include "tests/flat/when_allocation_fails.h"
 #include "tests/p11/recording_module.h"
+#include "tests/support/replace.h"
 
 namespace {
 
@@ -125,15 +126,30 @@ TEST(ContextTest, BothTextsAndAModuleChooseTheToken) {
     EXPECT_EQ(PKCS_Finalize(), 0);
 }
 
-TEST(ContextTest, TokensRefusalIsGivenAndNothingIsLeft) {
+// A positive code counts as success here.
+TEST(ContextTest, TokenThatRefusesASessionGivesAContextThatComputesNothing) {
     RecordingModule module;
     module.addToken("Card");
     ASSERT_EQ(PKCS_Initialize(module.path(), "Card", "1234"), 0);
     module.fail("C_OpenSession", CKR_DEVICE_REMOVED);
     PKCS_Ctx* ctx = nullptr;
-    EXPECT_EQ(PKCS_CreateCtx(&ctx, &kTokenSettings), static_cast<int32_t>(CKR_DEVICE_REMOVED));
-    EXPECT_EQ(ctx, nullptr);
+    EXPECT_EQ(PKCS_CreateCtx(&ctx, &kTokenSettings), 0);
+    EXPECT_EQ(PKCS_DestroyCtx(&ctx), 0);
     module.succeed();
+    EXPECT_EQ(PKCS_Finalize(), 0);
+}
+
+TEST(ContextTest, ChoosersErrorIsGivenAndNothingIsLeft) {
+    RecordingModule module;
+    module.addToken("Card");
+    ASSERT_EQ(PKCS_Initialize(module.path(), "Card", "1234"), 0);
+    PKCS_Ctx* ctx = nullptr;
+    {
+        const support::Replaced<&platform::SystemApi::GetProcAddress> address(
+            [](HMODULE, LPCSTR) { return FARPROC{}; });
+        EXPECT_EQ(PKCS_CreateCtx(&ctx, &kTokenSettings), -17);
+    }
+    EXPECT_EQ(ctx, nullptr);
     EXPECT_EQ(PKCS_Finalize(), 0);
 }
 
