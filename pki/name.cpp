@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string>
 
 #include "foundation/byte.h"
 #include "foundation/byte_buffer.h"
@@ -28,14 +29,16 @@ constexpr Label kLabels[] = {
     {" DQ =", "2.5.4.46"}, {"  E =", "1.2.840.113549.1.9.1", true},
 };
 
-// labelNamed finds a label in either case; null for one that nobody may write.
-const Label* labelNamed(const MiString& text) {
+// labelOf finds the label of a node in either case; null for one that nobody may write.
+const Label* labelOf(const MiByte& node) {
+    const std::string label(node.GetChars(), kLabelLength);
+    const MiString text = label.c_str();
     const auto* found = std::find_if(std::begin(kLabels), std::end(kLabels),
                                      [&](const Label& known) { return text.CompareToIgnoreCase(known.text) == 0; });
     return found == std::end(kLabels) ? nullptr : found;
 }
 
-const char* labelOf(const AsnOid& type) {
+const char* labelTextOf(const AsnOid& type) {
     const auto* found = std::find_if(std::begin(kLabels), std::end(kLabels),
                                      [&](const Label& known) { return type.GetData() == known.type; });
     return found == std::end(kLabels) ? kUnknownLabel : found->text;
@@ -76,7 +79,7 @@ void VT_Name::Reset() {
 int VT_Name::addNameNode(const MiByte& node) {
     if (node.GetLength() <= kLabelLength)
         return token::kBufferTooSmall;
-    const Label* label = labelNamed(MiString(node.GetChars(), 0, kLabelLength));
+    const Label* label = labelOf(node);
     if (label == nullptr)
         return token::kUnsupported;
 
@@ -100,7 +103,7 @@ int VT_Name::getNameNodeByIndex(int index, MiByte& node) const {
     if (type == nullptr || value == nullptr)
         return token::kElementAbsent;
     const MiByte& bytes = value->GetData();
-    node.SetByte(labelOf(*type), kLabelLength).Concat(bytes.GetChars(), bytes.GetLength());
+    node.SetByte(labelTextOf(*type), kLabelLength).Concat(bytes.GetChars(), bytes.GetLength());
     return 0;
 }
 

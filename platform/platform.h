@@ -3,6 +3,7 @@
 #define VT_PLATFORM_PLATFORM_H
 
 #include "platform/crypto_api.h"
+#include "platform/firefox_api.h"
 #include "platform/system_api.h"
 #include "platform/types.h"
 

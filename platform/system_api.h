@@ -2,7 +2,7 @@
 //
 // On Windows each entry is the system's own function. Elsewhere platform/posix gives the same answers where there is
 // something to answer: "%HOMEDRIVE%" is empty and "%HOMEPATH%" is $HOME, the host module is the program's own file, the
-// ANSI code page is UTF-8, and there are no windows (the window entries return 0 and do nothing).
+// ANSI code page is UTF-8, the registry is empty, and there are no windows (the window entries return 0 and do nothing).
 #ifndef VT_PLATFORM_SYSTEM_API_H
 #define VT_PLATFORM_SYSTEM_API_H
 
@@ -24,6 +24,17 @@ struct SystemApi {
         (UINT codePage, DWORD flags, LPCWSTR wide, int length, LPSTR text, int capacity,
          LPCSTR unmappable, BOOL* usedUnmappable);
     BOOL (WINAPI* FileTimeToSystemTime)(const FILETIME* fileTime, SYSTEMTIME* systemTime);
+
+    // The registry
+    LONG (WINAPI* RegOpenKeyExA)(HKEY parent, LPCSTR path, DWORD options, REGSAM access, HKEY* key);
+    LONG (WINAPI* RegQueryValueExA)
+        (HKEY key, LPCSTR name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size);
+    LONG (WINAPI* RegCloseKey)(HKEY key);
+
+    // The user and the files that programs keep settings in
+    BOOL (WINAPI* GetUserNameA)(LPSTR name, DWORD* size);
+    DWORD (WINAPI* GetPrivateProfileStringA)
+        (LPCSTR section, LPCSTR key, LPCSTR fallback, LPSTR value, DWORD capacity, LPCSTR file);
 
     // Files
     HANDLE (WINAPI* FindFirstFileA)(LPCSTR path, WIN32_FIND_DATAA* found);

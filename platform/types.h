@@ -58,11 +58,13 @@ using LRESULT = LONG_PTR;
 
 using HANDLE = void*;
 using HMODULE = void*;
+using HKEY = void*;
 using HWND = void*;
 using HDC = void*;
 using HBRUSH = void*;
 using HGDIOBJ = void*;
 using FARPROC = void (*)();
+using REGSAM = DWORD;
 
 inline constexpr BOOL FALSE = 0;
 inline constexpr BOOL TRUE = 1;
@@ -112,6 +114,10 @@ struct PAINTSTRUCT {
 // A macro as on Windows: a constant of pointer type cannot be made at compile time.
 #define INVALID_HANDLE_VALUE (reinterpret_cast<HANDLE>(static_cast<std::intptr_t>(-1)))
 
+// The registry.
+#define HKEY_LOCAL_MACHINE (reinterpret_cast<HKEY>(std::uintptr_t{0x80000002u}))
+inline constexpr REGSAM KEY_READ = 0x20019;
+
 // Errors of GetLastError.
 inline constexpr DWORD ERROR_SUCCESS = 0;
 inline constexpr DWORD ERROR_FILE_NOT_FOUND = 2;
@@ -119,6 +125,7 @@ inline constexpr DWORD ERROR_PATH_NOT_FOUND = 3;
 inline constexpr DWORD ERROR_ACCESS_DENIED = 5;
 inline constexpr DWORD ERROR_INVALID_HANDLE = 6;
 inline constexpr DWORD ERROR_NOT_ENOUGH_MEMORY = 8;
+inline constexpr DWORD ERROR_INVALID_DATA = 13;
 inline constexpr DWORD ERROR_NOT_SUPPORTED = 50;
 inline constexpr DWORD ERROR_INVALID_PARAMETER = 87;
 inline constexpr DWORD ERROR_INSUFFICIENT_BUFFER = 122;

@@ -5,9 +5,9 @@
 #include <memory>
 #include <string_view>
 
-#include "crypto/alloc_buffer.h"
 #include "crypto/codes.h"
 #include "platform/system_api.h"
+#include "token/holders.h"
 #include "token/module_table.h"
 
 using platform::sys;
@@ -21,11 +21,7 @@ TokenModuleTable tokenModuleTable = {
 
 namespace {
 
-// What a slot list is held in.
-struct BufferFree {
-    void operator()(void* buffer) const { FreeBuffer(buffer); }
-};
-using SlotList = std::unique_ptr<CK_SLOT_ID, BufferFree>;
+using SlotList = std::unique_ptr<CK_SLOT_ID, token::BufferFree>;
 
 void resetEntry(std::int32_t index) {
     tokenModuleTable.moduleHandles[index] = nullptr;
@@ -46,9 +42,8 @@ bool beginsWith(const CK_TOKEN_INFO& token, std::string_view label) {
 // either, and otherwise it counts as it stands.
 bool hasSessionLeft(const CK_TOKEN_INFO& token) {
     constexpr CK_ULONG kAllOnes32 = 0xffffffff;
-    constexpr CK_ULONG kAllOnes = ~CK_ULONG{0};
     const CK_ULONG most = token.ulMaxSessionCount;
-    if (most == 0 || most == kAllOnes32 || most == kAllOnes)
+    if (most == CK_EFFECTIVELY_INFINITE || most == kAllOnes32 || most == CK_UNAVAILABLE_INFORMATION)
         return true;
     return token.ulSessionCount < most && token.ulRwSessionCount < token.ulMaxRwSessionCount;
 }

@@ -56,7 +56,9 @@ int transform(Frame& frame, CHOOSER* chooser, Init init, Run run, const MiByte& 
         return code;
     if (const int code = init(frame.alg, frame.key, chooser))
         return code;
-    return result.give(run(frame.alg, bytesOf(input), input.GetLength(), result.bytes(), &result.length), output);
+    return result.take(output, [&](std::uint8_t* bytes, std::uint32_t* length) {
+        return run(frame.alg, bytesOf(input), input.GetLength(), bytes, length);
+    });
 }
 
 // RSA with the size of the output asked for first.
@@ -76,7 +78,9 @@ int transformBig(CHOOSER* chooser, Init init, Run run, const VT_P11_Key& key, co
     Output result;
     if (const int code = result.allocate(size))
         return code;
-    return result.give(run(frame.alg, bytesOf(input), input.GetLength(), result.bytes(), &result.length), output);
+    return result.take(output, [&](std::uint8_t* bytes, std::uint32_t* length) {
+        return run(frame.alg, bytesOf(input), input.GetLength(), bytes, length);
+    });
 }
 
 }  // namespace

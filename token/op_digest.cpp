@@ -5,12 +5,10 @@
 #include "token/op_frame.h"
 
 using token::bytesOf;
-using token::Frame;
 using token::Output;
 
 namespace {
 
-constexpr int kNoRsaKey = 1;  // the key class of all but RSA
 constexpr std::uint32_t kLongestDigest = 256;
 
 }  // namespace
@@ -19,14 +17,17 @@ int VT_P11_OP::Digest(const VT_P11_Alg& alg, const MiByte& input, MiByte& output
     token::HeldAlg object;
     if (object == nullptr)
         return crypto::kNoMemory;
-    if (const int code = object.build([&](unsigned char** shell) { return alg.GetVCKAIObj(shell, kNoRsaKey); }))
+    if (const int code =
+            object.build([&](unsigned char** shell) { return alg.GetVCKAIObj(shell, token::kSecretClass); }))
         return code;
     Output result;
     if (const int code = result.allocate(kLongestDigest))
         return code;
     if (const int code = DigestInitOp(object, static_cast<CHOOSER*>(chooser)))
         return code;
-    return result.give(DigestOp(object, bytesOf(input), input.GetLength(), result.bytes(), &result.length), output);
+    return result.take(output, [&](std::uint8_t* bytes, std::uint32_t* size) {
+        return DigestOp(object, bytesOf(input), input.GetLength(), bytes, size);
+    });
 }
 
 int VT_P11_OP::GenerateRandom(MiByte& output, int length, const MiByte& seed) {
@@ -44,5 +45,6 @@ int VT_P11_OP::GenerateRandom(MiByte& output, int length, const MiByte& seed) {
     std::fill_n(result.bytes(), result.length, std::uint8_t{0});
     if (const int code = RandomInitOp(object, bytesOf(seed), seed.GetLength(), static_cast<CHOOSER*>(chooser)))
         return code;
-    return result.give(RandomOp(object, result.bytes(), result.length), output);
+    return result.take(output,
+                       [&](std::uint8_t* bytes, const std::uint32_t* size) { return RandomOp(object, bytes, *size); });
 }

@@ -65,18 +65,21 @@ class Output {
         if (size > UINT32_MAX - kSpare)
             return crypto::kWrongLength;
         bytes_ = static_cast<std::uint8_t*>(std::malloc(static_cast<std::size_t>(size) + kSpare));
-        size_ = length = static_cast<std::uint32_t>(size);
+        length = static_cast<std::uint32_t>(size);
         return bytes_ == nullptr ? kOutOfMemory : 0;
     }
 
-    // give hands the bytes on if the operation succeeded. -3 for a module that reports more than it was given room for.
-    int give(int code, MiByte& target) const {
-        if (code != 0)
-            return code;
-        if (length > size_)
-            return crypto::kWrongLength;
-        target.SetByte(reinterpret_cast<const char*>(bytes_), length);
-        return 0;
+    // take runs the operation, run(bytes, &length), and hands the bytes on if it succeeded. What a module reports is
+    // never more than the room. One whose output does not fit keeps the operation open, and with it the session closed
+    // to others: it ends when it is given room enough.
+    template <class Run>
+    int take(MiByte& target, Run&& run) {
+        const int code = run(bytes_, &length);
+        if (code == 0)
+            target.SetByte(reinterpret_cast<const char*>(bytes_), length);
+        if (code == kBufferTooSmall)
+            drop(run);
+        return code;
     }
 
     [[nodiscard]] std::uint8_t* bytes() const { return bytes_; }
@@ -84,8 +87,17 @@ class Output {
     std::uint32_t length = 0;  // the size for the operation, and then what it reports
 
   private:
+    static constexpr int kBufferTooSmall = 0x150;  // CKR_BUFFER_TOO_SMALL
+
+    template <class Run>
+    static void drop(Run&& run) {
+        constexpr std::uint32_t kPlenty = 0x10000;
+        Output rest;
+        if (rest.allocate(kPlenty) == 0)
+            run(rest.bytes_, &rest.length);
+    }
+
     std::uint8_t* bytes_ = nullptr;
-    std::uint32_t size_ = 0;
 };
 
 }  // namespace token

@@ -42,11 +42,19 @@ int checkIsFree(const CHOOSER* chooser, const TOKEN_BYTES& label, int codeIfTake
     return code == crypto::kLabelExists ? codeIfTaken : code;
 }
 
+// The setters do not tell when memory runs out: the key is empty then.
+int checkIsThere(const VT_P11_Key& key) {
+    HeldKey object;
+    const auto builder = [&](unsigned char** shell) { return key.GetVCKKIObj(shell, key.getAK()); };
+    return object == nullptr || object.build(builder) != 0 ? token::kOutOfMemory : 0;
+}
+
 // Each makes the key anew, since a label that it had would win over the numbers.
 int givePublicKey(const VT_PKCS11_RSA_PUBLIC_KEY& numbers, VT_P11_Key& key) {
     key.Reset();
     key.setKeyType(token::kRsaPublicKey);
-    return key.setPublicKey(&numbers);
+    key.setPublicKey(&numbers);
+    return numbers.modulus.length == 0 || numbers.publicExponent.length == 0 ? 0 : checkIsThere(key);
 }
 
 int givePrivateKey(const KEY_ITEM* items, VT_P11_Key& key) {
@@ -56,7 +64,8 @@ int givePrivateKey(const KEY_ITEM* items, VT_P11_Key& key) {
         numberOf(items[RSA_EXPONENT_2]), numberOf(items[RSA_COEFFICIENT])};
     key.Reset();
     key.setKeyType(token::kRsaPrivateKey);
-    return key.setPrivateKey(&numbers);
+    key.setPrivateKey(&numbers);
+    return checkIsThere(key);
 }
 
 int giveLabel(const token::Buffer& label, VT_P11_Key& key) {
@@ -81,13 +90,6 @@ class Items {
     KEY_ITEM* items_ = nullptr;
 };
 
-// The setters do not tell when memory runs out: the key is empty then.
-int checkIsThere(const VT_P11_Key& key) {
-    HeldKey object;
-    const auto builder = [&](unsigned char** shell) { return key.GetVCKKIObj(shell, key.getAK()); };
-    return object == nullptr || object.build(builder) != 0 ? token::kOutOfMemory : 0;
-}
-
 // Gives out the numbers of a pair that was made in software.
 int giveNumbers(const KEY_OBJ* publicObject, const KEY_OBJ* privateObject, VT_P11_Key& publicKey,
                 VT_P11_Key& privateKey) {
@@ -99,11 +101,9 @@ int giveNumbers(const KEY_OBJ* publicObject, const KEY_OBJ* privateObject, VT_P1
         return code;
     const VT_PKCS11_RSA_PUBLIC_KEY numbers = {numberOf(publicItems[RSA_MODULUS]),
                                               numberOf(publicItems[RSA_PUBLIC_EXPONENT])};
-    givePublicKey(numbers, publicKey);
-    givePrivateKey(privateItems, privateKey);
-    if (const int code = checkIsThere(publicKey))
+    if (const int code = givePublicKey(numbers, publicKey))
         return code;
-    return checkIsThere(privateKey);
+    return givePrivateKey(privateItems, privateKey);
 }
 
 int readPublicKey(const CHOOSER* chooser, const TOKEN_BYTES& label, VT_P11_Key& key) {

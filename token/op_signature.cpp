@@ -36,7 +36,9 @@ int VT_P11_OP::Sign(const VT_P11_Alg& alg, const VT_P11_Key& key, const MiByte& 
         if (const int code = checkLength(frame.alg))
             return code;
     }
-    return result.give(SignOp(frame.alg, bytesOf(input), input.GetLength(), result.bytes(), &result.length), output);
+    return result.take(output, [&](std::uint8_t* bytes, std::uint32_t* length) {
+        return SignOp(frame.alg, bytesOf(input), input.GetLength(), bytes, length);
+    });
 }
 
 int VT_P11_OP::Verify(const VT_P11_Alg& alg, const VT_P11_Key& key, const MiByte& data, const MiByte& signature) {

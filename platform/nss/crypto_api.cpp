@@ -1,30 +1,11 @@
 #include "platform/crypto_api.h"
 
-#include <new>
-
 #include "platform/nss/entries.h"
-#include "platform/posix/last_error.h"
+#include "platform/nss/guarded.h"
 
 namespace platform {
-namespace {
 
-// Guarded<f>::call is f, with exhausted memory as the platform tells it.
-template <auto Function>
-struct Guarded;
-
-template <class Result, class... Args, Result (*Function)(Args...)>
-struct Guarded<Function> {
-    static Result call(Args... args) {
-        try {
-            return Function(args...);
-        } catch (const std::bad_alloc&) {
-            posix::setLastError(NTE_NO_MEMORY);
-            return Result{};
-        }
-    }
-};
-
-}  // namespace
+using nss::Guarded;
 
 CryptoApi& replaceableCryptoApi() {
     static CryptoApi table = {

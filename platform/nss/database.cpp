@@ -7,22 +7,12 @@
 #include <string>
 #include <vector>
 
+#include "platform/nss/parameter.h"
 #include "platform/posix/home.h"
 #include "platform/posix/last_error.h"
 
 namespace platform::nss {
 namespace {
-
-// Quotes a value of an NSS parameter text.
-std::string quoted(const std::string& value) {
-    std::string text = "'";
-    for (const char c : value) {
-        if (c == '\'' || c == '\\')
-            text += '\\';
-        text += c;
-    }
-    return text + "'";
-}
 
 // The tokens of NSS's own module.
 std::vector<Slot> ownTokens() {

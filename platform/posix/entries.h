@@ -22,6 +22,17 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, LPCWSTR wide, int length, LP
 
 BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* systemTime);
 
+// The registry is empty: no key opens (ERROR_FILE_NOT_FOUND), and no key is one (ERROR_INVALID_HANDLE).
+LONG RegOpenKeyExA(HKEY parent, LPCSTR path, DWORD options, REGSAM access, HKEY* key);
+LONG RegQueryValueExA(HKEY key, LPCSTR name, DWORD* reserved, DWORD* type, BYTE* data, DWORD* size);
+LONG RegCloseKey(HKEY key);
+
+// The name under which the user logs in.
+BOOL GetUserNameA(LPSTR name, DWORD* size);
+
+// Section and key have to be given: nothing is listed.
+DWORD GetPrivateProfileStringA(LPCSTR section, LPCSTR key, LPCSTR fallback, LPSTR value, DWORD capacity, LPCSTR file);
+
 // FindFirstFileA finds the one file or folder of that path; "*" and "?" are characters like others.
 HANDLE FindFirstFileA(LPCSTR path, WIN32_FIND_DATAA* found);
 BOOL FindClose(HANDLE search);

@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "enrol/base64.h"
+#include "enrol/firefox.h"
 #include "enrol/providers.h"
 #include "enrol/request.h"
 #include "enrol/state.h"
@@ -130,6 +131,72 @@ int WINAPI narrow(UINT /*codePage*/, DWORD /*flags*/, LPCWSTR wide, int length, 
     for (int i = 0; i < length && capacity != 0; ++i)
         text[i] = static_cast<char>(wide[i]);
     return length;
+}
+
+// An installed Firefox whose slot is empty.
+LONG WINAPI openKey(HKEY /*parent*/, LPCSTR /*path*/, DWORD /*options*/, REGSAM /*access*/, HKEY* key) {
+    *key = HKEY_LOCAL_MACHINE;
+    ++thePlatform.keys;
+    return 0;
+}
+
+LONG WINAPI queryValue(HKEY /*key*/, LPCSTR /*name*/, DWORD* /*reserved*/, DWORD* /*type*/, BYTE* data, DWORD* size) {
+    // Longer than what a text object holds in itself.
+    static constexpr char kValue[] = "C:\\Program Files\\Mozilla Firefox";
+    *size = sizeof kValue;
+    if (data != nullptr)
+        std::memcpy(data, kValue, sizeof kValue);
+    return 0;
+}
+
+LONG WINAPI closeKey(HKEY /*key*/) {
+    --thePlatform.keys;
+    return 0;
+}
+
+BOOL WINAPI userName(LPSTR name, DWORD* /*size*/) {
+    std::memcpy(name, "u", 2);
+    return TRUE;
+}
+
+DWORD WINAPI profileString(LPCSTR /*section*/, LPCSTR /*key*/, LPCSTR /*fallback*/, LPSTR value, DWORD /*capacity*/,
+                           LPCSTR /*file*/) {
+    std::memcpy(value, "p", 2);
+    return 1;
+}
+
+HANDLE WINAPI findNoFile(LPCSTR /*path*/, WIN32_FIND_DATAA* /*found*/) {
+    return INVALID_HANDLE_VALUE;
+}
+
+HMODULE WINAPI loadLibrary(LPCSTR /*path*/) {
+    ++thePlatform.providers;
+    return reinterpret_cast<HMODULE>(&thePlatform);
+}
+
+BOOL WINAPI freeLibrary(HMODULE /*module*/) {
+    --thePlatform.providers;
+    return TRUE;
+}
+
+// One function for all that NSS is asked: it has no slot, and its first field stands for a certificate.
+void* answer() {
+    return &thePlatform;
+}
+int startNss(const char* /*folder*/, const char* /*cert*/, const char* /*key*/, const char* /*db*/,
+             std::uint32_t /*flags*/) {
+    return 0;
+}
+void* noSlot() {
+    return nullptr;
+}
+
+FARPROC WINAPI findFunction(HMODULE /*module*/, LPCSTR name) {
+    if (std::strcmp(name, "NSS_Initialize") == 0)
+        return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(startNss));
+    if (std::strcmp(name, "PK11_GetInternalKeySlot") == 0)
+        return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(noSlot));
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(answer));
 }
 
 // A code, what stays open ("p" a provider, "h" a hash, "k" a key), "d" for a deleted container.
@@ -265,6 +332,27 @@ TEST_F(memory_test, DecodingBase64MeetsItAtTheBytes) {
                   return result;
               }),
               expected);
+}
+
+TEST_F(memory_test, ACheckInFirefoxMeetsItInTheRegistryOrLater) {
+    platform::SystemApi& table = platform::replaceableSystemApi();
+    table.RegOpenKeyExA = openKey;
+    table.RegQueryValueExA = queryValue;
+    table.RegCloseKey = closeKey;
+    table.GetUserNameA = userName;
+    table.GetPrivateProfileStringA = profileString;
+    table.FindFirstFileA = findNoFile;
+    table.LoadLibraryA = loadLibrary;
+    table.GetProcAddress = findFunction;
+    table.FreeLibrary = freeLibrary;
+    const platform::FirefoxApi before = std::exchange(platform::replaceableFirefoxApi(), {});
+    const std::vector<Outcome> expected = {
+        {22018203, ""},  // the keys' paths and the values
+        {22208203, ""},  // the profile's path, the certificate
+        {22208320, ""},
+    };
+    EXPECT_EQ(outcomes([] { return enrol::CheckCertificateInFirefox("MAMCAQA=", 8); }), expected);
+    platform::replaceableFirefoxApi() = before;
 }
 
 TEST_F(memory_test, EncodingBase64TakesNone) {

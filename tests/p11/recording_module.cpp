@@ -8,8 +8,13 @@
 #include <stdexcept>
 #include <utility>
 
-#include "platform/platform.h"
 #include "tests/p11/module.h"
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
 
 namespace p11 {
 
@@ -104,6 +109,16 @@ struct Functions {
         const CK_RV code = before(module, name);
         const CK_RV result = code != CKR_OK ? code : body();
         module.calls_[place].result = result;
+        return result;
+    }
+
+    // Runs the body, which tells a number through count, and puts the claimed one in its place.
+    template <class Body>
+    static CK_RV tell(RecordingModule& module, const std::string& name, CK_ULONG* count, Body&& body) {
+        const CK_RV result = body();
+        const CK_ULONG claimed = module.claims_[name];
+        if (result == CKR_OK && claimed != 0)
+            *count = claimed;
         return result;
     }
 
@@ -203,14 +218,16 @@ struct Functions {
                 if (token.isPresent || tokenPresent == CK_FALSE)
                     slots.push_back(token.slot);
             }
-            const CK_ULONG room = *count;
-            *count = static_cast<CK_ULONG>(slots.size());
-            if (list == nullptr)
+            return tell(module, "C_GetSlotList", count, [&]() -> CK_RV {
+                const CK_ULONG room = *count;
+                *count = static_cast<CK_ULONG>(slots.size());
+                if (list == nullptr)
+                    return CKR_OK;
+                if (room < slots.size())
+                    return CKR_BUFFER_TOO_SMALL;
+                std::copy(slots.begin(), slots.end(), list);
                 return CKR_OK;
-            if (room < slots.size())
-                return CKR_BUFFER_TOO_SMALL;
-            std::copy(slots.begin(), slots.end(), list);
-            return CKR_OK;
+            });
         });
     }
 
@@ -387,10 +404,11 @@ struct Functions {
                       CK_BYTE* output, CK_ULONG* length) {
         call.hasOutput = output != nullptr;
         call.room = *length;
+        const std::string name = call.name;
         return inSession(module, std::move(call), [&](Session& open) -> CK_RV {
             if (open.operations.count(operation) == 0)
                 return CKR_OPERATION_NOT_INITIALIZED;
-            const CK_RV result = give(bytes, output, length);
+            const CK_RV result = tell(module, name, length, [&] { return give(bytes, output, length); });
             if (ends && output != nullptr && result == CKR_OK)
                 open.operations.erase(operation);
             return result;
@@ -631,11 +649,34 @@ const CK_FUNCTION_LIST* listOf() {
     return &made;
 }
 
+// The file by the system's own calls: those of the platform tables are for the library under test, and may be replaced.
+#if defined(_WIN32)
+void* loadFile(const char* file) {
+    return LoadLibraryA(file);
+}
+void* findFunction(void* library, const char* name) {
+    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
+}
+void unloadFile(void* library) {
+    FreeLibrary(static_cast<HMODULE>(library));
+}
+#else
+void* loadFile(const char* file) {
+    return dlopen(file, RTLD_NOW | RTLD_LOCAL);
+}
+void* findFunction(void* library, const char* name) {
+    return dlsym(library, name);
+}
+void unloadFile(void* library) {
+    dlclose(library);
+}
+#endif
+
 void useRecorder(void* library, const CK_FUNCTION_LIST* list) {
-    const FARPROC use = platform::sys().GetProcAddress(static_cast<HMODULE>(library), kUseRecorder);
+    void* use = findFunction(library, kUseRecorder);
     if (use == nullptr)
         throw std::runtime_error("this is not the recording PKCS#11 module");
-    reinterpret_cast<UseRecorder>(reinterpret_cast<void*>(use))(list);
+    reinterpret_cast<UseRecorder>(use)(list);
 }
 
 }  // namespace
@@ -668,7 +709,7 @@ bool RecordingModule::Failure::isDue() {
 RecordingModule::RecordingModule(const char* file) : file_(file), index_(file == kSecondModule ? 1 : 0) {
     if (recorders[static_cast<std::size_t>(index_)] != nullptr)
         throw std::runtime_error("this file has a recorder already");
-    library_ = platform::sys().LoadLibraryA(file);
+    library_ = loadFile(file);
     if (library_ == nullptr)
         throw std::runtime_error(std::string("cannot load ") + file);
     useRecorder(library_, index_ == 0 ? listOf<0>() : listOf<1>());
@@ -680,7 +721,7 @@ RecordingModule::RecordingModule(const char* file) : file_(file), index_(file ==
 RecordingModule::~RecordingModule() {
     useRecorder(library_, nullptr);
     recorders[static_cast<std::size_t>(index_)] = nullptr;
-    platform::sys().FreeLibrary(static_cast<HMODULE>(library_));
+    unloadFile(library_);
 }
 
 Token& RecordingModule::addToken(const std::string& tokenLabel) {

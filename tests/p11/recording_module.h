@@ -161,6 +161,14 @@ class RecordingModule {
     // gives 01 02 03 and so on. C_Verify and C_VerifyFinal accept what C_Sign answers.
     void answer(const std::string& name, Bytes output);
 
+    // claim makes the calls of that name from now on tell this number where they tell one (of slots, of output bytes),
+    // as a broken module might, whatever they give and whatever the room. 0 ends it.
+    void claim(const std::string& name, CK_ULONG count) { claims_[name] = count; }
+
+    // initialise does what another user of the module in this process would do: C_Initialize then gives
+    // CKR_CRYPTOKI_ALREADY_INITIALIZED.
+    void initialise() { isInitialised_ = true; }
+
     // giveNoList makes C_GetFunctionList succeed without a list.
     void giveNoList() { givesList_ = false; }
 
@@ -209,6 +217,7 @@ class RecordingModule {
     std::vector<Failure> failures_;
     std::vector<Action> actions_;
     std::map<std::string, Bytes> answers_;
+    std::map<std::string, CK_ULONG> claims_;
 };
 
 }  // namespace p11

@@ -145,6 +145,15 @@ template <> struct Ledger<&CryptoApi::CertOpenSystemStoreA> {
 template <> struct Ledger<&CryptoApi::CertCloseStore> {
     static void after(BOOL, HCERTSTORE store, DWORD) { closed("store", store); }
 };
+template <> struct Ledger<&SystemApi::RegOpenKeyExA> {
+    static void after(LONG error, HKEY, LPCSTR, DWORD, REGSAM, const HKEY* key) {
+        if (error == 0)
+            opened("registry key", *key);
+    }
+};
+template <> struct Ledger<&SystemApi::RegCloseKey> {
+    static void after(LONG, HKEY key) { closed("registry key", key); }
+};
 template <> struct Ledger<&SystemApi::FindFirstFileA> {
     static void after(HANDLE search, LPCSTR, const WIN32_FIND_DATAA*) {
         if (search != INVALID_HANDLE_VALUE)
@@ -173,6 +182,12 @@ struct Failure {
 };
 template <> struct Failure<&SystemApi::CoCreateGuid> {
     template <class Result> static Result call(GUID*) { return static_cast<Result>(0x80004005u); }  // E_FAIL
+};
+template <> struct Failure<&SystemApi::RegOpenKeyExA> {
+    template <class Result> static Result call(HKEY, LPCSTR, DWORD, REGSAM, HKEY*) { return ERROR_ACCESS_DENIED; }
+};
+template <> struct Failure<&SystemApi::RegQueryValueExA> {
+    template <class Result> static Result call(HKEY, LPCSTR, DWORD*, DWORD*, BYTE*, DWORD*) { return ERROR_ACCESS_DENIED; }
 };
 template <> struct Failure<&SystemApi::FindFirstFileA> {
     template <class Result> static Result call(LPCSTR, WIN32_FIND_DATAA*) { return INVALID_HANDLE_VALUE; }

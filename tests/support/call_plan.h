@@ -50,8 +50,8 @@ class CallPlan {
     int count(const std::string& entry) const;
 
     // openHandles lists what is open: "hash provider provider", sorted; empty when all was closed. The kinds are
-    // certificate, hash, key, library, provider, search, store. A handle that is closed and was not open fails the
-    // test. A context created with CRYPT_DELETEKEYSET opens nothing.
+    // certificate, hash, key, library, provider, registry key, search, store. A handle that is closed and was not open
+    // fails the test. A context created with CRYPT_DELETEKEYSET opens nothing.
     std::string openHandles() const;
 
     // For the wrappers of the tables.

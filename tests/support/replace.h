@@ -20,6 +20,9 @@ inline platform::CryptoApi& tableOf(platform::CryptoApi* /*kind*/) {
 inline platform::SystemApi& tableOf(platform::SystemApi* /*kind*/) {
     return platform::replaceableSystemApi();
 }
+inline platform::FirefoxApi& tableOf(platform::FirefoxApi* /*kind*/) {
+    return platform::replaceableFirefoxApi();
+}
 
 template <auto Entry>
 class Replaced;

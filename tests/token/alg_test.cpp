@@ -349,8 +349,8 @@ TEST(AlgTest, AnIdentifierWithoutAnAlgorithmIsRefused) {
     const AlgorithmIdentifier emptyText = identified("");
     AlgorithmIdentifier noMembers = identified("1.3.14.3.2.26");
     noMembers.ClearAllElements();
-    for (const AlgorithmIdentifier* identifier :
-         {&absent, &emptyText, &static_cast<const AlgorithmIdentifier&>(noMembers)}) {
+    const AlgorithmIdentifier* const identifiers[] = {&absent, &emptyText, &noMembers};
+    for (const AlgorithmIdentifier* identifier : identifiers) {
         VT_P11_Alg alg = ready(6);
         EXPECT_EQ(alg.setAlgorithmIdentifier(*identifier), -1001);
         expectNothingBut(alg, -1);
@@ -601,8 +601,9 @@ TEST(AlgTest, ACopyWithoutMemoryHasNoIv) {
     AlgFields copied = {};
     {
         const FailingHeap heap(1);
-        const VT_P11_Alg copy(original);
+        VT_P11_Alg copy(original);
         copied = fieldsOf(copy);
+        copy.Reset();
     }
     {
         const FailingHeap heap(1);
