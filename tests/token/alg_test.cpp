@@ -596,19 +596,19 @@ TEST(AlgTest, AssigningToItselfChangesNothing) {
 }
 
 TEST(AlgTest, ACopyWithoutMemoryHasNoIv) {
-    VT_P11_Alg original = ready(6);
+    const VT_P11_Alg original = ready(6);
     VT_P11_Alg assigned = ready(5);
     AlgFields copied = {};
     {
         const FailingHeap heap(1);
-        const VT_P11_Alg copy(original);
+        VT_P11_Alg copy(original);
         copied = fieldsOf(copy);
+        copy.Reset();
     }
     {
         const FailingHeap heap(1);
         assigned = original;
     }
-    original.Reset();
     for (const AlgFields& fields : {copied, fieldsOf(assigned)}) {
         EXPECT_EQ(fields.algType, 6);
         EXPECT_EQ(fields.effectiveBits, 40);
