@@ -8,11 +8,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <functional>
 #include <iterator>
 
 #include "bench/heap_meter.h"
-#include "bench/key.h"
 #include "bench/message_peers.h"
+#include "bench/pattern.h"
 
 namespace {
 

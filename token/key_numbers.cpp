@@ -41,10 +41,8 @@ int load(VT_PKCS11_BYTES& to, const AsnInteger* from) {
     if (number.Empty())
         return token::kEmptyInteger;
     const unsigned int skipped = number.CharAt(0) == 0 && number.GetLength() % 8 == 1 ? 1 : 0;
-    return copy(to, {reinterpret_cast<unsigned char*>(const_cast<char*>(number.GetChars())) + skipped,
-                     number.GetLength() - skipped})
-               ? 0
-               : token::kOutOfMemory;
+    const bool held = token::copyBytes(to.data, to.length, number.GetChars() + skipped, number.GetLength() - skipped);
+    return held ? 0 : token::kOutOfMemory;
 }
 
 const AsnInteger* present(const AsnSequence& key, const char* name) {

@@ -5,9 +5,9 @@
 #include <memory>
 #include <string_view>
 
-#include "crypto/alloc_buffer.h"
 #include "crypto/codes.h"
 #include "platform/system_api.h"
+#include "token/holders.h"
 #include "token/module_table.h"
 
 using platform::sys;
@@ -21,11 +21,7 @@ TokenModuleTable tokenModuleTable = {
 
 namespace {
 
-// What a slot list is held in.
-struct BufferFree {
-    void operator()(void* buffer) const { FreeBuffer(buffer); }
-};
-using SlotList = std::unique_ptr<CK_SLOT_ID, BufferFree>;
+using SlotList = std::unique_ptr<CK_SLOT_ID, token::BufferFree>;
 
 void resetEntry(std::int32_t index) {
     tokenModuleTable.moduleHandles[index] = nullptr;

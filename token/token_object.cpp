@@ -51,16 +51,10 @@ Search search(const CHOOSER& chooser, ATTRIBUTE* attributes, CK_ULONG count) {
     return result;
 }
 
-// The code of a search that found nothing is never 0, not even if a module gave what makes up for it.
+// Added as CK_RV, which wraps around where a module answers something large.
 int failureOf(const Search& result) {
-    const int code = crypto::kObjectNotFound + codeOf(result.closing);
+    const int code = codeOf(static_cast<CK_RV>(crypto::kObjectNotFound) + result.closing);
     return code != 0 ? code : crypto::kObjectNotFound;
-}
-
-int find(const CHOOSER& chooser, ATTRIBUTE* attributes, CK_ULONG count, CK_OBJECT_HANDLE& object) {
-    const Search result = search(chooser, attributes, count);
-    object = result.object;
-    return result.found ? codeOf(result.closing) : failureOf(result);
 }
 
 // The size of an attribute.
@@ -97,7 +91,7 @@ int findPublicKey(const CHOOSER* chooser, const TOKEN_BYTES& label, CK_OBJECT_HA
     if (!isOnToken(chooser))
         return crypto::kArgumentAbsent;
     ATTRIBUTE attribute = bytesEntry(CKA_LABEL, label);
-    return find(*chooser, &attribute, 1, object);
+    return FindTokenObject(*chooser, &attribute, 1, object);
 }
 
 bool areEqual(const token::Buffer& own, const TOKEN_BYTES& other) {
@@ -177,6 +171,12 @@ int generateInToken(const CHOOSER& chooser, CK_ULONG bits, KEY_OBJ** publicKey, 
 
 }  // namespace
 
+int FindTokenObject(const CHOOSER& chooser, ATTRIBUTE* attributes, CK_ULONG count, CK_OBJECT_HANDLE& object) {
+    const Search result = search(chooser, attributes, count);
+    object = result.object;
+    return result.found ? codeOf(result.closing) : failureOf(result);
+}
+
 int LabelSearchOp(const CHOOSER* chooser, const TOKEN_BYTES& label) {
     if (!isOnToken(chooser))
         return crypto::kArgumentAbsent;
@@ -239,7 +239,7 @@ int FindCertValueOp(const CHOOSER* chooser, const TOKEN_BYTES& label, token::Buf
     ATTRIBUTE attributes[] = {numberEntry(CKA_CLASS, objectClass), numberEntry(CKA_CERTIFICATE_TYPE, type),
                               flagEntry(CKA_TOKEN, kYes), bytesEntry(CKA_LABEL, label)};
     CK_OBJECT_HANDLE object = 0;
-    if (const int code = find(*chooser, attributes, std::size(attributes), object))
+    if (const int code = FindTokenObject(*chooser, attributes, std::size(attributes), object))
         return code;
     return readAttribute(*chooser, object, CKA_VALUE, kLongestValue, value);
 }

@@ -21,6 +21,10 @@ struct TOKEN_PUBLIC_KEY {
     token::Buffer publicExponent;
 };
 
+// FindTokenObject gives the first object that matches a template: 0, or -19 if none does. The code is never 0 without
+// an object, not even if a module's last code makes up for -19.
+int FindTokenObject(const CHOOSER& chooser, ATTRIBUTE* attributes, CK_ULONG count, CK_OBJECT_HANDLE& object);
+
 // LabelSearchOp gives -22 if an object of any class has the label, and 0 if none has.
 int LabelSearchOp(const CHOOSER* chooser, const TOKEN_BYTES& label);
 

@@ -2,6 +2,7 @@
 
 #include "crypto/codes.h"
 #include "crypto/token_side.h"
+#include "token/token_object.h"
 
 namespace {
 
@@ -49,17 +50,10 @@ int createKey(ALG_OBJ* alg, const KEY_OBJ& key) {
 }
 
 int findKey(ALG_OBJ* alg, const KEY_OBJ& key) {
-    const CK_FUNCTION_LIST& functions = functionsOf(alg);
-    const CK_SESSION_HANDLE session = sessionOf(alg);
     CK_OBJECT_HANDLE found = 0;
-    CK_ULONG count = 0;
-    CK_RV search = functions.C_FindObjectsInit(session, key.attributes, key.templateCount);
-    search += functions.C_FindObjects(session, &found, 1, &count);
-    const CK_RV end = functions.C_FindObjectsFinal(session);
-    const bool isFound = search == CKR_OK && count != 0;
-    alg->tokenKey = isFound ? found : 0;
-    const CK_RV start = isFound ? CKR_OK : static_cast<CK_RV>(crypto::kObjectNotFound);
-    return static_cast<int>(start + end);  // as CK_RV, which wraps around: a module may answer anything
+    const int code = FindTokenObject(*alg->chooser, key.attributes, key.templateCount, found);
+    alg->tokenKey = code == 0 ? found : 0;
+    return code;
 }
 
 int readyKey(ALG_OBJ* alg, const KEY_OBJ* key) {

@@ -10,7 +10,7 @@
 // The key of an init is made or found first. A key that the program holds becomes a session object by C_CreateObject
 // with the key object's attributes, once for an algorithm object, and AlgFree destroys it. A key of the token is found
 // by its label: C_FindObjectsInit, C_FindObjects for one object and C_FindObjectsFinal, all three in any case. If the
-// first two fail (their codes are added) or find nothing, that is -19, to which the code of the last is added.
+// first two fail or find nothing, that is -19, to which the code of the last is added.
 //
 //   * What the module answers is passed up unchanged.
 //   * *outputLength is read as well as written: on entry it holds the room of the output, which the module is told.

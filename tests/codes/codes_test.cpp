@@ -18,6 +18,7 @@
 #include "tests/support/certificate.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/fake_crypto_api.h"
+#include "tests/support/fake_firefox.h"
 #include "tests/support/fake_store.h"
 #include "tests/support/fake_system_api.h"
 #include "tests/support/replace.h"
@@ -316,8 +317,117 @@ TEST_F(codes_test, CheckingACertificate) {
     EXPECT_TRUE(seenWithoutMemory(22208203, "CheckCertValid", {"1", certificate()}));
 }
 
+// A Firefox as Windows knows it, on every platform.
 TEST_F(codes_test, CheckingInFirefox) {
+    support::FakeFirefox firefox;
+    EXPECT_EQ(seen("CheckCertValid", {"0", certificate()}), 22208321);
+    firefox.nss.slot = {support::makeCertificate({})};
+    EXPECT_EQ(seen("CheckCertValid", {"0", certificate()}), 0);
+    firefox.nss.slot = {{}};
+    EXPECT_EQ(seen("CheckCertValid", {"0", certificate()}), 22208320);
+    EXPECT_EQ(seen("CheckCertValid", {"0", "AAAA"}), 22208319);
+    EXPECT_EQ(seen("CheckCertValid", {"0", "AAA"}), 22208223);
+    firefox.nss.starts = false;
+    EXPECT_EQ(seen("CheckCertValid", {"0", certificate()}), 22208318);
+    firefox.missing = {"PK11_ImportCert"};
+    firefox.nss.starts = true;
+    EXPECT_EQ(seen("CheckCertValid", {"0", certificate()}), 22208317);
+    EXPECT_EQ(seenWhenFailing("LoadLibraryA", 7, "CheckCertValid", {"0", certificate()}), 22208316);
+    firefox.profiles.clear();
+    EXPECT_EQ(seen("CheckCertValid", {"0", certificate()}), 22208322);
+    firefox.user.clear();
+    EXPECT_EQ(seen("CheckCertValid", {"0", certificate()}), 22208315);
+    EXPECT_EQ(seenWhenFailing("RegQueryValueExA", 4, "CheckCertValid", {"0", certificate()}), 22208314);
+    EXPECT_TRUE(seenWithoutMemory(22018203, "CheckCertValid", {"0", certificate()}));
+    firefox.registry.clear();
     EXPECT_EQ(seen("CheckCertValid", {"0", certificate()}), 22208313);
+}
+
+// The same codes for the same failures where the platform knows the user's Firefox itself.
+TEST_F(codes_test, CheckingInThePlatformsFirefox) {
+    using platform::FirefoxApi;
+    const auto refuses = [](DWORD error) {
+        platform::sys().SetLastError(error);
+        return FALSE;
+    };
+    const auto check = [this] { return seen("CheckCertValid", {"0", certificate()}); };
+    BOOL installed = FALSE;
+    DWORD error = ERROR_FILE_NOT_FOUND;
+    Replaced<&FirefoxApi::FindInstallation> find([&](LPSTR folder, DWORD) {
+        std::char_traits<char>::copy(folder, "/f", 3);
+        return installed != FALSE ? TRUE : refuses(error);
+    });
+    EXPECT_EQ(check(), 22208313);
+    error = ERROR_INVALID_DATA;
+    EXPECT_EQ(check(), 22208314);
+    error = static_cast<DWORD>(NTE_NO_MEMORY);
+    EXPECT_EQ(check(), 22018203);
+    installed = TRUE;
+    const std::string home = system.environment["HOMEPATH"];
+    system.environment["HOMEPATH"] = "";
+    EXPECT_EQ(check(), 22208315);
+    system.environment["HOMEPATH"] = std::string(5000, 'h');
+    EXPECT_EQ(check(), 22208315);
+    system.environment["HOMEPATH"] = home;
+    std::string profile;
+    std::string listed;
+    Replaced<&SystemApi::GetPrivateProfileStringA> list(
+        [&](LPCSTR section, LPCSTR key, LPCSTR, LPSTR value, DWORD, LPCSTR file) {
+            EXPECT_STREQ(section, "Profile0");
+            EXPECT_STREQ(key, "Path");
+            listed = file;
+            std::char_traits<char>::copy(value, profile.c_str(), profile.size() + 1);
+            return static_cast<DWORD>(profile.size());
+        });
+    EXPECT_EQ(check(), 22208322);
+    EXPECT_EQ(listed, home + "/.mozilla/firefox/profiles.ini");
+    profile = "a.default";
+    bool loads = false;
+    Replaced<&FirefoxApi::LoadNss> load([&](LPCSTR installation) {
+        EXPECT_STREQ(installation, "/f");
+        return loads ? TRUE : refuses(error);
+    });
+    EXPECT_EQ(check(), 22208203);
+    error = ERROR_MOD_NOT_FOUND;
+    EXPECT_EQ(check(), 22208316);
+    error = ERROR_PROC_NOT_FOUND;
+    EXPECT_EQ(check(), 22208317);
+    loads = true;
+    HANDLE opened = nullptr;
+    std::string folder;
+    int open = 0;
+    Replaced<&FirefoxApi::OpenProfile> openProfile([&](LPCSTR path) {
+        folder = path;
+        open += opened != nullptr ? 1 : 0;
+        return opened;
+    });
+    Replaced<&FirefoxApi::CloseProfile> closeProfile([&](HANDLE closed) {
+        EXPECT_EQ(closed, opened);
+        --open;
+        return TRUE;
+    });
+    EXPECT_EQ(check(), 22208318);
+    EXPECT_EQ(folder, home + "/.mozilla/firefox/a.default");
+    opened = &open;
+    error = 0;
+    Replaced<&FirefoxApi::FindCertificate> findCertificate([&](HANDLE, const BYTE* der, DWORD size) {
+        EXPECT_EQ(Bytes(der, der + size), support::makeCertificate({}));
+        return error == 0 ? TRUE : refuses(error);
+    });
+    EXPECT_EQ(check(), 0);
+    profile = "/elsewhere/a.default";
+    EXPECT_EQ(check(), 0);
+    EXPECT_EQ(folder, profile) << "an absolute path is taken as it stands";
+    error = static_cast<DWORD>(CRYPT_E_NOT_FOUND);
+    EXPECT_EQ(check(), 22208321);
+    error = static_cast<DWORD>(CRYPT_E_ASN1_CORRUPT);
+    EXPECT_EQ(check(), 22208319);
+    error = static_cast<DWORD>(NTE_FAIL);
+    EXPECT_EQ(check(), 22208320);
+    error = static_cast<DWORD>(NTE_NO_MEMORY);
+    EXPECT_EQ(check(), 22208203);
+    EXPECT_EQ(seen("CheckCertValid", {"0", "AAA"}), 22208223) << "read only now";
+    EXPECT_EQ(open, 0) << "every profile is closed again";
 }
 
 TEST_F(codes_test, FindingAndDeleting) {

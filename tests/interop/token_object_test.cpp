@@ -4,6 +4,10 @@
 #include "schema/schema.h"
 #include "tests/interop/soft_token.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <sanitizer/lsan_interface.h>
+#endif
+
 namespace {
 
 using namespace interop;
@@ -56,6 +60,15 @@ class TokenObjectTest : public SoftTokenTest {
         return readFile("certificate.der");
     }
 };
+
+// For calls in which SoftHSM itself leaks.
+template <class Call>
+int withLeaks(Call&& call) {
+#if defined(__SANITIZE_ADDRESS__)
+    const __lsan::ScopedDisabler disabled;
+#endif
+    return call();
+}
 
 std::string modulusOf(const VT_P11_Key& key) {
     VT_PKCS11_RSA_PUBLIC_KEY numbers = {};
@@ -185,7 +198,8 @@ TEST_F(TokenObjectTest, StrictTokenRefusesACertificate) {
     const Bytes der = makeCertificate(ofBits(1024));
     load();
     Op op(tokenSelection());
-    EXPECT_EQ(storeCertificate(op, "cert", der), CKR_TEMPLATE_INCOMPLETE);
+    // SoftHSM 2.6 does not free what it has refused.
+    EXPECT_EQ(withLeaks([&] { return storeCertificate(op, "cert", der); }), CKR_TEMPLATE_INCOMPLETE);
     EXPECT_THAT(objects(), Not(HasSubstr("label:      cert")));
     Op software(softwareSelection());
     EXPECT_EQ(storeCertificate(software, "cert", der), crypto::kArgumentAbsent);

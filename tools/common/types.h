@@ -1,15 +1,15 @@
 // Which type a piece of DER is, and its value.
-#ifndef VT_TOOLS_VTPRINT_TYPES_H
-#define VT_TOOLS_VTPRINT_TYPES_H
+#ifndef VT_TOOLS_COMMON_TYPES_H
+#define VT_TOOLS_COMMON_TYPES_H
 
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "asn/object.h"
-#include "tools/vtprint/input.h"
+#include "tools/common/input.h"
 
-namespace vtprint {
+namespace tools {
 
 struct Value {
     std::string type;  // the name of a class, or of a list that a standard names
@@ -28,6 +28,6 @@ Value decodeFound(const Block& block);
 // as far as they are not encrypted. What does not decode is left out: it is in the outer value's text anyway.
 std::vector<Value> insideOf(const Value& value);
 
-}  // namespace vtprint
+}  // namespace tools
 
 #endif

@@ -1,13 +1,13 @@
 // What a file holds: DER, PEM with any text around it, or base64 alone.
-#ifndef VT_TOOLS_VTPRINT_INPUT_H
-#define VT_TOOLS_VTPRINT_INPUT_H
+#ifndef VT_TOOLS_COMMON_INPUT_H
+#define VT_TOOLS_COMMON_INPUT_H
 
 #include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
-namespace vtprint {
+namespace tools {
 
 // Something that is wrong with the input, in words for the user.
 class InputError : public std::runtime_error {
@@ -35,6 +35,6 @@ std::vector<Block> findBlocks(const std::string& input);
 // there is no whole header, or one that is not DER.
 std::size_t elementLength(const std::string& der);
 
-}  // namespace vtprint
+}  // namespace tools
 
 #endif

@@ -1,4 +1,4 @@
-#include "tools/vtprint/input.h"
+#include "tools/common/input.h"
 
 #include <algorithm>
 #include <cctype>
@@ -14,7 +14,7 @@
 #include <io.h>
 #endif
 
-namespace vtprint {
+namespace tools {
 
 namespace {
 
@@ -299,4 +299,4 @@ std::size_t elementLength(const std::string& der) {
     return static_cast<std::size_t>(std::min<std::uint64_t>(length + at, SIZE_MAX));
 }
 
-}  // namespace vtprint
+}  // namespace tools

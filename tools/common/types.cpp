@@ -1,4 +1,4 @@
-#include "tools/vtprint/types.h"
+#include "tools/common/types.h"
 
 #include <algorithm>
 #include <cstring>
@@ -14,7 +14,7 @@
 #include "schema/pkcs.h"
 #include "schema/registry.h"
 
-namespace vtprint {
+namespace tools {
 
 namespace {
 
@@ -247,4 +247,4 @@ std::vector<Value> insideOf(const Value& value) {
     return out;
 }
 
-}  // namespace vtprint
+}  // namespace tools
