@@ -18,7 +18,6 @@ namespace {
 using engine::Alg;
 using engine::Key;
 using p11::attribute;
-using p11::Attribute;
 using p11::flag;
 using p11::number;
 using p11::RecordingModule;
