@@ -233,4 +233,39 @@ TEST_F(SignedInteropTest, NewerAlgorithmsAreRefused) {
     EXPECT_EQ(read(1), "code -1006");
 }
 
+// ---- NSS
+
+class SignedInteropNssTest : public SignedInteropTest {
+  protected:
+    SignedInteropNssTest() {
+        run("mkdir db && certutil -N -d sql:db --empty-password");
+        for (const char* authority : {"root", "issuer"})
+            run(std::string("certutil -A -d sql:db -t CT,CT,CT -n ") + authority + " -i " + authority + ".der");
+        run("openssl pkcs12 -export -in alice.pem -inkey alice.key -name alice -passout pass:x -out alice.p12");
+        run("pk12util -d sql:db -i alice.p12 -W x");
+    }
+};
+
+TEST_F(SignedInteropNssTest, VerifiesWhatWeSign) {
+    write(kShort, kAlice, 1, 1);
+    EXPECT_THAT(run("cmsutil -D -d sql:db -h 1 -i ours.der"),
+                AllOf(HasSubstr("signer0.status=GoodSignature"), HasSubstr(kShort)));
+    home.file("content", kShort);
+    write(kShort, kAlice, 1, 2);
+    EXPECT_THAT(run("cmsutil -D -d sql:db -h 1 -c content -i ours.der"), HasSubstr("signer0.status=GoodSignature"));
+}
+
+// cmsutil writes indefinite lengths, which count as no content here; openssl puts the lengths in.
+TEST_F(SignedInteropNssTest, WeVerifyWhatItSignsOnceItIsDer) {
+    home.file("content", kShort);
+    for (const char* options : {"", "-G", "-G -P"})
+        for (const int32_t mode : {1, 2}) {
+            run(std::string("cmsutil -S -d sql:db -N alice -H SHA1 -i content -o theirs.der ") + options +
+                (mode == 2 ? " -T" : ""));
+            EXPECT_EQ(read(mode, kShort), "code -1001");
+            run("openssl pkcs7 -inform DER -in theirs.der -outform DER -out der && mv der theirs.der");
+            EXPECT_EQ(read(mode, kShort), kShort) << options;
+        }
+}
+
 }  // namespace
