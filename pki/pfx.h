@@ -90,13 +90,18 @@ class VT_API VT_PFX {
 
     int append(const ContentInfo& content, Type type);
     int find(Type type, int index, const ContentInfo*& content) const;
+    int take(const MiByte& octets);
     int sort();
 
+    struct Tally {
+        std::int32_t reserved;
+        std::int32_t counts[3];  // contents of the types 3 to 5
+        std::int32_t total;
+        std::uint8_t types[kMostContents];
+    };
+
     // The fields and their order are a binary contract.
-    std::int32_t reserved = 0;
-    std::int32_t counts[3] = {};  // contents of the types 3 to 5
-    std::int32_t total = 0;
-    std::uint8_t types[kMostContents] = {};
+    Tally tally = {};
     Held<AsnSequenceOf<ContentInfo>> contents;  // never null
 };
 

@@ -23,6 +23,7 @@
 #define VT_PKI_SAFE_CONTENTS_H
 
 #include <cstdint>
+#include <vector>
 
 #include "foundation/export.h"
 #include "pki/held.h"
@@ -89,8 +90,8 @@ class VT_API VT_SafeContents {
     int composeSafeContents(AsnSequenceOf<SafeBag>& contents) const;
     int composeSafeContents(MiByte& der) const;
 
-    // decomposeSafeContents replaces all bags. -1001 for a bag without an identifier, which ends the sorting: the bags
-    // behind it are passed over by the getters. After -1014 every getter gives that as well.
+    // decomposeSafeContents replaces all bags. -1001 for a bag without an identifier; the object is then left as far as
+    // it had come, for Reset. After -1014 every getter gives that as well.
     int decomposeSafeContents(const AsnSequenceOf<SafeBag>& contents);
     int decomposeSafeContents(const MiByte& der);
 
@@ -127,14 +128,20 @@ class VT_API VT_SafeContents {
     int appendCertificate(const MiByte& der, const AsnSetOf<PKCS12Attribute>* attributes);
     int find(BagType type, int index, const SafeBag*& bag) const;
     int findCertificate(int index, const SafeBag*& bag, MiByte& der) const;
+    int take(Held<AsnSequenceOf<SafeBag>> contents);
     int sort();
+    void sortCandidates(const std::vector<int>& certificates, std::vector<int>& keys);
     void mark(int index, BagType type);
 
+    struct Tally {
+        std::int32_t reserved;
+        std::int32_t counts[6];  // bags of the types 1 to 6
+        std::int32_t total;
+        std::uint8_t types[kMostBags];
+    };
+
     // The fields and their order are a binary contract.
-    std::int32_t reserved = 0;
-    std::int32_t counts[6] = {};  // bags of the types 1 to 6
-    std::int32_t total = 0;
-    std::uint8_t types[kMostBags] = {};
+    Tally tally = {};
     Held<AsnSequenceOf<SafeBag>> bags;  // never null
 };
 
