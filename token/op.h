@@ -130,7 +130,7 @@ class VT_API VT_P11_OP {
     bool CheckLabelExistInToken(const unsigned char* label, std::uint32_t labelLength, int unused);
 
   private:
-    void* chooser;
+    void* chooser = nullptr;
 };
 
 #endif
