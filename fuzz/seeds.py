@@ -211,6 +211,19 @@ def fibonacci(n):
     return a
 
 
+SIGNED = ("kPlain", "kPlainWithChain", "kPlainMd5", "kDetached", "kAttributes", "kAttributesSmime", "kKeyIdentifier",
+          "kNoCertificates", "kTwoSigners", "kSecondIsGood", "kSecondHasVersion2", "kWithLists", "kNested",
+          "kCertificatesOnly", "kCertificatesAndList", "kDataMessage")
+
+
+def signed_seeds():
+    """Messages of the vectors, which openssl made."""
+    header = (HERE.parent / "tests" / "vectors" / "signed_messages.h").read_text()
+    for name in SIGNED:
+        rows = re.search(r"char " + name + r"\[\] =\n(.*?);", header, re.DOTALL).group(1)
+        yield re.sub(r"(?<!^)([A-Z])", r"_\1", name[1:]).lower(), bytes.fromhex("".join(re.findall(r'"(.*)"', rows)))
+
+
 def main():
     with tempfile.TemporaryDirectory() as scratch:
         der = made_by_openssl(pathlib.Path(scratch))
@@ -260,6 +273,12 @@ def main():
     save("certificate", "self_signed", der["certificate"])
     save("certificate", "name", der["certificate"][der["certificate"].index(bytes.fromhex("310b3009060355040613024445")) - 2:])
 
+    for name, message in signed_seeds():
+        save("signed_message", name, message)
+        if name in ("plain", "nested", "certificates_only", "data_message"):
+            save("message", name, message)
+    save("message", "text", b"no message")
+    save("message", "no_type", bytes.fromhex("3000"))
     for name, seed in pki_seeds():
         save("certificate_helpers", name, seed)
     save("pki_base64", "certificate", base64.encodebytes(der["certificate"]))
