@@ -26,10 +26,6 @@ class MiByte;
 class SignedData;
 class SignerInfo;
 
-namespace pki {
-struct SignedDataAccess;
-}
-
 // Setters store copies and getters copy out; copies of the object are deep. Operations return 0 for success. -1003 is
 // for what was not set, -1001 for what a decoded value lacks. The exceptions of the values pass through; the object is
 // then left as far as it had come, for Reset.
@@ -98,8 +94,6 @@ class VT_API VT_SignedDataContentInfo {
     void Reset();
 
   private:
-    friend struct pki::SignedDataAccess;
-
     void forget();
 
     bool certificatesPresent;
