@@ -13,7 +13,7 @@ constexpr int kVersion = 1;
 
 }  // namespace
 
-VT_SignedDataContentInfo::VT_SignedDataContentInfo() : certificatesPresent(false), certificateListsPresent(false) {
+VT_SignedDataContentInfo::VT_SignedDataContentInfo() {
     Reset();
 }
 

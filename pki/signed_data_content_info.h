@@ -76,11 +76,11 @@ class VT_API VT_SignedDataContentInfo {
 
     // The content goes into the message whole, or its type alone does and the octets travel apart. -1001 for a
     // detached content without a type.
-    int setToBeAttachedContentInfo(const ContentInfo& content);
-    int setToBeDetachedContentInfo(const ContentInfo& content);
+    int setToBeAttachedContentInfo(const ContentInfo& value);
+    int setToBeDetachedContentInfo(const ContentInfo& value);
 
     // getAttachedContentInfo gives -1003 where there is no content, and for a detached one.
-    int getAttachedContentInfo(ContentInfo& content) const;
+    int getAttachedContentInfo(ContentInfo& value) const;
 
     // composeSignedDataContentInfo builds the message, whatever the argument held. -1003 without a content.
     int composeSignedDataContentInfo(ContentInfo& message);
@@ -96,8 +96,8 @@ class VT_API VT_SignedDataContentInfo {
   private:
     void forget();
 
-    bool certificatesPresent;
-    bool certificateListsPresent;
+    bool certificatesPresent = false;
+    bool certificateListsPresent = false;
     Held<SignedData> signedData;
     Held<ContentInfo> content;
     Held<AsnSetOf<SignerInfo>> signers;

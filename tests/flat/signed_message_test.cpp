@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -62,13 +63,13 @@ struct List {
 
 // A private key's record; the numbers belong to this object.
 struct KeyRecord {
-    Bytes parts[8];
+    std::array<Bytes, 8> parts;
     PKCS_PriKey record = {};
     explicit KeyRecord(const vectors::SignersKey& key) {
         PKCS_Blob* const fields[] = {&record.modulus,   &record.publicExponent, &record.privateExponent,
                                      &record.prime1,    &record.prime2,         &record.exponent1,
                                      &record.exponent2, &record.coefficient};
-        for (int i = 0; i < 8; ++i) {
+        for (std::size_t i = 0; i < parts.size(); ++i) {
             parts[i] = hex(key.items[i]);
             *fields[i] = blobOf(parts[i]);
         }
