@@ -1,3 +1,4 @@
+#include "foundation/byte_buffer.h"
 #include "foundation/calendar_time.h"
 #include "pki/certificate.h"
 #include "pki/enveloped_access.h"
@@ -135,11 +136,14 @@ int32_t writeEnveloped(PKCS_Ctx* ctx, const EnvelopedParts& parts, PKCS_Blob* ci
     int32_t result = composeEnveloped(ctx, parts, ciphertext, content);
     if (result != 0)
         return result;
+    // Encoding can throw, so it comes before anything is handed out.
+    MiByteBuffer der;
+    content.DerEncode(der, 0);
     PKCS_Blob apart = {nullptr, 0};
     if (ciphertextOut != nullptr)
         result = flat::giveBlob(ciphertext, apart);
     if (result == 0)
-        result = flat::giveDer(content, message);
+        result = flat::giveBlob(der.GetChars(), der.GetLength(), message);
     if (result != 0) {
         T_free(apart.data);
         return result;
