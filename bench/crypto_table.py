@@ -31,18 +31,23 @@ def rows(program):
     return found
 
 
-def medians(program, names, rounds):
-    """Median processor time in ns by who."""
+def runs(program, names, rounds):
+    """What the program reports of these benchmarks, run in turn."""
     pattern = "^(" + "|".join(re.escape(name).replace(r"\ ", " ").replace(r"\-", "-") for name in names) + ")$"
     done = subprocess.run([program, f"--benchmark_filter={pattern}", "--benchmark_min_time=0.008",
                            f"--benchmark_repetitions={rounds}", "--benchmark_enable_random_interleaving=true",
                            "--benchmark_format=json"], capture_output=True, text=True, check=True)
-    runs = json.loads(done.stdout)["benchmarks"]
-    broken = sorted({run["name"] + ": " + run.get("error_message", "") for run in runs if run.get("error_occurred")})
+    found = json.loads(done.stdout)["benchmarks"]
+    broken = sorted({run["name"] + ": " + run.get("error_message", "") for run in found if run.get("error_occurred")})
     if broken:
         sys.exit("failed: " + ", ".join(broken))
-    return {row_and_who(run["run_name"])[1]: run["cpu_time"] * UNITS[run["time_unit"]] for run in runs
-            if run.get("aggregate_name") == "median"}
+    return found
+
+
+def medians(program, names, rounds):
+    """Median processor time in ns by who."""
+    return {row_and_who(run["run_name"])[1]: run["cpu_time"] * UNITS[run["time_unit"]]
+            for run in runs(program, names, rounds) if run.get("aggregate_name") == "median"}
 
 
 def is_peer(who):

@@ -6,20 +6,6 @@ namespace bench {
 
 constexpr std::size_t kModulusBytes = 256;
 
-Bytes patternBytes(std::size_t length) {
-    Bytes bytes(length);
-    std::uint32_t state = 0x9E3779B9U;
-    for (std::uint8_t& byte : bytes) {
-        state ^= state << 13;
-        state ^= state >> 17;
-        state ^= state << 5;
-        byte = static_cast<std::uint8_t>(state >> 24);
-    }
-    bytes.front() |= 0x80;
-    bytes.back() |= 1;
-    return bytes;
-}
-
 Bytes publicKeyBlob() {
     Bytes blob = {6, 2, 0, 0, 0, 0x24, 0, 0, 'R', 'S', 'A', '1', 0, 8, 0, 0, 1, 0, 1, 0};
     const Bytes modulus = patternBytes(kModulusBytes);

@@ -2,15 +2,17 @@
 # Builds the benchmarks and prints one table: our time, the peer's time in the same run, and the ratio.
 # Usage: bench/run.sh [enrol] [rounds of each benchmark, 9 by default]
 #        bench/run.sh crypto [rounds, 15 by default] [rows: a regular expression, all by default]
-#        bench/run.sh asn [rounds, 15 by default]
+#        bench/run.sh asn | message | token [rounds, 15 by default]
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=build/bench
 what=enrol
-if [[ ${1:-} == enrol || ${1:-} == crypto || ${1:-} == asn ]]; then
-    what=$1
-    shift
-fi
+case ${1:-} in
+    enrol | crypto | asn | message | token)
+        what=$1
+        shift
+        ;;
+esac
 
 scripts/setup.sh bench
 cmake --preset bench >/dev/null
@@ -18,11 +20,15 @@ if [[ $what == crypto ]]; then
     cmake --build --preset bench --target bench_crypto >/dev/null
     exec python3 bench/crypto_table.py "$build/bin/bench_crypto" "${1:-15}" "${2:-.}"
 fi
-if [[ $what == asn ]]; then
-    cmake --build --preset bench --target bench_asn >/dev/null
-    python3 bench/crypto_table.py "$build/bin/bench_asn" "${1:-15}" .
+if [[ $what == asn || $what == message ]]; then
+    cmake --build --preset bench --target "bench_$what" >/dev/null
+    python3 bench/crypto_table.py "$build/bin/bench_$what" "${1:-15}" .
     echo
-    exec "$build/bin/bench_asn" --memory
+    exec "$build/bin/bench_$what" --memory
+fi
+if [[ $what == token ]]; then
+    cmake --build --preset bench --target bench_token >/dev/null
+    exec python3 bench/token_table.py "$build/bin/bench_token" "${1:-15}"
 fi
 
 rounds=${1:-9}

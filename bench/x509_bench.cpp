@@ -3,66 +3,16 @@
 //     bench_asn             the benchmarks
 //     bench_asn --memory    calls of the system's allocator, and the most held, for one decode of each
 #include <benchmark/benchmark.h>
-#include <malloc.h>
 
-#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
 
+#include "bench/heap_meter.h"
 #include "bench/x509_peers.h"
 #include "foundation/pool.h"
-
-namespace {
-
-// What the allocator was asked for since `counting` was set.
-bool counting = false;
-long calls = 0;
-long held = 0;
-long most = 0;
-
-void* taken(void* block) {
-    if (counting && block != nullptr) {
-        ++calls;
-        held += static_cast<long>(malloc_usable_size(block));
-        most = std::max(most, held);
-    }
-    return block;
-}
-
-void given(void* block) {
-    if (counting && block != nullptr)
-        held -= static_cast<long>(malloc_usable_size(block));
-}
-
-}  // namespace
-
-// These stand before the C library's for every library in the process, operator new included.
-// NOLINTBEGIN
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void* __libc_calloc(std::size_t number, std::size_t size);
-void* __libc_realloc(void* block, std::size_t size);
-void __libc_free(void* block);
-
-void* malloc(std::size_t size) {
-    return taken(__libc_malloc(size));
-}
-void* calloc(std::size_t number, std::size_t size) {
-    return taken(__libc_calloc(number, size));
-}
-void* realloc(void* block, std::size_t size) {
-    given(block);
-    return taken(__libc_realloc(block, size));
-}
-void free(void* block) {
-    given(block);
-    __libc_free(block);
-}
-}
-// NOLINTEND
 
 namespace {
 
@@ -76,17 +26,8 @@ std::vector<bench::X509Peer> peers(const bench::Bytes& in) {
             bench::nssX509(in), bench::openSslX509(in), bench::tasn1X509(in)};
 }
 
-struct Memory {
-    long calls;
-    double kilobytes;
-};
-
-Memory memoryOf(const std::function<void()>& work) {
-    calls = held = most = 0;
-    counting = true;
-    work();
-    counting = false;
-    return {calls, static_cast<double>(most) / 1024};
+double kilobytes(const bench::HeapUse& use) {
+    return static_cast<double>(use.mostBytes) / 1024;
 }
 
 // Ours is cold when its pool is empty. What the libraries take once for themselves is in nobody's first decode, since
@@ -96,10 +37,10 @@ void printMemory(const std::vector<bench::X509Peer>& all) {
     std::printf("|---|--:|--:|--:|--:|\n");
     for (const bench::X509Peer& peer : all) {
         foundation::PoolTrim();
-        const Memory first = memoryOf(peer.decode);
-        const Memory later = memoryOf(peer.decode);
-        std::printf("| %s | %ld | %.1f KB | %ld | %.1f KB |\n", peer.who.c_str(), first.calls, first.kilobytes,
-                    later.calls, later.kilobytes);
+        const bench::HeapUse first = bench::heapUse(peer.decode);
+        const bench::HeapUse later = bench::heapUse(peer.decode);
+        std::printf("| %s | %ld | %.1f KB | %ld | %.1f KB |\n", peer.who.c_str(), first.calls, kilobytes(first),
+                    later.calls, kilobytes(later));
     }
 }
 

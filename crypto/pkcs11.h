@@ -85,6 +85,8 @@ inline constexpr CK_FLAGS CKF_OS_LOCKING_OK = 2;
 inline constexpr CK_FLAGS CKF_RW_SESSION = 2;
 inline constexpr CK_FLAGS CKF_SERIAL_SESSION = 4;
 inline constexpr CK_RV CKR_OK = 0;
+inline constexpr CK_ULONG CK_EFFECTIVELY_INFINITE = 0;
+inline constexpr CK_ULONG CK_UNAVAILABLE_INFORMATION = ~CK_ULONG{0};
 
 #if defined(_WIN32)
 #pragma pack(push, 1)
@@ -239,6 +241,7 @@ using CK_MECHANISM = MECHANISM;
 using CK_ATTRIBUTE = ATTRIBUTE;
 using CK_C_GetFunctionList = CK_RV (*)(CK_FUNCTION_LIST** list);
 
+// The layouts, as the standard gives them for each platform.
 #if defined(_WIN32)
 inline constexpr std::size_t CK_FIRST_FUNCTION = 2;
 inline constexpr std::size_t CK_TOKEN_INFO_SIZE = 160;
@@ -246,12 +249,29 @@ inline constexpr std::size_t CK_TOKEN_INFO_SIZE = 160;
 inline constexpr std::size_t CK_FIRST_FUNCTION = sizeof(void*);
 inline constexpr std::size_t CK_TOKEN_INFO_SIZE = 208;
 #endif
+static_assert(sizeof(CK_ULONG) == sizeof(void*), "32 bits on Windows, a machine word elsewhere");
 static_assert(sizeof(MECHANISM) == 3 * sizeof(void*) && offsetof(MECHANISM, parameter) == sizeof(void*) &&
-                  sizeof(ATTRIBUTE) == 3 * sizeof(void*) && offsetof(ATTRIBUTE, value) == sizeof(void*),
+                  offsetof(MECHANISM, parameterLength) == 2 * sizeof(void*) && sizeof(ATTRIBUTE) == 3 * sizeof(void*) &&
+                  offsetof(ATTRIBUTE, value) == sizeof(void*) && offsetof(ATTRIBUTE, valueLength) == 2 * sizeof(void*),
               "modules read these records");
+static_assert(sizeof(CK_C_INITIALIZE_ARGS) == 6 * sizeof(void*) &&
+                  offsetof(CK_C_INITIALIZE_ARGS, flags) == 4 * sizeof(void*) &&
+                  offsetof(CK_C_INITIALIZE_ARGS, pReserved) == 5 * sizeof(void*),
+              "modules read this record");
 static_assert(offsetof(CK_FUNCTION_LIST, C_Initialize) == CK_FIRST_FUNCTION &&
                   offsetof(CK_FUNCTION_LIST, C_WaitForSlotEvent) == CK_FIRST_FUNCTION + 67 * sizeof(void*) &&
-                  sizeof(CK_TOKEN_INFO) == CK_TOKEN_INFO_SIZE,
-              "modules fill these records");
+                  sizeof(CK_FUNCTION_LIST) == CK_FIRST_FUNCTION + 68 * sizeof(void*),
+              "modules fill this record");
+static_assert(sizeof(CK_VERSION) == 2 && sizeof(CK_TOKEN_INFO) == CK_TOKEN_INFO_SIZE &&
+                  offsetof(CK_TOKEN_INFO, manufacturerID) == 32 && offsetof(CK_TOKEN_INFO, model) == 64 &&
+                  offsetof(CK_TOKEN_INFO, serialNumber) == 80 && offsetof(CK_TOKEN_INFO, flags) == 96 &&
+                  offsetof(CK_TOKEN_INFO, ulMaxSessionCount) == 96 + sizeof(CK_ULONG) &&
+                  offsetof(CK_TOKEN_INFO, ulSessionCount) == 96 + 2 * sizeof(CK_ULONG) &&
+                  offsetof(CK_TOKEN_INFO, ulMaxRwSessionCount) == 96 + 3 * sizeof(CK_ULONG) &&
+                  offsetof(CK_TOKEN_INFO, ulRwSessionCount) == 96 + 4 * sizeof(CK_ULONG) &&
+                  offsetof(CK_TOKEN_INFO, hardwareVersion) == 96 + 11 * sizeof(CK_ULONG) &&
+                  offsetof(CK_TOKEN_INFO, firmwareVersion) == 98 + 11 * sizeof(CK_ULONG) &&
+                  offsetof(CK_TOKEN_INFO, utcTime) == 100 + 11 * sizeof(CK_ULONG),
+              "modules fill this record");
 
 #endif

@@ -1,4 +1,4 @@
-// The toolkit's codes from -1000 down, all from codes.def, and the texts of the engine's codes for programs that link
+// The toolkit's own codes, all from codes.def, and the texts of the engine's codes for programs that link
 // the shared library.
 #ifndef VT_TOKEN_CODES_H
 #define VT_TOKEN_CODES_H

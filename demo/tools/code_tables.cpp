@@ -43,7 +43,7 @@ constexpr Code kCodes[] = {
 #undef VT_CODE
 };
 
-// A code of the engine, without the form of its text that programs see.
+// A code of the engine or the toolkit, without the form of its text that programs see.
 struct EngineCode {
     std::int32_t value;
     std::string_view constant;
@@ -73,6 +73,12 @@ constexpr EngineCode kRsaCodes[] = {
 #undef VT_ENGINE_CODE
 #undef VT_ENGINE_CODE_WITHOUT_TEXT
 #undef VT_RSA_CODE
+};
+
+constexpr EngineCode kToolkitCodes[] = {
+#define VT_TOOLKIT_CODE(value, constant, raised, cause, remedy) {value, #constant, "", raised, cause, remedy},
+#include "token/codes.def"
+#undef VT_TOOLKIT_CODE
 };
 
 // The three codes outside the scheme, 0, 1 and -333, belong to no single operation.
@@ -136,11 +142,23 @@ void writeEngineCodes(std::ostream& out) {
     }
 }
 
+void writeToolkitCodes(std::ostream& out) {
+    out << "\n## Toolkit\n\n"
+           "What token operations, messages and flat functions give besides the engine's codes, which pass through "
+           "them unchanged. These have no texts.\n\n"
+           "| Code | Name | Raised when | The usual cause | What to do |\n"
+           "|---|---|---|---|---|\n";
+    for (const EngineCode& code : kToolkitCodes) {
+        out << "| " << code.value << " | `" << code.constant << "` | " << markdownCell(capitalised(code.raised))
+            << " | " << markdownCell(code.cause) << " | " << markdownCell(code.remedy) << " |\n";
+    }
+}
+
 std::string markdown() {
     std::ostringstream out;
     out << "# Error codes\n\n"
-           "Made by `code_tables` from `enrol/codes.def` and `crypto/codes.def`; edit those files and run "
-           "`code_tables`.\n\n"
+           "Made by `code_tables` from `enrol/codes.def`, `crypto/codes.def` and `token/codes.def`; edit those files "
+           "and run `code_tables`.\n\n"
            "## The script methods\n\n"
            "A script method of the plug-in gives 0 for success or one of these numbers. Methods that give text "
            "(`genP10`, `genP10_exp_withdn`, `listCSP`) give an empty text on failure, and the page cannot ask for the "
@@ -158,6 +176,7 @@ std::string markdown() {
         writeMarkdownGroup(out, operation.number, title.str());
     }
     writeEngineCodes(out);
+    writeToolkitCodes(out);
     return out.str();
 }
 

@@ -62,8 +62,9 @@ DWORD GetModuleBaseNameA(HANDLE process, HMODULE module, LPSTR name, DWORD capac
     return static_cast<DWORD>(length);
 }
 
+// The empty name is no file; dlopen takes it for the program itself.
 HMODULE LoadLibraryA(LPCSTR path) {
-    void* module = path != nullptr ? dlopen(path, RTLD_NOW | RTLD_LOCAL) : nullptr;
+    void* module = path != nullptr && *path != '\0' ? dlopen(path, RTLD_NOW | RTLD_LOCAL) : nullptr;
     if (module == nullptr)
         setLastError(path != nullptr ? ERROR_MOD_NOT_FOUND : ERROR_INVALID_PARAMETER);
     return module;

@@ -51,6 +51,10 @@ TEST(module_test, MissingLibraryGivesItsError) {
     EXPECT_EQ(sys().GetLastError(), static_cast<DWORD>(ERROR_MOD_NOT_FOUND));
 }
 
+TEST(module_test, EmptyNameIsNoLibrary) {
+    EXPECT_EQ(sys().LoadLibraryA(""), nullptr);
+}
+
 #if !defined(_WIN32)
 
 TEST(module_test, LongNameIsCut) {

@@ -10,16 +10,21 @@
 #include <vector>
 
 #include "schema/registry.h"
-#include "tools/vtprint/input.h"
-#include "tools/vtprint/types.h"
+#include "tools/common/arguments.h"
+#include "tools/common/input.h"
+#include "tools/common/types.h"
 
 namespace {
 
-using vtprint::Block;
-using vtprint::InputError;
-using vtprint::Value;
-
-enum ExitStatus { kFine = 0, kBadInput = 1, kBadUsage = 2, kNoOutput = 3 };
+using tools::Block;
+using tools::InputError;
+using tools::kBadInput;
+using tools::kBadUsage;
+using tools::kFine;
+using tools::kNoOutput;
+using tools::quoted;
+using tools::UsageError;
+using tools::Value;
 
 constexpr char kUsage[] =
     "usage: vtprint [--type TYPE] [FILE]\n"
@@ -39,26 +44,12 @@ constexpr char kHelp[] =
     "Exit status: 0 all was printed; 1 the input is bad; 2 bad usage; 3 the text could\n"
     "not be written.\n";
 
-class UsageError : public std::runtime_error {
-  public:
-    using std::runtime_error::runtime_error;
-};
-
 struct Options {
     bool help = false;
     bool list = false;
     std::string type;
     std::string file = "-";
 };
-
-// What the user wrote, fit for a message: short, and without what a terminal would act on.
-std::string quoted(std::string_view text) {
-    constexpr std::size_t kMost = 60;
-    std::string out = "\"";
-    for (const char c : text.substr(0, kMost))
-        out += static_cast<unsigned char>(c) < 0x20 || c == 0x7F ? '?' : c;
-    return out + (text.size() > kMost ? "...\"" : "\"");
-}
 
 bool sameButForCase(std::string_view a, std::string_view b) {
     return std::equal(a.begin(), a.end(), b.begin(), b.end(),
@@ -76,59 +67,20 @@ std::string knownType(const std::string& name) {
                      (like == types + count ? "" : "; is " + std::string(like->name) + " meant?"));
 }
 
-// Goes through the arguments; an option's value is in its own argument or behind "=".
-class ArgumentReader {
-  public:
-    ArgumentReader(int count, char** arguments) : rest(arguments + std::min(count, 1), arguments + count) {}
-
-    Options read() {
-        bool onlyFiles = false;
-        while (!rest.empty()) {
-            const std::string argument = take();
-            if (onlyFiles || argument == "-" || argument.empty() || argument[0] != '-')
-                takeFile(argument);
-            else if (argument == "--")
-                onlyFiles = true;
-            else
-                takeOption(argument);
-        }
-        return options;
-    }
-
-  private:
-    std::string take() {
-        std::string first = rest.front();
-        rest.erase(rest.begin());
-        return first;
-    }
-
-    void takeFile(const std::string& name) {
-        if (fileGiven)
-            throw UsageError("more than one file: " + quoted(name));
-        fileGiven = true;
-        options.file = name;
-    }
-
-    void takeOption(const std::string& argument) {
-        constexpr std::string_view kTypeIs = "--type=";
-        if (argument == "-h" || argument == "--help")
-            options.help = true;
-        else if (argument == "-l" || argument == "--list")
-            options.list = true;
-        else if (argument.compare(0, kTypeIs.size(), kTypeIs) == 0)
-            options.type = knownType(argument.substr(kTypeIs.size()));
-        else if (argument != "-t" && argument != "--type")
-            throw UsageError("no option " + quoted(argument));
-        else if (rest.empty())
-            throw UsageError(argument + " needs a type");
-        else
-            options.type = knownType(take());
-    }
-
-    std::vector<std::string> rest;
+Options readOptions(int count, char** arguments) {
+    const tools::Arguments given(count, arguments,
+                                 {{"--help", "-h", nullptr}, {"--list", "-l", nullptr}, {"--type", "-t", "a type"}});
     Options options;
-    bool fileGiven = false;
-};
+    options.help = given.has("--help");
+    options.list = given.has("--list");
+    for (const std::string& type : given.values("--type"))
+        options.type = knownType(type);
+    if (given.words().size() > 1)
+        throw UsageError("more than one file: " + quoted(given.words()[1]));
+    if (!given.words().empty())
+        options.file = given.words()[0];
+    return options;
+}
 
 void listTypes() {
     unsigned int count = 0;
@@ -151,17 +103,17 @@ void printNamed(const Value& value) {
 void printBlock(Block block, const std::string& type) {
     if (!block.fault.empty())
         throw InputError(block.fault);
-    const std::size_t length = vtprint::elementLength(block.der);
+    const std::size_t length = tools::elementLength(block.der);
     if (length > block.der.size())
         throw InputError("cut short: " + std::to_string(block.der.size()) + " bytes of " + std::to_string(length));
     const std::size_t behind = block.der.size() - length;
     block.der.resize(length);
     if (!type.empty()) {
-        print(vtprint::decodeAs(type, block.der));
+        print(tools::decodeAs(type, block.der));
     } else {
-        const Value value = vtprint::decodeFound(block);
+        const Value value = tools::decodeFound(block);
         printNamed(value);
-        for (const Value& inner : vtprint::insideOf(value))
+        for (const Value& inner : tools::insideOf(value))
             printNamed(inner);
     }
     if (behind != 0)
@@ -176,7 +128,7 @@ int printFile(const Options& options) {
     const std::string name = options.file == "-" ? "standard input" : quoted(options.file);
     int status = kFine;
     try {
-        for (const Block& block : vtprint::findBlocks(vtprint::readInput(options.file))) {
+        for (const Block& block : tools::findBlocks(tools::readInput(options.file))) {
             try {
                 printBlock(block, options.type);
             } catch (const InputError& error) {
@@ -209,7 +161,7 @@ int run(const Options& options) {
 int main(int count, char** arguments) {
     Options options;
     try {
-        options = ArgumentReader(count, arguments).read();
+        options = readOptions(count, arguments);
     } catch (const UsageError& error) {
         std::cerr << "vtprint: " << error.what() << '\n' << kUsage << "vtprint --help says more.\n";
         return kBadUsage;

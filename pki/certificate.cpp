@@ -1,0 +1,158 @@
+#include "pki/certificate.h"
+
+#include "foundation/byte.h"
+#include "foundation/byte_buffer.h"
+#include "pki/certificate_elements.h"
+#include "pki/element.h"
+#include "pki/name.h"
+#include "schema/pkcs.h"
+#include "token/codes.h"
+
+using pki::Element;
+
+namespace {
+
+constexpr const char* kRsaEncryption = "1.2.840.113549.1.1.1";
+
+const TBSCertificate* bodyOf(const Certificate& certificate) {
+    return Element<TBSCertificate>(certificate, "tBSCertificate");
+}
+
+// An element of the tBSCertificate, null where either is missing.
+template <class T>
+const T* bodyElement(const Certificate& certificate, const char* name) {
+    const TBSCertificate* body = bodyOf(certificate);
+    return body == nullptr ? nullptr : Element<T>(*body, name);
+}
+
+int readSubject(const Certificate& certificate, VT_Name& subject) {
+    const Name* name = bodyElement<Name>(certificate, "subject");
+    return name == nullptr ? token::kElementAbsent : subject.setName(*name);
+}
+
+// readBound leaves the time alone when it fails.
+int readBound(const X509Time& bound, MiTime& time) {
+    // The choice gives its selection by whatever name.
+    const AsnObject* selection = bound.Get();
+    if (const auto* generalized = dynamic_cast<const AsnGeneralizedTime*>(selection); generalized != nullptr)
+        time = generalized->GetTime();
+    else if (const auto* utc = dynamic_cast<const AsnUTCTime*>(selection); utc != nullptr)
+        time = utc->GetTime();
+    else
+        return token::kNoTime;
+    return 0;
+}
+
+}  // namespace
+
+const Name* pki::IssuerOf(const Certificate& certificate) {
+    return bodyElement<Name>(certificate, "issuer");
+}
+
+int pki::ReadRsaPublicKey(const Certificate& certificate, RSAPublicKey& target) {
+    const auto* info = bodyElement<SubjectPublicKeyInfo>(certificate, "subjectPublicKeyInfo");
+    if (info == nullptr)
+        return token::kElementAbsent;
+    const auto* algorithm = Element<AlgorithmIdentifier>(*info, "algorithm");
+    const auto* oid = algorithm == nullptr ? nullptr : Element<AsnOid>(*algorithm, "algorithm");
+    if (oid == nullptr)
+        return token::kElementAbsent;
+    if (oid->GetData() != kRsaEncryption)
+        return token::kUnsupported;
+    const auto* key = Element<AsnBitString>(*info, "subjectPublicKey");
+    if (key == nullptr)
+        return token::kElementAbsent;
+    target.Reset(nullptr);
+    target.DerDecode(key->GetData().GetByte(), 0);
+    return 0;
+}
+
+VT_Certificate::VT_Certificate() = default;
+VT_Certificate::VT_Certificate(const VT_Certificate& other) = default;
+VT_Certificate& VT_Certificate::operator=(const VT_Certificate& other) = default;
+VT_Certificate::~VT_Certificate() = default;
+
+int VT_Certificate::setCertificate(const Certificate& value) {
+    certificate = value;
+    return 0;
+}
+
+int VT_Certificate::getCertificate(Certificate& value) const {
+    value = certificate;
+    return 0;
+}
+
+int VT_Certificate::setCertificate(const MiByte& der) {
+    certificate.DerDecode(der, 0);
+    return 0;
+}
+
+int VT_Certificate::getCertificate(MiByte& der) const {
+    MiByteBuffer buffer;
+    certificate.DerEncode(buffer, 0);
+    der = buffer.GetByte();
+    return 0;
+}
+
+int VT_Certificate::setExtendedCertificate(const ExtendedCertificateOrCertificate& choice) {
+    // By index, since the choice gives its selection by whatever name.
+    const auto* value = dynamic_cast<const Certificate*>(choice.Get(0U));
+    return value == nullptr ? token::kElementAbsent : setCertificate(*value);
+}
+
+int VT_Certificate::getExtendedCertificate(ExtendedCertificateOrCertificate& choice) const {
+    choice.SetCertificate(certificate);
+    return 0;
+}
+
+int VT_Certificate::getIssuerAndSerialNumber(IssuerAndSerialNumber& target) const {
+    const Name* issuer = pki::IssuerOf(certificate);
+    const auto* serialNumber = bodyElement<AsnInteger>(certificate, "serialNumber");
+    if (issuer == nullptr || serialNumber == nullptr)
+        return token::kElementAbsent;
+    target.Reset(nullptr);
+    target.SetSerialNumber(*serialNumber);
+    target.SetIssuer(*issuer);
+    return 0;
+}
+
+int VT_Certificate::getRSAPublicKey(RSAPublicKey& target) const {
+    return pki::ReadRsaPublicKey(certificate, target);
+}
+
+int VT_Certificate::getSubjectsTotal(int& total) const {
+    VT_Name subject;
+    if (const int result = readSubject(certificate, subject); result != 0)
+        return result;
+    return subject.getNameNodeTotal(total);
+}
+
+int VT_Certificate::getSubjectsByIndex(int index, MiByte& node) const {
+    VT_Name subject;
+    if (const int result = readSubject(certificate, subject); result != 0)
+        return result;
+    return subject.getNameNodeByIndex(index, node);
+}
+
+int VT_Certificate::VerifyValidityPeriod() const {
+    const TBSCertificate* body = bodyOf(certificate);
+    if (body == nullptr)
+        return token::kMaterialMissing;
+    const auto* validity = Element<Validity>(*body, "validity");
+    if (validity == nullptr)
+        return token::kElementAbsent;
+    const auto* from = Element<X509Time>(*validity, "notBefore");
+    const auto* to = Element<X509Time>(*validity, "notAfter");
+    if (from == nullptr || to == nullptr)
+        return token::kElementAbsent;
+
+    MiTime notBefore;
+    MiTime notAfter;
+    if (const int result = readBound(*from, notBefore); result != 0)
+        return result;
+    if (const int result = readBound(*to, notAfter); result != 0)
+        return result;
+    MiTime now;
+    now.SetCurrentTime();
+    return notBefore <= now && now <= notAfter ? 0 : token::kOutsideValidity;
+}

@@ -1,0 +1,70 @@
+#include "pki/content.h"
+
+#include <memory>
+#include <utility>
+
+#include "asn/asn.h"
+#include "foundation/byte_buffer.h"
+#include "foundation/exceptions.h"
+#include "token/codes.h"
+
+namespace pki {
+
+namespace {
+
+// As SetContent, but the message takes the content over: a copy would be one of everything in it.
+void giveContent(ContentInfo& message, const char* type, std::unique_ptr<AsnOctetString> content) {
+    message.Reset(nullptr);
+    message.SetContentType(AsnOid(type));
+    auto* const around = dynamic_cast<AsnContainer*>(message.Find("content"));
+    if (around == nullptr)
+        throw AsnDataExp();
+    around->SetDataSpace(content.release());
+    around->SetAsnPresent(true);
+}
+
+}  // namespace
+
+void storeContent(ContentInfo& message, const char* type, const AsnObject& value) {
+    auto content = std::make_unique<AsnOctetString>();
+    content->SetDerObject(&value);
+    giveContent(message, type, std::move(content));
+}
+
+void storeData(ContentInfo& message, const char* bytes, unsigned int length) {
+    auto content = std::make_unique<AsnOctetString>();
+    content->SetData(bytes, 0, length);
+    giveContent(message, kDataType, std::move(content));
+}
+
+int openContent(const ContentInfo& message, const char* type, const AsnOctetString*& content) {
+    const AsnOid* const held = message.GetContentType();
+    if (held == nullptr)
+        return token::kElementAbsent;
+    if (*held != AsnOid(type))
+        return token::kWrongContentType;
+    content = message.GetContent();
+    return content == nullptr ? token::kElementAbsent : 0;
+}
+
+const MiByte& contentOctets(const AsnOctetString& content, MiByte& scratch) {
+    // Bytes that were kept as they were read are in force; the value is not, then.
+    if (content.GetAsnByteType() == AsnObject::ASN_NO_BYTE)
+        return content.GetData();
+    MiByteBuffer octets;
+    content.DerEncodeContent(octets, 0);
+    scratch = octets.GetByte();
+    return scratch;
+}
+
+void encodeDer(const AsnObject& value, MiByte& der) {
+    MiByteBuffer buffer;
+    value.DerEncode(buffer, 0);
+    der.SetByte(buffer.GetChars(), buffer.GetLength());
+}
+
+void decodeDer(const MiByte& der, AsnObject& value) {
+    value.DerDecode(der, 0);
+}
+
+}  // namespace pki

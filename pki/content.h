@@ -1,0 +1,39 @@
+// What the classes of the PKCS#7 content types share: the types, and a ContentInfo around a value. For the sources of
+// this room and of pki/flat.
+#ifndef VT_PKI_CONTENT_H
+#define VT_PKI_CONTENT_H
+
+#include "foundation/byte.h"
+#include "schema/pkcs.h"
+
+namespace pki {
+
+// PKCS#7 section 14.
+inline constexpr const char* kDataType = "1.2.840.113549.1.7.1";
+inline constexpr const char* kSignedDataType = "1.2.840.113549.1.7.2";
+inline constexpr const char* kEnvelopedDataType = "1.2.840.113549.1.7.3";
+inline constexpr const char* kSignedAndEnvelopedDataType = "1.2.840.113549.1.7.4";
+inline constexpr const char* kDigestedDataType = "1.2.840.113549.1.7.5";
+inline constexpr const char* kEncryptedDataType = "1.2.840.113549.1.7.6";
+
+// storeContent resets the message, gives it the type and stores the DER of the value as its content.
+void storeContent(ContentInfo& message, const char* type, const AsnObject& value);
+
+// storeData resets the message and makes it one of data: the type, and the OCTET STRING of the bytes.
+void storeData(ContentInfo& message, const char* bytes, unsigned int length);
+
+// openContent gives the content of a message, which the message keeps. -1001 for a missing type or content, -1009 for
+// another type than the one expected.
+int openContent(const ContentInfo& message, const char* type, const AsnOctetString*& content);
+
+// contentOctets gives the octets of a content without its tag and length. The result is the content's own storage, or
+// scratch.
+const MiByte& contentOctets(const AsnOctetString& content, MiByte& scratch);
+
+// encodeDer gives the DER of a value, decodeDer reads a value from the front of its DER.
+void encodeDer(const AsnObject& value, MiByte& der);
+void decodeDer(const MiByte& der, AsnObject& value);
+
+}  // namespace pki
+
+#endif

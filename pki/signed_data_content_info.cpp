@@ -1,0 +1,243 @@
+#include "pki/signed_data_content_info.h"
+
+#include "asn/asn.h"
+#include "pki/collection.h"
+#include "pki/content.h"
+#include "pki/signer_access.h"
+#include "schema/schema.h"
+#include "token/codes.h"
+
+namespace {
+
+constexpr int kVersion = 1;
+
+}  // namespace
+
+VT_SignedDataContentInfo::VT_SignedDataContentInfo() : certificatesPresent(false), certificateListsPresent(false) {
+    Reset();
+}
+
+VT_SignedDataContentInfo::VT_SignedDataContentInfo(const VT_SignedDataContentInfo& other) = default;
+VT_SignedDataContentInfo& VT_SignedDataContentInfo::operator=(const VT_SignedDataContentInfo& other) = default;
+VT_SignedDataContentInfo::~VT_SignedDataContentInfo() = default;
+
+void VT_SignedDataContentInfo::Reset() {
+    certificatesPresent = false;
+    certificateListsPresent = false;
+    signedData.clear();
+    content.clear();
+    signers.renew();
+    digestAlgorithms.renew();
+    certificates.renew();
+    certificateLists.renew();
+}
+
+// ---- Signers
+
+int VT_SignedDataContentInfo::addSignerInfo(const SignerInfo& signer) {
+    return pki::addItem(signers, signer);
+}
+
+int VT_SignedDataContentInfo::addSignerInfo(const MiByte& der) {
+    return pki::addItem(signers, der);
+}
+
+int VT_SignedDataContentInfo::getSignerInfoTotal() const {
+    return pki::totalOf(signers);
+}
+
+int VT_SignedDataContentInfo::getSignerInfoByIndex(int index, SignerInfo& signer) const {
+    return pki::copyItem(signers, index, signer);
+}
+
+int VT_SignedDataContentInfo::getSignerInfoByIndex(int index, MiByte& der) const {
+    return pki::copyItem(signers, index, der);
+}
+
+// ---- Digest algorithms
+
+int VT_SignedDataContentInfo::addDigestAlgorithmIdentifier(const AlgorithmIdentifier& algorithm) {
+    return pki::addItem(digestAlgorithms, algorithm);
+}
+
+int VT_SignedDataContentInfo::addDigestAlgorithmIdentifier(const MiByte& der) {
+    return pki::addItem(digestAlgorithms, der);
+}
+
+int VT_SignedDataContentInfo::getDigestAlgorithmIdentifierTotal() const {
+    return pki::totalOf(digestAlgorithms);
+}
+
+int VT_SignedDataContentInfo::getDigestAlgorithmIdentifierByIndex(int index, AlgorithmIdentifier& algorithm) const {
+    return pki::copyItem(digestAlgorithms, index, algorithm);
+}
+
+int VT_SignedDataContentInfo::getDigestAlgorithmIdentifierByIndex(int index, MiByte& der) const {
+    return pki::copyItem(digestAlgorithms, index, der);
+}
+
+// ---- Certificates, and choices of them
+
+int VT_SignedDataContentInfo::addCertificate(const Certificate& certificate) {
+    return pki::raiseFlag(certificatesPresent, pki::addCertificate(certificates, certificate));
+}
+
+int VT_SignedDataContentInfo::addCertificate(const MiByte& der) {
+    return pki::raiseFlag(certificatesPresent, pki::addCertificate(certificates, der));
+}
+
+int VT_SignedDataContentInfo::getCertificateTotal() const {
+    return pki::totalOf(certificates);
+}
+
+int VT_SignedDataContentInfo::getCertificateByIndex(int index, Certificate& certificate) const {
+    return pki::copyCertificate(certificatesPresent, certificates, index, certificate);
+}
+
+int VT_SignedDataContentInfo::getCertificateByIndex(int index, MiByte& der) const {
+    return pki::copyCertificate(certificatesPresent, certificates, index, der);
+}
+
+int VT_SignedDataContentInfo::addExtendedCertificateOrCertificate(const ExtendedCertificateOrCertificate& choice) {
+    return pki::raiseFlag(certificatesPresent, pki::addItem(certificates, choice));
+}
+
+int VT_SignedDataContentInfo::addExtendedCertificateOrCertificate(const MiByte& der) {
+    return pki::raiseFlag(certificatesPresent, pki::addItem(certificates, der));
+}
+
+int VT_SignedDataContentInfo::getExtendedCertificateOrCertificateTotal() const {
+    return pki::totalOf(certificates);
+}
+
+int VT_SignedDataContentInfo::getExtendedCertificateOrCertificateByIndex(
+    int index, ExtendedCertificateOrCertificate& choice) const {
+    return pki::copyItemIf(certificatesPresent, certificates, index, choice);
+}
+
+int VT_SignedDataContentInfo::getExtendedCertificateOrCertificateByIndex(int index, MiByte& der) const {
+    return pki::copyItemIf(certificatesPresent, certificates, index, der);
+}
+
+// ---- Revocation lists
+
+int VT_SignedDataContentInfo::addCertificateList(const CertificateList& list) {
+    return pki::raiseFlag(certificateListsPresent, pki::addItem(certificateLists, list));
+}
+
+int VT_SignedDataContentInfo::addCertificateList(const MiByte& der) {
+    return pki::raiseFlag(certificateListsPresent, pki::addItem(certificateLists, der));
+}
+
+int VT_SignedDataContentInfo::getCertificateListTotal() const {
+    return pki::totalOf(certificateLists);
+}
+
+int VT_SignedDataContentInfo::getCertificateListByIndex(int index, CertificateList& list) const {
+    return pki::copyItemIf(certificateListsPresent, certificateLists, index, list);
+}
+
+int VT_SignedDataContentInfo::getCertificateListByIndex(int index, MiByte& der) const {
+    return pki::copyItemIf(certificateListsPresent, certificateLists, index, der);
+}
+
+// ---- Content
+
+int VT_SignedDataContentInfo::setToBeAttachedContentInfo(const ContentInfo& value) {
+    content.set(value);
+    return 0;
+}
+
+int VT_SignedDataContentInfo::setToBeDetachedContentInfo(const ContentInfo& value) {
+    const AsnOid* const type = value.GetContentType();
+    if (type == nullptr)
+        return token::kElementAbsent;
+    const AsnOid held(*type);  // of a content that may be the one replaced
+    content.renew().SetContentType(held);
+    return 0;
+}
+
+int VT_SignedDataContentInfo::getAttachedContentInfo(ContentInfo& value) const {
+    if (!content || content->GetContent() == nullptr)
+        return token::kMaterialMissing;
+    value = *content;
+    return 0;
+}
+
+// ---- The message
+
+int VT_SignedDataContentInfo::composeSignedDataContentInfo(ContentInfo& message) {
+    SignedData& made = signedData.renew();
+    made.SetVersion(AsnInteger(kVersion));
+    if (!content)
+        return token::kMaterialMissing;
+    made.SetContentInfo(*content);
+    if (!signers)
+        return token::kMaterialMissing;
+    pki::wrapSet(made, "signerInfos", "siSet", *signers);
+    if (!digestAlgorithms)
+        return token::kMaterialMissing;
+    pki::wrapSet(made, "digestAlgorithms", "daSet", *digestAlgorithms);
+    if (certificatesPresent && !certificates)
+        return token::kMaterialMissing;
+    if (certificatesPresent)
+        pki::wrapSet(made, "certificates", "certSet", *certificates);
+    if (certificateListsPresent && !certificateLists)
+        return token::kMaterialMissing;
+    if (certificateListsPresent)
+        pki::wrapSet(made, "crls", "crlSet", *certificateLists);
+    pki::storeContent(message, pki::kSignedDataType, made);
+    return 0;
+}
+
+int VT_SignedDataContentInfo::decomposeSignedDataContentInfo(const ContentInfo& message) {
+    forget();
+    const AsnOctetString* encoded = nullptr;
+    int result = pki::openContent(message, pki::kSignedDataType, encoded);
+    if (result != 0)
+        return result;
+    SignedData& read = signedData.renew();
+    encoded->GetDerObject(&read);
+    result = pki::storeField(content, read.GetContentInfo());
+    if (result == 0)
+        result = pki::storeSet(signers, pki::selectedSet<SignerInfo>(read.GetSignerInfos()));
+    if (result == 0)
+        result = pki::storeSet(digestAlgorithms, pki::selectedSet<AlgorithmIdentifier>(read.GetDigestAlgorithms()));
+    if (result == 0)
+        result = pki::storeSetIf(certificatesPresent, certificates,
+                                 pki::selectedSet<ExtendedCertificateOrCertificate>(read.GetCertificates()));
+    if (result == 0)
+        result = pki::storeSetIf(certificateListsPresent, certificateLists,
+                                 pki::selectedSet<CertificateList>(read.GetCrls()));
+    return result;
+}
+
+void VT_SignedDataContentInfo::forget() {
+    certificatesPresent = false;
+    certificateListsPresent = false;
+    signedData.clear();
+    content.clear();
+    pki::emptySet(signers);
+    pki::emptySet(digestAlgorithms);
+    pki::emptySet(certificates);
+    pki::emptySet(certificateLists);
+}
+
+// ---- What the flat functions look at
+
+const ContentInfo* pki::SignedDataAccess::content(const VT_SignedDataContentInfo& message) {
+    return message.content.get();
+}
+
+const AsnSetOf<SignerInfo>* pki::SignedDataAccess::signers(const VT_SignedDataContentInfo& message) {
+    return message.signers.get();
+}
+
+const AsnSetOf<ExtendedCertificateOrCertificate>* pki::SignedDataAccess::certificates(
+    const VT_SignedDataContentInfo& message) {
+    return message.certificatesPresent ? message.certificates.get() : nullptr;
+}
+
+const AsnSetOf<CertificateList>* pki::SignedDataAccess::certificateLists(const VT_SignedDataContentInfo& message) {
+    return message.certificateListsPresent ? message.certificateLists.get() : nullptr;
+}

@@ -1,0 +1,41 @@
+// What the flat functions do with the message classes without copying: they look at the values held, where the public
+// operations copy out. For the sources of this room and of pki/flat.
+#ifndef VT_PKI_SIGNER_ACCESS_H
+#define VT_PKI_SIGNER_ACCESS_H
+
+#include "asn/set_of.h"
+#include "foundation/export.h"
+#include "schema/forward.h"
+
+class VT_P11_Key;
+class VT_P11_OP;
+class VT_SignedDataContentInfo;
+class VT_SignerInfo;
+
+namespace pki {
+
+// matchSigner tells whether a certificate has that issuer and serial number. -1001 if it lacks one of them.
+int matchSigner(const Certificate& certificate, const IssuerAndSerialNumber& signer, bool& matches);
+
+// VT_SignerInfo
+struct SignerAccess {
+    // sign is SignDigest of that content.
+    static int sign(VT_SignerInfo& signer, VT_P11_OP& op, const VT_P11_Key& key, const ContentInfo& content);
+    // verify is VerifyDigest of that content, which may be null and then counts as not set.
+    static int verify(const VT_SignerInfo& signer, VT_P11_OP& op, const Certificate& certificate,
+                      const ContentInfo* content);
+    // Null if it is not set.
+    static const IssuerAndSerialNumber* issuerAndSerialNumber(const VT_SignerInfo& signer);
+};
+
+// VT_SignedDataContentInfo. Certificates and revocation lists are null where there are none.
+struct SignedDataAccess {
+    static const ContentInfo* content(const VT_SignedDataContentInfo& message);
+    static const AsnSetOf<SignerInfo>* signers(const VT_SignedDataContentInfo& message);
+    static const AsnSetOf<ExtendedCertificateOrCertificate>* certificates(const VT_SignedDataContentInfo& message);
+    static const AsnSetOf<CertificateList>* certificateLists(const VT_SignedDataContentInfo& message);
+};
+
+}  // namespace pki
+
+#endif

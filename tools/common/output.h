@@ -1,0 +1,26 @@
+// What a tool writes: bytes as they are, or DER as PEM or base64.
+#ifndef VT_TOOLS_COMMON_OUTPUT_H
+#define VT_TOOLS_COMMON_OUTPUT_H
+
+#include <stdexcept>
+#include <string>
+
+namespace tools {
+
+class OutputError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+// RFC 7468: base64 in lines of 64 characters between the two lines of the label.
+std::string pem(const std::string& label, const std::string& der);
+
+// Base64 in one line, with a line feed.
+std::string base64(const std::string& der);
+
+// Writes the bytes to a file that is made or overwritten, to standard output for "-". OutputError with the reason.
+void writeOutput(const std::string& file, const std::string& bytes);
+
+}  // namespace tools
+
+#endif
