@@ -4,10 +4,18 @@
 #include <exception>
 #include <limits>
 
-#include "enrol/base64_kernel.h"
+#include "pki/flat/base64_kernel.h"
 
 namespace enrol {
 namespace {
+
+using pki::base64Kernel;
+using pki::Base64Kernel;
+using pki::Base64Progress;
+using pki::kBase64Alphabet;
+using pki::kBase64Foreign;
+using pki::kBase64Pad;
+using pki::kBase64Values;
 
 constexpr std::int32_t kNoMemory = -10000;
 constexpr std::int32_t kPartialGroup = -10002;

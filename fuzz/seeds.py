@@ -162,6 +162,18 @@ def cipher_seeds():
             yield f"{name}_{size}", bytes([form, cipher, length - least]) + key + iv + bytes([26, 4, 12, 8]) + message
 
 
+def pki_seeds():
+    """Certificates that verify and that do not, and a name of every attribute."""
+    text = (HERE.parent / "tests" / "vectors" / "pki_certificates.h").read_text()
+    constants = {name: bytes.fromhex("".join(re.findall(r'"([0-9a-f]+)"', value)))
+                 for name, value in re.findall(r"k(\w+)\[\] =\n([^;]*);", text)}
+    for name in ("RootSha1", "RootMd5", "RootMd2", "RootSha256", "LeafOfCurve", "Plain116", "WrongDigest", "EveryAttribute"):
+        yield name, constants[name]
+    every = constants["EveryAttribute"]
+    start = every.index(bytes.fromhex("3081f9310e300c0603550403"))
+    yield "name", every[start:start + 3 + every[start + 2]]
+
+
 def mpi_seeds():
     """Numbers that strain an estimate: limbs of zeros and ones, top limbs of one bit, neighbours, and shared factors."""
     def numbers(*values):
@@ -197,6 +209,19 @@ def fibonacci(n):
     for _ in range(n):
         a, b = b, a + b
     return a
+
+
+SIGNED = ("kPlain", "kPlainWithChain", "kPlainMd5", "kDetached", "kAttributes", "kAttributesSmime", "kKeyIdentifier",
+          "kNoCertificates", "kTwoSigners", "kSecondIsGood", "kSecondHasVersion2", "kWithLists", "kNested",
+          "kCertificatesOnly", "kCertificatesAndList", "kDataMessage")
+
+
+def signed_seeds():
+    """Messages of the vectors, which openssl made."""
+    header = (HERE.parent / "tests" / "vectors" / "signed_messages.h").read_text()
+    for name in SIGNED:
+        rows = re.search(r"char " + name + r"\[\] =\n(.*?);", header, re.DOTALL).group(1)
+        yield re.sub(r"(?<!^)([A-Z])", r"_\1", name[1:]).lower(), bytes.fromhex("".join(re.findall(r'"(.*)"', rows)))
 
 
 def main():
@@ -247,6 +272,19 @@ def main():
     save("answer", "every_kind", der["every_kind"])
     save("certificate", "self_signed", der["certificate"])
     save("certificate", "name", der["certificate"][der["certificate"].index(bytes.fromhex("310b3009060355040613024445")) - 2:])
+
+    for name, message in signed_seeds():
+        save("signed_message", name, message)
+        if name in ("plain", "nested", "certificates_only", "data_message"):
+            save("message", name, message)
+    save("message", "text", b"no message")
+    save("message", "no_type", bytes.fromhex("3000"))
+    for name, seed in pki_seeds():
+        save("certificate_helpers", name, seed)
+    save("pki_base64", "certificate", base64.encodebytes(der["certificate"]))
+    for name, text in {"pads": b"Zg==Zm8=Zm9v", "misplaced": b"=AAAQUJDA=AAQQ=A", "partial": b"QUJD\nQ", "line": b"A" * 64 + b"\n",
+                       "full_line": b"x" * 48}.items():
+        save("pki_base64", name, text)
 
     for target, name, seed in mpi_seeds():
         save(target, name, seed)

@@ -136,7 +136,7 @@ class VT_API VT_P11_OP {
   private:
     friend struct token::RepeatedDigest;
 
-    void* chooser;
+    void* chooser = nullptr;
 };
 
 #endif

@@ -1,9 +1,11 @@
 #include "token/token_object.h"
 
 #include <algorithm>
-#include <array>
+#include <iterator>
 
-#include "crypto/codes.h"
+#include "token/op_frame.h"
+
+using token::isOnToken;
 
 namespace {
 
@@ -12,10 +14,6 @@ constexpr CK_ULONG kLongestValue = UINT32_MAX - 1;  // a token gives all ones fo
 
 int codeOf(CK_RV value) {
     return static_cast<int>(value);
-}
-
-bool isOnToken(const CHOOSER* chooser) {
-    return chooser != nullptr && chooser->useToken != 0;
 }
 
 // Entries of a template, over values that outlive it.

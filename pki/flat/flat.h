@@ -244,7 +244,8 @@ VT_API int32_t PKCS_Initialize(const char* module, const char* label, const char
 VT_API int32_t PKCS_Finalize(void);
 
 /* PKCS_CreateCtx stores a new context; null settings are settings of zeros, which choose the software. -1010 for a null
- * ctx, -1031 for exhausted memory, and what a token answers; *ctx is null then. The caller gives the context back with
+ * ctx, -1031 or -1 for exhausted memory, -17 for a module that is none; *ctx is null then. A token that refuses a
+ * session gives a context all the same, whose operations fail with -2. The caller gives the context back with
  * PKCS_DestroyCtx. */
 VT_API int32_t PKCS_CreateCtx(PKCS_Ctx** ctx, const PKCS_Settings* settings);
 

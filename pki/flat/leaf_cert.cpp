@@ -25,22 +25,33 @@ struct Names {
     std::wstring issuer;
 };
 
-std::wstring textOf(CERT_NAME_BLOB& name) {
+// Why the platform did not take a certificate.
+int32_t refusal() {
+    const DWORD error = platform::sys().GetLastError();
+    return error == NTE_NO_MEMORY || error == ERROR_NOT_ENOUGH_MEMORY ? VT_E_MEMORY : VT_E_NULL_ARGUMENT;
+}
+
+// A text has a zero at its end that counts, so that no text at all is a failure.
+int32_t readText(CERT_NAME_BLOB& name, std::wstring& text) {
     const DWORD count = capi().CertNameToStrW(kEncoding, &name, CERT_X500_NAME_STR, nullptr, 0);
-    std::wstring text(count, 0);
-    if (count != 0)
-        capi().CertNameToStrW(kEncoding, &name, CERT_X500_NAME_STR, text.data(), count);
-    return text;
+    if (count == 0)
+        return refusal();
+    text.resize(count);
+    return capi().CertNameToStrW(kEncoding, &name, CERT_X500_NAME_STR, text.data(), count) != 0 ? 0 : refusal();
 }
 
 int32_t readNames(const VT_List& list, std::vector<Names>& all) {
-    for (const VT_List* node = list.next; node != nullptr; node = node->next) {
+    int32_t result = 0;
+    for (const VT_List* node = list.next; node != nullptr && result == 0; node = node->next) {
         const Context context(capi().CertCreateCertificateContext(kEncoding, node->data, node->length));
         if (context == nullptr)
-            return VT_E_NULL_ARGUMENT;
-        all.push_back({textOf(context->pCertInfo->Subject), textOf(context->pCertInfo->Issuer)});
+            return refusal();
+        Names& names = all.emplace_back();
+        result = readText(context->pCertInfo->Subject, names.subject);
+        if (result == 0)
+            result = readText(context->pCertInfo->Issuer, names.issuer);
     }
-    return 0;
+    return result;
 }
 
 // The position of the first certificate that issued no other; all.size() if there is none.

@@ -91,7 +91,11 @@ int32_t giveDer(const AsnObject& value, PKCS_Blob& blob) {
 }
 
 int32_t wrapInput(PKCS_Ctx* ctx, const PKCS_Blob& data, ContentInfo& content) {
-    if (PKCS7_GetMsgType(ctx, &data) == PKCS7_UNKNOWN)
+    const int32_t type = PKCS7_GetMsgType(ctx, &data);
+    if (type == VT_E_MEMORY)
+        return type;
+    // A message without a type is one all the same; what is made of it then tells what it lacks.
+    if (type == PKCS7_UNKNOWN)
         wrapData(data, content);
     else
         decodeBlob(data, content);

@@ -84,11 +84,36 @@ static void useLibrary(void) {
     check(VT_GetFileLen("no such file") == 0, "VT_GetFileLen");
 }
 
+static void useMessages(void) {
+    uint8_t text[] = "text";
+    PKCS_Blob data = {text, 4};
+    PKCS_Blob message = {NULL, 0};
+    PKCS_Blob back = {NULL, 0};
+    PKCS_Ctx* ctx = NULL;
+    PKCS_Settings settings = {0, NULL, 0, NULL, 0, 0};
+    uint8_t* leaf = NULL;
+    uint32_t length = 0;
+    check(T_strlen(PKCS_GetVersion()) > 30, "PKCS_GetVersion");
+    check(PKCS_Initialize(NULL, NULL, NULL) == 0 && PKCS_Finalize() == 0, "PKCS_Initialize");
+    check(PKCS_CreateCtx(&ctx, &settings) == 0 && ctx->chooserCreated == 1, "PKCS_CreateCtx");
+    check(PKCS7_WriteDataMsg(ctx, &data, &message) == 0, "PKCS7_WriteDataMsg");
+    check(PKCS7_GetMsgType(ctx, &message) == PKCS7_DATA, "PKCS7_GetMsgType");
+    check(PKCS7_ReadDataMsg(ctx, &message, &back) == 0, "PKCS7_ReadDataMsg");
+    check(T_strcmp((const char*)back.data, "text") == 0, "the data again");
+    check(PKCS7_ReadSignedDataMsg(ctx, &message, PKCS7_ATTACHED, NULL, NULL, NULL, &back) == -1009,
+          "PKCS7_ReadSignedDataMsg");
+    check(PKCS7_GetLeafCert(NULL, &leaf, &length) == VT_E_NO_CERTIFICATES, "PKCS7_GetLeafCert");
+    T_free(message.data);
+    T_free(back.data);
+    check(PKCS_DestroyCtx(&ctx) == 0 && ctx == NULL, "PKCS_DestroyCtx");
+}
+
 int main(void) {
     useMemory();
     useRecords();
     useList();
     useKey();
     useLibrary();
+    useMessages();
     return failures == 0 ? 0 : 1;
 }

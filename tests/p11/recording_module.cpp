@@ -12,6 +12,7 @@
 
 #if defined(_WIN32)
 #include <windows.h>
+#undef CreateMutex  // a field of CK_C_INITIALIZE_ARGS
 #else
 #include <dlfcn.h>
 #endif
@@ -551,7 +552,8 @@ struct Functions {
             return set;
         CK_ULONG count = 0;
         std::memcpy(&count, bits->value.data(), sizeof count);
-        return Bytes(count / 8, 0xC3);
+        Bytes modulus(count / 8, 0xC3);
+        return modulus;
     }
 
     static CK_RV C_SeedRandom(RecordingModule& module, CK_SESSION_HANDLE session, CK_BYTE* seed, CK_ULONG length) {
@@ -672,13 +674,6 @@ void unloadFile(void* library) {
 }
 #endif
 
-void useRecorder(void* library, const CK_FUNCTION_LIST* list) {
-    void* use = findFunction(library, kUseRecorder);
-    if (use == nullptr)
-        throw std::runtime_error("this is not the recording PKCS#11 module");
-    reinterpret_cast<UseRecorder>(use)(list);
-}
-
 }  // namespace
 
 bool operator==(const Attribute& a, const Attribute& b) {
@@ -712,14 +707,17 @@ RecordingModule::RecordingModule(const char* file) : file_(file), index_(file ==
     library_ = loadFile(file);
     if (library_ == nullptr)
         throw std::runtime_error(std::string("cannot load ") + file);
-    useRecorder(library_, index_ == 0 ? listOf<0>() : listOf<1>());
+    useRecorder_ = reinterpret_cast<UseRecorder>(findFunction(library_, kUseRecorder));
+    if (useRecorder_ == nullptr)
+        throw std::runtime_error("this is not the recording PKCS#11 module");
+    useRecorder_(index_ == 0 ? listOf<0>() : listOf<1>());
     recorders[static_cast<std::size_t>(index_)] = this;
     answers_["C_Digest"] = answers_["C_DigestFinal"] = Bytes(20, 0xD1);
     answers_["C_Sign"] = answers_["C_SignFinal"] = Bytes(128, 0x51);
 }
 
 RecordingModule::~RecordingModule() {
-    useRecorder(library_, nullptr);
+    useRecorder_(nullptr);
     recorders[static_cast<std::size_t>(index_)] = nullptr;
     unloadFile(library_);
 }

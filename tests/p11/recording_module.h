@@ -205,6 +205,7 @@ class RecordingModule {
 
     const char* file_;
     void* library_ = nullptr;
+    void (*useRecorder_)(const CK_FUNCTION_LIST* list) = nullptr;  // of the file
     int index_ = 0;
     bool givesList_ = true;
     bool isInitialised_ = false;

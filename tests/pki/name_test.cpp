@@ -115,7 +115,7 @@ TEST(NameTest, AnyOtherAttributeIsReadAsUnknown) {
 
 TEST(NameTest, UnknownLabelsAreRefused) {
     for (const char* label : {" ?? =Alice", "CN  =Alice", "CN =xAlice", " XX =Alice", " CN= Alice", "  CN=Alice",
-                              "  c= Alice", "\0\0\0\0\0Alice", " ST =x", "  C :x"}) {
+                              "  c= Alice", "\0\0\0\0\0Alice", " ST =Alice", "  C :Alice"}) {
         VT_Name name;
         EXPECT_EQ(name.addNameNode(MiByte(label, 10)), kUnsupported) << label;
         EXPECT_EQ(total(name), 0);

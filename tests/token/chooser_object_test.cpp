@@ -24,7 +24,7 @@ using testing::IsEmpty;
 
 // Whether the table is all zeros, slot by slot.
 bool isEmpty(const SOFT_TABLE& table) {
-    void (*const* slots)() = reinterpret_cast<void (*const*)()>(&table);
+    const auto* slots = reinterpret_cast<void (*const*)()>(&table);
     return std::all_of(slots, slots + sizeof(SOFT_TABLE) / sizeof *slots, [](auto slot) { return slot == nullptr; });
 }
 
@@ -214,9 +214,10 @@ TEST_F(ChooserObjectTest, ExhaustedMemoryOnAToken) {
     codes.reserve(8);
     EXPECT_EQ(support::forEachExhaustion([&] { codes.push_back(CreateChooserObject(&chooser, &work)); }), 1);
     EXPECT_THAT(codes, ElementsAre(-1, 0));
-    EXPECT_EQ(frugal.openSessions(), 1) << "the session of the chooser that could not be allocated is closed";
+    EXPECT_EQ(support::FrugalModule::openSessions(), 1)
+        << "the session of the chooser that could not be allocated is closed";
     EXPECT_EQ(DestroyChooserObject(&chooser), 0);
-    EXPECT_EQ(frugal.openSessions(), 0);
+    EXPECT_EQ(support::FrugalModule::openSessions(), 0);
 }
 
 TEST_F(ChooserObjectTest, NewestModuleIsUsed) {

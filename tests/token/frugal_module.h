@@ -32,7 +32,7 @@ class FrugalModule {
         list().C_Login = [](CK_SESSION_HANDLE, CK_USER_TYPE, CK_BYTE*, CK_ULONG) { return CKR_OK; };
     }
 
-    int openSessions() const { return openCount(); }
+    static int openSessions() { return openCount(); }
 
   private:
     static constexpr CK_SESSION_HANDLE kSession = 5;

@@ -492,4 +492,81 @@ TEST_F(OpTokenKeysTest, CertificatesThatAreNotThere) {
     EXPECT_EQ(op.GetCertFromToken(text("mine"), 4, output.data(), nullptr), -1010);
 }
 
+// A module that tells lengths which no value has, and searches that fail half way.
+struct OddModule {
+    static inline CK_RV initCode = CKR_OK;
+    static inline CK_RV findCode = CKR_OK;
+    static inline CK_ULONG size = 0;   // of each attribute, when it is asked for
+    static inline CK_ULONG given = 0;  // and when the value is read
+
+    OddModule() {
+        initCode = findCode = CKR_OK;
+        list.C_FindObjectsInit = [](CK_SESSION_HANDLE, ATTRIBUTE*, CK_ULONG) { return initCode; };
+        list.C_FindObjects = [](CK_SESSION_HANDLE, CK_OBJECT_HANDLE* object, CK_ULONG, CK_ULONG* count) {
+            *object = *count = 1;
+            return findCode;
+        };
+        list.C_FindObjectsFinal = [](CK_SESSION_HANDLE) { return CKR_OK; };
+        list.C_GetAttributeValue = [](CK_SESSION_HANDLE, CK_OBJECT_HANDLE, ATTRIBUTE* attributes, CK_ULONG count) {
+            for (CK_ULONG i = 0; i < count; ++i)
+                attributes[i].valueLength = attributes[i].value == nullptr ? size : given;
+            return CKR_OK;
+        };
+        list.C_GenerateKeyPair = [](CK_SESSION_HANDLE, MECHANISM*, ATTRIBUTE*, CK_ULONG, ATTRIBUTE*, CK_ULONG,
+                                    CK_OBJECT_HANDLE*, CK_OBJECT_HANDLE*) { return CKR_OK; };
+    }
+
+    CK_FUNCTION_LIST list = {};
+    CHOOSER chooser = {1, &list, nullptr, 1};
+};
+
+TEST(OpOddModuleTest, TheCodesOfASearchAreAdded) {
+    OddModule module;
+    TOKEN_PUBLIC_KEY read;
+    EXPECT_EQ(LabelSearchOp(&module.chooser, labelBytes("label")), -22);
+    OddModule::initCode = CKR_DEVICE_ERROR;  // though an object is said to be found
+    EXPECT_EQ(LabelSearchOp(&module.chooser, labelBytes("label")), -19);
+    EXPECT_EQ(ReadPublicKeyOp(&module.chooser, labelBytes("label"), read), -19);
+    OddModule::initCode = CKR_OK;
+    OddModule::findCode = CKR_DEVICE_ERROR;
+    EXPECT_EQ(LabelSearchOp(&module.chooser, labelBytes("label")), -19);
+    EXPECT_EQ(ReadPublicKeyCheckedOp(&module.chooser, labelBytes("label"), read), -19);
+}
+
+TEST(OpOddModuleTest, LengthsThatNoValueHas) {
+    OddModule module;
+    constexpr CK_ULONG kAllOnes = ~CK_ULONG{0};
+    TOKEN_PUBLIC_KEY read;
+    token::Buffer value;
+    OddModule::size = OddModule::given = kAllOnes;
+    EXPECT_EQ(ReadPublicKeyOp(&module.chooser, labelBytes("label"), read), -16);
+    EXPECT_EQ(ReadPublicKeyCheckedOp(&module.chooser, labelBytes("label"), read), 0);
+    EXPECT_EQ(FindCertValueOp(&module.chooser, labelBytes("label"), value), -16);
+    OddModule::size = 8;
+    OddModule::given = 9;
+    EXPECT_EQ(ReadPublicKeyOp(&module.chooser, labelBytes("label"), read), -16);
+    EXPECT_EQ(ReadPublicKeyCheckedOp(&module.chooser, labelBytes("label"), read), -16);
+    EXPECT_EQ(FindCertValueOp(&module.chooser, labelBytes("label"), value), -16);
+}
+
+TEST(OpOddModuleTest, NumbersOfANewKeyThatCannotBe) {
+    OddModule module;
+    const std::int32_t bits = 512;
+    token::HeldAlg alg;
+    ASSERT_EQ(AlgSetup(alg.address(), AlgAllocRsaKeyPairGen, &bits), 0);
+    const std::pair<CK_ULONG, int> kCases[] = {
+        {~CK_ULONG{0}, -16}, {65, -16}, {4, -16} /* more than the exponent's room */, {3, 0}, {0, -7}};
+    for (const auto& [length, code] : kCases) {
+        OddModule::given = length;
+        token::HeldKey publicObject;
+        token::HeldKey privateObject;
+        EXPECT_EQ(GenerateKeyPairOp(alg, publicObject.address(), labelBytes("a"), privateObject.address(),
+                                    labelBytes("b"), &module.chooser),
+                  code)
+            << length;
+        EXPECT_EQ(publicObject == nullptr, code != 0);
+        EXPECT_EQ(privateObject == nullptr, code != 0);
+    }
+}
+
 }  // namespace

@@ -18,7 +18,6 @@ namespace {
 using engine::Alg;
 using engine::Key;
 using p11::attribute;
-using p11::Attribute;
 using p11::flag;
 using p11::number;
 using p11::RecordingModule;
@@ -682,6 +681,70 @@ TEST_F(TokenSideTest, Random) {
     module.fail("C_GenerateRandom", CKR_DEVICE_REMOVED);
     EXPECT_EQ(RandomInitOp(alg, data.data(), 3, chooser), 0x30);
     EXPECT_EQ(RandomOp(alg, out, 5), 0x32);
+}
+
+// From the load to the unload.
+
+// The first code that is not 0. Whatever was built is taken down, as far as the module lets it.
+int encryptOnce(const char* module) {
+    if (const int code = TokenModuleLoad(module, "Card", "1234"))
+        return code;
+    CHOOSER* chooser = nullptr;
+    CHOOSER_WORK work = {0, nullptr, {0, "a", 1, "b", 1}};
+    int first = CreateChooserObject(&chooser, &work);
+    if (first == 0) {
+        const Key key(KeyAllocRc4, Bytes(5, 1));
+        const Alg alg(AlgAllocRc4);
+        std::uint8_t out[4] = {};
+        std::uint32_t length = sizeof out;
+        first = EncryptInitOp(alg, key, chooser);
+        if (first == 0)
+            first = EncryptOp(alg, out, 3, out, &length);
+    }
+    while (chooser != nullptr) {
+        const int code = DestroyChooserObject(&chooser);
+        first = first == 0 ? code : first;
+    }
+    const int code = TokenModuleUnload();
+    return first == 0 ? code : first;
+}
+
+// What encryptOnce gives when a call of that name fails with 0x30.
+int codeAfter(const std::string& failed) {
+    if (failed == "C_GetTokenInfo")
+        return -21;
+    if (failed == "C_Initialize")
+        return 0x190;                               // of the next call, which finds the module not initialised
+    return failed == "C_DestroyObject" ? 0 : 0x30;  // nobody is told of a key that stays
+}
+
+TEST(TokenSideWholeRunTest, EachCallFailsInTurn) {
+    const std::vector<std::string> kCalls = {
+        "C_GetFunctionList", "C_Initialize", "C_GetSlotList",     "C_GetSlotList",  "C_GetTokenInfo",
+        "C_OpenSession",     "C_Login",      "C_GetFunctionList", "C_OpenSession",  "C_CreateObject",
+        "C_EncryptInit",     "C_Encrypt",    "C_DestroyObject",   "C_CloseSession", "C_GetFunctionList",
+        "C_OpenSession",     "C_Logout",     "C_Finalize"};
+    const std::size_t loading = 7;  // calls of the load
+    for (std::size_t n = 1; n <= kCalls.size() + 1; ++n) {
+        RecordingModule module;
+        const support::LoadedLibraries libraries;
+        module.addToken("Card");
+        module.failCall(static_cast<int>(n), CKR_DEVICE_ERROR);
+        const int code = encryptOnce(module.path());
+        if (n > kCalls.size()) {
+            EXPECT_EQ(code, 0);
+            EXPECT_EQ(module.names(), kCalls);
+            break;
+        }
+        const std::string& failed = kCalls[n - 1];
+        SCOPED_TRACE(failed);
+        EXPECT_EQ(module.calls()[n - 1].name, failed);
+        EXPECT_EQ(code, codeAfter(failed));
+        EXPECT_EQ(module.objects().size(), failed == "C_DestroyObject" ? 1u : 0u);
+        EXPECT_EQ(libraries.open().size(), n <= loading ? 1u : 0u);
+        EXPECT_EQ(tokenModuleTable.moduleCount, 0);
+    }
+    UseTokenSide(nullptr);
 }
 
 }  // namespace

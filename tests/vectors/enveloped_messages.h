@@ -316,7 +316,7 @@ inline constexpr char kDigestedSha256[] =
     "6f6e2e0a04204efaaaeaa49295ff749a92e48dbe2d83ffd82fba364870c95ef27d6852505c44";
 
 // openssl cms -digest_create -binary -md sha1 -econtent_type pkcs7-signedData -outform DER
-inline constexpr char kDigestedVersion2[] =
+inline constexpr char kDigestedTypeSigned[] =
     "307f06092a864886f70d010705a0723070020100300706052b0e03021a304c06092a864886f70d010701a03f043d546865206365727469"
     "66696361746520666f72204578616d706c6520476d62482069732072656164793b206665746368206974206279206e6f6f6e2e0a0414b9"
     "adbf4f710ed8df5c2a5eb47495110b542e8479";

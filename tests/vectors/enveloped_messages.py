@@ -263,7 +263,7 @@ def add_digested():
         add(f"kDigested{digest.capitalize()}", data, f"openssl cms -digest_create -binary -md {digest} -outform DER")
     data = openssl("cms", "-digest_create", "-binary", "-md", "sha1", "-econtent_type", "pkcs7-signedData", "-outform",
                    "DER", stdin=TEXT)
-    add("kDigestedVersion2", data,
+    add("kDigestedTypeSigned", data,
         "openssl cms -digest_create -binary -md sha1 -econtent_type pkcs7-signedData -outform DER")
     data = content_info("5", seq(integer(0), algorithm("md2"), content_info("1", octets(TEXT)),
                                  octets(digest_of("md2", TEXT))))
