@@ -686,7 +686,6 @@ VT_API int32_t VT_GetSubjectFromCert(PKCS_Ctx* ctx, const PKCS_Blob* certificate
 VT_API int32_t VTPKCS_GetCertAndPriKeyObj(PKCS_Ctx* ctx, const PKCS_Blob* input, const PKCS_Blob* secret,
                                           int32_t source, VTPKCS_KeyObj* object, PKCS_Blob* certificate);
 
-
 #ifdef __cplusplus
 }
 #endif
