@@ -1,6 +1,7 @@
+#include "pki/flat/signed_message.h"
+
 #include "pki/certificate.h"
 #include "pki/flat/flat.h"
-#include "pki/flat/message.h"
 #include "pki/signed_data_content_info.h"
 #include "pki/signer_access.h"
 #include "pki/signer_info.h"
@@ -13,12 +14,6 @@
 namespace {
 
 // ---- Reading
-
-int32_t openMessage(const PKCS_Blob& message, VT_SignedDataContentInfo& opened) {
-    ContentInfo content;
-    flat::decodeBlob(message, content);
-    return opened.decomposeSignedDataContentInfo(content);
-}
 
 int32_t findContent(const VT_SignedDataContentInfo& message, int32_t mode, const PKCS_Blob& data, ContentInfo& wrapped,
                     const ContentInfo*& content) {
@@ -53,7 +48,7 @@ int32_t verifySigners(const AsnSetOf<SignerInfo>& signers, const flat::SignerChe
 int32_t readSigned(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const PKCS_Blob* external,
                    VT_List* certificates, VT_List* certificateLists, PKCS_Blob& data) {
     VT_SignedDataContentInfo opened;
-    int32_t result = openMessage(message, opened);
+    int32_t result = flat::openSigned(message, opened);
     const auto* const held = pki::SignedDataAccess::certificates(opened);
     if (result == 0)
         result = flat::fillList(certificates, held);
@@ -70,20 +65,10 @@ int32_t readSigned(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const 
 
 // ---- Writing
 
-struct SignedParts {
-    const PKCS_Blob& data;
-    const PKCS_Alg& digest;
-    const PKCS_Alg& signature;
-    int32_t mode;
-    const PKCS_Blob& signerCertificate;
-    const PKCS_PriKey& key;
-    const VT_List* certificates;
-    const VT_List* certificateLists;
-};
+using flat::SignedParts;
 
 // What the parts are once they are read.
 struct SignedValues {
-    VT_P11_Key key;
     AlgorithmIdentifier digest;
     AlgorithmIdentifier signature;
     ContentInfo content;
@@ -92,10 +77,8 @@ struct SignedValues {
 };
 
 int32_t readParts(PKCS_Ctx* ctx, const SignedParts& parts, SignedValues& values) {
-    int32_t result = flat::readPrivateKey(parts.key, values.key);
     VT_P11_Alg digest;
-    if (result == 0)
-        result = digest.setAlgType(parts.digest.algType);
+    int32_t result = digest.setAlgType(parts.digest.algType);
     VT_P11_Alg signature;
     if (result == 0)
         result = flat::readAlg(parts.signature, signature);
@@ -117,12 +100,12 @@ int32_t readParts(PKCS_Ctx* ctx, const SignedParts& parts, SignedValues& values)
     return result != 0 ? result : signature.getAlgorithmIdentifier(values.signature);
 }
 
-int32_t makeSigner(VT_P11_OP& op, const SignedValues& values, SignerInfo& made) {
+int32_t makeSigner(VT_P11_OP& op, const VT_P11_Key& key, const SignedValues& values, SignerInfo& made) {
     VT_SignerInfo signer;
     signer.setDigestAlgorithmIdentifier(values.digest);
     signer.setDigestEncryptionAlgorithmIdentifier(values.signature);
     signer.setIssuerAndSerialNumber(values.signer);
-    const int32_t result = pki::SignerAccess::sign(signer, op, values.key, values.content);
+    const int32_t result = pki::SignerAccess::sign(signer, op, key, values.content);
     return result != 0 ? result : signer.composeSignerInfo(made);
 }
 
@@ -161,7 +144,7 @@ int32_t composeSigned(PKCS_Ctx* ctx, const SignedParts& parts, ContentInfo& comp
     int32_t result = readParts(ctx, parts, values);
     SignerInfo signer;
     if (result == 0)
-        result = makeSigner(*ctx->operation, values, signer);
+        result = makeSigner(*ctx->operation, parts.key, values, signer);
     VT_SignedDataContentInfo message;
     if (result == 0)
         result = message.addDigestAlgorithmIdentifier(values.digest);
@@ -174,13 +157,23 @@ int32_t composeSigned(PKCS_Ctx* ctx, const SignedParts& parts, ContentInfo& comp
     return result != 0 ? result : message.composeSignedDataContentInfo(composed);
 }
 
+}  // namespace
+
+namespace flat {
+
+int32_t openSigned(const PKCS_Blob& message, VT_SignedDataContentInfo& opened) {
+    ContentInfo content;
+    decodeBlob(message, content);
+    return opened.decomposeSignedDataContentInfo(content);
+}
+
 int32_t writeSigned(PKCS_Ctx* ctx, const SignedParts& parts, PKCS_Blob& message) {
     ContentInfo composed;
     const int32_t result = composeSigned(ctx, parts, composed);
-    return result != 0 ? result : flat::giveDer(composed, message);
+    return result != 0 ? result : giveDer(composed, message);
 }
 
-}  // namespace
+}  // namespace flat
 
 int32_t PKCS7_ReadSignedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, int32_t mode,
                                 const PKCS_Blob* signerCertificate, VT_List* certificates, VT_List* certificateLists,
@@ -201,8 +194,12 @@ int32_t PKCS7_WriteSignedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* data, const PKC
     if (flat::anyNull(ctx, data, digest, signature, signerCertificate, key, message))
         return VT_E_NULL_ARGUMENT;
     return flat::guarded(VT_E_NULL_ARGUMENT, [&] {
-        return writeSigned(ctx,
-                           {*data, *digest, *signature, mode, *signerCertificate, *key, certificates, certificateLists},
-                           *message);
+        VT_P11_Key signer;
+        const int32_t result = flat::readPrivateKey(*key, signer);
+        if (result != 0)
+            return result;
+        return flat::writeSigned(
+            ctx, {*data, *digest, *signature, mode, *signerCertificate, signer, certificates, certificateLists},
+            *message);
     });
 }
