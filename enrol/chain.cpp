@@ -46,6 +46,19 @@ std::int32_t openMessageReader(MessageReader& reader) {
     return 0;
 }
 
+// Closes the library, once that is called for, after everything that was opened behind it.
+struct LibraryUse {
+    LibraryUse() = default;
+    ~LibraryUse() {
+        if (closes)
+            PKCS_Finalize();
+    }
+    LibraryUse(const LibraryUse&) = delete;
+    LibraryUse& operator=(const LibraryUse&) = delete;
+
+    bool closes = false;
+};
+
 // Fills the list. False for a message with a signature that verifies, which is no chain.
 bool readChain(MessageReader& reader, const std::uint8_t* data, std::size_t length) {
     const PKCS_Blob message = {const_cast<std::uint8_t*>(data), static_cast<std::uint32_t>(length)};
@@ -130,12 +143,12 @@ std::int32_t ExtractLeafCertificate(const std::uint8_t* data, std::size_t length
         return kReasonWrongContentType;
     if (PKCS_Initialize(nullptr, nullptr, nullptr) != 0)
         return kReasonLibraryNotReady;
+    LibraryUse library;
     MessageReader reader;
     if (const std::int32_t reason = openMessageReader(reader); reason != 0)
         return reason;
-    const std::int32_t reason = readChain(reader, data, length) ? takeLeaf(reader, leaf, size) : 0;
-    PKCS_Finalize();
-    return reason;
+    library.closes = true;
+    return readChain(reader, data, length) ? takeLeaf(reader, leaf, size) : 0;
 }
 
 ChainSlots BuildChainSlots(const std::uint8_t* data, std::size_t length) {
