@@ -285,10 +285,9 @@ TEST_F(chain_test, EachFailureOfStoringLeavesNothingOpen) {
         }
         // A name without its text is another name, which does not always part the chain.
         static constexpr const char* kPassed[] = {"CertFreeCertificateContext", "CertCloseStore",
-                                                   "CertDuplicateCertificateContext", "CertNameToStrW"};
-        const bool mayPass = std::any_of(std::begin(kPassed), std::end(kPassed), [&calls](const char* entry) {
-            return calls.failed().rfind(entry, 0) == 0;
-        });
+                                                  "CertDuplicateCertificateContext", "CertNameToStrW"};
+        const bool mayPass = std::any_of(std::begin(kPassed), std::end(kPassed),
+                                         [&calls](const char* entry) { return calls.failed().rfind(entry, 0) == 0; });
         EXPECT_TRUE(reason == 8204 || (mayPass && reason == 0)) << calls.failed() << " gives " << reason;
         ASSERT_LT(n, 200);
     }

@@ -104,12 +104,12 @@ TEST_F(move_key_test, CallsInTheirOrder) {
     std::vector<std::string> names;
     std::copy_if(calls.log().begin(), calls.log().end(), std::back_inserter(names),
                  [](const std::string& name) { return name[0] == 'C'; });
-    EXPECT_EQ(names, (std::vector<std::string>{"CryptAcquireContextA", "CryptGetUserKey", "CryptExportKey",
-                                               "CryptExportKey", "CryptDestroyKey", "CryptReleaseContext",
-                                               "CoCreateGuid", "CryptAcquireContextA", "CryptImportKey",
-                                               "CertOpenStore", "CertAddEncodedCertificateToStore",
-                                               "CertSetCertificateContextProperty", "CertFreeCertificateContext",
-                                               "CryptDestroyKey", "CertCloseStore"}))
+    EXPECT_EQ(names,
+              (std::vector<std::string>{"CryptAcquireContextA", "CryptGetUserKey", "CryptExportKey", "CryptExportKey",
+                                        "CryptDestroyKey", "CryptReleaseContext", "CoCreateGuid",
+                                        "CryptAcquireContextA", "CryptImportKey", "CertOpenStore",
+                                        "CertAddEncodedCertificateToStore", "CertSetCertificateContextProperty",
+                                        "CertFreeCertificateContext", "CryptDestroyKey", "CertCloseStore"}))
         << "the store releases the new container's context";
 }
 

@@ -335,10 +335,10 @@ TEST_F(signed_data_install_test, BrokenChainsAreBoundAndPartlyStored) {
     const Bytes leaf = hex(vectors::kAliceIssued);
     const Bytes other = makeCertificate({"CN=Other Root", "CN=Other Root"});
     // Two roots; a root that issued nothing here beside a missing one; two leaves; a link that is missing.
-    for (const Bytes& message : {certificatesOnly({leaf, root, hex(vectors::kIssuing), other}),
-                                 certificatesOnly({leaf, hex(vectors::kIssuing)}),
-                                 certificatesOnly({leaf, hex(vectors::kAlice), root}),
-                                 certificatesOnly({leaf, root, hex(vectors::kAlice), hex(vectors::kIssuing)})}) {
+    for (const Bytes& message :
+         {certificatesOnly({leaf, root, hex(vectors::kIssuing), other}),
+          certificatesOnly({leaf, hex(vectors::kIssuing)}), certificatesOnly({leaf, hex(vectors::kAlice), root}),
+          certificatesOnly({leaf, root, hex(vectors::kAlice), hex(vectors::kIssuing)})}) {
         reset();
         EXPECT_EQ(install(kMicrosoft, message), 22068207);
         EXPECT_EQ(store_.ders("MY"), std::vector<Bytes>{leaf});
@@ -359,8 +359,8 @@ TEST_F(signed_data_install_test, MessagesWithoutALeaf) {
     CertificateParts large;
     large.subject = "CN=" + std::string(10240, 'x');
     const Bytes ring = certificatesOnly({makeCertificate({"CN=A", "CN=B"}), makeCertificate({"CN=B", "CN=A"})});
-    for (const Bytes& message : {hex(vectors::kSignedChain), certificatesOnly({}), ring, hex(vectors::kAlice), hex("00"),
-                                 certificatesOnly({makeCertificate(large)})}) {
+    for (const Bytes& message : {hex(vectors::kSignedChain), certificatesOnly({}), ring, hex(vectors::kAlice),
+                                 hex("00"), certificatesOnly({makeCertificate(large)})}) {
         for (const char* provider : {kMicrosoft, kOther}) {
             reset();
             EXPECT_EQ(install(provider, message), 22068017);

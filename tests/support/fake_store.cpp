@@ -374,6 +374,8 @@ BOOL WINAPI addContext(HCERTSTORE store, PCCERT_CONTEXT context, DWORD dispositi
     EXPECT_EQ(disposition, DWORD{CERT_STORE_ADD_USE_EXISTING});
     FakeStore::Elements& elements = fake().stores[fake().open.at(store).name];
     std::shared_ptr<Element> element = readElement(context->pbCertEncoded, context->cbCertEncoded);
+    if (!element)
+        return fail(static_cast<DWORD>(NTE_NO_MEMORY));
     const auto same = std::find_if(elements.begin(), elements.end(), [&element](const auto& other) {
         return other->issuer == element->issuer && other->serial == element->serial;
     });
