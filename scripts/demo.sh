@@ -173,7 +173,7 @@ enrol_by_the_page() {
     grep -q 'u,u,u' "$results/store.txt" || fail "the store holds no certificate with its key"
     [[ $(grep -c ' ,, *$' "$results/store.txt") == 2 ]] || fail "the store does not hold the two authorities, untrusted"
     say "Trusting the authority, which only the user can decide (here with certutil)"
-    certutil -M -d "sql:$home/.pki/nssdb" -n "Vemtrel Demonstration Root - Vemtrel" -t C,,
+    certutil -M -d "sql:$home/.pki/nssdb" -n "Vemtrel Demonstration Root" -t C,,
     play_on_the_page page_known.txt
     where_the_results_lie request.txt certificate.txt certificate.pem store.txt 1-choose.png 2-requested.png \
         3-issued.png 4-installed.png 5-page.png

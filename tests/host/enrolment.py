@@ -269,12 +269,12 @@ class Enrolment(unittest.TestCase):
                 chain, issuing, serial = self.chain_of(self.request(1024, SUBJECT), number)
                 before = set(STORES.containers())
                 self.assertEqual(self.install_chain([chain[i] for i in order], method), 0)
+                self.assertEqual(len(set(STORES.containers()) - before), 1, "the key has a container of its own")
                 self.assertFalse(os.path.exists(SITE.marker))
                 self.assertTrue(STORES.has_with_key(chain[2]))
                 self.assertTrue(STORES.has_authority(chain[0], "ROOT"))
                 self.assertTrue(STORES.has_authority(chain[1], "CA"))
                 self.assertEqual(self.exists(serial, issuing.dn), 0)
-                self.assertEqual(len(set(STORES.containers()) - before), 1, "the key has a container of its own")
                 for authority in chain[:2]:
                     self.assertEqual(SITE.call("CheckCertValid", "1", as_text(authority)), 0)
 
