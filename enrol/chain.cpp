@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 #include <unordered_set>
 
@@ -59,13 +60,16 @@ struct LibraryUse {
     bool closes = false;
 };
 
-// Fills the list. False for a message with a signature that verifies, which is no chain.
+// Fills the list. False for a message with a signature that verifies, which is no chain. A list that memory did not
+// suffice for may lack the leaf, so that an authority would be taken for it: that is an exception.
 bool readChain(MessageReader& reader, const std::uint8_t* data, std::size_t length) {
     const PKCS_Blob message = {const_cast<std::uint8_t*>(data), static_cast<std::uint32_t>(length)};
     PKCS_Blob content = {};
     const std::int32_t code = PKCS7_ReadSignedDataMsg(reader.ctx.get(), &message, PKCS7_ATTACHED, nullptr,
                                                       reader.certificates.get(), nullptr, &content);
     T_free(content.data);
+    if (code == VT_E_MEMORY)
+        throw std::bad_alloc();
     return code != 0;
 }
 

@@ -31,7 +31,8 @@ using ChainSlots = std::vector<CertBytes>;
 ChainSlots BuildChainSlots(const std::uint8_t* data, std::size_t length);
 
 // StoreChain adds the root to the store "ROOT" and the intermediates to "CA", in this order, up to the first that is
-// refused. The leaf is not stored here. 0, or 8204 for fewer than two certificates, a missing link and a refusal.
+// refused. The leaf is not stored here. 0, or 8204 for fewer than two certificates, an empty slot and a refusal. Throws
+// std::bad_alloc.
 std::int32_t StoreChain(const std::uint8_t* data, std::size_t length);
 
 // AddToSystemStore adds a certificate, where it is not there yet, to the system store whose name ("MY", "CA", "ROOT",
