@@ -39,7 +39,7 @@ std::size_t open(const Bytes& der, const std::string& password) {
 }  // namespace
 
 PfxPeer wolfSslPfx() {
-    return {"wolfSSL", open};
+    return {"wolfSSL", open, "rc2.p12"};
 }
 
 }  // namespace bench
