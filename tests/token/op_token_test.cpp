@@ -291,6 +291,22 @@ TEST_F(OpTokenTest, TheSecondPassOfABigOperationFails) {
     EXPECT_EQ(output, untouched());
 }
 
+TEST_F(OpTokenTest, ASizeThatCannotBeHadLeavesTheSessionFree) {
+    const VT_P11_Key key = publicKey(keyOfBits(512).items);
+    for (const CK_ULONG size : {CK_ULONG{0xffffffff}, ~CK_ULONG{0}}) {
+        output = untouched();
+        module.claim("C_Encrypt", size);
+        module.claim("C_Decrypt", size);
+        EXPECT_EQ(op.RSABigEncrypt(key, input, output), -3);
+        EXPECT_EQ(op.RSABigDecrypt(key, input, output), -3);
+        EXPECT_EQ(output, untouched());
+        module.claim("C_Encrypt", 0);
+        module.claim("C_Decrypt", 0);
+        EXPECT_EQ(op.RSABigEncrypt(key, input, output), 0);
+        EXPECT_EQ(op.RSABigDecrypt(key, input, output), 0);
+    }
+}
+
 TEST_F(OpTokenTest, AKeyThatCannotBeDestroyedIsNoFailure) {
     module.fail("C_DestroyObject", CKR_DEVICE_ERROR);
     EXPECT_EQ(op.Sign(algorithm(8), publicKey(keyOfBits(512).items), input, output), 0);
