@@ -5,6 +5,7 @@
 
 #include "tests/p11/recording_module.h"
 #include "tests/token/operations.h"
+#include "token/repeated_digest.h"
 
 namespace {
 
@@ -243,6 +244,21 @@ TEST_F(OpTokenTest, DigestNeedsNoKey) {
         EXPECT_EQ(module.call("C_Digest").input, bytesOf(input));
         EXPECT_EQ(bytesOf(output), Bytes(20, 0xD1));
     }
+}
+
+TEST_F(OpTokenTest, ARepeatedDigestIsCallByCall) {
+    EXPECT_EQ(token::RepeatedDigest::sha1(op, input, 3, output), 0);
+    EXPECT_EQ(module.names(),
+              (Names{"C_DigestInit", "C_Digest", "C_DigestInit", "C_Digest", "C_DigestInit", "C_Digest"}));
+    EXPECT_EQ(module.calls()[1].input, bytesOf(input));
+    EXPECT_EQ(module.calls()[3].input, Bytes(20, 0xD1));
+    EXPECT_EQ(module.calls()[5].input, Bytes(20, 0xD1));
+    EXPECT_EQ(bytesOf(output), Bytes(20, 0xD1));
+    openSession();
+    output = untouched();
+    module.fail("C_Digest", CKR_DEVICE_ERROR, 1);
+    EXPECT_EQ(token::RepeatedDigest::sha1(op, input, 3, output), kDeviceError);
+    EXPECT_EQ(output, untouched());
 }
 
 TEST_F(OpTokenTest, RandomBytesAreTheTokens) {
