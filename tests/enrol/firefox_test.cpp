@@ -5,23 +5,26 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "tests/support/call_plan.h"
 #include "tests/support/certificate.h"
-#include "tests/support/failing_heap.h"
 #include "tests/support/failing_tables.h"
 #include "tests/support/fake_firefox.h"
+#include "tests/support/replace.h"
 
 namespace {
 
 using enrol::CheckCertificateInFirefox;
 using platform::sys;
+using platform::SystemApi;
 using support::base64;
 using support::Bytes;
 using support::CallPlan;
 using support::FakeNss;
+using support::Replaced;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
@@ -357,7 +360,7 @@ TEST_F(firefox_test, EachCallThatFailsHasItsCode) {
         {"FreeLibrary", 1, 0},
         {"FreeLibrary", 7, 0},
     };
-    platform::replaceableSystemApi().SetLastError = [](DWORD) {};
+    const Replaced<&SystemApi::SetLastError> setLastError([](DWORD) {});
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.entry) + " " + std::to_string(row.occurrence));
         CallPlan calls;
@@ -370,20 +373,19 @@ TEST_F(firefox_test, EachCallThatFailsHasItsCode) {
 
 // A text that the platform hands over without its end.
 TEST_F(firefox_test, TextsWithoutAnEndAreEnded) {
-    platform::SystemApi& table = platform::replaceableSystemApi();
-    table.GetUserNameA = [](LPSTR name, DWORD* size) -> BOOL {
-        std::fill_n(name, *size, 'u');
-        return TRUE;
-    };
-    EXPECT_EQ(check(), 22208322);
-    table.GetUserNameA = [](LPSTR name, DWORD*) -> BOOL {
-        std::char_traits<char>::copy(name, "u", 2);
-        return TRUE;
-    };
-    table.GetPrivateProfileStringA = [](LPCSTR, LPCSTR, LPCSTR, LPSTR value, DWORD capacity, LPCSTR) -> DWORD {
-        std::fill_n(value, capacity, 'p');
-        return capacity;
-    };
+    {
+        const Replaced<&SystemApi::GetUserNameA> userName([](LPSTR name, DWORD* size) {
+            std::fill_n(name, *size, 'u');
+            return TRUE;
+        });
+        EXPECT_EQ(check(), 22208322);
+    }
+    firefox.user = "u";
+    const Replaced<&SystemApi::GetPrivateProfileStringA> profileString(
+        [](LPCSTR, LPCSTR, LPCSTR, LPSTR value, DWORD capacity, LPCSTR) {
+            std::fill_n(value, capacity, 'p');
+            return capacity;
+        });
     EXPECT_EQ(check(), 0);
     EXPECT_THAT(firefox.logOf({"NSS_Initialize"}),
                 ElementsAre("NSS_Initialize C:\\Documents and Settings\\u\\Application Data\\Mozilla\\Firefox\\" +
