@@ -13,9 +13,9 @@ namespace pki {
 namespace {
 
 // As SetContent, but the message takes the content over: a copy would be one of everything in it.
-void giveContent(ContentInfo& message, const char* type, std::unique_ptr<AsnOctetString> content) {
+void giveContent(ContentInfo& message, const AsnOid& type, std::unique_ptr<AsnOctetString> content) {
     message.Reset(nullptr);
-    message.SetContentType(AsnOid(type));
+    message.SetContentType(type);
     auto* const around = dynamic_cast<AsnContainer*>(message.Find("content"));
     if (around == nullptr)
         throw AsnDataExp();
@@ -25,16 +25,37 @@ void giveContent(ContentInfo& message, const char* type, std::unique_ptr<AsnOcte
 
 }  // namespace
 
-void storeContent(ContentInfo& message, const char* type, const AsnObject& value) {
+void storeContent(ContentInfo& message, const char* type, const AsnObject& value, unsigned int bulk) {
     auto content = std::make_unique<AsnOctetString>();
-    content->SetDerObject(&value);
-    giveContent(message, type, std::move(content));
+    content->SetAsnBaseData(&value);
+    MiByteBuffer der = bufferFor(bulk);
+    value.DerEncodeContent(der, 0);
+    content->SetData(der.GetChars(), 0, der.GetLength());
+    giveContent(message, AsnOid(type), std::move(content));
 }
 
 void storeData(ContentInfo& message, const char* bytes, unsigned int length) {
     auto content = std::make_unique<AsnOctetString>();
     content->SetData(bytes, 0, length);
-    giveContent(message, kDataType, std::move(content));
+    giveContent(message, AsnOid(kDataType), std::move(content));
+}
+
+void storeOctets(ContentInfo& message, const AsnOid& type, const MiByte& octets) {
+    auto content = std::make_unique<AsnOctetString>();
+    content->SetData(octets);
+    giveContent(message, type, std::move(content));
+}
+
+unsigned int octetsIn(const AsnOctetString* content) {
+    return content == nullptr ? 0 : content->GetData().GetLength();
+}
+
+MiByteBuffer bufferFor(unsigned int bulk) {
+    constexpr unsigned int kLarge = 0x10000;
+    constexpr unsigned int kRest = 0x8000;  // certificates and the like; with more of it the buffer grows
+    if (bulk < kLarge || bulk > UINT32_MAX - kRest)
+        return {};
+    return {static_cast<const char*>(nullptr), bulk + kRest};
 }
 
 int openContent(const ContentInfo& message, const char* type, const AsnOctetString*& content) {

@@ -1,6 +1,7 @@
 #include "pki/encrypted_content.h"
 
 #include "asn/asn.h"
+#include "foundation/exceptions.h"
 #include "pki/content.h"
 #include "schema/schema.h"
 #include "token/token.h"
@@ -36,9 +37,12 @@ int encryptAttached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key,
     const int result = encryptDetached(op, alg, key, content, encrypted, ciphertext);
     if (result != 0)
         return result;
-    AsnOctetString octets;
-    octets.SetData(ciphertext);
-    encrypted->SetEncryptedContent(octets);
+    // As SetEncryptedContent, without a copy on the way.
+    auto* const octets = dynamic_cast<AsnOctetString*>(encrypted->Find("encryptedContent"));
+    if (octets == nullptr)
+        throw AsnDataExp();
+    octets->SetData(ciphertext);
+    octets->SetAsnPresent(true);
     return 0;
 }
 
@@ -59,11 +63,7 @@ int decrypt(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const E
     if (type == nullptr)
         return token::kElementAbsent;
 
-    AsnOctetString octets;
-    octets.SetData(plain);
-    ContentInfo& target = content.renew();
-    target.SetContent(octets);
-    target.SetContentType(*type);
+    storeOctets(content.renew(), *type, plain);
     return 0;
 }
 

@@ -13,8 +13,13 @@ class VT_SignedAndEnvelopedDataContentInfo;
 
 namespace pki {
 
-// Each is null where it is not set or not present.
 struct EnvelopedAccess {
+    // composeLast is composeEnvelopedDataContentInfo for a message that is not needed any more: it lets go of its
+    // contents.
+    static int composeLast(VT_EnvelopedDataContentInfo& message, ContentInfo& composed);
+    static int compose(VT_EnvelopedDataContentInfo& from, ContentInfo& message, bool keepsContent);
+
+    // Each is null where it is not set or not present.
     static const ContentInfo* content(const VT_DigestedDataContentInfo& message);
     static const ContentInfo* content(const VT_EncryptedDataContentInfo& message);
     static const ContentInfo* content(const VT_EnvelopedDataContentInfo& message);

@@ -65,14 +65,7 @@ int VT_EnvelopedDataContentInfo::decomposeDetachedEncryptedContentInfo(VT_P11_OP
 }
 
 int VT_EnvelopedDataContentInfo::composeEnvelopedDataContentInfo(ContentInfo& content) {
-    EnvelopedData& value = envelopedData.renew();
-    value.SetVersion(AsnInteger(0));
-    if (!encryptedContent || !recipients)
-        return token::kMaterialMissing;
-    value.SetEncryptedContentInfo(*encryptedContent);
-    pki::wrapSet(value, "recipientInfos", "riSet", *recipients);
-    pki::storeContent(content, pki::kEnvelopedDataType, value);
-    return 0;
+    return pki::EnvelopedAccess::compose(*this, content, true);
 }
 
 int VT_EnvelopedDataContentInfo::decomposeEnvelopedDataContentInfo(const ContentInfo& content) {
@@ -95,6 +88,26 @@ void VT_EnvelopedDataContentInfo::Reset() {
 }
 
 // ---- What the flat functions look at
+
+int pki::EnvelopedAccess::compose(VT_EnvelopedDataContentInfo& from, ContentInfo& message, bool keepsContent) {
+    EnvelopedData& value = from.envelopedData.renew();
+    value.SetVersion(AsnInteger(0));
+    if (!from.encryptedContent || !from.recipients)
+        return token::kMaterialMissing;
+    const unsigned int bulk = pki::octetsIn(from.encryptedContent->GetEncryptedContent());
+    if (!keepsContent)
+        from.innerContent.clear();
+    value.SetEncryptedContentInfo(*from.encryptedContent);
+    if (!keepsContent)
+        from.encryptedContent.clear();
+    pki::wrapSet(value, "recipientInfos", "riSet", *from.recipients);
+    pki::storeContent(message, pki::kEnvelopedDataType, value, bulk);
+    return 0;
+}
+
+int pki::EnvelopedAccess::composeLast(VT_EnvelopedDataContentInfo& message, ContentInfo& composed) {
+    return compose(message, composed, false);
+}
 
 const ContentInfo* pki::EnvelopedAccess::content(const VT_EnvelopedDataContentInfo& message) {
     return message.innerContent.get();

@@ -167,27 +167,7 @@ int VT_SignedDataContentInfo::getAttachedContentInfo(ContentInfo& value) const {
 // ---- The message
 
 int VT_SignedDataContentInfo::composeSignedDataContentInfo(ContentInfo& message) {
-    SignedData& made = signedData.renew();
-    made.SetVersion(AsnInteger(kVersion));
-    if (!content)
-        return token::kMaterialMissing;
-    made.SetContentInfo(*content);
-    if (!signers)
-        return token::kMaterialMissing;
-    pki::wrapSet(made, "signerInfos", "siSet", *signers);
-    if (!digestAlgorithms)
-        return token::kMaterialMissing;
-    pki::wrapSet(made, "digestAlgorithms", "daSet", *digestAlgorithms);
-    if (certificatesPresent && !certificates)
-        return token::kMaterialMissing;
-    if (certificatesPresent)
-        pki::wrapSet(made, "certificates", "certSet", *certificates);
-    if (certificateListsPresent && !certificateLists)
-        return token::kMaterialMissing;
-    if (certificateListsPresent)
-        pki::wrapSet(made, "crls", "crlSet", *certificateLists);
-    pki::storeContent(message, pki::kSignedDataType, made);
-    return 0;
+    return pki::SignedDataAccess::compose(*this, message, true);
 }
 
 int VT_SignedDataContentInfo::decomposeSignedDataContentInfo(const ContentInfo& message) {
@@ -224,6 +204,37 @@ void VT_SignedDataContentInfo::forget() {
 }
 
 // ---- What the flat functions look at
+
+int pki::SignedDataAccess::compose(VT_SignedDataContentInfo& from, ContentInfo& message, bool keepsContent) {
+    SignedData& made = from.signedData.renew();
+    made.SetVersion(AsnInteger(kVersion));
+    if (!from.content)
+        return token::kMaterialMissing;
+    const unsigned int bulk = pki::octetsIn(from.content->GetContent());
+    made.SetContentInfo(*from.content);
+    if (!keepsContent)
+        from.content.clear();
+    if (!from.signers)
+        return token::kMaterialMissing;
+    pki::wrapSet(made, "signerInfos", "siSet", *from.signers);
+    if (!from.digestAlgorithms)
+        return token::kMaterialMissing;
+    pki::wrapSet(made, "digestAlgorithms", "daSet", *from.digestAlgorithms);
+    if (from.certificatesPresent && !from.certificates)
+        return token::kMaterialMissing;
+    if (from.certificatesPresent)
+        pki::wrapSet(made, "certificates", "certSet", *from.certificates);
+    if (from.certificateListsPresent && !from.certificateLists)
+        return token::kMaterialMissing;
+    if (from.certificateListsPresent)
+        pki::wrapSet(made, "crls", "crlSet", *from.certificateLists);
+    pki::storeContent(message, pki::kSignedDataType, made, bulk);
+    return 0;
+}
+
+int pki::SignedDataAccess::composeLast(VT_SignedDataContentInfo& message, ContentInfo& composed) {
+    return compose(message, composed, false);
+}
 
 const ContentInfo* pki::SignedDataAccess::content(const VT_SignedDataContentInfo& message) {
     return message.content.get();

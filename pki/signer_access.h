@@ -30,6 +30,10 @@ struct SignerAccess {
 
 // VT_SignedDataContentInfo. Certificates and revocation lists are null where there are none.
 struct SignedDataAccess {
+    // composeLast is composeSignedDataContentInfo for a message that is not needed any more: it lets go of its content.
+    static int composeLast(VT_SignedDataContentInfo& message, ContentInfo& composed);
+    static int compose(VT_SignedDataContentInfo& from, ContentInfo& message, bool keepsContent);
+
     static const ContentInfo* content(const VT_SignedDataContentInfo& message);
     static const AsnSetOf<SignerInfo>* signers(const VT_SignedDataContentInfo& message);
     static const AsnSetOf<ExtendedCertificateOrCertificate>* certificates(const VT_SignedDataContentInfo& message);

@@ -24,6 +24,7 @@ int32_t readEnveloped(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, con
     AlgorithmIdentifier algorithm;
     VT_P11_Key sessionKey;
     result = enveloped.decomposeEnvelopedDataContentInfo(content);
+    content.Reset(nullptr);
     if (result == 0)
         result = enveloped.getEncryptedContentInfoAlgorithmIdentifier(algorithm);
     if (result == 0)
@@ -119,6 +120,7 @@ int32_t composeEnveloped(PKCS_Ctx* ctx, const EnvelopedParts& parts, MiByte& cip
 
     VT_EnvelopedDataContentInfo enveloped;
     enveloped.setInnerContentInfo(content);
+    content.Reset(nullptr);  // a message can be large, and there is a copy of it now
     enveloped.addRecipientInfo(recipient);
     VT_P11_OP& op = *ctx->operation;
     if (parts.mode == PKCS7_DETACHED)
@@ -126,7 +128,7 @@ int32_t composeEnveloped(PKCS_Ctx* ctx, const EnvelopedParts& parts, MiByte& cip
             enveloped.composeDetachedEncryptedContentInfo(op, envelope.contentAlg, envelope.sessionKey, ciphertext);
     else
         result = enveloped.composeAttachedEncryptedContentInfo(op, envelope.contentAlg, envelope.sessionKey);
-    return result != 0 ? result : enveloped.composeEnvelopedDataContentInfo(content);
+    return result != 0 ? result : pki::EnvelopedAccess::composeLast(enveloped, content);
 }
 
 int32_t writeEnveloped(PKCS_Ctx* ctx, const EnvelopedParts& parts, PKCS_Blob* ciphertextOut, PKCS_Blob& message) {

@@ -84,8 +84,8 @@ int32_t giveBlob(const MiByte& bytes, PKCS_Blob& blob) {
     return giveBlob(bytes.GetChars(), bytes.GetLength(), blob);
 }
 
-int32_t giveDer(const AsnObject& value, PKCS_Blob& blob) {
-    MiByteBuffer buffer;
+int32_t giveDer(const ContentInfo& value, PKCS_Blob& blob) {
+    MiByteBuffer buffer = pki::bufferFor(pki::octetsIn(value.GetContent()));
     value.DerEncode(buffer, 0);
     return giveBlob(buffer.GetChars(), buffer.GetLength(), blob);
 }

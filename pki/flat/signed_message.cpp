@@ -171,7 +171,8 @@ int32_t composeSigned(PKCS_Ctx* ctx, const SignedParts& parts, ContentInfo& comp
         result = message.addSignerInfo(signer);
     if (result == 0)
         result = setContent(parts.mode, values.content, message);
-    return result != 0 ? result : message.composeSignedDataContentInfo(composed);
+    values.content.Reset(nullptr);  // a message can be large, and there is a copy of it now
+    return result != 0 ? result : pki::SignedDataAccess::composeLast(message, composed);
 }
 
 int32_t writeSigned(PKCS_Ctx* ctx, const SignedParts& parts, PKCS_Blob& message) {
