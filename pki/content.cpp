@@ -25,11 +25,18 @@ void giveContent(ContentInfo& message, const AsnOid& type, std::unique_ptr<AsnOc
 
 }  // namespace
 
-void storeContent(ContentInfo& message, const char* type, const AsnObject& value, unsigned int bulk) {
+void storeContent(ContentInfo& message, const char* type, const AsnObject& value) {
+    auto content = std::make_unique<AsnOctetString>();
+    content->SetDerObject(&value);
+    giveContent(message, AsnOid(type), std::move(content));
+}
+
+void storeLastContent(ContentInfo& message, const char* type, AsnObject& value) {
     auto content = std::make_unique<AsnOctetString>();
     content->SetAsnBaseData(&value);
-    MiByteBuffer der = bufferFor(bulk);
+    MiByteBuffer der;
     value.DerEncodeContent(der, 0);
+    value.Reset(nullptr);
     content->SetData(der.GetChars(), 0, der.GetLength());
     giveContent(message, AsnOid(type), std::move(content));
 }
@@ -44,18 +51,6 @@ void storeOctets(ContentInfo& message, const AsnOid& type, const MiByte& octets)
     auto content = std::make_unique<AsnOctetString>();
     content->SetData(octets);
     giveContent(message, type, std::move(content));
-}
-
-unsigned int octetsIn(const AsnOctetString* content) {
-    return content == nullptr ? 0 : content->GetData().GetLength();
-}
-
-MiByteBuffer bufferFor(unsigned int bulk) {
-    constexpr unsigned int kLarge = 0x10000;
-    constexpr unsigned int kRest = 0x8000;  // certificates and the like; with more of it the buffer grows
-    if (bulk < kLarge || bulk > UINT32_MAX - kRest)
-        return {};
-    return {static_cast<const char*>(nullptr), bulk + kRest};
 }
 
 int openContent(const ContentInfo& message, const char* type, const AsnOctetString*& content) {

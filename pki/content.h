@@ -4,7 +4,6 @@
 #define VT_PKI_CONTENT_H
 
 #include "foundation/byte.h"
-#include "foundation/byte_buffer.h"
 #include "schema/pkcs.h"
 
 namespace pki {
@@ -17,22 +16,16 @@ inline constexpr const char* kSignedAndEnvelopedDataType = "1.2.840.113549.1.7.4
 inline constexpr const char* kDigestedDataType = "1.2.840.113549.1.7.5";
 inline constexpr const char* kEncryptedDataType = "1.2.840.113549.1.7.6";
 
-// storeContent resets the message, gives it the type and stores the DER of the value as its content. bulk is the number
-// of octets that the value is known to carry, so that a large one is written into a buffer of its size.
-void storeContent(ContentInfo& message, const char* type, const AsnObject& value, unsigned int bulk = 0);
+// storeContent resets the message, gives it the type and stores the DER of the value as its content. storeLastContent
+// resets the value as soon as it is encoded, so that a large one is not held beside its copies.
+void storeContent(ContentInfo& message, const char* type, const AsnObject& value);
+void storeLastContent(ContentInfo& message, const char* type, AsnObject& value);
 
 // storeData resets the message and makes it one of data: the type, and the OCTET STRING of the bytes.
 void storeData(ContentInfo& message, const char* bytes, unsigned int length);
 
 // storeOctets is storeData with another type.
 void storeOctets(ContentInfo& message, const AsnOid& type, const MiByte& octets);
-
-// octetsIn gives the number of octets in a content, 0 for null.
-unsigned int octetsIn(const AsnOctetString* content);
-
-// bufferFor gives an empty buffer for a DER that carries so many octets. A buffer that grows to a large message takes
-// twice its size.
-MiByteBuffer bufferFor(unsigned int bulk);
 
 // openContent gives the content of a message, which the message keeps. -1001 for a missing type or content, -1009 for
 // another type than the one expected.

@@ -17,6 +17,8 @@ struct EnvelopedAccess {
     // composeLast is composeEnvelopedDataContentInfo for a message that is not needed any more: it lets go of its
     // contents.
     static int composeLast(VT_EnvelopedDataContentInfo& message, ContentInfo& composed);
+    // dropTree lets go of the value that was decomposed, which the message keeps beside its parts.
+    static void dropTree(VT_EnvelopedDataContentInfo& message);
     static int compose(VT_EnvelopedDataContentInfo& from, ContentInfo& message, bool keepsContent);
 
     // Each is null where it is not set or not present.

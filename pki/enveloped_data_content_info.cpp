@@ -94,15 +94,21 @@ int pki::EnvelopedAccess::compose(VT_EnvelopedDataContentInfo& from, ContentInfo
     value.SetVersion(AsnInteger(0));
     if (!from.encryptedContent || !from.recipients)
         return token::kMaterialMissing;
-    const unsigned int bulk = pki::octetsIn(from.encryptedContent->GetEncryptedContent());
     if (!keepsContent)
         from.innerContent.clear();
     value.SetEncryptedContentInfo(*from.encryptedContent);
     if (!keepsContent)
         from.encryptedContent.clear();
     pki::wrapSet(value, "recipientInfos", "riSet", *from.recipients);
-    pki::storeContent(message, pki::kEnvelopedDataType, value, bulk);
+    if (keepsContent)
+        pki::storeContent(message, pki::kEnvelopedDataType, value);
+    else
+        pki::storeLastContent(message, pki::kEnvelopedDataType, value);
     return 0;
+}
+
+void pki::EnvelopedAccess::dropTree(VT_EnvelopedDataContentInfo& message) {
+    message.envelopedData.clear();
 }
 
 int pki::EnvelopedAccess::composeLast(VT_EnvelopedDataContentInfo& message, ContentInfo& composed) {

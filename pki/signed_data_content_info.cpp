@@ -210,7 +210,6 @@ int pki::SignedDataAccess::compose(VT_SignedDataContentInfo& from, ContentInfo& 
     made.SetVersion(AsnInteger(kVersion));
     if (!from.content)
         return token::kMaterialMissing;
-    const unsigned int bulk = pki::octetsIn(from.content->GetContent());
     made.SetContentInfo(*from.content);
     if (!keepsContent)
         from.content.clear();
@@ -228,7 +227,10 @@ int pki::SignedDataAccess::compose(VT_SignedDataContentInfo& from, ContentInfo& 
         return token::kMaterialMissing;
     if (from.certificateListsPresent)
         pki::wrapSet(made, "crls", "crlSet", *from.certificateLists);
-    pki::storeContent(message, pki::kSignedDataType, made, bulk);
+    if (keepsContent)
+        pki::storeContent(message, pki::kSignedDataType, made);
+    else
+        pki::storeLastContent(message, pki::kSignedDataType, made);
     return 0;
 }
 

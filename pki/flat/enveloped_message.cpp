@@ -24,7 +24,8 @@ int32_t readEnveloped(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, con
     AlgorithmIdentifier algorithm;
     VT_P11_Key sessionKey;
     result = enveloped.decomposeEnvelopedDataContentInfo(content);
-    content.Reset(nullptr);
+    content.Reset(nullptr);  // a message can be large, and its parts are copied now
+    pki::EnvelopedAccess::dropTree(enveloped);
     if (result == 0)
         result = enveloped.getEncryptedContentInfoAlgorithmIdentifier(algorithm);
     if (result == 0)
@@ -141,7 +142,7 @@ int32_t writeEnveloped(PKCS_Ctx* ctx, const EnvelopedParts& parts, PKCS_Blob* ci
     if (ciphertextOut != nullptr)
         result = flat::giveBlob(ciphertext, apart);
     if (result == 0)
-        result = flat::giveDer(content, message);
+        result = flat::giveLastDer(content, message);
     if (result != 0) {
         T_free(apart.data);
         return result;

@@ -84,9 +84,16 @@ int32_t giveBlob(const MiByte& bytes, PKCS_Blob& blob) {
     return giveBlob(bytes.GetChars(), bytes.GetLength(), blob);
 }
 
-int32_t giveDer(const ContentInfo& value, PKCS_Blob& blob) {
-    MiByteBuffer buffer = pki::bufferFor(pki::octetsIn(value.GetContent()));
+int32_t giveDer(const AsnObject& value, PKCS_Blob& blob) {
+    MiByteBuffer buffer;
     value.DerEncode(buffer, 0);
+    return giveBlob(buffer.GetChars(), buffer.GetLength(), blob);
+}
+
+int32_t giveLastDer(AsnObject& value, PKCS_Blob& blob) {
+    MiByteBuffer buffer;
+    value.DerEncode(buffer, 0);
+    value.Reset(nullptr);
     return giveBlob(buffer.GetChars(), buffer.GetLength(), blob);
 }
 

@@ -43,8 +43,10 @@ void decodeBlob(const PKCS_Blob& blob, AsnObject& value);
 int32_t giveBlob(const char* bytes, uint32_t length, PKCS_Blob& blob);
 int32_t giveBlob(const MiByte& bytes, PKCS_Blob& blob);
 
-// giveDer stores the DER of a message in an output blob. -1031.
-int32_t giveDer(const ContentInfo& value, PKCS_Blob& blob);
+// giveDer stores the DER of a value in an output blob. -1031. giveLastDer resets the value as soon as it is encoded, so
+// that a large one is not held beside its copies.
+int32_t giveDer(const AsnObject& value, PKCS_Blob& blob);
+int32_t giveLastDer(AsnObject& value, PKCS_Blob& blob);
 
 // wrapInput gives the content that a message is made around: the bytes as data, or the message that they are.
 int32_t wrapInput(PKCS_Ctx* ctx, const PKCS_Blob& data, ContentInfo& content);

@@ -178,7 +178,7 @@ int32_t composeSigned(PKCS_Ctx* ctx, const SignedParts& parts, ContentInfo& comp
 int32_t writeSigned(PKCS_Ctx* ctx, const SignedParts& parts, PKCS_Blob& message) {
     ContentInfo composed;
     const int32_t result = composeSigned(ctx, parts, composed);
-    return result != 0 ? result : flat::giveDer(composed, message);
+    return result != 0 ? result : flat::giveLastDer(composed, message);
 }
 
 }  // namespace
