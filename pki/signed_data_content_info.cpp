@@ -205,6 +205,22 @@ void VT_SignedDataContentInfo::forget() {
 
 // ---- What the flat functions look at
 
+int pki::openSignedData(const ContentInfo& message, SignedData& value, SignedDataParts& parts) {
+    const AsnOctetString* encoded = nullptr;
+    const int result = openContent(message, kSignedDataType, encoded);
+    if (result != 0)
+        return result;
+    encoded->GetDerObject(&value);
+    parts.content = value.GetContentInfo();
+    parts.signers = selectedSet<SignerInfo>(value.GetSignerInfos());
+    const bool namesDigests = selectedSet<AlgorithmIdentifier>(value.GetDigestAlgorithms()) != nullptr;
+    if (parts.content == nullptr || parts.signers == nullptr || !namesDigests)
+        return token::kElementAbsent;
+    parts.certificates = selectedSet<ExtendedCertificateOrCertificate>(value.GetCertificates());
+    parts.certificateLists = selectedSet<CertificateList>(value.GetCrls());
+    return 0;
+}
+
 int pki::SignedDataAccess::compose(VT_SignedDataContentInfo& from, ContentInfo& message, bool keepsContent) {
     SignedData& made = from.signedData.renew();
     made.SetVersion(AsnInteger(kVersion));
@@ -236,21 +252,4 @@ int pki::SignedDataAccess::compose(VT_SignedDataContentInfo& from, ContentInfo& 
 
 int pki::SignedDataAccess::composeLast(VT_SignedDataContentInfo& message, ContentInfo& composed) {
     return compose(message, composed, false);
-}
-
-const ContentInfo* pki::SignedDataAccess::content(const VT_SignedDataContentInfo& message) {
-    return message.content.get();
-}
-
-const AsnSetOf<SignerInfo>* pki::SignedDataAccess::signers(const VT_SignedDataContentInfo& message) {
-    return message.signers.get();
-}
-
-const AsnSetOf<ExtendedCertificateOrCertificate>* pki::SignedDataAccess::certificates(
-    const VT_SignedDataContentInfo& message) {
-    return message.certificatesPresent ? message.certificates.get() : nullptr;
-}
-
-const AsnSetOf<CertificateList>* pki::SignedDataAccess::certificateLists(const VT_SignedDataContentInfo& message) {
-    return message.certificateListsPresent ? message.certificateLists.get() : nullptr;
 }

@@ -28,16 +28,23 @@ struct SignerAccess {
     static const IssuerAndSerialNumber* issuerAndSerialNumber(const VT_SignerInfo& signer);
 };
 
-// VT_SignedDataContentInfo. Certificates and revocation lists are null where there are none.
+// The parts of a SignedData where they stand in it. Certificates and revocation lists are null where there are none.
+struct SignedDataParts {
+    const ContentInfo* content = nullptr;
+    const AsnSetOf<SignerInfo>* signers = nullptr;
+    const AsnSetOf<ExtendedCertificateOrCertificate>* certificates = nullptr;
+    const AsnSetOf<CertificateList>* certificateLists = nullptr;
+};
+
+// openSignedData reads the SignedData of a message into value, and finds its parts there. The codes are those of
+// decomposeSignedDataContentInfo, which copies the parts.
+int openSignedData(const ContentInfo& message, SignedData& value, SignedDataParts& parts);
+
+// VT_SignedDataContentInfo
 struct SignedDataAccess {
     // composeLast is composeSignedDataContentInfo for a message that is not needed any more: it lets go of its content.
     static int composeLast(VT_SignedDataContentInfo& message, ContentInfo& composed);
     static int compose(VT_SignedDataContentInfo& from, ContentInfo& message, bool keepsContent);
-
-    static const ContentInfo* content(const VT_SignedDataContentInfo& message);
-    static const AsnSetOf<SignerInfo>* signers(const VT_SignedDataContentInfo& message);
-    static const AsnSetOf<ExtendedCertificateOrCertificate>* certificates(const VT_SignedDataContentInfo& message);
-    static const AsnSetOf<CertificateList>* certificateLists(const VT_SignedDataContentInfo& message);
 };
 
 }  // namespace pki

@@ -14,18 +14,18 @@ namespace {
 
 // ---- Reading
 
-int32_t openMessage(const PKCS_Blob& message, VT_SignedDataContentInfo& opened) {
+int32_t openMessage(const PKCS_Blob& message, SignedData& value, pki::SignedDataParts& parts) {
     ContentInfo content;
     flat::decodeBlob(message, content);
-    return opened.decomposeSignedDataContentInfo(content);
+    return pki::openSignedData(content, value, parts);
 }
 
-int32_t findContent(const VT_SignedDataContentInfo& message, int32_t mode, const PKCS_Blob& data, ContentInfo& wrapped,
+int32_t findContent(const ContentInfo& attached, int32_t mode, const PKCS_Blob& data, ContentInfo& wrapped,
                     const ContentInfo*& content) {
     switch (mode) {
         case PKCS7_ATTACHED:
-            content = pki::SignedDataAccess::content(message);
-            return content == nullptr || content->GetContent() == nullptr ? token::kMaterialMissing : 0;
+            content = &attached;
+            return content->GetContent() == nullptr ? token::kMaterialMissing : 0;
         case PKCS7_DETACHED:
             if (data.data == nullptr)
                 return token::kMaterialMissing;
@@ -52,19 +52,19 @@ int32_t verifySigners(const AsnSetOf<SignerInfo>& signers, const flat::SignerChe
 
 int32_t readSigned(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const PKCS_Blob* external,
                    VT_List* certificates, VT_List* certificateLists, PKCS_Blob& data) {
-    VT_SignedDataContentInfo opened;
-    int32_t result = openMessage(message, opened);
-    const auto* const held = pki::SignedDataAccess::certificates(opened);
+    SignedData value;
+    pki::SignedDataParts parts;
+    int32_t result = openMessage(message, value, parts);
     if (result == 0)
-        result = flat::fillList(certificates, held);
+        result = flat::fillList(certificates, parts.certificates);
     if (result == 0)
-        result = flat::fillList(certificateLists, pki::SignedDataAccess::certificateLists(opened));
+        result = flat::fillList(certificateLists, parts.certificateLists);
     ContentInfo wrapped;
     const ContentInfo* content = nullptr;
     if (result == 0)
-        result = findContent(opened, mode, data, wrapped, content);
+        result = findContent(*parts.content, mode, data, wrapped, content);
     if (result == 0)
-        result = verifySigners(*pki::SignedDataAccess::signers(opened), {ctx, held, external, content});
+        result = verifySigners(*parts.signers, {ctx, parts.certificates, external, content});
     return result == 0 && mode == PKCS7_ATTACHED ? flat::unwrapOutput(*content, data) : result;
 }
 
