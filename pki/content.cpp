@@ -1,5 +1,6 @@
 #include "pki/content.h"
 
+#include <climits>
 #include <memory>
 #include <utility>
 
@@ -13,9 +14,9 @@ namespace pki {
 namespace {
 
 // As SetContent, but the message takes the content over: a copy would be one of everything in it.
-void giveContent(ContentInfo& message, const AsnOid& type, std::unique_ptr<AsnOctetString> content) {
+void giveContent(ContentInfo& message, const char* type, std::unique_ptr<AsnOctetString> content) {
     message.Reset(nullptr);
-    message.SetContentType(type);
+    message.SetContentType(AsnOid(type));
     auto* const around = dynamic_cast<AsnContainer*>(message.Find("content"));
     if (around == nullptr)
         throw AsnDataExp();
@@ -28,29 +29,37 @@ void giveContent(ContentInfo& message, const AsnOid& type, std::unique_ptr<AsnOc
 void storeContent(ContentInfo& message, const char* type, const AsnObject& value) {
     auto content = std::make_unique<AsnOctetString>();
     content->SetDerObject(&value);
-    giveContent(message, AsnOid(type), std::move(content));
+    giveContent(message, type, std::move(content));
 }
 
-void storeLastContent(ContentInfo& message, const char* type, AsnObject& value) {
+void encodeMessage(const char* type, const AsnObject& value, unsigned int sizeHint, MiByteBuffer& der) {
+    constexpr unsigned char kSequence = 0x30;
+    constexpr unsigned char kContent = 0xA0;  // [0]
+    constexpr unsigned int kRoomForHeads = 64;
+    der.EnsureCapacity(sizeHint + kRoomForHeads);
+    const unsigned int size = value.DerEncode(der, 0);
+    AsnDerEncode encoder;
+    MiByteBuffer inner;
+    AsnOid(type).DerEncode(inner, 0);
+    inner.Append(kContent);
+    inner.Append(encoder.EncodeLength(size));
+    if (size > UINT_MAX - inner.GetLength())
+        throw MiOutOfRangeExp();
+    MiByteBuffer heads;
+    heads.Append(kSequence);
+    heads.Append(encoder.EncodeLength(size + inner.GetLength()));
+    heads.Append(inner);
+    der.Insert(0, heads.GetChars(), heads.GetLength());
+}
+
+void storeOctets(ContentInfo& message, const char* type, const char* bytes, unsigned int length) {
     auto content = std::make_unique<AsnOctetString>();
-    content->SetAsnBaseData(&value);
-    MiByteBuffer der;
-    value.DerEncodeContent(der, 0);
-    value.Reset(nullptr);
-    content->SetData(der.GetChars(), 0, der.GetLength());
-    giveContent(message, AsnOid(type), std::move(content));
+    content->SetData(bytes, 0, length);
+    giveContent(message, type, std::move(content));
 }
 
 void storeData(ContentInfo& message, const char* bytes, unsigned int length) {
-    auto content = std::make_unique<AsnOctetString>();
-    content->SetData(bytes, 0, length);
-    giveContent(message, AsnOid(kDataType), std::move(content));
-}
-
-void storeOctets(ContentInfo& message, const AsnOid& type, const MiByte& octets) {
-    auto content = std::make_unique<AsnOctetString>();
-    content->SetData(octets);
-    giveContent(message, type, std::move(content));
+    storeOctets(message, kDataType, bytes, length);
 }
 
 int openContent(const ContentInfo& message, const char* type, const AsnOctetString*& content) {

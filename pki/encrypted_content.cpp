@@ -8,9 +8,9 @@
 
 namespace pki {
 
-int encryptDetached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const Held<ContentInfo>& content,
+int encryptDetached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const ContentInfo* content,
                     Held<EncryptedContentInfo>& encrypted, MiByte& ciphertext) {
-    if (!content)
+    if (content == nullptr)
         return token::kMaterialMissing;
     EncryptedContentInfo& target = encrypted.renew();
     const AsnOid* type = content->GetContentType();
@@ -31,13 +31,12 @@ int encryptDetached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key,
     return op.Encrypt(alg, key, contentOctets(*plain, scratch), ciphertext);
 }
 
-int encryptAttached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const Held<ContentInfo>& content,
+int encryptAttached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const ContentInfo* content,
                     Held<EncryptedContentInfo>& encrypted) {
     MiByte ciphertext;
     const int result = encryptDetached(op, alg, key, content, encrypted, ciphertext);
     if (result != 0)
         return result;
-    // As SetEncryptedContent, without a copy on the way.
     auto* const octets = dynamic_cast<AsnOctetString*>(encrypted->Find("encryptedContent"));
     if (octets == nullptr)
         throw AsnDataExp();
@@ -63,7 +62,7 @@ int decrypt(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const E
     if (type == nullptr)
         return token::kElementAbsent;
 
-    storeOctets(content.renew(), *type, plain);
+    storeOctets(content.renew(), type->GetData().GetChars(), plain.GetChars(), plain.GetLength());
     return 0;
 }
 

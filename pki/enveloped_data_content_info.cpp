@@ -47,12 +47,12 @@ int VT_EnvelopedDataContentInfo::getEncryptedContentInfoAlgorithmIdentifier(Algo
 
 int VT_EnvelopedDataContentInfo::composeAttachedEncryptedContentInfo(VT_P11_OP& op, const VT_P11_Alg& alg,
                                                                      const VT_P11_Key& key) {
-    return pki::encryptAttached(op, alg, key, innerContent, encryptedContent);
+    return pki::encryptAttached(op, alg, key, innerContent.get(), encryptedContent);
 }
 
 int VT_EnvelopedDataContentInfo::composeDetachedEncryptedContentInfo(VT_P11_OP& op, const VT_P11_Alg& alg,
                                                                      const VT_P11_Key& key, MiByte& ciphertext) {
-    return pki::encryptDetached(op, alg, key, innerContent, encryptedContent, ciphertext);
+    return pki::encryptDetached(op, alg, key, innerContent.get(), encryptedContent, ciphertext);
 }
 
 int VT_EnvelopedDataContentInfo::decomposeAttachedEncryptedContentInfo(VT_P11_OP& op, const VT_P11_Key& key) {
@@ -65,7 +65,14 @@ int VT_EnvelopedDataContentInfo::decomposeDetachedEncryptedContentInfo(VT_P11_OP
 }
 
 int VT_EnvelopedDataContentInfo::composeEnvelopedDataContentInfo(ContentInfo& content) {
-    return pki::EnvelopedAccess::compose(*this, content, true);
+    EnvelopedData& value = envelopedData.renew();
+    value.SetVersion(AsnInteger(0));
+    if (!encryptedContent || !recipients)
+        return token::kMaterialMissing;
+    value.SetEncryptedContentInfo(*encryptedContent);
+    pki::wrapSet(value, "recipientInfos", "riSet", *recipients);
+    pki::storeContent(content, pki::kEnvelopedDataType, value);
+    return 0;
 }
 
 int VT_EnvelopedDataContentInfo::decomposeEnvelopedDataContentInfo(const ContentInfo& content) {
@@ -87,34 +94,17 @@ void VT_EnvelopedDataContentInfo::Reset() {
     *this = VT_EnvelopedDataContentInfo();
 }
 
-// ---- What the flat functions look at
-
-int pki::EnvelopedAccess::compose(VT_EnvelopedDataContentInfo& from, ContentInfo& message, bool keepsContent) {
-    EnvelopedData& value = from.envelopedData.renew();
-    value.SetVersion(AsnInteger(0));
-    if (!from.encryptedContent || !from.recipients)
-        return token::kMaterialMissing;
-    if (!keepsContent)
-        from.innerContent.clear();
-    value.SetEncryptedContentInfo(*from.encryptedContent);
-    if (!keepsContent)
-        from.encryptedContent.clear();
-    pki::wrapSet(value, "recipientInfos", "riSet", *from.recipients);
-    if (keepsContent)
-        pki::storeContent(message, pki::kEnvelopedDataType, value);
-    else
-        pki::storeLastContent(message, pki::kEnvelopedDataType, value);
-    return 0;
-}
-
-void pki::EnvelopedAccess::dropTree(VT_EnvelopedDataContentInfo& message) {
-    message.envelopedData.clear();
-}
-
-int pki::EnvelopedAccess::composeLast(VT_EnvelopedDataContentInfo& message, ContentInfo& composed) {
-    return compose(message, composed, false);
-}
+// ---- For the flat functions
 
 const ContentInfo* pki::EnvelopedAccess::content(const VT_EnvelopedDataContentInfo& message) {
     return message.innerContent.get();
+}
+
+int pki::EnvelopedAccess::encrypt(VT_EnvelopedDataContentInfo& message, VT_P11_OP& op, const VT_P11_Alg& alg,
+                                  const VT_P11_Key& key, const ContentInfo& content, MiByte& ciphertext) {
+    return pki::encryptDetached(op, alg, key, &content, message.encryptedContent, ciphertext);
+}
+
+void pki::EnvelopedAccess::forgetSource(VT_EnvelopedDataContentInfo& message) {
+    message.envelopedData.clear();
 }

@@ -680,6 +680,12 @@ VT_API int32_t VTPKCS_CheckCertAndRSAPrivateKeyInToken(PKCS_Ctx* ctx, const uint
 VT_API int32_t VTPKCS_Base64Encode(const char* input, int32_t inputLength, char* output, int32_t* outputLength);
 VT_API int32_t VTPKCS_Base64Decode(const char* input, int32_t inputLength, char* output, int32_t* outputLength);
 
+/* VTPKCS_GetCertAndPriKeyObj fills a key object and gives its certificate. With source 1 the key is the token's of that
+ * label, the bytes of secret, and input is the certificate already, of which a copy is given. With source 2 input is a
+ * PFX and secret its password: VT_GetCertAndPrivateKeyFromPFX, with the MAC checked. -1006 for any other source. */
+VT_API int32_t VTPKCS_GetCertAndPriKeyObj(PKCS_Ctx* ctx, const PKCS_Blob* input, const PKCS_Blob* secret,
+                                          int32_t source, VTPKCS_KeyObj* object, PKCS_Blob* certificate);
+
 #ifdef __cplusplus
 }
 #endif
