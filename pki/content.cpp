@@ -52,10 +52,14 @@ void encodeMessage(const char* type, const AsnObject& value, unsigned int sizeHi
     der.Insert(0, heads.GetChars(), heads.GetLength());
 }
 
-void storeData(ContentInfo& message, const char* bytes, unsigned int length) {
+void storeOctets(ContentInfo& message, const char* type, const char* bytes, unsigned int length) {
     auto content = std::make_unique<AsnOctetString>();
     content->SetData(bytes, 0, length);
-    giveContent(message, kDataType, std::move(content));
+    giveContent(message, type, std::move(content));
+}
+
+void storeData(ContentInfo& message, const char* bytes, unsigned int length) {
+    storeOctets(message, kDataType, bytes, length);
 }
 
 int openContent(const ContentInfo& message, const char* type, const AsnOctetString*& content) {

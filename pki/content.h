@@ -25,7 +25,9 @@ void storeContent(ContentInfo& message, const char* type, const AsnObject& value
 // how much to expect.
 void encodeMessage(const char* type, const AsnObject& value, unsigned int sizeHint, MiByteBuffer& der);
 
-// storeData resets the message and makes it one of data: the type, and the OCTET STRING of the bytes.
+// storeOctets resets the message, gives it the type and stores the bytes as an OCTET STRING; storeData makes it one of
+// data.
+void storeOctets(ContentInfo& message, const char* type, const char* bytes, unsigned int length);
 void storeData(ContentInfo& message, const char* bytes, unsigned int length);
 
 // openContent gives the content of a message, which the message keeps. -1001 for a missing type or content, -1009 for

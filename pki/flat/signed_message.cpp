@@ -1,10 +1,10 @@
+#include "pki/flat/signed_message.h"
+
 #include "asn/asn.h"
 #include "foundation/byte_buffer.h"
 #include "pki/certificate.h"
 #include "pki/content.h"
 #include "pki/flat/flat.h"
-#include "pki/flat/message.h"
-#include "pki/signed_parts.h"
 #include "pki/signer_access.h"
 #include "pki/signer_info.h"
 #include "schema/schema.h"
@@ -16,13 +16,6 @@
 namespace {
 
 // ---- Reading
-
-// Apart, so that the message is let go of once it is taken apart.
-int32_t openMessage(const PKCS_Blob& message, SignedData& value, pki::SignedParts& parts) {
-    ContentInfo content;
-    flat::decodeBlob(message, content);
-    return pki::readSignedData(content, value, parts);
-}
 
 int32_t findContent(const pki::SignedParts& parts, int32_t mode, const PKCS_Blob& data, ContentInfo& wrapped,
                     const ContentInfo*& content) {
@@ -58,7 +51,7 @@ int32_t readSigned(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const 
                    VT_List* certificates, VT_List* certificateLists, PKCS_Blob& data) {
     SignedData value;
     pki::SignedParts parts;
-    int32_t result = openMessage(message, value, parts);
+    int32_t result = flat::openSigned(message, value, parts);
     if (result == 0)
         result = flat::fillList(certificates, parts.certificates);
     if (result == 0)
@@ -74,22 +67,11 @@ int32_t readSigned(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const 
 
 // ---- Writing
 
-// The arguments.
-struct Request {
-    const PKCS_Blob& data;
-    const PKCS_Alg& digest;
-    const PKCS_Alg& signature;
-    int32_t mode;
-    const PKCS_Blob& signerCertificate;
-    const PKCS_PriKey& key;
-    const VT_List* certificates;
-    const VT_List* certificateLists;
-};
+using flat::SignedRequest;
 
-// What they are once they are read. The content lies where it goes in the message: it is the large part, and is not
-// copied again.
+// What its parts are once they are read. The content lies where it goes in the message: it is the large part, and is
+// not copied again.
 struct Values {
-    VT_P11_Key key;
     AlgorithmIdentifier digest;
     AlgorithmIdentifier signature;
     SignedData message;
@@ -98,11 +80,9 @@ struct Values {
     IssuerAndSerialNumber signer;
 };
 
-int32_t readRequest(PKCS_Ctx* ctx, const Request& request, Values& values) {
-    int32_t result = flat::readPrivateKey(request.key, values.key);
+int32_t readRequest(PKCS_Ctx* ctx, const SignedRequest& request, Values& values) {
     VT_P11_Alg digest;
-    if (result == 0)
-        result = digest.setAlgType(request.digest.algType);
+    int32_t result = digest.setAlgType(request.digest.algType);
     VT_P11_Alg signature;
     if (result == 0)
         result = flat::readAlg(request.signature, signature);
@@ -124,12 +104,12 @@ int32_t readRequest(PKCS_Ctx* ctx, const Request& request, Values& values) {
     return result != 0 ? result : signature.getAlgorithmIdentifier(values.signature);
 }
 
-int32_t makeSigner(VT_P11_OP& op, const Values& values, SignerInfo& made) {
+int32_t makeSigner(VT_P11_OP& op, const VT_P11_Key& key, const Values& values, SignerInfo& made) {
     VT_SignerInfo signer;
     signer.setDigestAlgorithmIdentifier(values.digest);
     signer.setDigestEncryptionAlgorithmIdentifier(values.signature);
     signer.setIssuerAndSerialNumber(values.signer);
-    const int32_t result = pki::SignerAccess::sign(signer, op, values.key, values.content);
+    const int32_t result = pki::SignerAccess::sign(signer, op, key, values.content);
     return result != 0 ? result : signer.composeSignerInfo(made);
 }
 
@@ -168,7 +148,7 @@ const ContentInfo* contentOf(int32_t mode, const ContentInfo& content, ContentIn
     return &typeAlone;
 }
 
-int32_t composeSigned(const Request& request, const SignerInfo& signer, Values& values) {
+int32_t composeSigned(const SignedRequest& request, const SignerInfo& signer, Values& values) {
     AsnSetOf<AlgorithmIdentifier> digests;
     digests.AddElement(values.digest);
     CertificateSet certificates;
@@ -184,12 +164,12 @@ int32_t composeSigned(const Request& request, const SignerInfo& signer, Values& 
                                 values.message);
 }
 
-int32_t encodeSigned(PKCS_Ctx* ctx, const Request& request, MiByteBuffer& der) {
+int32_t encodeSigned(PKCS_Ctx* ctx, const SignedRequest& request, MiByteBuffer& der) {
     Values values;
     int32_t result = readRequest(ctx, request, values);
     SignerInfo signer;
     if (result == 0)
-        result = makeSigner(*ctx->operation, values, signer);
+        result = makeSigner(*ctx->operation, request.key, values, signer);
     if (result == 0)
         result = composeSigned(request, signer, values);
     const uint32_t sizeHint = request.mode == PKCS7_ATTACHED ? request.data.length : 0;
@@ -198,13 +178,24 @@ int32_t encodeSigned(PKCS_Ctx* ctx, const Request& request, MiByteBuffer& der) {
     return result;
 }
 
-int32_t writeSigned(PKCS_Ctx* ctx, const Request& request, PKCS_Blob& message) {
-    MiByteBuffer der;
-    const int32_t result = encodeSigned(ctx, request, der);
-    return result != 0 ? result : flat::giveBlob(der.GetChars(), der.GetLength(), message);
+}  // namespace
+
+namespace flat {
+
+// The message around the value is let go of once it is taken apart.
+int32_t openSigned(const PKCS_Blob& message, SignedData& value, pki::SignedParts& parts) {
+    ContentInfo content;
+    decodeBlob(message, content);
+    return pki::readSignedData(content, value, parts);
 }
 
-}  // namespace
+int32_t writeSigned(PKCS_Ctx* ctx, const SignedRequest& request, PKCS_Blob& message) {
+    MiByteBuffer der;
+    const int32_t result = encodeSigned(ctx, request, der);
+    return result != 0 ? result : giveBlob(der.GetChars(), der.GetLength(), message);
+}
+
+}  // namespace flat
 
 int32_t PKCS7_ReadSignedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, int32_t mode,
                                 const PKCS_Blob* signerCertificate, VT_List* certificates, VT_List* certificateLists,
@@ -225,8 +216,12 @@ int32_t PKCS7_WriteSignedDataMsg(PKCS_Ctx* ctx, const PKCS_Blob* data, const PKC
     if (flat::anyNull(ctx, data, digest, signature, signerCertificate, key, message))
         return VT_E_NULL_ARGUMENT;
     return flat::guarded(VT_E_NULL_ARGUMENT, [&] {
-        return writeSigned(ctx,
-                           {*data, *digest, *signature, mode, *signerCertificate, *key, certificates, certificateLists},
-                           *message);
+        VT_P11_Key signer;
+        const int32_t result = flat::readPrivateKey(*key, signer);
+        if (result != 0)
+            return result;
+        return flat::writeSigned(
+            ctx, {*data, *digest, *signature, mode, *signerCertificate, signer, certificates, certificateLists},
+            *message);
     });
 }
