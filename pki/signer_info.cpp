@@ -59,8 +59,6 @@ PKCS7Attribute makeAttribute(const char* type, const AsnObject& value) {
 
 // What the attributes must tell of the content: its digest, and, if they tell a type, its type.
 int checkAttributes(const Attributes& attributes, const ContentInfo& content, const MiByte& contentDigest) {
-    if (attributes.Empty())
-        return token::kNoMessageDigest;
     const MiByte* told = nullptr;
     for (unsigned int i = 0; i < attributes.Size(); ++i) {
         const AsnOid* const type = attributes.Get(i)->GetType();
