@@ -473,6 +473,219 @@ VT_API int32_t VT_GetPublicKeyFromCert(PKCS_Ctx* ctx, const PKCS_Blob* certifica
  * characters of label and the bytes of the value, such as " CN =Alice" (pki/name.h). -3000 for malformed DER. */
 VT_API int32_t VT_GetSubjectFromCert(PKCS_Ctx* ctx, const PKCS_Blob* certificate, VT_List* subject);
 
+/* ---- Forms of RSA keys ------------------------------------------------------------------------------------------ */
+
+/* Between Microsoft key blobs (wincrypt.h: PUBLICKEYBLOB and PRIVATEKEYBLOB, little-endian), key records, and the DER
+ * of PKCS#1 (RFC 8017 A.1).
+ *
+ *     offset in a blob of    2048 bits    1024 bits    length
+ *     header, exponent word          0            0    20
+ *     modulus                       20           20    bits / 8
+ *     prime1                       276          148    bits / 16
+ *     prime2                       404          212    bits / 16
+ *     exponent1                    532          276    bits / 16
+ *     exponent2                    660          340    bits / 16
+ *     coefficient                  788          404    bits / 16
+ *     privateExponent              916          468    bits / 8
+ *     end of a public blob         276
+ *     end of a private blob       1172          596
+ *
+ * Where there is a blob or DER out with a length: with a null output only *length is stored; otherwise *length holds
+ * the capacity of the output and receives the length. -1019 if the output is too small, when *length is as it was.
+ *
+ *     -1003    a number is absent: a null pointer
+ *     -1006    a number is longer than its place in the blob
+ *     -1008    a blob of another bit length than 512, 1024 and 2048
+ *     -1010    a null argument
+ *     -1031    exhausted memory
+ *     -3000    malformed DER
+ *
+ * and those of VT_P11_Key (token/key.h) for an RSA key with a number that is zero. A record that is given out is
+ * written on success alone; the caller frees it with PKCS_FreePubKey or PKCS_FreePriKey. */
+
+/* The sizes of the blobs that the converters write. */
+enum { VT_MS_PUBLIC_BLOB_2048 = 276, VT_MS_PRIVATE_BLOB_2048 = 1172, VT_MS_PRIVATE_BLOB_1024 = 596 };
+
+/* VT_MSPriKeyToVPK gives the numbers of a private blob, each as long as its place. It reads at the offsets of 2048 bits
+ * whatever the blob declares, so that only a blob of 2048 bits gives a key: one of 512 or 1024 bits gives other
+ * numbers, and must lie in a buffer of 1172 bytes all the same. Callers rely on the numbers that they have always got.
+ */
+VT_API int32_t VT_MSPriKeyToVPK(void* unused, const uint8_t* blob, PKCS_PriKey* key);
+
+/* VT_VPKToMSPubKey writes a public blob of 2048 bits. The modulus must have 256 bytes and the exponent 3, else -1006;
+ * the first 16 bytes of the blob, and *length, are written by then. */
+VT_API int32_t VT_VPKToMSPubKey(void* unused, const PKCS_PubKey* key, uint8_t* blob, uint32_t* length);
+
+/* VT_VPKToMSPriKey writes a private blob of 2048 bits, VT_VPKToMSPriKey1024 one of 1024. That is the only way to one of
+ * 1024 bits, and there is none back. The numbers need not be of that size: the bytes of a place that a shorter number
+ * leaves free stay as the caller had them, so fill the buffer with zeros first. After -1003 and -1006 the first 16
+ * bytes of the blob, and *length, are written. */
+VT_API int32_t VT_VPKToMSPriKey(void* unused, const PKCS_PriKey* key, uint8_t* blob, uint32_t* length);
+VT_API int32_t VT_VPKToMSPriKey1024(void* unused, const PKCS_PriKey* key, uint8_t* blob, uint32_t* length);
+
+/* VT_PKCS1PubKeyEncode and VT_PKCS1PriKeyEncode give the DER of RSAPublicKey and RSAPrivateKey, with each number in its
+ * shortest form; -1003 also for a number of no bytes. VT_PKCS1PubKeyDecode and VT_PKCS1PriKeyDecode read it: -1003 for
+ * a blob without data, -1015 for a number that is zero. What follows the DER in its blob does not count. The caller
+ * frees the DER with T_free. */
+VT_API int32_t VT_PKCS1PubKeyEncode(const PKCS_PubKey* key, PKCS_Blob* der);
+VT_API int32_t VT_PKCS1PubKeyDecode(const PKCS_Blob* der, PKCS_PubKey* key);
+VT_API int32_t VT_PKCS1PriKeyEncode(const PKCS_PriKey* key, PKCS_Blob* der);
+VT_API int32_t VT_PKCS1PriKeyDecode(const PKCS_Blob* der, PKCS_PriKey* key);
+
+/* VT_MSPriKeyToP1Der is VT_MSPriKeyToVPK and VT_PKCS1PriKeyEncode. VT_P1DerToMSPubKey and VT_P1DerToMSPriKey are the
+ * decoders above with VT_VPKToMSPubKey and VT_VPKToMSPriKey: the blob is one of 2048 bits. */
+VT_API int32_t VT_MSPriKeyToP1Der(const uint8_t* blob, uint8_t* der, uint32_t* length);
+VT_API int32_t VT_P1DerToMSPubKey(const uint8_t* der, uint32_t derLength, uint8_t* blob, uint32_t* length);
+VT_API int32_t VT_P1DerToMSPriKey(const uint8_t* der, uint32_t derLength, uint8_t* blob, uint32_t* length);
+
+/* VT_RSABigEncrypt and VT_RSABigDecrypt are RSA with PKCS#1 v1.5 blocks over input of any size (token/op.h): in
+ * software, k - 11 bytes go into each block of k, k being the modulus length. -1003 for an absent number or input;
+ * -1013 for a context without operation object; codes of the engine and of the token, such as -12 for a block that does
+ * not open. The caller frees the output with T_free. */
+VT_API int32_t VT_RSABigEncrypt(PKCS_Ctx* ctx, const PKCS_PubKey* key, const PKCS_Blob* input, PKCS_Blob* output);
+VT_API int32_t VT_RSABigDecrypt(PKCS_Ctx* ctx, const PKCS_PriKey* key, const PKCS_Blob* input, PKCS_Blob* output);
+
+/* ---- Key objects and tokens ------------------------------------------------------------------------------------- */
+
+/* What a key object stands for. */
+enum {
+    VTPKCS_UNSET = 0,
+    VTPKCS_SESSION_KEY = 1,
+    VTPKCS_PUBLIC_KEY = 2,
+    VTPKCS_PRIVATE_KEY = 3,
+    VTPKCS_TOKEN_KEY = 4 /* a key in a token, named by its label */
+};
+
+/* A key object: one key of any kind. The fields are the object's own, and independent of each other; kind says which of
+ * them is meant. Callers may read them, and change them through the functions alone. */
+typedef struct VTPKCS_KeyObj {
+    int32_t kind;
+    PKCS_Key sessionKey;
+    PKCS_PriKey privateKey;
+    PKCS_PubKey publicKey;
+    char* tokenKeyLabel;
+} VTPKCS_KeyObj;
+
+/* What the functions down to the end have in common:
+ *
+ *     -1003    a blob that must have data has none
+ *     -1006    an algorithm that is not supported
+ *     -1010    a null argument that is not optional; malformed DER (VTPKCS_VerifyPKCS10: -3000)
+ *     -1013    the context has no operation object
+ *     -1031    exhausted memory
+ *     other    codes of the engine and of the token (token/op.h)
+ *
+ * Outputs are written on success alone, unless a function tells more. The caller frees blobs with T_free and public
+ * keys with PKCS_FreePubKey. */
+
+/* VTPKCS_InitKeyObj makes an object of kind 0 without keys. The caller frees it with VTPKCS_DestroyKeyObj. */
+VT_API int32_t VTPKCS_InitKeyObj(VTPKCS_KeyObj** object);
+
+/* Each copies a key into the object in place of the one of its kind, and sets the kind. -1010 if a number, or all bytes
+ * of a session key, are absent or empty: the object has no key of that kind then, as after -1031, and its kind is as it
+ * was. A label is a text, copied up to its zero byte; an empty one names no key, which its use tells. */
+VT_API int32_t VTPKCS_SetPubKeyObj(VTPKCS_KeyObj* object, const PKCS_PubKey* key);
+VT_API int32_t VTPKCS_SetPriKeyObj(VTPKCS_KeyObj* object, const PKCS_PriKey* key);
+VT_API int32_t VTPKCS_SetSessionKeyObj(VTPKCS_KeyObj* object, const PKCS_Key* key);
+VT_API int32_t VTPKCS_SetTokenKeyObj(VTPKCS_KeyObj* object, const char* label);
+
+/* VTPKCS_DestroyKeyObj frees an object with all that it holds, and stores null. A pointer to null is accepted. Key
+ * bytes are not wiped. */
+VT_API int32_t VTPKCS_DestroyKeyObj(VTPKCS_KeyObj** object);
+
+/* VTPKCS_GenSignedMsg is PKCS7_WriteSignedDataMsg with a key object: kind 4 signs in the token, by the key of the
+ * label, and any other kind by the object's private key. digest is 1 (SHA-1), 2 (MD5) or 3 (MD2); the signature is RSA.
+ * The message always carries its data, whatever mode is. */
+VT_API int32_t VTPKCS_GenSignedMsg(PKCS_Ctx* ctx, const PKCS_Blob* data, const PKCS_Alg* digest, int32_t mode,
+                                   const PKCS_Blob* signerCertificate, const VTPKCS_KeyObj* key,
+                                   const VT_List* certificates, const VT_List* certificateLists, PKCS_Blob* message);
+
+/* VTPKCS_VerifySignedMsg verifies the first signer of a message that carries its data, by the certificate of the
+ * message that has its issuer and serial number. The lists, which may be null, are filled as by
+ * PKCS7_ReadSignedDataMsg. data receives the content and signerCertificate the certificate, before the signature is
+ * looked at: they are there also after a failure of the verification, for the caller to free and not to trust. Set both
+ * to zeros before the call.
+ *
+ *     -1002         the content is not what was signed
+ *     -1003         the message carries no data
+ *     -1009         the message is of another type
+ *     -1021         the message does not have the signer's certificate
+ *     -1018, -1022  what is wrong with the signer (pki/signer_info.h) */
+VT_API int32_t VTPKCS_VerifySignedMsg(PKCS_Ctx* ctx, const PKCS_Blob* message, VT_List* certificates,
+                                      VT_List* certificateLists, PKCS_Blob* signerCertificate, PKCS_Blob* data);
+
+/* VTPKCS_GENPKCS10 makes a certification request (PKCS#10, RFC 2986) without a signature: it is an empty BIT STRING,
+ * for the caller to replace. Of the object, a key of kind 4 needs its label, and any other kind is not asked for a key.
+ *
+ * subject has one name node per attribute, such as " CN =Alice" (pki/name.h); null stands for a sample subject, CN
+ * Holmar, OU Test, O QTSA OCA, C CN. attributes has one DER Attribute per node; null stands for a sample, an e-mail
+ * address. signatureType is 8 (RSA), 9 (SHA-1), 10 (MD5) or 11 (MD2 with RSA), else -1006.
+ *
+ *     -1003    a number of the public key is absent
+ *     -1014    type 8 and a request of more than 116 bytes, as almost every one is
+ *     -1019    a name node without a value
+ *     -1006    a name node of an unknown label */
+VT_API int32_t VTPKCS_GENPKCS10(PKCS_Ctx* ctx, const VTPKCS_KeyObj* key, const PKCS_PubKey* publicKey,
+                                const VT_List* subject, const VT_List* attributes, int32_t signatureType,
+                                PKCS_Blob* request);
+
+/* VT_GENPKCS10 is the same with a private key, which must have the modulus and the exponent of the public key: -1026
+ * for numbers of other lengths, and for numbers of the same length what memcmp gives, which is not 0. A subject that is
+ * not null is not read, and the request has an empty name then: requests have been made so. */
+VT_API int32_t VT_GENPKCS10(PKCS_Ctx* ctx, const PKCS_PriKey* key, const PKCS_PubKey* publicKey, const VT_List* subject,
+                            const VT_List* attributes, int32_t signatureType, PKCS_Blob* request);
+
+/* VTPKCS_DecomposePKCS10 gives the public key of a request, and appends its subject to a list that is not null, one
+ * name node per relative name. -1001 if the key lacks an element, -1003 if the request does, -1009 for a key that is no
+ * RSA key. Nodes that were appended stay in the list when the function fails. */
+VT_API int32_t VTPKCS_DecomposePKCS10(PKCS_Ctx* ctx, const PKCS_Blob* request, PKCS_PubKey* publicKey,
+                                      VT_List* subject);
+
+/* VTPKCS_VerifyPKCS10 checks the signature of a request against the key in it: -1002 if it is not of these bytes, and
+ * the codes of VT_PKCS10::verifyPKCS10 (pki/pkcs10.h). */
+VT_API int32_t VTPKCS_VerifyPKCS10(PKCS_Ctx* ctx, const PKCS_Blob* request);
+
+/* VTPKCS_GetPubKeyFromToken reads the public key of the label from the token. -2 for a context in software, -19 if the
+ * label is not there, -1010 for an empty label. */
+VT_API int32_t VTPKCS_GetPubKeyFromToken(PKCS_Ctx* ctx, PKCS_PubKey* publicKey, const PKCS_Blob* label);
+
+/* VTPKCS_GenRSAKeyPair makes a key pair of 512, 1024 or 2048 bits; any other number counts as 1024. Neither label may
+ * be empty. With store 0 the pair is made in software and the object receives the private key (kind 3); with any other
+ * it stays in the token, under the labels, and the object receives the private label (kind 4). Codes are those of
+ * VT_P11_OP::GenRSAKeyPair (token/op.h): -2 if context and store do not fit, -1029 and -1030 for labels that exist. */
+VT_API int32_t VTPKCS_GenRSAKeyPair(PKCS_Ctx* ctx, PKCS_PubKey* publicKey, const PKCS_Blob* publicLabel,
+                                    VTPKCS_KeyObj* privateKey, const PKCS_Blob* privateLabel, int32_t bits,
+                                    int32_t store);
+
+/* VTPKCS_SetCertIntoToken stores a certificate in the token under a label: -2 for a context in software, -1010 for a
+ * null or empty argument, -1028 if an object has the label.
+ *
+ * VTPKCS_GetCertFromToken gives the length of the certificate of a label, and its bytes if output is not null, which
+ * must have the room: ask for the length first. A length of 0 says that there is none; the result is 0 then too. */
+VT_API int32_t VTPKCS_SetCertIntoToken(PKCS_Ctx* ctx, const uint8_t* label, uint32_t labelLength,
+                                       const uint8_t* certificate, uint32_t certificateLength);
+VT_API int32_t VTPKCS_GetCertFromToken(PKCS_Ctx* ctx, const uint8_t* label, uint32_t labelLength, uint8_t* output,
+                                       uint32_t* outputLength);
+
+/* VTPKCS_CheckCertAndRSAPrivateKeyInToken gives 1 if the certificate and the private key of these labels belong
+ * together, as modulus and exponent tell. 0 for everything else, errors included. */
+VT_API int32_t VTPKCS_CheckCertAndRSAPrivateKeyInToken(PKCS_Ctx* ctx, const uint8_t* certificateLabel,
+                                                       uint32_t certificateLabelLength, const uint8_t* keyLabel,
+                                                       uint32_t keyLabelLength);
+
+/* VTPKCS_Base64Encode writes lines of 64 characters (VT_Base64::Encode with wrap, pki/base64.h), VTPKCS_Base64Decode
+ * reads any base64. With a null output *outputLength receives the room that is needed, else what was written; the
+ * output is trusted to have the room. Encoding needs one byte more than it tells where the text without its line feeds
+ * is a multiple of 64. -1010 for a null outputLength, a negative length, or a null input that has one. */
+VT_API int32_t VTPKCS_Base64Encode(const char* input, int32_t inputLength, char* output, int32_t* outputLength);
+VT_API int32_t VTPKCS_Base64Decode(const char* input, int32_t inputLength, char* output, int32_t* outputLength);
+
+/* VTPKCS_GetCertAndPriKeyObj fills a key object and gives its certificate. With source 1 the key is the token's of that
+ * label, the bytes of secret, and input is the certificate already, of which a copy is given. With source 2 input is a
+ * PFX and secret its password: VT_GetCertAndPrivateKeyFromPFX, with the MAC checked. -1006 for any other source. */
+VT_API int32_t VTPKCS_GetCertAndPriKeyObj(PKCS_Ctx* ctx, const PKCS_Blob* input, const PKCS_Blob* secret,
+                                          int32_t source, VTPKCS_KeyObj* object, PKCS_Blob* certificate);
+
 #ifdef __cplusplus
 }
 #endif

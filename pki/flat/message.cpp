@@ -1,5 +1,6 @@
 #include "pki/flat/message.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "asn/asn.h"
@@ -10,17 +11,10 @@
 #include "schema/schema.h"
 #include "token/alg.h"
 #include "token/codes.h"
-#include "token/key.h"
 
 namespace flat {
 
 namespace {
-
-constexpr int kPrivateKey = 6;
-
-VT_PKCS11_BYTES bytesAt(const PKCS_Blob& blob) {
-    return {blob.data, blob.length};
-}
 
 int32_t appendDer(VT_List& list, const AsnObject& value, MiByteBuffer& scratch) {
     value.DerEncode(scratch, 0);
@@ -31,24 +25,6 @@ int32_t appendDer(VT_List& list, const AsnObject& value, MiByteBuffer& scratch) 
 // The alternative "certificate" of a choice, the first; null where it is not the one selected.
 const Certificate* certificateIn(const ExtendedCertificateOrCertificate& choice) {
     return static_cast<const Certificate*>(choice.Get(0U));
-}
-
-int32_t findCertificate(const AsnSetOf<ExtendedCertificateOrCertificate>& certificates,
-                        const IssuerAndSerialNumber& signer, const Certificate*& found) {
-    for (unsigned int i = 0; i < certificates.Size(); ++i) {
-        const Certificate* const candidate = certificateIn(*certificates.Get(i));
-        if (candidate == nullptr)
-            return token::kElementAbsent;
-        bool matches = false;
-        const int result = pki::matchSigner(*candidate, signer, matches);
-        if (result != 0)
-            return result;
-        if (matches) {
-            found = candidate;
-            return 0;
-        }
-    }
-    return 0;
 }
 
 // Callers that bring a certificate along have long taken -1017 as the answer, and act on it.
@@ -66,8 +42,26 @@ MiByte bytesOf(const PKCS_Blob& blob) {
     return {reinterpret_cast<const char*>(blob.data), blob.length};
 }
 
+namespace {
+
+// The element at the front, or all bytes if there is none: what a decoder would not look at need not be copied.
+MiByte elementOf(const PKCS_Blob& blob) {
+    constexpr uint32_t kLongestHead = 16;
+    const MiByte head = bytesOf({blob.data, std::min(blob.length, kLongestHead)});
+    AsnDerDecode decoder;
+    AsnTag tag;
+    unsigned int length = 0;
+    unsigned int size = decoder.DecodeTag(tag, head, 0);
+    size += decoder.DecodeLength(length, head, size);
+    if (length > blob.length - size)
+        throw MiOutOfRangeExp();
+    return bytesOf({blob.data, size + length});
+}
+
+}  // namespace
+
 void decodeBlob(const PKCS_Blob& blob, AsnObject& value) {
-    value.DerDecode(bytesOf(blob), 0);
+    value.DerDecode(elementOf(blob), 0);
 }
 
 int32_t giveBlob(const char* bytes, uint32_t length, PKCS_Blob& blob) {
@@ -125,15 +119,6 @@ int32_t readAlg(const PKCS_Alg& record, VT_P11_Alg& alg) {
     return result;
 }
 
-int32_t readPrivateKey(const PKCS_PriKey& record, VT_P11_Key& key) {
-    const VT_PKCS11_RSA_PRIVATE_KEY numbers = {bytesAt(record.modulus),         bytesAt(record.publicExponent),
-                                               bytesAt(record.privateExponent), bytesAt(record.prime1),
-                                               bytesAt(record.prime2),          bytesAt(record.exponent1),
-                                               bytesAt(record.exponent2),       bytesAt(record.coefficient)};
-    const int32_t result = key.setPrivateKey(&numbers);
-    return result != 0 ? result : key.setKeyType(kPrivateKey);
-}
-
 int32_t fillList(VT_List* list, const AsnSetOf<ExtendedCertificateOrCertificate>* certificates) {
     if (list == nullptr || certificates == nullptr)
         return 0;
@@ -154,6 +139,24 @@ int32_t fillList(VT_List* list, const AsnSetOf<CertificateList>* certificateList
     for (unsigned int i = 0; i < certificateLists->Size() && result == 0; ++i)
         result = appendDer(*list, *certificateLists->Get(i), scratch);
     return result;
+}
+
+int32_t findCertificate(const AsnSetOf<ExtendedCertificateOrCertificate>& certificates,
+                        const IssuerAndSerialNumber& signer, const Certificate*& found) {
+    for (unsigned int i = 0; i < certificates.Size(); ++i) {
+        const Certificate* const candidate = certificateIn(*certificates.Get(i));
+        if (candidate == nullptr)
+            return token::kElementAbsent;
+        bool matches = false;
+        const int result = pki::matchSigner(*candidate, signer, matches);
+        if (result != 0)
+            return result;
+        if (matches) {
+            found = candidate;
+            return 0;
+        }
+    }
+    return 0;
 }
 
 int32_t checkSigner(const SignerCheck& check, const VT_SignerInfo& signer, bool& verified) {

@@ -59,13 +59,33 @@ int32_t unwrapOutput(const ContentInfo& content, PKCS_Blob& data);
 // readAlg sets the type, the IV if there is one, and the effective bits.
 int32_t readAlg(const PKCS_Alg& record, VT_P11_Alg& alg);
 
-// readPrivateKey makes a key of a private key's record.
+// readPrivateKey and readPublicKey make a key of a record. What the record lacks, the key lacks: its use tells.
 int32_t readPrivateKey(const PKCS_PriKey& record, VT_P11_Key& key);
+int32_t readPublicKey(const PKCS_PubKey& record, VT_P11_Key& key);
+
+// readKeyObject makes a key of what signs for a key object: the token's key of the label for kind 4, else the private
+// key. -1010 for an absent or empty label, -1031.
+int32_t readKeyObject(const VTPKCS_KeyObj& object, VT_P11_Key& key);
+
+// givePublicKey and givePrivateKey store copies of a key's numbers in a record. False, with the record as it was, if
+// the key lacks them or memory is exhausted.
+bool givePublicKey(const VT_P11_Key& key, PKCS_PubKey& record);
+bool givePrivateKey(const VT_P11_Key& key, PKCS_PriKey& record);
+
+// holds says whether there are bytes in a number of a record.
+inline bool holds(const PKCS_Blob& number) {
+    return number.data != nullptr && number.length != 0;
+}
 
 // fillList appends the DER of each certificate, or revocation list, to a list; null sets and lists are passed over.
 // -1001 for a choice that has no certificate, -1031.
 int32_t fillList(VT_List* list, const AsnSetOf<ExtendedCertificateOrCertificate>* certificates);
 int32_t fillList(VT_List* list, const AsnSetOf<CertificateList>* certificateLists);
+
+// findCertificate looks for the certificate that a signer names; found stays as it is if there is none. -1001 for a
+// choice that has no certificate, and for a certificate that lacks issuer or serial number, before the one.
+int32_t findCertificate(const AsnSetOf<ExtendedCertificateOrCertificate>& certificates,
+                        const IssuerAndSerialNumber& signer, const Certificate*& found);
 
 // What the signers of a message are checked with. The certificates may be null, and so may external.
 struct SignerCheck {

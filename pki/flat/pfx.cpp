@@ -4,11 +4,14 @@
 #include "pki/content.h"
 #include "pki/flat/flat.h"
 #include "pki/flat/message.h"
+#include "pki/flat/owned_record.h"
 #include "pki/safe_contents.h"
 #include "schema/schema.h"
 #include "token/token.h"
 
 namespace {
+
+using flat::OwnedRecord;
 
 constexpr int kKeyPbe = 3;          // triple DES
 constexpr int kCertificatePbe = 6;  // 40-bit RC2
@@ -20,40 +23,6 @@ constexpr char kIdentifier[] = {1, 0, 0, 0};
 MiByte identifier() {
     return {kIdentifier, sizeof kIdentifier};
 }
-
-// A private key's record that is freed unless it is handed on.
-class KeyRecord {
-  public:
-    KeyRecord() { PKCS_InitPriKey(&record); }
-    ~KeyRecord() { PKCS_FreePriKey(&record); }
-    KeyRecord(const KeyRecord&) = delete;
-    KeyRecord& operator=(const KeyRecord&) = delete;
-
-    PKCS_PriKey release() {
-        const PKCS_PriKey released = record;
-        PKCS_InitPriKey(&record);
-        return released;
-    }
-
-    PKCS_PriKey record;
-};
-
-// The same for a blob.
-class BlobRecord {
-  public:
-    BlobRecord() = default;
-    ~BlobRecord() { T_free(record.data); }
-    BlobRecord(const BlobRecord&) = delete;
-    BlobRecord& operator=(const BlobRecord&) = delete;
-
-    PKCS_Blob release() {
-        const PKCS_Blob released = record;
-        record = {};
-        return released;
-    }
-
-    PKCS_Blob record = {};
-};
 
 // ---- Making
 
@@ -138,7 +107,7 @@ int32_t giveNumbers(const RSAPrivateKey& numbers, PKCS_PriKey& record) {
     return result;
 }
 
-int32_t openKey(VT_P11_OP& op, const MiByte& password, const VT_PFX& pfx, KeyRecord& key) {
+int32_t openKey(VT_P11_OP& op, const MiByte& password, const VT_PFX& pfx, OwnedRecord<PKCS_PriKey>& key) {
     MiByte der;
     int32_t result = pfx.getDataSafeContentsByIndex(0, der);
     VT_SafeContents bags;
@@ -164,11 +133,12 @@ int32_t openCertificates(VT_P11_OP& op, const MiByte& password, const VT_PFX& pf
 }
 
 // The list receives all certificates; the first that is the key's is the one.
-int32_t chooseCertificate(const VT_SafeContents& bags, const PKCS_PriKey& key, VT_List* list, BlobRecord& certificate) {
+int32_t chooseCertificate(const VT_SafeContents& bags, const PKCS_PriKey& key, VT_List* list,
+                          OwnedRecord<PKCS_Blob>& certificate) {
     MiByte der;
     int32_t result = 0;
     for (int i = 0; (result = bags.getCertDerByIndex(i, der)) == 0; ++i) {
-        BlobRecord candidate;
+        OwnedRecord<PKCS_Blob> candidate;
         result = flat::giveBlob(der, candidate.record);
         if (result == 0 && list != nullptr && VT_AddListNode(list, candidate.record.data, candidate.record.length) != 0)
             result = VT_E_MEMORY;
@@ -188,9 +158,9 @@ int32_t openPfx(PKCS_Ctx* ctx, const PKCS_Blob& pfx, const PKCS_Blob& password, 
         return token::kNoOperation;
     const MiByte secret = flat::bytesOf(password);
     VT_PFX opened;
-    KeyRecord foundKey;
+    OwnedRecord<PKCS_PriKey> foundKey;
     VT_SafeContents bags;
-    BlobRecord foundCertificate;
+    OwnedRecord<PKCS_Blob> foundCertificate;
     int32_t result = opened.decomposePFXBaseOnPassword(*ctx->operation, secret, flat::bytesOf(pfx), skipMac);
     if (result == 0)
         result = openKey(*ctx->operation, secret, opened, foundKey);

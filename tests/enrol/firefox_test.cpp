@@ -1,5 +1,5 @@
 // The check of a Firefox profile as it goes on Windows, over a Firefox in memory. Its own libraries in files and the
-// real registry are in tests/browser_libraries; the database of a profile on Linux in firefox_profile_test.cpp.
+// real registry are in tests/browser_libraries; the database of a profile on Linux is in tests/platform.
 #include "enrol/firefox.h"
 
 #include <gmock/gmock.h>
@@ -28,9 +28,9 @@ using support::Replaced;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char kProduct[] = "SOFTWARE\\Mozilla\\Mozilla Firefox";
-constexpr char kMain[] = "SOFTWARE\\Mozilla\\Mozilla Firefox\\3.6 (de)\\Main";
-constexpr char kList[] = "C:\\Documents and Settings\\alice\\Application Data\\Mozilla\\Firefox\\profiles.ini";
+constexpr char kProduct[] = R"(SOFTWARE\Mozilla\Mozilla Firefox)";
+constexpr char kMain[] = R"(SOFTWARE\Mozilla\Mozilla Firefox\3.6 (de)\Main)";
+constexpr char kList[] = R"(C:\Documents and Settings\alice\Application Data\Mozilla\Firefox\profiles.ini)";
 
 Bytes certificateOf(const std::string& subject) {
     support::CertificateParts parts;
@@ -62,7 +62,7 @@ class firefox_test : public testing::Test {
 
 TEST_F(firefox_test, EveryCallInItsOrder) {
     EXPECT_EQ(check(), 0);
-    const std::string folder = "C:\\Documents and Settings\\alice\\Application Data\\Mozilla\\Firefox\\";
+    const std::string folder = R"(C:\Documents and Settings\alice\Application Data\Mozilla\Firefox\)";
     EXPECT_THAT(
         firefox.logOf({"Reg", "GetUser", "GetPrivate", "Find", "Load", "PR_", "NSS_", "CERT_", "PK11_", "Free"}),
         ElementsAre(
@@ -84,7 +84,7 @@ TEST_F(firefox_test, FunctionsAreAskedOfTheirLibraries) {
     EXPECT_EQ(check(), 0);
     std::vector<std::string> expected;
     for (const auto& [name, library] : FakeNss::functions())
-        expected.push_back("GetProcAddress " + library + " " + name);
+        expected.push_back(std::string("GetProcAddress ").append(library).append(" ").append(name));
     EXPECT_EQ(expected.size(), 15U);
     EXPECT_THAT(firefox.logOf({"GetProcAddress"}), testing::UnorderedElementsAreArray(expected));
 }
@@ -273,14 +273,17 @@ TEST_F(firefox_test, TheProfilesPathIsTakenAsARelativeOne) {
 // Long names and paths: whole or not at all, but for the profile's path, which the system cuts.
 TEST_F(firefox_test, LongUserNamesAreNotCut) {
     const std::string before = "C:\\Documents and Settings\\";
-    const std::string behind = "\\Application Data\\Mozilla\\Firefox\\profiles.ini";
+    const std::string behind = R"(\Application Data\Mozilla\Firefox\profiles.ini)";
     const std::size_t longest = 259 - before.size() - behind.size();
-    firefox.user = std::string(longest, 'u');
-    firefox.profiles[before + firefox.user + behind] = "p";
+    const auto makeUser = [&](std::size_t length) {
+        firefox.user = std::string(length, 'u');
+        std::string list = before;
+        firefox.profiles[list.append(firefox.user).append(behind)] = "p";
+    };
+    makeUser(longest);
     EXPECT_EQ(check(), 0);
     for (const std::size_t length : {longest + 1, std::size_t{254}, std::size_t{255}}) {
-        firefox.user = std::string(length, 'u');
-        firefox.profiles[before + firefox.user + behind] = "p";
+        makeUser(length);
         EXPECT_EQ(check(), 22208322) << length;
         EXPECT_THAT(firefox.logOf({"GetPrivate"}), IsEmpty());
     }
@@ -374,7 +377,7 @@ TEST_F(firefox_test, EachCallThatFailsHasItsCode) {
 // A text that the platform hands over without its end.
 TEST_F(firefox_test, TextsWithoutAnEndAreEnded) {
     {
-        const Replaced<&SystemApi::GetUserNameA> userName([](LPSTR name, DWORD* size) {
+        const Replaced<&SystemApi::GetUserNameA> userName([](LPSTR name, const DWORD* size) {
             std::fill_n(name, *size, 'u');
             return TRUE;
         });
