@@ -297,6 +297,18 @@ TEST_F(EnvelopedMessageTest, WritingLooksAtItsArgumentsInTheirOrder) {
     EXPECT_TRUE(out.untouched());
 }
 
+TEST_F(EnvelopedMessageTest, ACertificateWithNoRsaKeyIsRefused) {
+    // The recipient's own, with another algorithm of its key: the identifier's last arc is changed.
+    Bytes other = hex(vectors::kRecipientCertificate);
+    const Bytes rsaOid = der::oid({1, 2, 840, 113549, 1, 1, 1});
+    const auto found = std::search(other.begin(), other.end(), rsaOid.begin(), rsaOid.end());
+    ASSERT_NE(found, other.end());
+    *(found + static_cast<std::ptrdiff_t>(rsaOid.size()) - 1) = 99;
+    Output out;
+    EXPECT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, des3, rsa, 1, Input(other), nullptr, out), kUnsupported);
+    EXPECT_TRUE(out.untouched());
+}
+
 // ---- Hostile input
 
 TEST_F(EnvelopedMessageTest, SurvivesEveryMessage) {
