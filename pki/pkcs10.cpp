@@ -243,7 +243,7 @@ int loadSignatureAlgorithm(const AlgorithmIdentifier* identifier, const Signatur
 
 }  // namespace
 
-int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request) const {
+int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request) {
     const CertificationRequestInfo* info = request.GetCertificationRequestInfo();
     if (info == nullptr)
         return token::kElementAbsent;
@@ -278,7 +278,7 @@ int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request) 
     return digest->GetData() == expected ? 0 : token::kSignatureMismatch;
 }
 
-int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const MiByte& der) const {
+int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const MiByte& der) {
     CertificationRequest request;
     pki::decodeDer(der, request);
     return verifyPKCS10(op, request);

@@ -47,7 +47,7 @@ class EnvelopedMessageTest : public testing::Test {
     }
 
     // A recipient's part with a session key for triple DES.
-    Bytes goodRecipient() {
+    static Bytes goodRecipient() {
         MiByte encrypted;
         Software op;
         EXPECT_EQ(

@@ -334,7 +334,7 @@ TEST_F(EnvelopedInteropTest, WeVerifyWhatOpensslRequests) {
         for (const char* who : {"recipient", "large"}) {
             run(std::string("openssl req -new -subj '/C=DE/O=Example/CN=Request' -outform DER -out theirs.der -") +
                 digest + " -key " + who + ".key");
-            EXPECT_EQ(VT_PKCS10().verifyPKCS10(op, toMiByte(toBytes(file("theirs.der")))), expected) << digest << who;
+            EXPECT_EQ(VT_PKCS10::verifyPKCS10(op, toMiByte(toBytes(file("theirs.der")))), expected) << digest << who;
         }
     }
 }
