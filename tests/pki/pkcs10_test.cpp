@@ -93,7 +93,7 @@ TEST_F(Pkcs10Test, GetPublicKeyLooksAtTheSubjectKey) {
 
     CertificationRequestInfo info = *made().GetCertificationRequestInfo();
     const auto keyWithout = [&](const char* name) {
-        SubjectPublicKeyInfo cut = decoded<SubjectPublicKeyInfo>(subjectKey(vectors::kRecipientKey));
+        auto cut = decoded<SubjectPublicKeyInfo>(subjectKey(vectors::kRecipientKey));
         cut.Find(name)->SetAsnPresent(false);
         info.SetSubjectPKInfo(cut);
         CertificationRequest whole = made();
