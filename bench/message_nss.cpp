@@ -83,13 +83,14 @@ void append(void* out, const char* bytes, unsigned long length) {
     der->insert(der->end(), bytes, bytes + length);
 }
 
-Bytes encoded(NSSCMSMessage* message, const Bytes& content) {
+void giveEncoded(NSSCMSMessage* made, const Bytes& content, Bytes* message) {
     Bytes der;
-    NSSCMSEncoderContext* encoder = present(NSS_CMSEncoder_Start(message, append, &der, nullptr, nullptr, nullptr,
-                                                                 nullptr, nullptr, nullptr, nullptr, nullptr));
+    NSSCMSEncoderContext* encoder = present(NSS_CMSEncoder_Start(made, append, &der, nullptr, nullptr, nullptr, nullptr,
+                                                                 nullptr, nullptr, nullptr, nullptr));
     check(NSS_CMSEncoder_Update(encoder, reinterpret_cast<const char*>(content.data()), content.size()));
     check(NSS_CMSEncoder_Finish(encoder));
-    return der;
+    if (message != nullptr)
+        *message = der;
 }
 
 Message decoded(const Bytes& der) {
@@ -102,7 +103,7 @@ std::size_t contentLength(NSSCMSMessage* message) {
     return Bytes(content->data, content->data + content->len).size();
 }
 
-Bytes sign(const std::vector<Certificate>& certificates, const Bytes& content) {
+void sign(const std::vector<Certificate>& certificates, const Bytes& content, Bytes* message) {
     const Message made(present(NSS_CMSMessage_Create(nullptr)));
     NSSCMSSignedData* data = present(NSS_CMSSignedData_Create(made.get()));
     check(NSS_CMSContentInfo_SetContent_SignedData(made.get(), NSS_CMSMessage_GetContentInfo(made.get()), data));
@@ -112,7 +113,7 @@ Bytes sign(const std::vector<Certificate>& certificates, const Bytes& content) {
     check(NSS_CMSSignedData_AddSignerInfo(data, signer));
     for (std::size_t i = 1; i < certificates.size(); ++i)
         check(NSS_CMSSignedData_AddCertificate(data, certificates[i].get()));
-    return encoded(made.get(), content);
+    giveEncoded(made.get(), content, message);
 }
 
 std::size_t verify(const Bytes& der) {
@@ -126,13 +127,13 @@ std::size_t verify(const Bytes& der) {
     return contentLength(read.get());
 }
 
-Bytes seal(CERTCertificate* recipient, const Bytes& content) {
+void seal(CERTCertificate* recipient, const Bytes& content, Bytes* message) {
     const Message made(present(NSS_CMSMessage_Create(nullptr)));
     NSSCMSEnvelopedData* data = present(NSS_CMSEnvelopedData_Create(made.get(), SEC_OID_DES_EDE3_CBC, 0));
     check(NSS_CMSContentInfo_SetContent_EnvelopedData(made.get(), NSS_CMSMessage_GetContentInfo(made.get()), data));
     check(NSS_CMSContentInfo_SetContent_Data(made.get(), NSS_CMSEnvelopedData_GetContentInfo(data), nullptr, PR_FALSE));
     check(NSS_CMSEnvelopedData_AddRecipient(data, present(NSS_CMSRecipientInfo_Create(made.get(), recipient))));
-    return encoded(made.get(), content);
+    giveEncoded(made.get(), content, message);
 }
 
 std::size_t open(const Bytes& der) {
@@ -146,8 +147,10 @@ MessagePeer nssMessages(const MessageInputs& inputs) {
     const std::vector<Certificate> certificates = {certificate(inputs.signer), certificate(inputs.authority),
                                                    certificate(inputs.root)};
     storeKey(inputs.key, certificates.front().get());
-    return {"NSS", [certificates](const Bytes& content) { return sign(certificates, content); }, verify,
-            [signer = certificates.front()](const Bytes& content) { return seal(signer.get(), content); }, open};
+    return {
+        "NSS", [certificates](const Bytes& content, Bytes* message) { sign(certificates, content, message); }, verify,
+        [signer = certificates.front()](const Bytes& content, Bytes* message) { seal(signer.get(), content, message); },
+        open};
 }
 
 }  // namespace bench

@@ -47,16 +47,18 @@ Bio reader(const Bytes& bytes) {
     return present(Bio(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size()))));
 }
 
-Message message(const Bytes& der) {
+Message decoded(const Bytes& der) {
     const unsigned char* at = der.data();
     return present(Message(d2i_PKCS7(nullptr, &at, static_cast<long>(der.size()))));
 }
 
-Bytes encoded(PKCS7* made) {
-    Bytes der(static_cast<std::size_t>(present(i2d_PKCS7(made, nullptr))));
-    unsigned char* at = der.data();
-    i2d_PKCS7(made, &at);
-    return der;
+void giveEncoded(PKCS7* made, Bytes* message) {
+    unsigned char* der = nullptr;
+    const int length = i2d_PKCS7(made, &der);
+    present(length > 0);
+    if (message != nullptr)
+        message->assign(der, der + length);
+    OPENSSL_free(der);
 }
 
 std::size_t contentLength(BIO* content) {
@@ -64,7 +66,7 @@ std::size_t contentLength(BIO* content) {
     return static_cast<std::size_t>(BIO_get_mem_data(content, &data));
 }
 
-Bytes sign(const Keys& keys, const Bytes& content) {
+void sign(const Keys& keys, const Bytes& content, Bytes* message) {
     constexpr int kFlags = PKCS7_BINARY | PKCS7_NOATTR;
     const Bio in = reader(content);
     const Message made(present(PKCS7_sign(nullptr, nullptr, nullptr, in.get(), kFlags | PKCS7_PARTIAL)));
@@ -72,27 +74,27 @@ Bytes sign(const Keys& keys, const Bytes& content) {
     present(PKCS7_add_certificate(made.get(), keys.authority.get()));
     present(PKCS7_add_certificate(made.get(), keys.root.get()));
     present(PKCS7_final(made.get(), in.get(), kFlags));
-    return encoded(made.get());
+    giveEncoded(made.get(), message);
 }
 
 std::size_t verify(const Bytes& der) {
-    const Message read = message(der);
+    const Message read = decoded(der);
     const Bio out = present(Bio(BIO_new(BIO_s_mem())));
     present(PKCS7_verify(read.get(), nullptr, nullptr, nullptr, out.get(), PKCS7_NOVERIFY | PKCS7_BINARY));
     return contentLength(out.get());
 }
 
-Bytes seal(const Keys& keys, const Bytes& content) {
+void seal(const Keys& keys, const Bytes& content, Bytes* message) {
     STACK_OF(X509)* recipients = sk_X509_new_null();
     sk_X509_push(recipients, keys.signer.get());
     const Bio in = reader(content);
     const Message made(present(PKCS7_encrypt(recipients, in.get(), EVP_des_ede3_cbc(), PKCS7_BINARY)));
     sk_X509_free(recipients);
-    return encoded(made.get());
+    giveEncoded(made.get(), message);
 }
 
 std::size_t open(const Keys& keys, const Bytes& der) {
-    const Message read = message(der);
+    const Message read = decoded(der);
     const Bio out = present(Bio(BIO_new(BIO_s_mem())));
     present(PKCS7_decrypt(read.get(), keys.key.get(), keys.signer.get(), out.get(), PKCS7_BINARY));
     return contentLength(out.get());
@@ -102,8 +104,8 @@ std::size_t open(const Keys& keys, const Bytes& der) {
 
 MessagePeer openSslMessages(const MessageInputs& inputs) {
     const Keys keys = load(inputs);
-    return {"OpenSSL", [keys](const Bytes& content) { return sign(keys, content); }, verify,
-            [keys](const Bytes& content) { return seal(keys, content); },
+    return {"OpenSSL", [keys](const Bytes& content, Bytes* message) { sign(keys, content, message); }, verify,
+            [keys](const Bytes& content, Bytes* message) { seal(keys, content, message); },
             [keys](const Bytes& der) { return open(keys, der); }};
 }
 

@@ -28,12 +28,16 @@ struct MessageInputs {
 //              the message; nobody judges the certificates
 //     seal     content to enveloped data: triple DES in CBC mode, one recipient
 //     open     enveloped data to the number of content bytes
+//
+// sign and seal make a message in the library's own way, and copy it for who wants it.
 struct MessagePeer {
     std::string who;
-    std::function<Bytes(const Bytes& content)> sign;
+    std::function<void(const Bytes& content, Bytes* message)> sign;
     std::function<std::size_t(const Bytes& message)> verify;
-    std::function<Bytes(const Bytes& content)> seal;
+    std::function<void(const Bytes& content, Bytes* message)> seal;
     std::function<std::size_t(const Bytes& message)> open;
+    std::vector<std::string> notVerified = {};  // whose messages it refuses by design
+    std::vector<std::string> notOpened = {};
 };
 
 MessagePeer ourMessages(const MessageInputs& inputs);

@@ -55,7 +55,7 @@ void setContent(PKCS7* message, const Bytes& content) {
     message->contentOID = DATA;
 }
 
-Bytes sign(const MessageInputs& inputs, WC_RNG* random, const Bytes& content) {
+void sign(const MessageInputs& inputs, WC_RNG* random, const Bytes& content, Bytes* message) {
     const Message made = newMessage(inputs, true);
     setContent(made.get(), content);
     made->rng = random;
@@ -66,7 +66,8 @@ Bytes sign(const MessageInputs& inputs, WC_RNG* random, const Bytes& content) {
     notNegative(wc_PKCS7_AddCertificate(made.get(), bytesOf(inputs.root), lengthOf(inputs.root)));
     Bytes out(content.size() + 4096);
     out.resize(static_cast<std::size_t>(notNegative(wc_PKCS7_EncodeSignedData(made.get(), out.data(), lengthOf(out)))));
-    return out;
+    if (message != nullptr)
+        *message = out;
 }
 
 std::size_t verify(const MessageInputs& inputs, const Bytes& der) {
@@ -75,7 +76,7 @@ std::size_t verify(const MessageInputs& inputs, const Bytes& der) {
     return Bytes(read->content, read->content + read->contentSz).size();  // it points into the message
 }
 
-Bytes seal(const MessageInputs& inputs, WC_RNG* random, const Bytes& content) {
+void seal(const MessageInputs& inputs, WC_RNG* random, const Bytes& content, Bytes* message) {
     const Message made = newMessage(inputs, true);
     setContent(made.get(), content);
     made->rng = random;
@@ -83,7 +84,8 @@ Bytes seal(const MessageInputs& inputs, WC_RNG* random, const Bytes& content) {
     Bytes out(content.size() + 4096);
     out.resize(
         static_cast<std::size_t>(notNegative(wc_PKCS7_EncodeEnvelopedData(made.get(), out.data(), lengthOf(out)))));
-    return out;
+    if (message != nullptr)
+        *message = out;
 }
 
 std::size_t open(const MessageInputs& inputs, const Bytes& der) {
@@ -97,9 +99,9 @@ std::size_t open(const MessageInputs& inputs, const Bytes& der) {
 
 MessagePeer wolfSslMessages(const MessageInputs& inputs) {
     const std::shared_ptr<WC_RNG> random = newRandom();
-    return {"wolfSSL", [=](const Bytes& content) { return sign(inputs, random.get(), content); },
+    return {"wolfSSL", [=](const Bytes& content, Bytes* message) { sign(inputs, random.get(), content, message); },
             [=](const Bytes& der) { return verify(inputs, der); },
-            [=](const Bytes& content) { return seal(inputs, random.get(), content); },
+            [=](const Bytes& content, Bytes* message) { seal(inputs, random.get(), content, message); },
             [=](const Bytes& der) { return open(inputs, der); }};
 }
 

@@ -2,13 +2,13 @@
 # Builds the benchmarks and prints one table: our time, the peer's time in the same run, and the ratio.
 # Usage: bench/run.sh [enrol] [rounds of each benchmark, 9 by default]
 #        bench/run.sh crypto [rounds, 15 by default] [rows: a regular expression, all by default]
-#        bench/run.sh asn | message | token [rounds, 15 by default]
+#        bench/run.sh asn | message | pfx | token [rounds, 15 by default]
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 build=build/bench
 what=enrol
 case ${1:-} in
-    enrol | crypto | asn | message | token)
+    enrol | crypto | asn | message | pfx | token)
         what=$1
         shift
         ;;
@@ -25,6 +25,10 @@ if [[ $what == asn || $what == message ]]; then
     python3 bench/crypto_table.py "$build/bin/bench_$what" "${1:-15}" .
     echo
     exec "$build/bin/bench_$what" --memory
+fi
+if [[ $what == pfx ]]; then
+    cmake --build --preset bench --target bench_pfx >/dev/null
+    exec python3 bench/crypto_table.py "$build/bin/bench_pfx" "${1:-15}" .
 fi
 if [[ $what == token ]]; then
     cmake --build --preset bench --target bench_token >/dev/null

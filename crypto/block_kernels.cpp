@@ -8,7 +8,7 @@ namespace {
 std::atomic<const BlockKernels*> inUse{nullptr};
 
 BlockKernels plainCalled(const char* name) {
-    return {name, kPlainDes, kPlainDes3, kPlainRc2, kPlainRc5, plainSha1};
+    return {name, kPlainDes, kPlainDes3, kPlainRc2, kPlainRc5, plainSha1, plainSha1Repeat};
 }
 
 // Each of these puts its loops in, where they can run, and tells whether they can.
@@ -29,9 +29,10 @@ bool putAvx2(BlockKernels& kernels) {
 }
 
 bool putSha(BlockKernels& kernels) {
-    if (shaNiSha1() == nullptr)
+    if (shaNiSha1() == nullptr || shaNiSha1Repeat() == nullptr)
         return false;
     kernels.sha1 = shaNiSha1();
+    kernels.sha1Repeat = shaNiSha1Repeat();
     return true;
 }
 

@@ -28,6 +28,9 @@ struct CbcLoops {
 // Compresses whole blocks of 64 bytes into the chaining value.
 using Sha1Loop = void (*)(std::uint32_t (&state)[5], const std::uint8_t* data, std::size_t blocks);
 
+// Replaces a digest by its own digest, so many times; both are in the words of the chaining value.
+using Sha1RepeatLoop = void (*)(std::uint32_t (&digest)[5], std::uint32_t times);
+
 struct BlockKernels {
     const char* name;
     CbcLoops<DES_CTX> des;
@@ -35,6 +38,7 @@ struct BlockKernels {
     CbcLoops<RC2_CTX> rc2;
     CbcLoops<RC5_CTX> rc5;
     Sha1Loop sha1;
+    Sha1RepeatLoop sha1Repeat;
 };
 
 // blockKernels: the table in use, at first the fastest.
@@ -74,7 +78,9 @@ extern const CbcLoops<RC5_CTX> kPlainRc5;
 CbcLoop<RC2_CTX> avx2Rc2Decrypt();
 CbcLoop<RC5_CTX> avx2Rc5Decrypt();
 void plainSha1(std::uint32_t (&state)[5], const std::uint8_t* data, std::size_t blocks);
+void plainSha1Repeat(std::uint32_t (&digest)[5], std::uint32_t times);
 Sha1Loop shaNiSha1();
+Sha1RepeatLoop shaNiSha1Repeat();
 
 }  // namespace crypto
 

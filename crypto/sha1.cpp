@@ -13,6 +13,7 @@ namespace {
 
 constexpr std::size_t kBlock = 64;
 constexpr std::uint32_t kDigest = 20;
+constexpr std::uint32_t kInitialState[5] = {0x67452301, 0xEFCDAB89, 0x98BADCFE, 0x10325476, 0xC3D2E1F0};
 
 // scheduled: the message word of a step, of which the last sixteen are kept.
 template <std::size_t Step>
@@ -69,6 +70,18 @@ void plainSha1(std::uint32_t (&state)[5], const std::uint8_t* data, std::size_t 
         compressBlock(state, data, std::make_index_sequence<16>());
 }
 
+void plainSha1Repeat(std::uint32_t (&digest)[5], std::uint32_t times) {
+    std::uint8_t block[kBlock] = {};
+    block[kDigest] = 0x80;
+    block[kBlock - 1] = kDigest * 8;
+    for (; times != 0; --times) {
+        for (std::size_t i = 0; i < 5; ++i)
+            storeBigEndian(digest[i], block + 4 * i);
+        std::memcpy(digest, kInitialState, sizeof kInitialState);
+        plainSha1(digest, block, 1);
+    }
+}
+
 }  // namespace crypto
 
 namespace {
@@ -85,11 +98,7 @@ std::size_t heldBytes(const SHA1_CTX& sha1) {
 
 int SHA1_Init(void* context) {
     auto& sha1 = *static_cast<SHA1_CTX*>(context);
-    sha1.state[0] = 0x67452301;
-    sha1.state[1] = 0xEFCDAB89;
-    sha1.state[2] = 0x98BADCFE;
-    sha1.state[3] = 0x10325476;
-    sha1.state[4] = 0xC3D2E1F0;
+    std::memcpy(sha1.state, crypto::kInitialState, sizeof sha1.state);
     sha1.bitsLow = sha1.bitsHigh = 0;
     return crypto::kSuccess;
 }
@@ -119,4 +128,13 @@ int SHA1_Final(void* context, std::uint8_t* output, std::uint32_t* outputLength)
         crypto::storeBigEndian(sha1.state[i], output + 4 * i);
     std::memset(&sha1, 0, sizeof sha1);
     return crypto::kSuccess;
+}
+
+void SHA1_Repeat(std::uint8_t (&digest)[20], std::uint32_t times) {
+    std::uint32_t words[5];
+    for (std::size_t i = 0; i < 5; ++i)
+        words[i] = crypto::loadBigEndian(digest + 4 * i);
+    crypto::blockKernels().sha1Repeat(words, times);
+    for (std::size_t i = 0; i < 5; ++i)
+        crypto::storeBigEndian(words[i], digest + 4 * i);
 }

@@ -25,4 +25,7 @@ int SHA1_Update(void* context, const std::uint8_t* data, std::uint32_t length);
 // alone, and the digest can be continued. Always 0.
 int SHA1_Final(void* context, std::uint8_t* output, std::uint32_t* outputLength);
 
+// SHA1_Repeat replaces a digest by its own digest, so many times.
+void SHA1_Repeat(std::uint8_t (&digest)[20], std::uint32_t times);
+
 #endif

@@ -58,6 +58,24 @@ VT_SHA inline void compressBlock(__m128i& abcd, __m128i& e, const std::uint8_t* 
     e = _mm_sha1nexte_epu32(at.e, e);
 }
 
+// digestDigest: the digest of a digest. Its words lie in the registers as message words do, the first one on top.
+template <std::size_t... Groups>
+VT_SHA inline void digestDigest(__m128i& abcd, __m128i& e, std::index_sequence<Groups...> /*groups*/) {
+    const __m128i initialAbcd =
+        _mm_set_epi32(0x67452301, static_cast<int>(0xEFCDAB89), static_cast<int>(0x98BADCFE), 0x10325476);
+    const __m128i initialE = _mm_set_epi32(static_cast<int>(0xC3D2E1F0), 0, 0, 0);
+    Working at;
+    at.abcd = initialAbcd;
+    at.e = initialE;
+    at.message[0] = abcd;
+    at.message[1] = _mm_or_si128(e, _mm_set_epi32(0, static_cast<int>(0x80000000), 0, 0));
+    at.message[2] = _mm_setzero_si128();
+    at.message[3] = _mm_set_epi32(0, 0, 0, 160);  // bits of the message
+    (fourSteps<Groups>(at), ...);
+    abcd = _mm_add_epi32(initialAbcd, at.abcd);
+    e = _mm_sha1nexte_epu32(at.e, initialE);
+}
+
 VT_ALIGN_STACK VT_SHA void compress(std::uint32_t (&state)[5], const std::uint8_t* data, std::size_t blocks) {
     __m128i abcd = _mm_shuffle_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(state)), 0x1B);
     __m128i e = _mm_set_epi32(static_cast<int>(state[4]), 0, 0, 0);
@@ -65,6 +83,15 @@ VT_ALIGN_STACK VT_SHA void compress(std::uint32_t (&state)[5], const std::uint8_
         compressBlock(abcd, e, data, std::make_index_sequence<20>());
     _mm_storeu_si128(reinterpret_cast<__m128i*>(state), _mm_shuffle_epi32(abcd, 0x1B));
     state[4] = static_cast<std::uint32_t>(_mm_extract_epi32(e, 3));
+}
+
+VT_ALIGN_STACK VT_SHA void repeat(std::uint32_t (&digest)[5], std::uint32_t times) {
+    __m128i abcd = _mm_shuffle_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(digest)), 0x1B);
+    __m128i e = _mm_set_epi32(static_cast<int>(digest[4]), 0, 0, 0);
+    for (; times != 0; --times)
+        digestDigest(abcd, e, std::make_index_sequence<20>());
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(digest), _mm_shuffle_epi32(abcd, 0x1B));
+    digest[4] = static_cast<std::uint32_t>(_mm_extract_epi32(e, 3));
 }
 
 // The compiler's own test does not know of these instructions: leaf 7, EBX bit 29.
@@ -83,6 +110,10 @@ Sha1Loop shaNiSha1() {
     return processorHasSha() ? compress : nullptr;
 }
 
+Sha1RepeatLoop shaNiSha1Repeat() {
+    return processorHasSha() ? repeat : nullptr;
+}
+
 }  // namespace crypto
 
 #else
@@ -90,6 +121,10 @@ Sha1Loop shaNiSha1() {
 namespace crypto {
 
 Sha1Loop shaNiSha1() {
+    return nullptr;
+}
+
+Sha1RepeatLoop shaNiSha1Repeat() {
     return nullptr;
 }
 

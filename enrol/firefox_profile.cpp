@@ -15,8 +15,8 @@ using namespace firefox;
 
 // The profiles lie where Windows XP had them; later systems lead from there to the present place. Not taken from the
 // environment, as instructions to users name this path.
-constexpr char kUsers[] = "C:\\Documents and Settings\\";
-constexpr char kProfiles[] = "\\Application Data\\Mozilla\\Firefox\\";
+constexpr char kUsers[] = R"(C:\Documents and Settings\)";
+constexpr char kProfiles[] = R"(\Application Data\Mozilla\Firefox\)";
 
 // join writes the pieces as one text; false, with an empty text, when they do not fit whole.
 template <std::size_t kSize>

@@ -211,6 +211,21 @@ def fibonacci(n):
     return a
 
 
+def envelope_seeds():
+    """Messages and requests of the vectors: kEnvelopedDes3 goes to enveloped_message as des3."""
+    header = (HERE.parent / "tests" / "vectors" / "enveloped_messages.h").read_text()
+    keys = {"Des3": 24, "Des": 0x80 | 8, "Rc240": 0x80 | 5, "Rc264": 8, "Rc2128": 16, "Rc4": 16}
+    targets = {"Digested": "digested_message", "Encrypted": "encrypted_message", "Enveloped": "enveloped_message",
+               "Sealed": "signed_and_enveloped_message", "Request": "request"}
+    for kind, name, rows in re.findall(r"char k(Digested|Encrypted|Enveloped|Sealed|Request)(\w*)\[\] =\n(.*?);", header,
+                                       re.DOTALL):
+        data = bytes.fromhex("".join(re.findall(r'"(.*)"', rows)))
+        if kind == "Encrypted":
+            data = bytes([keys[name]]) + data
+        if name != "Ciphertext":
+            yield targets[kind], re.sub(r"(?<!^)([A-Z])", r"_\1", name).lower() or "plain", data
+
+
 SIGNED = ("kPlain", "kPlainWithChain", "kPlainMd5", "kDetached", "kAttributes", "kAttributesSmime", "kKeyIdentifier",
           "kNoCertificates", "kTwoSigners", "kSecondIsGood", "kSecondHasVersion2", "kWithLists", "kNested",
           "kCertificatesOnly", "kCertificatesAndList", "kDataMessage")
@@ -287,6 +302,8 @@ def main():
         save("pki_base64", name, text)
 
     for target, name, seed in mpi_seeds():
+        save(target, name, seed)
+    for target, name, seed in envelope_seeds():
         save(target, name, seed)
 
 

@@ -18,7 +18,8 @@ class VT_API VT_Certificate_Tool {
     // refused against an intermediate authority. Callers depend on it.
     //
     // The signature is over the encoding of the decoded tBSCertificate. What the DigestInfo inside it calls its
-    // algorithm does not count; what the certificate calls it does:
+    // algorithm does not count, nor what follows the DigestInfo: with a key whose exponent is 3 such a signature can be
+    // made up, so do not trust one. What the certificate calls its algorithm does count:
     //
     //     1.2.840.113549.1.1.1   RSA alone: the DigestInfo holds the encoding itself, at most 116 bytes
     //     1.2.840.113549.1.1.2   MD2 with RSA

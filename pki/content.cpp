@@ -1,5 +1,6 @@
 #include "pki/content.h"
 
+#include <climits>
 #include <memory>
 #include <utility>
 
@@ -31,10 +32,34 @@ void storeContent(ContentInfo& message, const char* type, const AsnObject& value
     giveContent(message, type, std::move(content));
 }
 
-void storeData(ContentInfo& message, const char* bytes, unsigned int length) {
+void encodeMessage(const char* type, const AsnObject& value, unsigned int sizeHint, MiByteBuffer& der) {
+    constexpr unsigned char kSequence = 0x30;
+    constexpr unsigned char kContent = 0xA0;  // [0]
+    constexpr unsigned int kRoomForHeads = 64;
+    der.EnsureCapacity(sizeHint + kRoomForHeads);
+    const unsigned int size = value.DerEncode(der, 0);
+    AsnDerEncode encoder;
+    MiByteBuffer inner;
+    AsnOid(type).DerEncode(inner, 0);
+    inner.Append(kContent);
+    inner.Append(encoder.EncodeLength(size));
+    if (size > UINT_MAX - inner.GetLength())
+        throw MiOutOfRangeExp();
+    MiByteBuffer heads;
+    heads.Append(kSequence);
+    heads.Append(encoder.EncodeLength(size + inner.GetLength()));
+    heads.Append(inner);
+    der.Insert(0, heads.GetChars(), heads.GetLength());
+}
+
+void storeOctets(ContentInfo& message, const char* type, const char* bytes, unsigned int length) {
     auto content = std::make_unique<AsnOctetString>();
     content->SetData(bytes, 0, length);
-    giveContent(message, kDataType, std::move(content));
+    giveContent(message, type, std::move(content));
+}
+
+void storeData(ContentInfo& message, const char* bytes, unsigned int length) {
+    storeOctets(message, kDataType, bytes, length);
 }
 
 int openContent(const ContentInfo& message, const char* type, const AsnOctetString*& content) {

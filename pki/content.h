@@ -6,6 +6,8 @@
 #include "foundation/byte.h"
 #include "schema/pkcs.h"
 
+class MiByteBuffer;
+
 namespace pki {
 
 // PKCS#7 section 14.
@@ -19,7 +21,13 @@ inline constexpr const char* kEncryptedDataType = "1.2.840.113549.1.7.6";
 // storeContent resets the message, gives it the type and stores the DER of the value as its content.
 void storeContent(ContentInfo& message, const char* type, const AsnObject& value);
 
-// storeData resets the message and makes it one of data: the type, and the OCTET STRING of the bytes.
+// encodeMessage gives the DER that a message has after storeContent, without the copies in between. sizeHint is about
+// how much to expect.
+void encodeMessage(const char* type, const AsnObject& value, unsigned int sizeHint, MiByteBuffer& der);
+
+// storeOctets resets the message, gives it the type and stores the bytes as an OCTET STRING; storeData makes it one of
+// data.
+void storeOctets(ContentInfo& message, const char* type, const char* bytes, unsigned int length);
 void storeData(ContentInfo& message, const char* bytes, unsigned int length);
 
 // openContent gives the content of a message, which the message keeps. -1001 for a missing type or content, -1009 for

@@ -95,7 +95,7 @@ void VT_DigestedDataContentInfo::Reset() {
     *this = VT_DigestedDataContentInfo();
 }
 
-// ---- What the flat functions look at
+// ---- For the flat functions
 
 const ContentInfo* pki::EnvelopedAccess::content(const VT_DigestedDataContentInfo& message) {
     return message.innerContent.get();

@@ -1,15 +1,16 @@
 #include "pki/encrypted_content.h"
 
 #include "asn/asn.h"
+#include "foundation/exceptions.h"
 #include "pki/content.h"
 #include "schema/schema.h"
 #include "token/token.h"
 
 namespace pki {
 
-int encryptDetached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const Held<ContentInfo>& content,
+int encryptDetached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const ContentInfo* content,
                     Held<EncryptedContentInfo>& encrypted, MiByte& ciphertext) {
-    if (!content)
+    if (content == nullptr)
         return token::kMaterialMissing;
     EncryptedContentInfo& target = encrypted.renew();
     const AsnOid* type = content->GetContentType();
@@ -30,15 +31,17 @@ int encryptDetached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key,
     return op.Encrypt(alg, key, contentOctets(*plain, scratch), ciphertext);
 }
 
-int encryptAttached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const Held<ContentInfo>& content,
+int encryptAttached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const ContentInfo* content,
                     Held<EncryptedContentInfo>& encrypted) {
     MiByte ciphertext;
     const int result = encryptDetached(op, alg, key, content, encrypted, ciphertext);
     if (result != 0)
         return result;
-    AsnOctetString octets;
-    octets.SetData(ciphertext);
-    encrypted->SetEncryptedContent(octets);
+    auto* const octets = dynamic_cast<AsnOctetString*>(encrypted->Find("encryptedContent"));
+    if (octets == nullptr)
+        throw AsnDataExp();
+    octets->SetData(ciphertext);
+    octets->SetAsnPresent(true);
     return 0;
 }
 
@@ -59,11 +62,7 @@ int decrypt(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const E
     if (type == nullptr)
         return token::kElementAbsent;
 
-    AsnOctetString octets;
-    octets.SetData(plain);
-    ContentInfo& target = content.renew();
-    target.SetContent(octets);
-    target.SetContentType(*type);
+    storeOctets(content.renew(), type->GetData().GetChars(), plain.GetChars(), plain.GetLength());
     return 0;
 }
 

@@ -20,11 +20,11 @@ namespace pki {
 // octets of the content, without tag and length. encryptAttached puts the result in, encryptDetached hands it out.
 //
 //     -1001   the content has no type, or no content
-//     -1003   there is no content to encrypt
+//     -1003   there is no content to encrypt: it is null
 //     other   codes of the algorithm and of the encryption
-int encryptAttached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const Held<ContentInfo>& content,
+int encryptAttached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const ContentInfo* content,
                     Held<EncryptedContentInfo>& encrypted);
-int encryptDetached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const Held<ContentInfo>& content,
+int encryptDetached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key, const ContentInfo* content,
                     Held<EncryptedContentInfo>& encrypted, MiByte& ciphertext);
 
 // Decryption goes by the algorithm that encrypted names, and replaces content on success: the type that is told, and

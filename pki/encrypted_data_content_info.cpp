@@ -25,12 +25,12 @@ int VT_EncryptedDataContentInfo::getEncryptedContentInfoAlgorithmIdentifier(Algo
 
 int VT_EncryptedDataContentInfo::EncryptAttachedContentInfo(VT_P11_OP& op, const VT_P11_Alg& alg,
                                                             const VT_P11_Key& key) {
-    return pki::encryptAttached(op, alg, key, innerContent, encryptedContent);
+    return pki::encryptAttached(op, alg, key, innerContent.get(), encryptedContent);
 }
 
 int VT_EncryptedDataContentInfo::EncryptDettachedContentInfo(VT_P11_OP& op, const VT_P11_Alg& alg,
                                                              const VT_P11_Key& key, MiByte& ciphertext) {
-    return pki::encryptDetached(op, alg, key, innerContent, encryptedContent, ciphertext);
+    return pki::encryptDetached(op, alg, key, innerContent.get(), encryptedContent, ciphertext);
 }
 
 int VT_EncryptedDataContentInfo::DecryptAttachedContentInfo(VT_P11_OP& op, const VT_P11_Key& key) {
@@ -68,8 +68,17 @@ void VT_EncryptedDataContentInfo::Reset() {
     *this = VT_EncryptedDataContentInfo();
 }
 
-// ---- What the flat functions look at
+// ---- For the flat functions
 
 const ContentInfo* pki::EnvelopedAccess::content(const VT_EncryptedDataContentInfo& message) {
     return message.innerContent.get();
+}
+
+int pki::EnvelopedAccess::encrypt(VT_EncryptedDataContentInfo& message, VT_P11_OP& op, const VT_P11_Alg& alg,
+                                  const VT_P11_Key& key, const ContentInfo& content, MiByte& ciphertext) {
+    return pki::encryptDetached(op, alg, key, &content, message.encryptedContent, ciphertext);
+}
+
+void pki::EnvelopedAccess::forgetSource(VT_EncryptedDataContentInfo& message) {
+    message.encryptedData.clear();
 }

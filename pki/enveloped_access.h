@@ -6,15 +6,30 @@
 #include "asn/set_of.h"
 #include "schema/forward.h"
 
+class MiByte;
 class VT_DigestedDataContentInfo;
 class VT_EncryptedDataContentInfo;
 class VT_EnvelopedDataContentInfo;
+class VT_P11_Alg;
+class VT_P11_Key;
+class VT_P11_OP;
 class VT_SignedAndEnvelopedDataContentInfo;
 
 namespace pki {
 
-// Each is null where it is not set or not present.
 struct EnvelopedAccess {
+    // encrypt is the detached encryption of that content.
+    static int encrypt(VT_EncryptedDataContentInfo& message, VT_P11_OP& op, const VT_P11_Alg& alg,
+                       const VT_P11_Key& key, const ContentInfo& content, MiByte& ciphertext);
+    static int encrypt(VT_EnvelopedDataContentInfo& message, VT_P11_OP& op, const VT_P11_Alg& alg,
+                       const VT_P11_Key& key, const ContentInfo& content, MiByte& ciphertext);
+
+    // forgetSource lets go of the value that was decomposed: its parts are held beside it.
+    static void forgetSource(VT_EncryptedDataContentInfo& message);
+    static void forgetSource(VT_EnvelopedDataContentInfo& message);
+    static void forgetSource(VT_SignedAndEnvelopedDataContentInfo& message);
+
+    // Each is null where it is not set or not present.
     static const ContentInfo* content(const VT_DigestedDataContentInfo& message);
     static const ContentInfo* content(const VT_EncryptedDataContentInfo& message);
     static const ContentInfo* content(const VT_EnvelopedDataContentInfo& message);

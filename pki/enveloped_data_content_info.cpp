@@ -47,12 +47,12 @@ int VT_EnvelopedDataContentInfo::getEncryptedContentInfoAlgorithmIdentifier(Algo
 
 int VT_EnvelopedDataContentInfo::composeAttachedEncryptedContentInfo(VT_P11_OP& op, const VT_P11_Alg& alg,
                                                                      const VT_P11_Key& key) {
-    return pki::encryptAttached(op, alg, key, innerContent, encryptedContent);
+    return pki::encryptAttached(op, alg, key, innerContent.get(), encryptedContent);
 }
 
 int VT_EnvelopedDataContentInfo::composeDetachedEncryptedContentInfo(VT_P11_OP& op, const VT_P11_Alg& alg,
                                                                      const VT_P11_Key& key, MiByte& ciphertext) {
-    return pki::encryptDetached(op, alg, key, innerContent, encryptedContent, ciphertext);
+    return pki::encryptDetached(op, alg, key, innerContent.get(), encryptedContent, ciphertext);
 }
 
 int VT_EnvelopedDataContentInfo::decomposeAttachedEncryptedContentInfo(VT_P11_OP& op, const VT_P11_Key& key) {
@@ -94,8 +94,17 @@ void VT_EnvelopedDataContentInfo::Reset() {
     *this = VT_EnvelopedDataContentInfo();
 }
 
-// ---- What the flat functions look at
+// ---- For the flat functions
 
 const ContentInfo* pki::EnvelopedAccess::content(const VT_EnvelopedDataContentInfo& message) {
     return message.innerContent.get();
+}
+
+int pki::EnvelopedAccess::encrypt(VT_EnvelopedDataContentInfo& message, VT_P11_OP& op, const VT_P11_Alg& alg,
+                                  const VT_P11_Key& key, const ContentInfo& content, MiByte& ciphertext) {
+    return pki::encryptDetached(op, alg, key, &content, message.encryptedContent, ciphertext);
+}
+
+void pki::EnvelopedAccess::forgetSource(VT_EnvelopedDataContentInfo& message) {
+    message.envelopedData.clear();
 }

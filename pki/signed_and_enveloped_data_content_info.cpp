@@ -152,12 +152,12 @@ int Self::getEncryptedContentInfoAlgorithmIdentifier(AlgorithmIdentifier& identi
 }
 
 int Self::composeAttachedEncryptedContentInfo(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key) {
-    return pki::encryptAttached(op, alg, key, innerContent, encryptedContent);
+    return pki::encryptAttached(op, alg, key, innerContent.get(), encryptedContent);
 }
 
 int Self::composeDetachedEncryptedContentInfo(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key,
                                               MiByte& ciphertext) {
-    return pki::encryptDetached(op, alg, key, innerContent, encryptedContent, ciphertext);
+    return pki::encryptDetached(op, alg, key, innerContent.get(), encryptedContent, ciphertext);
 }
 
 int Self::decomposeAttachedEncryptedContentInfo(VT_P11_OP& op, const VT_P11_Key& key) {
@@ -218,7 +218,7 @@ void Self::Reset() {
     *this = VT_SignedAndEnvelopedDataContentInfo();
 }
 
-// ---- What the flat functions look at
+// ---- For the flat functions
 
 const ContentInfo* pki::EnvelopedAccess::content(const VT_SignedAndEnvelopedDataContentInfo& message) {
     return message.innerContent.get();
@@ -236,4 +236,8 @@ const AsnSetOf<ExtendedCertificateOrCertificate>* pki::EnvelopedAccess::certific
 const AsnSetOf<CertificateList>* pki::EnvelopedAccess::certificateLists(
     const VT_SignedAndEnvelopedDataContentInfo& message) {
     return message.certificateListsPresent ? message.certificateLists.get() : nullptr;
+}
+
+void pki::EnvelopedAccess::forgetSource(VT_SignedAndEnvelopedDataContentInfo& message) {
+    message.signedAndEnvelopedData.clear();
 }

@@ -3,7 +3,7 @@
 #include "asn/asn.h"
 #include "pki/collection.h"
 #include "pki/content.h"
-#include "pki/signer_access.h"
+#include "pki/signed_parts.h"
 #include "schema/schema.h"
 #include "token/codes.h"
 
@@ -13,7 +13,7 @@ constexpr int kVersion = 1;
 
 }  // namespace
 
-VT_SignedDataContentInfo::VT_SignedDataContentInfo() : certificatesPresent(false), certificateListsPresent(false) {
+VT_SignedDataContentInfo::VT_SignedDataContentInfo() {
     Reset();
 }
 
@@ -168,47 +168,31 @@ int VT_SignedDataContentInfo::getAttachedContentInfo(ContentInfo& value) const {
 
 int VT_SignedDataContentInfo::composeSignedDataContentInfo(ContentInfo& message) {
     SignedData& made = signedData.renew();
-    made.SetVersion(AsnInteger(kVersion));
-    if (!content)
+    if ((certificatesPresent && !certificates) || (certificateListsPresent && !certificateLists))
         return token::kMaterialMissing;
-    made.SetContentInfo(*content);
-    if (!signers)
-        return token::kMaterialMissing;
-    pki::wrapSet(made, "signerInfos", "siSet", *signers);
-    if (!digestAlgorithms)
-        return token::kMaterialMissing;
-    pki::wrapSet(made, "digestAlgorithms", "daSet", *digestAlgorithms);
-    if (certificatesPresent && !certificates)
-        return token::kMaterialMissing;
-    if (certificatesPresent)
-        pki::wrapSet(made, "certificates", "certSet", *certificates);
-    if (certificateListsPresent && !certificateLists)
-        return token::kMaterialMissing;
-    if (certificateListsPresent)
-        pki::wrapSet(made, "crls", "crlSet", *certificateLists);
-    pki::storeContent(message, pki::kSignedDataType, made);
-    return 0;
+    const pki::SignedParts parts = {content.get(), signers.get(), digestAlgorithms.get(),
+                                    certificatesPresent ? certificates.get() : nullptr,
+                                    certificateListsPresent ? certificateLists.get() : nullptr};
+    const int result = pki::writeSignedData(parts, made);
+    if (result == 0)
+        pki::storeContent(message, pki::kSignedDataType, made);
+    return result;
 }
 
 int VT_SignedDataContentInfo::decomposeSignedDataContentInfo(const ContentInfo& message) {
     forget();
-    const AsnOctetString* encoded = nullptr;
-    int result = pki::openContent(message, pki::kSignedDataType, encoded);
-    if (result != 0)
-        return result;
-    SignedData& read = signedData.renew();
-    encoded->GetDerObject(&read);
-    result = pki::storeField(content, read.GetContentInfo());
+    pki::SignedParts parts;
+    int result = pki::readSignedData(message, signedData.renew(), parts);
     if (result == 0)
-        result = pki::storeSet(signers, pki::selectedSet<SignerInfo>(read.GetSignerInfos()));
+        result = pki::storeField(content, parts.content);
     if (result == 0)
-        result = pki::storeSet(digestAlgorithms, pki::selectedSet<AlgorithmIdentifier>(read.GetDigestAlgorithms()));
+        result = pki::storeSet(signers, parts.signers);
     if (result == 0)
-        result = pki::storeSetIf(certificatesPresent, certificates,
-                                 pki::selectedSet<ExtendedCertificateOrCertificate>(read.GetCertificates()));
+        result = pki::storeSet(digestAlgorithms, parts.digestAlgorithms);
     if (result == 0)
-        result = pki::storeSetIf(certificateListsPresent, certificateLists,
-                                 pki::selectedSet<CertificateList>(read.GetCrls()));
+        result = pki::storeSetIf(certificatesPresent, certificates, parts.certificates);
+    if (result == 0)
+        result = pki::storeSetIf(certificateListsPresent, certificateLists, parts.certificateLists);
     return result;
 }
 
@@ -223,21 +207,34 @@ void VT_SignedDataContentInfo::forget() {
     pki::emptySet(certificateLists);
 }
 
-// ---- What the flat functions look at
+// ---- The elements
 
-const ContentInfo* pki::SignedDataAccess::content(const VT_SignedDataContentInfo& message) {
-    return message.content.get();
+int pki::readSignedData(const ContentInfo& message, SignedData& value, SignedParts& parts) {
+    const AsnOctetString* encoded = nullptr;
+    const int result = openContent(message, kSignedDataType, encoded);
+    if (result != 0)
+        return result;
+    encoded->GetDerObject(&value);
+    parts.content = value.GetContentInfo();
+    parts.signers = selectedSet<SignerInfo>(value.GetSignerInfos());
+    parts.digestAlgorithms = selectedSet<AlgorithmIdentifier>(value.GetDigestAlgorithms());
+    parts.certificates = selectedSet<ExtendedCertificateOrCertificate>(value.GetCertificates());
+    parts.certificateLists = selectedSet<CertificateList>(value.GetCrls());
+    if (parts.content == nullptr || parts.signers == nullptr || parts.digestAlgorithms == nullptr)
+        return token::kElementAbsent;
+    return 0;
 }
 
-const AsnSetOf<SignerInfo>* pki::SignedDataAccess::signers(const VT_SignedDataContentInfo& message) {
-    return message.signers.get();
-}
-
-const AsnSetOf<ExtendedCertificateOrCertificate>* pki::SignedDataAccess::certificates(
-    const VT_SignedDataContentInfo& message) {
-    return message.certificatesPresent ? message.certificates.get() : nullptr;
-}
-
-const AsnSetOf<CertificateList>* pki::SignedDataAccess::certificateLists(const VT_SignedDataContentInfo& message) {
-    return message.certificateListsPresent ? message.certificateLists.get() : nullptr;
+int pki::writeSignedData(const SignedParts& parts, SignedData& value) {
+    if (parts.content == nullptr || parts.signers == nullptr || parts.digestAlgorithms == nullptr)
+        return token::kMaterialMissing;
+    value.SetVersion(AsnInteger(kVersion));
+    value.SetContentInfo(*parts.content);
+    wrapSet(value, "signerInfos", "siSet", *parts.signers);
+    wrapSet(value, "digestAlgorithms", "daSet", *parts.digestAlgorithms);
+    if (parts.certificates != nullptr)
+        wrapSet(value, "certificates", "certSet", *parts.certificates);
+    if (parts.certificateLists != nullptr)
+        wrapSet(value, "crls", "crlSet", *parts.certificateLists);
+    return 0;
 }

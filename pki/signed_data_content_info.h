@@ -26,10 +26,6 @@ class MiByte;
 class SignedData;
 class SignerInfo;
 
-namespace pki {
-struct SignedDataAccess;
-}
-
 // Setters store copies and getters copy out; copies of the object are deep. Operations return 0 for success. -1003 is
 // for what was not set, -1001 for what a decoded value lacks. The exceptions of the values pass through; the object is
 // then left as far as it had come, for Reset.
@@ -80,11 +76,11 @@ class VT_API VT_SignedDataContentInfo {
 
     // The content goes into the message whole, or its type alone does and the octets travel apart. -1001 for a
     // detached content without a type.
-    int setToBeAttachedContentInfo(const ContentInfo& content);
-    int setToBeDetachedContentInfo(const ContentInfo& content);
+    int setToBeAttachedContentInfo(const ContentInfo& value);
+    int setToBeDetachedContentInfo(const ContentInfo& value);
 
     // getAttachedContentInfo gives -1003 where there is no content, and for a detached one.
-    int getAttachedContentInfo(ContentInfo& content) const;
+    int getAttachedContentInfo(ContentInfo& value) const;
 
     // composeSignedDataContentInfo builds the message, whatever the argument held. -1003 without a content.
     int composeSignedDataContentInfo(ContentInfo& message);
@@ -98,12 +94,10 @@ class VT_API VT_SignedDataContentInfo {
     void Reset();
 
   private:
-    friend struct pki::SignedDataAccess;
-
     void forget();
 
-    bool certificatesPresent;
-    bool certificateListsPresent;
+    bool certificatesPresent = false;
+    bool certificateListsPresent = false;
     Held<SignedData> signedData;
     Held<ContentInfo> content;
     Held<AsnSetOf<SignerInfo>> signers;

@@ -1,15 +1,12 @@
-// What the flat functions do with the message classes without copying: they look at the values held, where the public
-// operations copy out. For the sources of this room and of pki/flat.
+// What the flat functions do with a signer without copying: they lend it the content, and look at the values that it
+// holds. For the sources of this room and of pki/flat.
 #ifndef VT_PKI_SIGNER_ACCESS_H
 #define VT_PKI_SIGNER_ACCESS_H
 
-#include "asn/set_of.h"
-#include "foundation/export.h"
 #include "schema/forward.h"
 
 class VT_P11_Key;
 class VT_P11_OP;
-class VT_SignedDataContentInfo;
 class VT_SignerInfo;
 
 namespace pki {
@@ -26,14 +23,6 @@ struct SignerAccess {
                       const ContentInfo* content);
     // Null if it is not set.
     static const IssuerAndSerialNumber* issuerAndSerialNumber(const VT_SignerInfo& signer);
-};
-
-// VT_SignedDataContentInfo. Certificates and revocation lists are null where there are none.
-struct SignedDataAccess {
-    static const ContentInfo* content(const VT_SignedDataContentInfo& message);
-    static const AsnSetOf<SignerInfo>* signers(const VT_SignedDataContentInfo& message);
-    static const AsnSetOf<ExtendedCertificateOrCertificate>* certificates(const VT_SignedDataContentInfo& message);
-    static const AsnSetOf<CertificateList>* certificateLists(const VT_SignedDataContentInfo& message);
 };
 
 }  // namespace pki

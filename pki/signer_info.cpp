@@ -147,7 +147,7 @@ int loadSignersKey(const Certificate& certificate, const IssuerAndSerialNumber& 
 
 }  // namespace
 
-VT_SignerInfo::VT_SignerInfo() : authenticatedPresent(false), unauthenticatedPresent(false) {
+VT_SignerInfo::VT_SignerInfo() {
     Reset();
 }
 

@@ -105,8 +105,8 @@ class VT_API VT_SignerInfo {
     int addContentAttributes(const ContentInfo& content, const MiByte& digest);
     int verify(VT_P11_OP& op, const Certificate& certificate, const ContentInfo* content) const;
 
-    bool authenticatedPresent;
-    bool unauthenticatedPresent;
+    bool authenticatedPresent = false;
+    bool unauthenticatedPresent = false;
     Held<ContentInfo> innerContent;
     Held<SignerInfo> signer;
     Held<IssuerAndSerialNumber> issuerAndSerialNumber;

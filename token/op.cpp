@@ -6,7 +6,7 @@
 
 static_assert(sizeof(VT_P11_OP) == sizeof(void*), "the layout of VT_P11_OP is a contract");
 
-VT_P11_OP::VT_P11_OP() : chooser(nullptr) {}
+VT_P11_OP::VT_P11_OP() = default;
 
 VT_P11_OP::VT_P11_OP(const VT_P11_OP& other) = default;
 

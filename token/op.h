@@ -34,6 +34,10 @@ class RSAPublicKey;
 class VT_P11_Alg;
 class VT_P11_Key;
 
+namespace token {
+struct RepeatedDigest;
+}
+
 // What createChooser is given. A length counts only if its text is there. With both texts there, and a module loaded,
 // the chooser is on the token; what they say does not matter. The first word is carried along for the caller.
 struct VT_P11_SELECTION {
@@ -130,7 +134,9 @@ class VT_API VT_P11_OP {
     bool CheckLabelExistInToken(const unsigned char* label, std::uint32_t labelLength, int unused);
 
   private:
-    void* chooser;
+    friend struct token::RepeatedDigest;
+
+    void* chooser = nullptr;
 };
 
 #endif

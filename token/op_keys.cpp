@@ -5,7 +5,6 @@
 #include "token/op_frame.h"
 #include "token/token_object.h"
 
-using token::bytesOf;
 using token::HeldAlg;
 using token::HeldKey;
 
@@ -33,7 +32,7 @@ VT_PKCS11_BYTES numberOf(const KEY_ITEM& item) {
 int copyLabel(const MiByte& label, token::Buffer& copy) {
     if (!copy.allocate(label.GetLength()))
         return token::kOutOfMemory;
-    std::copy_n(bytesOf(label), label.GetLength(), copy.bytes.get());
+    std::copy_n(token::bytesOf(label), label.GetLength(), copy.bytes.get());
     return 0;
 }
 

@@ -297,26 +297,26 @@ var certEnrollCodes = {
   "22208313": {
     operation: "certificate check",
     happened: "Firefox registry key could not be opened",
-    cause: "Firefox is not installed for all users of this computer, or may not be looked up by this user.",
+    cause: "Firefox is not installed for all users of this computer, or may not be looked up by this user. On Linux no Firefox was found.",
     remedy: "Install Firefox, or check in the system's stores."
   },
   "22208314": {
     operation: "certificate check",
     happened: "Firefox registry value could not be read",
-    cause: "Firefox's record of its own installation is incomplete, as after an interrupted update.",
+    cause: "Firefox's record of its own installation is incomplete, as after an interrupted update. On Linux there is a program that starts Firefox, but it does not lead to Firefox's folder.",
     remedy: "Install Firefox again over the present one, start it once, and check again."
   },
   "22208315": {
     operation: "certificate check",
     happened: "User name could not be read",
-    cause: "The system did not tell under which user name it runs.",
+    cause: "The system did not tell under which user name it runs, or on Linux which home folder that user has.",
     remedy: "Log out and in again, and check again."
   },
   "22208316": {
     operation: "certificate check",
     happened: "An NSS library could not be loaded",
-    cause: "A part of Firefox's cryptography is missing, or is of another kind (64-bit) than this program (32-bit).",
-    remedy: "Install a 32-bit Firefox, or look the certificate up in Firefox's own certificate manager."
+    cause: "A part of Firefox's cryptography is missing, or is of another kind than this program: 64-bit beside 32-bit on Windows, or the reverse on Linux.",
+    remedy: "Install a Firefox of this program's kind, or look the certificate up in Firefox's own certificate manager."
   },
   "22208317": {
     operation: "certificate check",

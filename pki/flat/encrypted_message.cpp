@@ -1,5 +1,7 @@
+#include "foundation/byte.h"
 #include "pki/encrypted_data_content_info.h"
 #include "pki/enveloped_access.h"
+#include "pki/flat/ciphertext.h"
 #include "pki/flat/flat.h"
 #include "pki/flat/message.h"
 #include "schema/schema.h"
@@ -7,14 +9,22 @@
 
 namespace {
 
-int32_t readEncrypted(PKCS_Ctx* ctx, const PKCS_Blob& message, const PKCS_Blob& keyBytes, PKCS_Blob& data) {
+using pki::EnvelopedAccess;
+
+int32_t openMessage(PKCS_Ctx* ctx, const PKCS_Blob& message, VT_EncryptedDataContentInfo& opened) {
     ContentInfo content;
     flat::decodeBlob(message, content);
     if (ctx->operation == nullptr)
         return token::kNoOperation;
+    const int32_t result = opened.decomposeEncryptedDataContentInfo(content);
+    EnvelopedAccess::forgetSource(opened);
+    return result;
+}
+
+int32_t readEncrypted(PKCS_Ctx* ctx, const PKCS_Blob& message, const PKCS_Blob& keyBytes, PKCS_Blob& data) {
     VT_EncryptedDataContentInfo encrypted;
     AlgorithmIdentifier algorithm;
-    int32_t result = encrypted.decomposeEncryptedDataContentInfo(content);
+    int32_t result = openMessage(ctx, message, encrypted);
     if (result == 0)
         result = encrypted.getEncryptedContentInfoAlgorithmIdentifier(algorithm);
     VT_P11_Key key;
@@ -22,7 +32,7 @@ int32_t readEncrypted(PKCS_Ctx* ctx, const PKCS_Blob& message, const PKCS_Blob& 
         result = key.setSessionKey(flat::bytesOf(keyBytes), static_cast<int>(keyBytes.length), algorithm);
     if (result == 0)
         result = encrypted.DecryptAttachedContentInfo(*ctx->operation, key);
-    return result != 0 ? result : flat::unwrapOutput(*pki::EnvelopedAccess::content(encrypted), data);
+    return result != 0 ? result : flat::unwrapOutput(*EnvelopedAccess::content(encrypted), data);
 }
 
 int32_t writeEncrypted(PKCS_Ctx* ctx, const PKCS_Blob& data, const PKCS_Alg& record, const PKCS_Key& keyRecord,
@@ -48,11 +58,11 @@ int32_t writeEncrypted(PKCS_Ctx* ctx, const PKCS_Blob& data, const PKCS_Alg& rec
         return result;
 
     VT_EncryptedDataContentInfo encrypted;
-    encrypted.setInnerContentInfo(content);
-    result = encrypted.EncryptAttachedContentInfo(*ctx->operation, alg, key);
+    MiByte ciphertext;
+    result = EnvelopedAccess::encrypt(encrypted, *ctx->operation, alg, key, content, ciphertext);
     if (result == 0)
         result = encrypted.composeEncryptedDataContentInfo(content);
-    return result != 0 ? result : flat::giveDer(content, message);
+    return result != 0 ? result : flat::giveWithCiphertext(content, ciphertext, message);
 }
 
 }  // namespace

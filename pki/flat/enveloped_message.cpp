@@ -1,31 +1,40 @@
+#include <memory>
+
 #include "foundation/calendar_time.h"
 #include "pki/certificate.h"
 #include "pki/enveloped_access.h"
 #include "pki/enveloped_data_content_info.h"
+#include "pki/flat/ciphertext.h"
 #include "pki/flat/flat.h"
 #include "pki/flat/session_key.h"
 
 namespace {
 
+using pki::EnvelopedAccess;
+
 // ---- Reading
+
+int32_t openMessage(PKCS_Ctx* ctx, const PKCS_Blob& message, VT_EnvelopedDataContentInfo& opened) {
+    ContentInfo content;
+    flat::decodeBlob(message, content);
+    if (ctx->operation == nullptr)
+        return token::kNoOperation;
+    const int32_t result = opened.decomposeEnvelopedDataContentInfo(content);
+    EnvelopedAccess::forgetSource(opened);
+    return result;
+}
 
 int32_t readEnveloped(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const PKCS_PriKey& record,
                       const PKCS_Blob* ciphertext, PKCS_Blob& data) {
     VT_P11_Key privateKey;
     int32_t result = flat::readPrivateKey(record, privateKey);
-    if (result != 0)
-        return result;
-    ContentInfo content;
-    flat::decodeBlob(message, content);
-    if (ctx->operation == nullptr)
-        return token::kNoOperation;
-
     VT_EnvelopedDataContentInfo enveloped;
+    if (result == 0)
+        result = openMessage(ctx, message, enveloped);
     AlgorithmIdentifier algorithm;
-    VT_P11_Key sessionKey;
-    result = enveloped.decomposeEnvelopedDataContentInfo(content);
     if (result == 0)
         result = enveloped.getEncryptedContentInfoAlgorithmIdentifier(algorithm);
+    VT_P11_Key sessionKey;
     if (result == 0)
         result = flat::openSessionKey(*ctx->operation, enveloped, privateKey, algorithm, sessionKey);
     if (result == 0)
@@ -33,7 +42,7 @@ int32_t readEnveloped(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, con
     // A detached read has always confirmed that the ciphertext opens, and handed nothing back.
     if (result != 0 || mode != PKCS7_ATTACHED)
         return result;
-    return flat::unwrapOutput(*pki::EnvelopedAccess::content(enveloped), data);
+    return flat::unwrapOutput(*EnvelopedAccess::content(enveloped), data);
 }
 
 // ---- Writing
@@ -118,14 +127,9 @@ int32_t composeEnveloped(PKCS_Ctx* ctx, const EnvelopedParts& parts, MiByte& cip
         return result;
 
     VT_EnvelopedDataContentInfo enveloped;
-    enveloped.setInnerContentInfo(content);
     enveloped.addRecipientInfo(recipient);
-    VT_P11_OP& op = *ctx->operation;
-    if (parts.mode == PKCS7_DETACHED)
-        result =
-            enveloped.composeDetachedEncryptedContentInfo(op, envelope.contentAlg, envelope.sessionKey, ciphertext);
-    else
-        result = enveloped.composeAttachedEncryptedContentInfo(op, envelope.contentAlg, envelope.sessionKey);
+    result = EnvelopedAccess::encrypt(enveloped, *ctx->operation, envelope.contentAlg, envelope.sessionKey, content,
+                                      ciphertext);
     return result != 0 ? result : enveloped.composeEnvelopedDataContentInfo(content);
 }
 
@@ -133,20 +137,18 @@ int32_t writeEnveloped(PKCS_Ctx* ctx, const EnvelopedParts& parts, PKCS_Blob* ci
     MiByte ciphertext;
     ContentInfo content;
     int32_t result = composeEnveloped(ctx, parts, ciphertext, content);
-    if (result != 0)
-        return result;
+    const bool detached = parts.mode == PKCS7_DETACHED;
     PKCS_Blob apart = {nullptr, 0};
-    if (ciphertextOut != nullptr)
-        result = flat::giveBlob(ciphertext, apart);
+    if (result == 0 && ciphertextOut != nullptr)
+        result = flat::giveBlob(detached ? ciphertext : MiByte(), apart);
+    std::unique_ptr<uint8_t, void (*)(void*)> owner(apart.data, T_free);
     if (result == 0)
-        result = flat::giveDer(content, message);
-    if (result != 0) {
-        T_free(apart.data);
-        return result;
-    }
-    if (ciphertextOut != nullptr)
+        result = detached ? flat::giveDer(content, message) : flat::giveWithCiphertext(content, ciphertext, message);
+    if (result == 0 && ciphertextOut != nullptr) {
         *ciphertextOut = apart;
-    return 0;
+        (void)owner.release();
+    }
+    return result;
 }
 
 }  // namespace

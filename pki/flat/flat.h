@@ -403,6 +403,76 @@ VT_API int32_t PKCS7_ReadSignedAndEnvelopedDataMsg(PKCS_Ctx* ctx, const PKCS_Blo
  * kind was ever written here, and there are callers that link to the name. */
 VT_API int32_t PKCS7_WriteSignedAndEnvelopedDataMsg(PKCS_Ctx* ctx, ...);
 
+/* ---- PFX files and certificates --------------------------------------------------------------------------------- */
+
+/* PKCS#12 files (PFX, RFC 7292) with RSA keys, and questions to single certificates in DER. What all have in common:
+ *
+ *     0        success
+ *     -1001    a required element is absent
+ *     -1003    a blob that must have data has none
+ *     -1005    the file has no key, or no certificate, where it is looked for
+ *     -1006    an algorithm, or a type of content, that is not supported
+ *     -1010    a null argument that is not optional; malformed DER too, where nothing else is said
+ *     -1013    the context has no operation object
+ *     -1014    more than 128 contents or bags
+ *     -1026    key and certificate do not belong together
+ *     -1031    exhausted memory
+ *     other    codes of the engine and of the token, such as -12 and -3 for what a wrong password decrypts to
+ *
+ * An output is written on success alone, but for lists: what they received stays there. The caller frees a blob with
+ * T_free, a key with PKCS_FreePubKey and PKCS_FreePriKey. A password is bytes, one a character, of any value but 0; it
+ * may be empty, but not null. */
+
+/* VT_GenPFX makes a file of a certificate and its key, and of further certificates, which may be null. The key is
+ * encrypted with triple DES, the certificates with 40-bit RC2, under 2000 iterations, and SHA-1 makes the MAC: what
+ * every program reads, and no protection against one who guesses passwords (docs/security.md). */
+VT_API int32_t VT_GenPFX(PKCS_Ctx* ctx, const PKCS_Blob* certificate, const PKCS_PriKey* key, const PKCS_Blob* password,
+                         const VT_List* certificates, PKCS_Blob* pfx);
+
+/* VT_GetCertAndPrivateKeyFromPFX opens a file: the first key of its first content in the clear, and the certificate of
+ * that key from its first encrypted content. certificates, which may be null, receives all certificates of that content
+ * behind what it holds. With skipMac 1 the MAC is not checked, and a wrong password gives whatever the decryption
+ * gives. -1012 for a wrong password or a file that was changed; -1026 if none of the certificates is the key's; -7 for
+ * two-key triple DES. A file of more than 10,000,000 iterations is refused with -1006; one iteration costs some 50 ns,
+ * up to eight times in a file. */
+VT_API int32_t VT_GetCertAndPrivateKeyFromPFX(PKCS_Ctx* ctx, const PKCS_Blob* pfx, const PKCS_Blob* password,
+                                              int32_t skipMac, PKCS_PriKey* key, PKCS_Blob* certificate,
+                                              VT_List* certificates);
+
+/* VT_GetMSCertAndKeyFromPFX opens a file, with its MAC, into buffers of the caller, the key as a Microsoft
+ * PRIVATEKEYBLOB of 2048 bits (VT_VPKToMSPriKey). A password of length 0 ends at its first zero byte. With a null
+ * certificate only *certificateLength is stored; otherwise *certificateLength holds the capacity, and stays as it is.
+ * blob and blobLength are those of VT_VPKToMSPriKey, whose null blob asks for the length. -1019 if a buffer is too
+ * small. */
+VT_API int32_t VT_GetMSCertAndKeyFromPFX(PKCS_Ctx* ctx, const uint8_t* pfx, uint32_t pfxLength, const char* password,
+                                         uint32_t passwordLength, uint8_t* blob, uint32_t* blobLength,
+                                         uint8_t* certificate, uint32_t* certificateLength, VT_List* certificates);
+
+/* VT_CheckPFXDer gives 0 for the DER of a PFX, with or without a MAC, and -1010 for anything else. No password is
+ * needed, and the contents are not looked at. */
+VT_API int32_t VT_CheckPFXDer(PKCS_Ctx* ctx, const PKCS_Blob* pfx);
+
+/* VT_CheckCertAndPriKey gives 0 if modulus and public exponent of the certificate are those of the key, else -1026.
+ * Leading zeros do not count. The private numbers are not looked at. */
+VT_API int32_t VT_CheckCertAndPriKey(const PKCS_Blob* certificate, const PKCS_PriKey* key);
+
+/* VT_VerifyCertificateChain checks the signature of a certificate with the key of its issuer's. One of the two may be
+ * null; the other is then checked with its own key. The issuers of the two must be the same, so that this is for
+ * self-signed roots alone: -1023. -1002 for another signature; further codes in pki/certificate_tool.h. -1010 if both
+ * are null; -3000 for malformed DER. */
+VT_API int32_t VT_VerifyCertificateChain(PKCS_Ctx* ctx, const PKCS_Blob* issuer, const PKCS_Blob* certificate);
+
+/* VT_VerifyCertificateValidPeriod gives 0 if now is within the validity of a certificate, both ends included, else
+ * -1025. -1024 for a bound that is no time; -3000 for malformed DER. */
+VT_API int32_t VT_VerifyCertificateValidPeriod(PKCS_Ctx* ctx, const PKCS_Blob* certificate);
+
+/* VT_GetPublicKeyFromCert gives the numbers of a certificate's RSA key. -1006 for a key that is not RSA. */
+VT_API int32_t VT_GetPublicKeyFromCert(PKCS_Ctx* ctx, const PKCS_Blob* certificate, PKCS_PubKey* key);
+
+/* VT_GetSubjectFromCert appends the attributes of a certificate's subject to a list, in their order, each as five
+ * characters of label and the bytes of the value, such as " CN =Alice" (pki/name.h). -3000 for malformed DER. */
+VT_API int32_t VT_GetSubjectFromCert(PKCS_Ctx* ctx, const PKCS_Blob* certificate, VT_List* subject);
+
 /* ---- Forms of RSA keys ------------------------------------------------------------------------------------------ */
 
 /* Between Microsoft key blobs (wincrypt.h: PUBLICKEYBLOB and PRIVATEKEYBLOB, little-endian), key records, and the DER
@@ -609,6 +679,12 @@ VT_API int32_t VTPKCS_CheckCertAndRSAPrivateKeyInToken(PKCS_Ctx* ctx, const uint
  * is a multiple of 64. -1010 for a null outputLength, a negative length, or a null input that has one. */
 VT_API int32_t VTPKCS_Base64Encode(const char* input, int32_t inputLength, char* output, int32_t* outputLength);
 VT_API int32_t VTPKCS_Base64Decode(const char* input, int32_t inputLength, char* output, int32_t* outputLength);
+
+/* VTPKCS_GetCertAndPriKeyObj fills a key object and gives its certificate. With source 1 the key is the token's of that
+ * label, the bytes of secret, and input is the certificate already, of which a copy is given. With source 2 input is a
+ * PFX and secret its password: VT_GetCertAndPrivateKeyFromPFX, with the MAC checked. -1006 for any other source. */
+VT_API int32_t VTPKCS_GetCertAndPriKeyObj(PKCS_Ctx* ctx, const PKCS_Blob* input, const PKCS_Blob* secret,
+                                          int32_t source, VTPKCS_KeyObj* object, PKCS_Blob* certificate);
 
 #ifdef __cplusplus
 }

@@ -28,7 +28,8 @@ struct Names {
 // Why the platform did not take a certificate.
 int32_t refusal() {
     const DWORD error = platform::sys().GetLastError();
-    return error == NTE_NO_MEMORY || error == ERROR_NOT_ENOUGH_MEMORY ? VT_E_MEMORY : VT_E_NULL_ARGUMENT;
+    return error == static_cast<DWORD>(NTE_NO_MEMORY) || error == ERROR_NOT_ENOUGH_MEMORY ? VT_E_MEMORY
+                                                                                          : VT_E_NULL_ARGUMENT;
 }
 
 // A text has a zero at its end that counts, so that no text at all is a failure.

@@ -1,5 +1,6 @@
 #include "pki/flat/message.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "asn/asn.h"
@@ -41,8 +42,26 @@ MiByte bytesOf(const PKCS_Blob& blob) {
     return {reinterpret_cast<const char*>(blob.data), blob.length};
 }
 
+namespace {
+
+// The element at the front, or all bytes if there is none: what a decoder would not look at need not be copied.
+MiByte elementOf(const PKCS_Blob& blob) {
+    constexpr uint32_t kLongestHead = 16;
+    const MiByte head = bytesOf({blob.data, std::min(blob.length, kLongestHead)});
+    AsnDerDecode decoder;
+    AsnTag tag;
+    unsigned int length = 0;
+    unsigned int size = decoder.DecodeTag(tag, head, 0);
+    size += decoder.DecodeLength(length, head, size);
+    if (length > blob.length - size)
+        throw MiOutOfRangeExp();
+    return bytesOf({blob.data, size + length});
+}
+
+}  // namespace
+
 void decodeBlob(const PKCS_Blob& blob, AsnObject& value) {
-    value.DerDecode(bytesOf(blob), 0);
+    value.DerDecode(elementOf(blob), 0);
 }
 
 int32_t giveBlob(const char* bytes, uint32_t length, PKCS_Blob& blob) {

@@ -15,6 +15,16 @@ struct Opener {
     VT_P11_Key sessionKey;
 };
 
+int32_t openMessage(PKCS_Ctx* ctx, const PKCS_Blob& message, Sealed& opened) {
+    ContentInfo content;
+    flat::decodeBlob(message, content);
+    if (ctx->operation == nullptr)
+        return token::kNoOperation;
+    const int32_t result = opened.decomposeSignedAndEnvelopedDataContentInfo(content);
+    EnvelopedAccess::forgetSource(opened);
+    return result;
+}
+
 int32_t openContent(VT_P11_OP& op, Sealed& sealed, int32_t mode, const VT_P11_Key& privateKey, const PKCS_Blob& data,
                     Opener& opener) {
     AlgorithmIdentifier algorithm;
@@ -53,14 +63,9 @@ int32_t readSealed(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const 
     int32_t result = flat::readPrivateKey(record, privateKey);
     if (result != 0)
         return result;
-    ContentInfo content;
-    flat::decodeBlob(message, content);
-    if (ctx->operation == nullptr)
-        return token::kNoOperation;
-
     Sealed sealed;
     Opener opener;
-    result = sealed.decomposeSignedAndEnvelopedDataContentInfo(content);
+    result = openMessage(ctx, message, sealed);
     if (result == 0)
         result = openContent(*ctx->operation, sealed, mode, privateKey, data, opener);
     const auto* const certificates = EnvelopedAccess::certificates(sealed);

@@ -1,8 +1,10 @@
 #include "pki/flat/signed_message.h"
 
+#include "asn/asn.h"
+#include "foundation/byte_buffer.h"
 #include "pki/certificate.h"
+#include "pki/content.h"
 #include "pki/flat/flat.h"
-#include "pki/signed_data_content_info.h"
 #include "pki/signer_access.h"
 #include "pki/signer_info.h"
 #include "schema/schema.h"
@@ -15,12 +17,12 @@ namespace {
 
 // ---- Reading
 
-int32_t findContent(const VT_SignedDataContentInfo& message, int32_t mode, const PKCS_Blob& data, ContentInfo& wrapped,
+int32_t findContent(const pki::SignedParts& parts, int32_t mode, const PKCS_Blob& data, ContentInfo& wrapped,
                     const ContentInfo*& content) {
     switch (mode) {
         case PKCS7_ATTACHED:
-            content = pki::SignedDataAccess::content(message);
-            return content == nullptr || content->GetContent() == nullptr ? token::kMaterialMissing : 0;
+            content = parts.content;
+            return content->GetContent() == nullptr ? token::kMaterialMissing : 0;
         case PKCS7_DETACHED:
             if (data.data == nullptr)
                 return token::kMaterialMissing;
@@ -47,49 +49,51 @@ int32_t verifySigners(const AsnSetOf<SignerInfo>& signers, const flat::SignerChe
 
 int32_t readSigned(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const PKCS_Blob* external,
                    VT_List* certificates, VT_List* certificateLists, PKCS_Blob& data) {
-    VT_SignedDataContentInfo opened;
-    int32_t result = flat::openSigned(message, opened);
-    const auto* const held = pki::SignedDataAccess::certificates(opened);
+    SignedData value;
+    pki::SignedParts parts;
+    int32_t result = flat::openSigned(message, value, parts);
     if (result == 0)
-        result = flat::fillList(certificates, held);
+        result = flat::fillList(certificates, parts.certificates);
     if (result == 0)
-        result = flat::fillList(certificateLists, pki::SignedDataAccess::certificateLists(opened));
+        result = flat::fillList(certificateLists, parts.certificateLists);
     ContentInfo wrapped;
     const ContentInfo* content = nullptr;
     if (result == 0)
-        result = findContent(opened, mode, data, wrapped, content);
+        result = findContent(parts, mode, data, wrapped, content);
     if (result == 0)
-        result = verifySigners(*pki::SignedDataAccess::signers(opened), {ctx, held, external, content});
+        result = verifySigners(*parts.signers, {ctx, parts.certificates, external, content});
     return result == 0 && mode == PKCS7_ATTACHED ? flat::unwrapOutput(*content, data) : result;
 }
 
 // ---- Writing
 
-using flat::SignedParts;
+using flat::SignedRequest;
 
-// What the parts are once they are read.
-struct SignedValues {
+// What its parts are once they are read. The content lies where it goes in the message: it is the large part, and is
+// not copied again.
+struct Values {
     AlgorithmIdentifier digest;
     AlgorithmIdentifier signature;
-    ContentInfo content;
+    SignedData message;
+    ContentInfo& content = *static_cast<ContentInfo*>(message.Find("contentInfo"));
     Certificate certificate;
     IssuerAndSerialNumber signer;
 };
 
-int32_t readParts(PKCS_Ctx* ctx, const SignedParts& parts, SignedValues& values) {
+int32_t readRequest(PKCS_Ctx* ctx, const SignedRequest& request, Values& values) {
     VT_P11_Alg digest;
-    int32_t result = digest.setAlgType(parts.digest.algType);
+    int32_t result = digest.setAlgType(request.digest.algType);
     VT_P11_Alg signature;
     if (result == 0)
-        result = flat::readAlg(parts.signature, signature);
+        result = flat::readAlg(request.signature, signature);
     if (result == 0)
-        result = parts.data.data != nullptr ? flat::wrapInput(ctx, parts.data, values.content)
-                                            : int32_t{token::kMaterialMissing};
-    if (result == 0 && parts.signerCertificate.data == nullptr)
+        result = request.data.data != nullptr ? flat::wrapInput(ctx, request.data, values.content)
+                                              : int32_t{token::kMaterialMissing};
+    if (result == 0 && request.signerCertificate.data == nullptr)
         result = token::kMaterialMissing;
     if (result != 0)
         return result;
-    flat::decodeBlob(parts.signerCertificate, values.certificate);
+    flat::decodeBlob(request.signerCertificate, values.certificate);
     VT_Certificate certificate;
     certificate.setCertificate(values.certificate);
     result = certificate.getIssuerAndSerialNumber(values.signer);
@@ -100,7 +104,7 @@ int32_t readParts(PKCS_Ctx* ctx, const SignedParts& parts, SignedValues& values)
     return result != 0 ? result : signature.getAlgorithmIdentifier(values.signature);
 }
 
-int32_t makeSigner(VT_P11_OP& op, const VT_P11_Key& key, const SignedValues& values, SignerInfo& made) {
+int32_t makeSigner(VT_P11_OP& op, const VT_P11_Key& key, const Values& values, SignerInfo& made) {
     VT_SignerInfo signer;
     signer.setDigestAlgorithmIdentifier(values.digest);
     signer.setDigestEncryptionAlgorithmIdentifier(values.signature);
@@ -109,68 +113,86 @@ int32_t makeSigner(VT_P11_OP& op, const VT_P11_Key& key, const SignedValues& val
     return result != 0 ? result : signer.composeSignerInfo(made);
 }
 
-template <class Add>
-int32_t addNodes(const VT_List* list, Add add) {
-    int32_t result = 0;
-    const VT_List* node = list != nullptr ? list->next : nullptr;
-    for (; node != nullptr && result == 0; node = node->next)
-        result = add(flat::bytesOf({node->data, node->length}));
-    return result;
+using CertificateSet = AsnSetOf<ExtendedCertificateOrCertificate>;
+
+void addCertificate(const Certificate& certificate, CertificateSet& certificates) {
+    ExtendedCertificateOrCertificate choice;
+    choice.SetCertificate(certificate);
+    certificates.AddElement(choice);
 }
 
-int32_t addCertificates(const SignedParts& parts, const Certificate& signerCertificate,
-                        VT_SignedDataContentInfo& message) {
-    int32_t result = message.addCertificate(signerCertificate);
-    if (result == 0)
-        result = addNodes(parts.certificates, [&](const MiByte& der) { return message.addCertificate(der); });
-    if (result == 0)
-        result = addNodes(parts.certificateLists, [&](const MiByte& der) { return message.addCertificateList(der); });
-    return result;
-}
-
-int32_t setContent(int32_t mode, const ContentInfo& content, VT_SignedDataContentInfo& message) {
-    switch (mode) {
-        case PKCS7_ATTACHED:
-            return message.setToBeAttachedContentInfo(content);
-        case PKCS7_DETACHED:
-            return message.setToBeDetachedContentInfo(content);
-        default:
-            return 0;  // composing finds that there is none
+void addCertificates(const VT_List* list, CertificateSet& certificates) {
+    for (const VT_List* node = list != nullptr ? list->next : nullptr; node != nullptr; node = node->next) {
+        Certificate certificate;
+        flat::decodeBlob({node->data, node->length}, certificate);
+        addCertificate(certificate, certificates);
     }
 }
 
-int32_t composeSigned(PKCS_Ctx* ctx, const SignedParts& parts, ContentInfo& composed) {
-    SignedValues values;
-    int32_t result = readParts(ctx, parts, values);
+void addCertificateLists(const VT_List* list, AsnSetOf<CertificateList>& certificateLists) {
+    for (const VT_List* node = list != nullptr ? list->next : nullptr; node != nullptr; node = node->next) {
+        CertificateList certificateList;
+        flat::decodeBlob({node->data, node->length}, certificateList);
+        certificateLists.AddElement(certificateList);
+    }
+}
+
+// The content as it goes into the message: whole, its type alone, or, in a mode that there is not, none.
+const ContentInfo* contentOf(int32_t mode, const ContentInfo& content, ContentInfo& typeAlone) {
+    if (mode == PKCS7_ATTACHED)
+        return &content;
+    if (mode != PKCS7_DETACHED)
+        return nullptr;
+    if (const AsnOid* const type = content.GetContentType())
+        typeAlone.SetContentType(*type);
+    return &typeAlone;
+}
+
+int32_t composeSigned(const SignedRequest& request, const SignerInfo& signer, Values& values) {
+    AsnSetOf<AlgorithmIdentifier> digests;
+    digests.AddElement(values.digest);
+    CertificateSet certificates;
+    addCertificate(values.certificate, certificates);
+    addCertificates(request.certificates, certificates);
+    AsnSetOf<CertificateList> lists;
+    addCertificateLists(request.certificateLists, lists);
+    AsnSetOf<SignerInfo> signers;
+    signers.AddElement(signer);
+    ContentInfo typeAlone;
+    return pki::writeSignedData({contentOf(request.mode, values.content, typeAlone), &signers, &digests, &certificates,
+                                 lists.Empty() ? nullptr : &lists},
+                                values.message);
+}
+
+int32_t encodeSigned(PKCS_Ctx* ctx, const SignedRequest& request, MiByteBuffer& der) {
+    Values values;
+    int32_t result = readRequest(ctx, request, values);
     SignerInfo signer;
     if (result == 0)
-        result = makeSigner(*ctx->operation, parts.key, values, signer);
-    VT_SignedDataContentInfo message;
+        result = makeSigner(*ctx->operation, request.key, values, signer);
     if (result == 0)
-        result = message.addDigestAlgorithmIdentifier(values.digest);
+        result = composeSigned(request, signer, values);
+    const uint32_t sizeHint = request.mode == PKCS7_ATTACHED ? request.data.length : 0;
     if (result == 0)
-        result = addCertificates(parts, values.certificate, message);
-    if (result == 0)
-        result = message.addSignerInfo(signer);
-    if (result == 0)
-        result = setContent(parts.mode, values.content, message);
-    return result != 0 ? result : message.composeSignedDataContentInfo(composed);
+        pki::encodeMessage(pki::kSignedDataType, values.message, sizeHint, der);
+    return result;
 }
 
 }  // namespace
 
 namespace flat {
 
-int32_t openSigned(const PKCS_Blob& message, VT_SignedDataContentInfo& opened) {
+// The message around the value is let go of once it is taken apart.
+int32_t openSigned(const PKCS_Blob& message, SignedData& value, pki::SignedParts& parts) {
     ContentInfo content;
     decodeBlob(message, content);
-    return opened.decomposeSignedDataContentInfo(content);
+    return pki::readSignedData(content, value, parts);
 }
 
-int32_t writeSigned(PKCS_Ctx* ctx, const SignedParts& parts, PKCS_Blob& message) {
-    ContentInfo composed;
-    const int32_t result = composeSigned(ctx, parts, composed);
-    return result != 0 ? result : giveDer(composed, message);
+int32_t writeSigned(PKCS_Ctx* ctx, const SignedRequest& request, PKCS_Blob& message) {
+    MiByteBuffer der;
+    const int32_t result = encodeSigned(ctx, request, der);
+    return result != 0 ? result : giveBlob(der.GetChars(), der.GetLength(), message);
 }
 
 }  // namespace flat

@@ -3,16 +3,15 @@
 #define VT_PKI_FLAT_SIGNED_MESSAGE_H
 
 #include "pki/flat/message.h"
-
-class VT_SignedDataContentInfo;
+#include "pki/signed_parts.h"
 
 namespace flat {
 
-// openSigned takes a message apart.
-int32_t openSigned(const PKCS_Blob& message, VT_SignedDataContentInfo& opened);
+// openSigned decodes a message into value, to whose elements parts then points.
+int32_t openSigned(const PKCS_Blob& message, SignedData& value, pki::SignedParts& parts);
 
 // What a signed message is made of. The lists may be null.
-struct SignedParts {
+struct SignedRequest {
     const PKCS_Blob& data;
     const PKCS_Alg& digest;
     const PKCS_Alg& signature;
@@ -24,7 +23,7 @@ struct SignedParts {
 };
 
 // writeSigned makes a message with one signer.
-int32_t writeSigned(PKCS_Ctx* ctx, const SignedParts& parts, PKCS_Blob& message);
+int32_t writeSigned(PKCS_Ctx* ctx, const SignedRequest& request, PKCS_Blob& message);
 
 }  // namespace flat
 

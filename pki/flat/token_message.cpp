@@ -1,6 +1,5 @@
 #include "pki/flat/flat.h"
 #include "pki/flat/signed_message.h"
-#include "pki/signed_data_content_info.h"
 #include "pki/signer_access.h"
 #include "pki/signer_info.h"
 #include "schema/schema.h"
@@ -19,17 +18,16 @@ struct FirstSigner {
     const Certificate* certificate = nullptr;
 };
 
-int32_t findSigner(const VT_SignedDataContentInfo& opened, FirstSigner& first) {
+int32_t findSigner(const pki::SignedParts& parts, FirstSigner& first) {
     // A message without signers is an exception here.
-    int32_t result = first.signer.decomposeSignerInfo(*pki::SignedDataAccess::signers(opened)->Get(0));
+    int32_t result = first.signer.decomposeSignerInfo(*parts.signers->Get(0));
     if (result != 0)
         return result;
     const IssuerAndSerialNumber* const identity = pki::SignerAccess::issuerAndSerialNumber(first.signer);
     if (identity == nullptr)
         return token::kMaterialMissing;
-    const auto* const held = pki::SignedDataAccess::certificates(opened);
-    if (held != nullptr)
-        result = flat::findCertificate(*held, *identity, first.certificate);
+    if (parts.certificates != nullptr)
+        result = flat::findCertificate(*parts.certificates, *identity, first.certificate);
     if (result != 0)
         return result;
     return first.certificate != nullptr ? 0 : token::kNotTheSigner;
@@ -51,19 +49,20 @@ int32_t giveOutputs(const FirstSigner& first, PKCS_Blob& certificate, PKCS_Blob&
 
 int32_t verifySigned(PKCS_Ctx* ctx, const PKCS_Blob& message, VT_List* certificates, VT_List* certificateLists,
                      PKCS_Blob& signerCertificate, PKCS_Blob& data) {
-    VT_SignedDataContentInfo opened;
-    int32_t result = flat::openSigned(message, opened);
+    SignedData value;
+    pki::SignedParts parts;
+    int32_t result = flat::openSigned(message, value, parts);
     if (result != 0)
         return result;
     FirstSigner first;
-    first.content = pki::SignedDataAccess::content(opened);
-    if (first.content == nullptr || first.content->GetContent() == nullptr)
+    first.content = parts.content;
+    if (first.content->GetContent() == nullptr)
         return token::kMaterialMissing;
-    result = flat::fillList(certificates, pki::SignedDataAccess::certificates(opened));
+    result = flat::fillList(certificates, parts.certificates);
     if (result == 0)
-        result = flat::fillList(certificateLists, pki::SignedDataAccess::certificateLists(opened));
+        result = flat::fillList(certificateLists, parts.certificateLists);
     if (result == 0)
-        result = findSigner(opened, first);
+        result = findSigner(parts, first);
     // Callers show content and signer of a message also where the signature is bad.
     if (result == 0)
         result = giveOutputs(first, signerCertificate, data);

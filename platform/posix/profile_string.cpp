@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
-#include <cstring>
 #include <memory>
 #include <optional>
 #include <string>
@@ -81,8 +80,7 @@ std::optional<std::string_view> valueOf(std::string_view content, std::string_vi
 
 // What does not fit is cut, as on Windows.
 DWORD deliver(std::string_view text, LPSTR value, DWORD capacity) {
-    const std::size_t length = std::min<std::size_t>(text.size(), capacity - 1);
-    std::memcpy(value, text.data(), length);
+    const std::size_t length = text.copy(value, capacity - 1);
     value[length] = '\0';
     return static_cast<DWORD>(length);
 }

@@ -1,33 +1,36 @@
 // The check of a Firefox profile as it goes on Windows, over a Firefox in memory. Its own libraries in files and the
-// real registry are in tests/browser_libraries; the database of a profile on Linux in firefox_profile_test.cpp.
+// real registry are in tests/browser_libraries; the database of a profile on Linux is in tests/platform.
 #include "enrol/firefox.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "tests/support/call_plan.h"
 #include "tests/support/certificate.h"
-#include "tests/support/failing_heap.h"
 #include "tests/support/failing_tables.h"
 #include "tests/support/fake_firefox.h"
+#include "tests/support/replace.h"
 
 namespace {
 
 using enrol::CheckCertificateInFirefox;
 using platform::sys;
+using platform::SystemApi;
 using support::base64;
 using support::Bytes;
 using support::CallPlan;
 using support::FakeNss;
+using support::Replaced;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char kProduct[] = "SOFTWARE\\Mozilla\\Mozilla Firefox";
-constexpr char kMain[] = "SOFTWARE\\Mozilla\\Mozilla Firefox\\3.6 (de)\\Main";
-constexpr char kList[] = "C:\\Documents and Settings\\alice\\Application Data\\Mozilla\\Firefox\\profiles.ini";
+constexpr char kProduct[] = R"(SOFTWARE\Mozilla\Mozilla Firefox)";
+constexpr char kMain[] = R"(SOFTWARE\Mozilla\Mozilla Firefox\3.6 (de)\Main)";
+constexpr char kList[] = R"(C:\Documents and Settings\alice\Application Data\Mozilla\Firefox\profiles.ini)";
 
 Bytes certificateOf(const std::string& subject) {
     support::CertificateParts parts;
@@ -59,7 +62,7 @@ class firefox_test : public testing::Test {
 
 TEST_F(firefox_test, EveryCallInItsOrder) {
     EXPECT_EQ(check(), 0);
-    const std::string folder = "C:\\Documents and Settings\\alice\\Application Data\\Mozilla\\Firefox\\";
+    const std::string folder = R"(C:\Documents and Settings\alice\Application Data\Mozilla\Firefox\)";
     EXPECT_THAT(
         firefox.logOf({"Reg", "GetUser", "GetPrivate", "Find", "Load", "PR_", "NSS_", "CERT_", "PK11_", "Free"}),
         ElementsAre(
@@ -81,7 +84,7 @@ TEST_F(firefox_test, FunctionsAreAskedOfTheirLibraries) {
     EXPECT_EQ(check(), 0);
     std::vector<std::string> expected;
     for (const auto& [name, library] : FakeNss::functions())
-        expected.push_back("GetProcAddress " + library + " " + name);
+        expected.push_back(std::string("GetProcAddress ").append(library).append(" ").append(name));
     EXPECT_EQ(expected.size(), 15U);
     EXPECT_THAT(firefox.logOf({"GetProcAddress"}), testing::UnorderedElementsAreArray(expected));
 }
@@ -270,14 +273,17 @@ TEST_F(firefox_test, TheProfilesPathIsTakenAsARelativeOne) {
 // Long names and paths: whole or not at all, but for the profile's path, which the system cuts.
 TEST_F(firefox_test, LongUserNamesAreNotCut) {
     const std::string before = "C:\\Documents and Settings\\";
-    const std::string behind = "\\Application Data\\Mozilla\\Firefox\\profiles.ini";
+    const std::string behind = R"(\Application Data\Mozilla\Firefox\profiles.ini)";
     const std::size_t longest = 259 - before.size() - behind.size();
-    firefox.user = std::string(longest, 'u');
-    firefox.profiles[before + firefox.user + behind] = "p";
+    const auto makeUser = [&](std::size_t length) {
+        firefox.user = std::string(length, 'u');
+        std::string list = before;
+        firefox.profiles[list.append(firefox.user).append(behind)] = "p";
+    };
+    makeUser(longest);
     EXPECT_EQ(check(), 0);
     for (const std::size_t length : {longest + 1, std::size_t{254}, std::size_t{255}}) {
-        firefox.user = std::string(length, 'u');
-        firefox.profiles[before + firefox.user + behind] = "p";
+        makeUser(length);
         EXPECT_EQ(check(), 22208322) << length;
         EXPECT_THAT(firefox.logOf({"GetPrivate"}), IsEmpty());
     }
@@ -357,7 +363,7 @@ TEST_F(firefox_test, EachCallThatFailsHasItsCode) {
         {"FreeLibrary", 1, 0},
         {"FreeLibrary", 7, 0},
     };
-    platform::replaceableSystemApi().SetLastError = [](DWORD) {};
+    const Replaced<&SystemApi::SetLastError> setLastError([](DWORD) {});
     for (const Row& row : rows) {
         SCOPED_TRACE(std::string(row.entry) + " " + std::to_string(row.occurrence));
         CallPlan calls;
@@ -370,20 +376,19 @@ TEST_F(firefox_test, EachCallThatFailsHasItsCode) {
 
 // A text that the platform hands over without its end.
 TEST_F(firefox_test, TextsWithoutAnEndAreEnded) {
-    platform::SystemApi& table = platform::replaceableSystemApi();
-    table.GetUserNameA = [](LPSTR name, DWORD* size) -> BOOL {
-        std::fill_n(name, *size, 'u');
-        return TRUE;
-    };
-    EXPECT_EQ(check(), 22208322);
-    table.GetUserNameA = [](LPSTR name, DWORD*) -> BOOL {
-        std::char_traits<char>::copy(name, "u", 2);
-        return TRUE;
-    };
-    table.GetPrivateProfileStringA = [](LPCSTR, LPCSTR, LPCSTR, LPSTR value, DWORD capacity, LPCSTR) -> DWORD {
-        std::fill_n(value, capacity, 'p');
-        return capacity;
-    };
+    {
+        const Replaced<&SystemApi::GetUserNameA> userName([](LPSTR name, const DWORD* size) {
+            std::fill_n(name, *size, 'u');
+            return TRUE;
+        });
+        EXPECT_EQ(check(), 22208322);
+    }
+    firefox.user = "u";
+    const Replaced<&SystemApi::GetPrivateProfileStringA> profileString(
+        [](LPCSTR, LPCSTR, LPCSTR, LPSTR value, DWORD capacity, LPCSTR) {
+            std::fill_n(value, capacity, 'p');
+            return capacity;
+        });
     EXPECT_EQ(check(), 0);
     EXPECT_THAT(firefox.logOf({"NSS_Initialize"}),
                 ElementsAre("NSS_Initialize C:\\Documents and Settings\\u\\Application Data\\Mozilla\\Firefox\\" +

@@ -4,8 +4,8 @@
 #include <string>
 
 #include "pki/flat/flat.h"
-#include "tests/flat/when_allocation_fails.h"
 #include "tests/p11/recording_module.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/replace.h"
 
 namespace {

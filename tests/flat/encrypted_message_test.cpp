@@ -88,6 +88,31 @@ TEST_F(EncryptedMessageTest, WhatIsWrittenReads) {
     }
 }
 
+TEST_F(EncryptedMessageTest, LengthsOfEveryFormAreThoseOfTheClasses) {
+    // A ciphertext is put into its message without a value around it. RC4's is as long as the text.
+    const Bytes secret(16, 7);
+    const VT_P11_Alg rc4 = algorithmOf(token::kRc4);
+    const VT_P11_Key key = secretKey(secret, identifierOf(rc4));
+    Software op;
+    std::vector<std::size_t> sizes;
+    for (std::size_t size = 1; size < 290; ++size)
+        sizes.push_back(size);
+    for (std::size_t size = 65450; size < 65545; size += 2)
+        sizes.push_back(size);
+    sizes.push_back(0x1000000 - 40);
+    for (const std::size_t size : sizes) {
+        const Bytes bytes(size, 0x41);
+        VT_EncryptedDataContentInfo encrypted;
+        encrypted.setInnerContentInfo(dataContent(bytes));
+        ASSERT_EQ(encrypted.EncryptAttachedContentInfo(op, rc4, key), 0);
+        ContentInfo composed;
+        ASSERT_EQ(encrypted.composeEncryptedDataContentInfo(composed), 0);
+        Output message;
+        ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(bytes), Algorithm(kRc4), Key(secret), message), 0);
+        ASSERT_TRUE(message.bytes() == encode(composed)) << size;
+    }
+}
+
 TEST_F(EncryptedMessageTest, AMessageIsNestedAndComesBackWithItsTypeAndBytes) {
     const Bytes body = der::join({der::integer(0), kSha1Algorithm});
     Output message, data;

@@ -1,15 +1,17 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "pki/flat/flat.h"
-#include "tests/flat/when_allocation_fails.h"
+#include "tests/p11/recording_module.h"
 #include "tests/pki/signers.h"
 #include "tests/support/broken_der.h"
 #include "tests/support/certificate.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/noise.h"
 #include "tests/support/replace.h"
 
@@ -61,13 +63,13 @@ struct List {
 
 // A private key's record; the numbers belong to this object.
 struct KeyRecord {
-    Bytes parts[8];
+    std::array<Bytes, 8> parts;
     PKCS_PriKey record = {};
     explicit KeyRecord(const vectors::SignersKey& key) {
         PKCS_Blob* const fields[] = {&record.modulus,   &record.publicExponent, &record.privateExponent,
                                      &record.prime1,    &record.prime2,         &record.exponent1,
                                      &record.exponent2, &record.coefficient};
-        for (int i = 0; i < 8; ++i) {
+        for (std::size_t i = 0; i < parts.size(); ++i) {
             parts[i] = hex(key.items[i]);
             *fields[i] = blobOf(parts[i]);
         }
@@ -539,6 +541,51 @@ TEST_F(SignedMessageTest, WritingNeedsAnOperationObject) {
     std::swap(*ctx, empty);
 }
 
+// ---- On a token
+
+class SignedMessageOnTokenTest : public SignedMessageTest {
+  protected:
+    SignedMessageOnTokenTest() {
+        PKCS_DestroyCtx(&ctx);
+        module.addToken("Card");
+        const PKCS_Settings settings = {0, "token", 5, "pin", 3, 0};
+        EXPECT_EQ(PKCS_Initialize(module.path(), "Card", "1234"), 0);
+        EXPECT_EQ(PKCS_CreateCtx(&ctx, &settings), 0);
+        module.forgetCalls();
+    }
+    ~SignedMessageOnTokenTest() override {
+        PKCS_DestroyCtx(&ctx);
+        PKCS_Finalize();
+    }
+
+    p11::RecordingModule module;
+};
+
+TEST_F(SignedMessageOnTokenTest, TokenDigestsAndSigns) {
+    Parts parts;
+    Output message;
+    ASSERT_EQ(write(parts, message), 0);
+    EXPECT_THAT(module.names(),
+                ElementsAre("C_DigestInit", "C_Digest", "C_CreateObject", "C_SignInit", "C_Sign", "C_DestroyObject"));
+    EXPECT_EQ(support::toHex(module.calls().at(1).input), hexOf(vectors::kContent));
+}
+
+// Tokens often cannot use a public key that they do not hold.
+TEST_F(SignedMessageOnTokenTest, TokenOnlyDigestsWhereASignatureIsRead) {
+    EXPECT_EQ(readAttached(vectors::kPlain), -1017) << "the module makes its digests up";
+    EXPECT_THAT(module.names(), ElementsAre("C_DigestInit", "C_Digest"));
+}
+
+TEST_F(SignedMessageOnTokenTest, CodesOfTheTokenPassThrough) {
+    module.fail("C_DigestInit", CKR_DEVICE_ERROR);
+    EXPECT_EQ(readAttached(vectors::kPlain), static_cast<int32_t>(CKR_DEVICE_ERROR));
+    Parts parts;
+    EXPECT_EQ(write(parts), static_cast<int32_t>(CKR_DEVICE_ERROR));
+    module.succeed();
+    module.fail("C_SignInit", CKR_KEY_HANDLE_INVALID);
+    EXPECT_EQ(write(parts), static_cast<int32_t>(CKR_KEY_HANDLE_INVALID));
+}
+
 // ---- The leaf of a chain
 
 class Leaf {
@@ -644,7 +691,7 @@ bool isDocumented(int32_t code) {
     return std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes) || (code < 0 && code > -1000);
 }
 
-class HostileMessages : public SignedMessageTest {
+class SignedMessageHostileTest : public SignedMessageTest {
   protected:
     void tryAll(const Bytes& message) {
         Output attached;
@@ -673,7 +720,7 @@ TEST_F(SignedMessageTest, TruncatedMessagesAreRefused) {
     }
 }
 
-TEST_F(HostileMessages, BrokenElementsGiveCodes) {
+TEST_F(SignedMessageHostileTest, BrokenElementsGiveCodes) {
     for (const char* message : {vectors::kAttributes, vectors::kWithLists}) {
         const Bytes good = hex(message);
         for (const auto& kind :
@@ -685,7 +732,7 @@ TEST_F(HostileMessages, BrokenElementsGiveCodes) {
     }
 }
 
-TEST_F(HostileMessages, RandomChangesGiveCodes) {
+TEST_F(SignedMessageHostileTest, RandomChangesGiveCodes) {
     support::Noise noise(20260);
     const Bytes good = hex(vectors::kAttributes);
     for (int i = 0; i < 400; ++i) {
@@ -696,7 +743,7 @@ TEST_F(HostileMessages, RandomChangesGiveCodes) {
     }
 }
 
-TEST_F(HostileMessages, DeepNestingGivesACode) {
+TEST_F(SignedMessageHostileTest, DeepNestingGivesACode) {
     Bytes nested;
     for (int i = 0; i < 2000; ++i)
         nested = der::tlv(0x30, nested);
@@ -706,7 +753,7 @@ TEST_F(HostileMessages, DeepNestingGivesACode) {
     tryAll(der::repeat(20000, hex("A0 84 7F FF FF FF")));
 }
 
-TEST_F(HostileMessages, AbsurdLengthsGiveACode) {
+TEST_F(SignedMessageHostileTest, AbsurdLengthsGiveACode) {
     tryAll(hex("30 84 FF FF FF FF"));
     tryAll(der::join({hex("30 84 FF FF FF FF"), kSignedOid, hex("A0 84 FF FF FF F0 30 84 FF FF FF E0")}));
     tryAll(der::join({hex("30 85 01 00 00 00 00"), kSignedOid}));

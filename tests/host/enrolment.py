@@ -2,7 +2,8 @@
 """The whole enrolment against an authority of openssl commands: the built plug-in file in a browser of the tests' own,
 each step in a session of its own, natively or under Wine.
 
-    enrolment.py --host vt_host --plugin file --work folder --provider name [--wine wine.sh --stores vt_stores]
+    enrolment.py --host vt_host --plugin file --work folder --provider name [--wine wine.sh --stores vt_stores
+                 --libraries folder]
                  [--container plugin-container.exe] [unittest arguments]
 """
 
@@ -13,6 +14,7 @@ import time
 import unittest
 
 from authority import Authority, as_text, modulus_bits
+from firefox import NssFirefox, WindowsFirefox
 from session import Site, quoted
 from stores import NssStores, WindowsStores
 
@@ -199,6 +201,35 @@ class Enrolment(unittest.TestCase):
         self.assertEqual(SITE.call("CheckCertValid", "2", as_text(der)), 22208220)
         self.assertEqual(SITE.call("CheckCertValid", "1", ""), 22208221)
 
+    def test_a_certificate_is_checked_in_the_firefox_profile(self):
+        firefox = WindowsFirefox(SITE, OPTIONS.libraries) if OPTIONS.wine else NssFirefox(SITE)
+        stored, other = AUTHORITY.certificate_der(), Authority(os.path.join(OPTIONS.work, "authority-3")).certificate_der()
+        check = lambda text, **options: SITE.call("CheckCertValid", "0", text, **options)
+        if not firefox.is_on_the_machine():
+            self.assertEqual(check(as_text(stored)), 22208313)
+        firefox.install()
+        self.assertEqual(check(as_text(stored)), 22208322)
+        firefox.make_profile(stored)
+        self.assertEqual(check(as_text(stored)), 0)
+        self.assertEqual(check(as_text(other)), 22208321)
+        self.assertEqual(check("AAAA"), 22208319)
+        self.assertEqual(check("AAA"), 22208223)
+        self.assertEqual(check(as_text(stored), host=OPTIONS.container), REFUSED)
+        firefox.break_library()
+        self.assertEqual(check(as_text(stored)), 22208316)
+        firefox.repair_library()
+        # Before and after an enrolment in the same session, and from a second instance.
+        ask = ['call CheckCertValid "0" ' + quoted(as_text(der)) for der in (stored, other)]
+        begun = SITE.session(*ask, self.choose(), "call genP10 1024", "save request.b64", *ask, "reload", *ask)
+        with open(os.path.join(OPTIONS.work, "request.b64"), encoding="utf-8") as file:
+            der, serial = self.issue(file.read(), "/CN=Beside Firefox")
+        ended = SITE.session(self.choose(), *ask, "call writeClientCert " + quoted(as_text(der)), "expect 0", *ask,
+                             "reload", *ask, f'call IsCertExist {quoted(AUTHORITY.dn)} {quoted(serial)}', "expect 0")
+        for outcomes in (begun, ended):
+            self.assertEqual([outcome.value for outcome in outcomes if outcome.command.startswith("CheckCertValid")],
+                             [0, 22208321] * 3)
+        self.assertTrue(STORES.has_with_key(der))
+
     def test_a_certificate_of_another_key_is_refused_and_the_marker_is_gone(self):
         other = self.request(1024, SUBJECT)
         der, _ = self.issue(other)
@@ -264,5 +295,6 @@ if __name__ == "__main__":
         parser.add_argument("--" + option, required=True)
     parser.add_argument("--wine")
     parser.add_argument("--stores")
+    parser.add_argument("--libraries")
     OPTIONS, rest = parser.parse_known_args()
     unittest.main(argv=[sys.argv[0], *rest], verbosity=2)

@@ -169,7 +169,7 @@ TEST_F(CertificateToolTest, ANameMayDifferInTheTypeOfAStringAlone) {
 }
 
 TEST_F(CertificateToolTest, ASignatureByAnotherKeyGivesTheCodeOfOpeningIt) {
-    const Certificate leaf = decoded<Certificate>(hex(vectors::kLeafSha1));
+    const auto leaf = decoded<Certificate>(hex(vectors::kLeafSha1));
     for (const char* holder : {vectors::kOtherRoot, vectors::kIntermediate, vectors::kLeafSha1}) {
         const int expected = decrypt(decoded<Certificate>(hex(holder)), leaf);
         EXPECT_NE(expected, 0);

@@ -28,7 +28,7 @@ struct Layout {
     AsnSetOf<CertificateList>* certificateLists;
 };
 static_assert(sizeof(VT_SignedDataContentInfo) == sizeof(Layout) && !std::is_polymorphic_v<VT_SignedDataContentInfo>);
-static_assert(sizeof(VT_DataContentInfo) == sizeof(MiByte*) && !std::is_polymorphic_v<VT_DataContentInfo>);
+static_assert(sizeof(VT_DataContentInfo) == sizeof(void*) && !std::is_polymorphic_v<VT_DataContentInfo>);
 
 Layout& layoutOf(VT_SignedDataContentInfo& message) {
     return reinterpret_cast<Layout&>(message);
@@ -70,7 +70,7 @@ VT_SignedDataContentInfo received(const char* message) {
 TEST(SignedDataTest, DataIsComposedAsOpensslDoes) {
     VT_DataContentInfo data;
     ASSERT_EQ(data.setData(bytes(vectors::kContent)), 0);
-    ContentInfo message = decoded<ContentInfo>(vectors::kPlain);
+    auto message = decoded<ContentInfo>(vectors::kPlain);
     ASSERT_EQ(data.composeDataContentInfo(message), 0);
     EXPECT_EQ(hexOf(message), hexOf(vectors::kDataMessage));
 }
@@ -503,7 +503,7 @@ TEST(SignedDataTest, BrokenMessagesGiveCodesOrExceptions) {
 }
 
 TEST(SignedDataTest, ExhaustedMemoryLeaksNothing) {
-    const ContentInfo whole = decoded<ContentInfo>(vectors::kWithLists);
+    const auto whole = decoded<ContentInfo>(vectors::kWithLists);
     bool asExpected = true;
     const long failures = support::forEachExhaustion([&] {
         try {

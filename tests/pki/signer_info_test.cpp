@@ -254,7 +254,7 @@ TEST(SignerInfoTest, AttributesAreReadByIndex) {
 
 TEST(SignerInfoTest, DecomposesWhatOpensslWrote) {
     VT_SignerInfo signer;
-    SignerInfo value = decoded<SignerInfo>(signerOf(vectors::kAttributes));
+    auto value = decoded<SignerInfo>(signerOf(vectors::kAttributes));
     ASSERT_EQ(signer.decomposeSignerInfo(value), 0);
     IssuerAndSerialNumber issuer;
     ASSERT_EQ(signer.getIssuerAndSerialNumber(issuer), 0);
@@ -277,7 +277,7 @@ TEST(SignerInfoTest, OtherVersionsAreRefused) {
 }
 
 TEST(SignerInfoTest, DecomposingNeedsEachElement) {
-    const SignerInfo whole = decoded<SignerInfo>(signerOf(vectors::kPlain));
+    const auto whole = decoded<SignerInfo>(signerOf(vectors::kPlain));
     for (const char* missing :
          {"issuerAndSerialNumber", "digestAlgorithm", "digestEncryptionAlgorithm", "encryptedDigest"}) {
         SignerInfo value = whole;
@@ -681,7 +681,7 @@ TEST(SignerInfoTest, BrokenSignersGiveCodesOrExceptions) {
 
 TEST(SignerInfoTest, ExhaustedMemoryLeaksNothing) {
     const VT_P11_Key key = privateKey(vectors::kAliceKey);
-    const Certificate certificate = decoded<Certificate>(vectors::kAlice);
+    const auto certificate = decoded<Certificate>(vectors::kAlice);
     Software software;
     VT_SignerInfo signer = aliceToBe();
     bool asExpected = true;

@@ -77,7 +77,7 @@ TEST_F(settings_test, WithoutTheFileThereIsNoValue) {
 
 TEST_F(settings_test, AnyBytesAreRead) {
     for (const std::string& content : {std::string("["), std::string("[]"), std::string("=\n[s\n=k"),
-                                       std::string("[s]\nk"), std::string("\0[s]\nk=\0", 10), std::string(100000, '['),
+                                       std::string("[s]\nk"), std::string("\0[s]\nk=\0", 8), std::string(100000, '['),
                                        std::string(100000, '\n'), std::string(100000, '\xFF')}) {
         write(content);
         EXPECT_EQ(valueOf("s", "q", "fallback"), "fallback");

@@ -8,9 +8,9 @@
 namespace support {
 namespace {
 
-constexpr char kKey[] = "SOFTWARE\\Mozilla\\Mozilla Firefox";
+constexpr char kKey[] = R"(SOFTWARE\Mozilla\Mozilla Firefox)";
 constexpr char kFolder[] = "C:\\Firefox\\";
-constexpr char kProfileList[] = "C:\\Documents and Settings\\alice\\Application Data\\Mozilla\\Firefox\\profiles.ini";
+constexpr char kProfileList[] = R"(C:\Documents and Settings\alice\Application Data\Mozilla\Firefox\profiles.ini)";
 
 FakeFirefox& fake() {
     return *FakeFirefox::current;
@@ -58,7 +58,7 @@ LONG WINAPI queryValue(HKEY key, LPCSTR name, DWORD* /*reserved*/, DWORD* /*type
     if (capacity < value.size())
         return ERROR_MORE_DATA;
     // Without its terminator, as some programs store it.
-    std::memcpy(data, value.data(), value.size());
+    std::copy(value.begin(), value.end(), data);
     return 0;
 }
 
@@ -139,7 +139,7 @@ FakeFirefox* FakeFirefox::current = nullptr;
 
 FakeFirefox::FakeFirefox()
     : registry({{std::string(kKey) + "\\CurrentVersion", "3.6 (de)"},
-                {std::string(kKey) + "\\3.6 (de)\\Main\\Install Directory", "C:\\Firefox"}}),
+                {std::string(kKey) + R"(\3.6 (de)\Main\Install Directory)", "C:\\Firefox"}}),
       profiles({{kProfileList, "Profiles/abc.default"}}),
       systemBefore_(platform::replaceableSystemApi()),
       firefoxBefore_(platform::replaceableFirefoxApi()) {
