@@ -528,7 +528,7 @@ inline constexpr char kPfxManyIterations[] =
     "0186a0";
 
 // openssl pkcs12 -export -in alice.pem -inkey alice.key -keypbe PBE-SHA1-3DES -certpbe PBE-SHA1-3DES -nomac -passout
-// pass:secret
+// pass:secret: the certificates in the clear, too
 inline constexpr char kPfxNoMac[] =
     "3082055c0201033082055506092a864886f70d010701a0820546048205423082053e3082023d06092a864886f70d010701a082022e0482"
     "022a3082022630820222060b2a864886f70d010c0a0103a08201ea308201e6060a2a864886f70d01091601a08201d6048201d2308201ce"

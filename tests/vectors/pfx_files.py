@@ -77,7 +77,7 @@ def add_files():
         pfx(f"kPfx{name}", *ALICE, *both(f"PBE-SHA1-{pbe}"))
     pfx("kPfxOneIteration", *ALICE, *usual, "-noiter", "-nomaciter")
     pfx("kPfxManyIterations", *ALICE, *usual, "-iter", "100000")
-    pfx("kPfxNoMac", *ALICE, *usual, "-nomac")
+    pfx("kPfxNoMac", *ALICE, *usual, "-nomac", comment="the certificates in the clear, too")
     pfx("kPfxChain", *ALICE, *usual, "-certfile", "others.pem", "-name", "Alice's key", "-caname", "root", "-caname",
         "bob", "-caname", "curve", comment="the certificates of the root, of another key and of a curve too")
     pfx("kPfxEmptyPassword", *ALICE, *usual, password=b"")
