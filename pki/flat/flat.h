@@ -417,7 +417,7 @@ VT_API int32_t PKCS7_WriteSignedAndEnvelopedDataMsg(PKCS_Ctx* ctx, ...);
  *     -1014    more than 128 contents or bags
  *     -1026    key and certificate do not belong together
  *     -1031    exhausted memory
- *     other    codes of the engine and of the token, such as -12 and -3 for what a wrong password decrypts to
+ *     other    codes of the engine and of the token, such as -3 for a ciphertext that is not whole blocks
  *
  * An output is written on success alone, but for lists: what they received stays there. The caller frees a blob with
  * T_free, a key with PKCS_FreePubKey and PKCS_FreePriKey. A password is bytes, one a character, of any value but 0; it
