@@ -18,9 +18,18 @@ namespace enrol {
 
 // Reasons of the installation's inner operations; 0 is success. The caller adds the operation to make a code.
 enum InstallReason : std::int32_t {
+    kReasonLibraryNotReady = 8001,
+    kReasonContextNotMade = 8002,
+    kReasonListNotMade = 8012,
+    kReasonNoCertificates = 8014,
     kReasonStoreNotOpened = 8101,
     kReasonContainerNotOpened = 8103,
+    kReasonKeyNotFound = 8105,
+    kReasonKeySizeQueryFailed = 8106,
+    kReasonKeyExportFailed = 8108,
     kReasonCertificateNotAdded = 8110,
+    kReasonCertificateNotParsed = 8113,
+    kReasonKeyImportFailed = 8117,
     kReasonNoMemory = 8203,
     kReasonWrongContentType = 8204,
     kReasonEmptyArgument = 8215,

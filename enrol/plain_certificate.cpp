@@ -61,31 +61,6 @@ std::int32_t setCertificateOnKey(HCRYPTPROV prov, const std::vector<std::uint8_t
     return kSuccess;
 }
 
-void noteKey(PCCERT_CONTEXT certificate, const char* container, const char* provider, std::int32_t keySpec) {
-    std::wstring wideContainer = widen(CP_THREAD_ACP, container);
-    std::wstring wideProvider = widen(CP_THREAD_ACP, provider);
-    CRYPT_KEY_PROV_INFO info = {};
-    info.pwszContainerName = wideContainer.data();
-    info.pwszProvName = wideProvider.data();
-    info.dwProvType = PROV_RSA_FULL;
-    info.dwKeySpec = static_cast<DWORD>(keySpec);
-    // The certificate is installed either way, so the result does not count.
-    capi().CertSetCertificateContextProperty(certificate, CERT_KEY_PROV_INFO_PROP_ID, 0, &info);
-}
-
-std::int32_t install(const char* provider, const CertBytes& der, const char* container, std::int32_t keySpec) {
-    ProviderHandle prov;
-    // A container that does not open shows below, where it is used.
-    capi().CryptAcquireContextW(prov.receive(), widen(CP_ACP, container).c_str(), widen(CP_ACP, provider).c_str(),
-                                PROV_RSA_FULL, 0);
-    if (prov && !mayBelongTo(prov.get(), *der))
-        return kInstallWrongKey;
-    if (!isMicrosoftProvider(provider))
-        return setCertificateOnKey(prov.get(), *der);
-    const std::int32_t reason = BindCertificateToContainer(der->data(), der->size(), container, provider, keySpec);
-    return reason == 0 ? kSuccess : makeCode(Operation::kInstall, reason);
-}
-
 }  // namespace
 
 void requirePlainCertificate(const char* text, std::size_t length) {
@@ -116,10 +91,38 @@ std::int32_t InstallPlainCertificate(const char* provider, const char* text, std
         ContainerName container = {};
         if (const std::int32_t code = takeWaitingContainer(provider, length, container); code != kSuccess)
             return code;
-        return install(provider, decodeCertificateText(text, length), container, keySpec);
+        const CertBytes certificate = decodeCertificateText(text, length);
+        return InstallOnKey(provider, *certificate, container, [&](const std::vector<std::uint8_t>& der) {
+            return BindCertificateToContainer(der.data(), der.size(), container, provider, keySpec);
+        });
     } catch (...) {
         return kInstallException;
     }
+}
+
+std::int32_t InstallOnKey(const char* provider, const std::vector<std::uint8_t>& der, const char* container,
+                          const BindInStore& bind) {
+    ProviderHandle prov;
+    // A container that does not open shows below, where it is used.
+    capi().CryptAcquireContextW(prov.receive(), widen(CP_ACP, container).c_str(), widen(CP_ACP, provider).c_str(),
+                                PROV_RSA_FULL, 0);
+    if (prov && !mayBelongTo(prov.get(), der))
+        return kInstallWrongKey;
+    if (!isMicrosoftProvider(provider))
+        return setCertificateOnKey(prov.get(), der);
+    const std::int32_t reason = bind(der);
+    return reason == 0 ? kSuccess : makeCode(Operation::kInstall, reason);
+}
+
+void NoteKey(PCCERT_CONTEXT certificate, const char* container, const char* provider, std::int32_t keySpec) {
+    std::wstring wideContainer = widen(CP_THREAD_ACP, container);
+    std::wstring wideProvider = widen(CP_THREAD_ACP, provider);
+    CRYPT_KEY_PROV_INFO info = {};
+    info.pwszContainerName = wideContainer.data();
+    info.pwszProvName = wideProvider.data();
+    info.dwProvType = PROV_RSA_FULL;
+    info.dwKeySpec = static_cast<DWORD>(keySpec);
+    capi().CertSetCertificateContextProperty(certificate, CERT_KEY_PROV_INFO_PROP_ID, 0, &info);
 }
 
 std::int32_t BindCertificateToContainer(const std::uint8_t* der, std::size_t length, const char* container,
@@ -137,7 +140,7 @@ std::int32_t BindCertificateToContainer(const std::uint8_t* der, std::size_t len
     if (capi().CertAddEncodedCertificateToStore(store.get(), kCertEncoding, der, static_cast<DWORD>(length),
                                                 CERT_STORE_ADD_REPLACE_EXISTING, added.receive()) == FALSE)
         return kReasonCertificateNotAdded;
-    noteKey(added.get(), container, provider, keySpec);
+    NoteKey(added.get(), container, provider, keySpec);
     return 0;
 }
 

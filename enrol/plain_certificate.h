@@ -5,6 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
+
+#include "enrol/install_steps.h"
 
 namespace enrol {
 
@@ -21,6 +24,18 @@ std::int32_t IsPlainCertificate(const char* text, std::size_t length);
 // name begins with "Microsoft" get it through the store "MY"; others store it on the key themselves. 0 or a code. The
 // marker is gone afterwards, so that another attempt needs a new request; the key stays in its container.
 std::int32_t InstallPlainCertificate(const char* provider, const char* text, std::size_t length, std::int32_t keySpec);
+
+// What is done with a certificate whose provider keeps certificates in the store: 0 or a reason.
+using BindInStore = std::function<std::int32_t(const std::vector<std::uint8_t>& der)>;
+
+// InstallOnKey proves that the certificate belongs to the key in the container, and hands it to bind if the provider's
+// name begins with "Microsoft"; other providers store it on the key themselves. 0 or a code.
+std::int32_t InstallOnKey(const char* provider, const std::vector<std::uint8_t>& der, const char* container,
+                          const BindInStore& bind);
+
+// NoteKey notes on a certificate in a store where its key is. Whether the store keeps the note does not count, since
+// the certificate is installed either way.
+void NoteKey(PCCERT_CONTEXT certificate, const char* container, const char* provider, std::int32_t keySpec);
 
 // BindCertificateToContainer adds the certificate to the user's store "MY" and notes there where its key is.
 // 0; 8215 for an empty certificate or container; 8103 when the container cannot be opened, 8101 the store; 8110 when

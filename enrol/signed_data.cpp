@@ -3,9 +3,13 @@
 #include <algorithm>
 #include <array>
 #include <new>
+#include <vector>
 
+#include "enrol/chain.h"
 #include "enrol/codes.h"
 #include "enrol/install_steps.h"
+#include "enrol/move_key.h"
+#include "enrol/plain_certificate.h"
 
 namespace enrol {
 namespace {
@@ -38,13 +42,24 @@ std::int32_t IsSignedData(const char* text, std::size_t length) {
     }
 }
 
-std::int32_t InstallSignedCertificate(const char* provider, const char* /*text*/, std::size_t length,
-                                      std::int32_t /*keySpec*/, DWORD /*importFlags*/) {
+std::int32_t InstallSignedCertificate(const char* provider, const char* text, std::size_t length, std::int32_t keySpec,
+                                      DWORD importFlags) {
     try {
         ContainerName container = {};
         if (const std::int32_t code = takeWaitingContainer(provider, length, container); code != kSuccess)
             return code;
-        return kInstallNoLeaf;
+        const CertBytes message = decodeCertificateText(text, length);
+        LeafBuffer buffer = {};
+        std::size_t size = 0;
+        if (ExtractLeafCertificate(message->data(), message->size(), buffer, size) != 0 || size == 0)
+            return kInstallNoLeaf;
+        const std::vector<std::uint8_t> leaf(buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(size));
+        const std::int32_t code = InstallOnKey(provider, leaf, container, [&](const std::vector<std::uint8_t>& der) {
+            return MoveKeyToNewContainer(der.data(), der.size(), container, provider, keySpec, importFlags);
+        });
+        if (code != kSuccess)
+            return code;
+        return StoreChain(message->data(), message->size()) == 0 ? kSuccess : kInstallChainNotStored;
     } catch (...) {
         return kInstallException;
     }

@@ -17,8 +17,11 @@ void requireSignedData(const char* text, std::size_t length);
 // IsSignedData: 0, or the reason that requireSignedData gives.
 std::int32_t IsSignedData(const char* text, std::size_t length);
 
-// InstallSignedCertificate takes the marker as every installation does, and gives its code or 22068017, as this build
-// extracts no certificates from chains. importFlags is for the key when it moves to the container of the chain's leaf.
+// InstallSignedCertificate binds the chain's leaf to the key in the container that the marker file names, as
+// InstallPlainCertificate does, but that for a provider whose name begins with "Microsoft" the key moves to a container
+// of its own, under the import flags (move_key.h). Then the chain's other certificates go into the stores of
+// authorities (chain.h). 0 or a code; 22068017 when no leaf can be had of the message, and 22068207 when the chain
+// could not be stored, with the leaf installed.
 std::int32_t InstallSignedCertificate(const char* provider, const char* text, std::size_t length, std::int32_t keySpec,
                                       DWORD importFlags);
 

@@ -6,6 +6,7 @@
 #include "pki/collection.h"
 #include "pki/content.h"
 #include "pki/signer_access.h"
+#include "pki/software.h"
 #include "schema/schema.h"
 #include "token/alg.h"
 #include "token/codes.h"
@@ -59,8 +60,6 @@ PKCS7Attribute makeAttribute(const char* type, const AsnObject& value) {
 
 // What the attributes must tell of the content: its digest, and, if they tell a type, its type.
 int checkAttributes(const Attributes& attributes, const ContentInfo& content, const MiByte& contentDigest) {
-    if (attributes.Empty())
-        return token::kNoMessageDigest;
     const MiByte* told = nullptr;
     for (unsigned int i = 0; i < attributes.Size(); ++i) {
         const AsnOid* const type = attributes.Get(i)->GetType();
@@ -82,31 +81,6 @@ int checkAttributes(const Attributes& attributes, const ContentInfo& content, co
     if (told == nullptr)
         return token::kNoMessageDigest;
     return *told == contentDigest ? 0 : token::kDigestMismatch;
-}
-
-// An operation object of this library's own engine. VT_P11_OP leaves its chooser to its user.
-class SoftwareOp {
-  public:
-    SoftwareOp() = default;
-    ~SoftwareOp() { op_.destroyChooser(); }
-    SoftwareOp(const SoftwareOp&) = delete;
-    SoftwareOp& operator=(const SoftwareOp&) = delete;
-
-    int create() {
-        VT_P11_SELECTION none = {};
-        return op_.createChooser(&none);
-    }
-    VT_P11_OP& operator*() { return op_; }
-
-  private:
-    VT_P11_OP op_;
-};
-
-// A public operation needs no token, and a token need not be able to do it with a key that it does not hold.
-int openInSoftware(const VT_P11_Alg& alg, const VT_P11_Key& key, const MiByte& sealed, MiByte& opened) {
-    SoftwareOp software;
-    const int result = software.create();
-    return result != 0 ? result : (*software).Decrypt(alg, key, sealed, opened);
 }
 
 int readDigestInfo(const MiByte& der, const AlgorithmIdentifier& expected, MiByte& digest) {
@@ -334,7 +308,7 @@ int VT_SignerInfo::verify(VT_P11_OP& op, const Certificate& certificate, const C
         result = token::kMaterialMissing;
     MiByte opened;
     if (result == 0)
-        result = openInSoftware(encryptionAlg, key, encryptedDigest->GetData(), opened);
+        result = pki::openInSoftware(encryptionAlg, key, encryptedDigest->GetData(), opened);
     MiByte signedDigest;
     if (result == 0)
         result = readDigestInfo(opened, *digestAlgorithm, signedDigest);

@@ -25,6 +25,8 @@ struct CryptoApi {
     BOOL (WINAPI* CryptDestroyKey)(HCRYPTKEY key);
     BOOL (WINAPI* CryptExportKey)
         (HCRYPTKEY key, HCRYPTKEY wrapping, DWORD blobType, DWORD flags, BYTE* data, DWORD* size);
+    BOOL (WINAPI* CryptImportKey)
+        (HCRYPTPROV prov, const BYTE* data, DWORD size, HCRYPTKEY wrapping, DWORD flags, HCRYPTKEY* key);
     BOOL (WINAPI* CryptSetKeyParam)(HCRYPTKEY key, DWORD param, const BYTE* data, DWORD flags);
     BOOL (WINAPI* CryptExportPublicKeyInfo)
         (HCRYPTPROV prov, DWORD spec, DWORD encoding, PCERT_PUBLIC_KEY_INFO info, DWORD* size);
@@ -63,6 +65,8 @@ struct CryptoApi {
     PCCERT_CONTEXT (WINAPI* CertEnumCertificatesInStore)(HCERTSTORE store, PCCERT_CONTEXT previous);
     BOOL (WINAPI* CertAddEncodedCertificateToStore)
         (HCERTSTORE store, DWORD encoding, const BYTE* der, DWORD size, DWORD disposition, PCCERT_CONTEXT* added);
+    BOOL (WINAPI* CertAddCertificateContextToStore)
+        (HCERTSTORE store, PCCERT_CONTEXT cert, DWORD disposition, PCCERT_CONTEXT* added);
     BOOL (WINAPI* CertDeleteCertificateFromStore)(PCCERT_CONTEXT cert);
 };
 // clang-format on

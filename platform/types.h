@@ -140,6 +140,7 @@ inline constexpr DWORD NTE_BAD_UID = 0x80090001u;
 inline constexpr DWORD NTE_BAD_HASH = 0x80090002u;
 inline constexpr DWORD NTE_BAD_KEY = 0x80090003u;
 inline constexpr DWORD NTE_BAD_LEN = 0x80090004u;
+inline constexpr DWORD NTE_BAD_DATA = 0x80090005u;
 inline constexpr DWORD NTE_BAD_ALGID = 0x80090008u;
 inline constexpr DWORD NTE_BAD_FLAGS = 0x80090009u;
 inline constexpr DWORD NTE_BAD_TYPE = 0x8009000Au;

@@ -6,6 +6,7 @@ only proves possession of the key; what the authority signs, it signs with SHA-2
 import base64
 import json
 import os
+import random
 import re
 import secrets
 import shutil
@@ -273,6 +274,12 @@ class Authority:
             return file.read() + self.issuing_pem + self.root_pem
 
     def chain_pkcs7(self, number):
-        """The same certificates as a certificates-only PKCS#7 message."""
+        """The same certificates as a certificates-only PKCS#7 message.
+
+        Such a message is a set, so whoever reads it sorts the chain: each order's message has an order of its own.
+        """
+        certificates = re.findall(b"-----BEGIN CERTIFICATE-----.*?-----END CERTIFICATE-----\n", self.chain_pem(number),
+                                  re.S)
+        random.Random(number).shuffle(certificates)
         return must(run_openssl(["crl2pkcs7", "-nocrl", "-outform", "DER", "-certfile", "/dev/stdin"], self.folder,
-                                self.chain_pem(number)))
+                                b"".join(certificates)))

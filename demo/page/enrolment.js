@@ -88,12 +88,21 @@ var enrolment = (function () {
     return {likely: named ? NAMED_REQUEST_CODES : REQUEST_CODES};
   }
 
-  // Gives the plug-in's code. A key that may not be exported is installed by the method that never moves the key.
-  function install(choices, certificate) {
-    var fixed = choices.naming === 'request' && choices.exportable === '0';
+  function isFixed(choices) {
+    return choices.naming === 'request' && choices.exportable === '0';
+  }
+
+  // Providers of this maker keep certificates apart from keys, and a chain's key moves to a container of its own.
+  function chainNeedsExport(choices) {
+    return choices.answer === 'chain' && choices.provider.indexOf('Microsoft') === 0 && isFixed(choices);
+  }
+
+  // Gives the plug-in's code. A bare certificate for a key that may not be exported is installed by the method that
+  // never moves the key; a chain only by one that may.
+  function install(choices, certificate, isChain) {
     var text = certificate.replace(/-----[^-]*-----/g, '').replace(/^\s+|\s+$/g, '');
     applyChoices(choices);
-    return call(fixed ? 'writeClientCert_exp_X509' : 'writeClientCert', text);
+    return call(isFixed(choices) && !isChain ? 'writeClientCert_exp_X509' : 'writeClientCert', text);
   }
 
   function isRequestKept(code) {
@@ -165,6 +174,19 @@ var enrolment = (function () {
 
   function order(number, done) {
     ask('GET', '/api/orders/' + encodeURIComponent(number), null, done);
+  }
+
+  // Calls done(status, text) with the order's chain as base64; status is 0 when the authority cannot be reached.
+  function chain(number, done) {
+    var request = new XMLHttpRequest();
+    request.open('GET', '/orders/' + encodeURIComponent(number) + '/chain.txt', true);
+    request.timeout = 90000;
+    request.onreadystatechange = function () {
+      if (request.readyState === 4) {
+        done(request.status, request.responseText);
+      }
+    };
+    request.send(null);
   }
 
   function orders(done) {
@@ -239,6 +261,8 @@ var enrolment = (function () {
     subjectText: subjectText,
     makeRequest: makeRequest,
     install: install,
+    chainNeedsExport: chainNeedsExport,
+    CHAIN_NOT_STORED: 22068207,
     isRequestKept: isRequestKept,
     isInstalled: function (record) { return call('IsCertExist', record.issuerDn, record.serialHex); },
     remove: function (record) { return call('deleteCert', record.issuerDn, record.serialHex); },
@@ -248,6 +272,7 @@ var enrolment = (function () {
     authority: authority,
     sendRequest: sendRequest,
     order: order,
+    chain: chain,
     orders: orders,
     freshState: freshState,
     restore: restore,

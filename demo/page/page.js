@@ -295,6 +295,7 @@
       purpose: chosen('purpose'),
       naming: chosen('naming'),
       exportable: chosen('exportable'),
+      answer: chosen('answer'),
       subject: readSubject()
     };
   }
@@ -307,7 +308,7 @@
     if (byId('provider').selectedIndex < 0) {
       byId('provider').selectedIndex = 0;
     }
-    ['bits', 'hash', 'purpose', 'naming', 'exportable'].forEach(function (name) { choose(name, choices[name]); });
+    ['bits', 'hash', 'purpose', 'naming', 'exportable', 'answer'].forEach(function (name) { choose(name, choices[name]); });
     ['C', 'O', 'OU', 'CN'].forEach(function (key) { byId('subject-' + key).value = choices.subject[key] || ''; });
     renderPreview();
   }
@@ -346,6 +347,8 @@
   // Marks what is wrong in the form; gives the ids of the fields concerned.
   function formTroubles(choices) {
     var wrong = [];
+    var chainTrouble = enrolment.chainNeedsExport(choices)
+      ? 'With this provider a chain needs a key that may be exported. Allow that, or install your certificate alone.' : '';
     var providerTrouble = choices.provider ? '' : 'There is no provider to choose.';
     fieldError('provider', 'provider-error', providerTrouble);
     if (providerTrouble) {
@@ -358,6 +361,10 @@
         wrong.push(['subject-' + key, trouble]);
       }
     });
+    fieldError('answer-chain', 'answer-error', chainTrouble);
+    if (chainTrouble) {
+      wrong.push(['answer-chain', chainTrouble]);
+    }
     return wrong;
   }
 
@@ -466,18 +473,27 @@
     return holder;
   }
 
-  function installText(certificate, record, section) {
+  function installed(choices, record) {
+    state.choices = choices;
+    state.record = record;
+    state.request = '';
+    goTo('installed');
+    renderCertificates();
+  }
+
+  function installText(certificate, record, section, isChain) {
     work('Installing the certificate.', function () {
       var choices = state.choices || readChoices();
-      var code = enrolment.install(choices, certificate);
+      var code = enrolment.install(choices, certificate, isChain);
       if (code === 0) {
-        state.choices = choices;
-        state.record = record;
-        state.request = '';
-        goTo('installed');
-        renderCertificates();
-        result('good', 'the certificate is installed', byId('stage-installed'),
+        installed(choices, record);
+        result('good', isChain && record ? 'the certificate is installed with its chain' : 'the certificate is installed',
+               byId('stage-installed'),
                [element('p', 'Certificate and key are together in "' + choices.provider + '".')]);
+      } else if (code === enrolment.CHAIN_NOT_STORED) {
+        installed(choices, record);
+        result('note', 'the certificate is installed, but not all of its chain', byId('stage-installed'),
+               [explanation(code)], code);
       } else if (enrolment.isRequestKept(code)) {
         result('bad', 'the certificate was not installed', section,
                [explanation(code), element('p', 'The waiting request is untouched: you can try again.')], code);
@@ -493,6 +509,25 @@
     });
   }
 
+  // The chosen answer to the order: the certificate, which is here, or the chain, which the authority has.
+  function installIssued() {
+    var section = byId('stage-issued');
+    var record = state.record;
+    if ((state.choices || readChoices()).answer !== 'chain') {
+      installText(record.certificate, record, section, false);
+      return;
+    }
+    work('Fetching the chain.', function () {
+      enrolment.chain(record.order, function (status, text) {
+        if (status !== 200) {
+          authorityFailed('the chain was not fetched; the request still waits', section, status, {});
+          return;
+        }
+        installText(text, record, section, true);
+      });
+    });
+  }
+
   function installPasted(event) {
     var text = trimmed('pasted');
     event.preventDefault();
@@ -501,7 +536,8 @@
       byId('pasted').focus();
       return;
     }
-    installText(text, null, byId('resume-title').parentNode);
+    // The choice says what was pasted.
+    installText(text, null, byId('resume-title').parentNode, (state.choices || readChoices()).answer === 'chain');
   }
 
   function fetchOrder(event) {
@@ -724,9 +760,7 @@
     listen('request-form', 'input', renderPreview);
     listen('request-form', 'change', renderPreview);
     listen('send-request', 'click', sendRequest);
-    listen('install', 'click', function () {
-      installText(state.record.certificate, state.record, byId('stage-issued'));
-    });
+    listen('install', 'click', installIssued);
     listen('abandon-requested', 'click', abandon);
     listen('abandon-issued', 'click', abandon);
     listen('enrol-another', 'click', backToChoosing);

@@ -17,6 +17,7 @@ CryptoApi& replaceableCryptoApi() {
         Guarded<nss::CryptGetUserKey>::call,
         Guarded<nss::CryptDestroyKey>::call,
         Guarded<nss::CryptExportKey>::call,
+        Guarded<nss::CryptImportKey>::call,
         Guarded<nss::CryptSetKeyParam>::call,
         Guarded<nss::CryptExportPublicKeyInfo>::call,
         Guarded<nss::CryptCreateHash>::call,
@@ -40,6 +41,7 @@ CryptoApi& replaceableCryptoApi() {
         Guarded<nss::CertControlStore>::call,
         Guarded<nss::CertEnumCertificatesInStore>::call,
         Guarded<nss::CertAddEncodedCertificateToStore>::call,
+        Guarded<nss::CertAddCertificateContextToStore>::call,
         Guarded<nss::CertDeleteCertificateFromStore>::call,
     };
     return table;

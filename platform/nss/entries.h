@@ -39,6 +39,7 @@ BOOL CryptExportKey(HCRYPTKEY key, HCRYPTKEY wrapping, DWORD blobType, DWORD fla
 // KP_CERTIFICATE puts the certificate onto the key's token, where every NSS program finds it at once.
 // Errors: NTE_BAD_TYPE; NTE_BAD_FLAGS; NTE_BAD_PUBLIC_KEY for a certificate of another key; ERROR_INVALID_PARAMETER or
 // a CRYPT_E_ASN1 code for data that is no certificate; NTE_FAIL.
+BOOL CryptImportKey(HCRYPTPROV prov, const BYTE* data, DWORD size, HCRYPTKEY wrapping, DWORD flags, HCRYPTKEY* key);
 BOOL CryptSetKeyParam(HCRYPTKEY key, DWORD param, const BYTE* data, DWORD flags);
 BOOL CryptExportPublicKeyInfo(HCRYPTPROV prov, DWORD spec, DWORD encoding, PCERT_PUBLIC_KEY_INFO info, DWORD* size);
 
@@ -75,6 +76,7 @@ BOOL CertControlStore(HCERTSTORE store, DWORD flags, DWORD control, const void* 
 PCCERT_CONTEXT CertEnumCertificatesInStore(HCERTSTORE store, PCCERT_CONTEXT previous);
 BOOL CertAddEncodedCertificateToStore(HCERTSTORE store, DWORD encoding, const BYTE* der, DWORD size, DWORD disposition,
                                       PCCERT_CONTEXT* added);
+BOOL CertAddCertificateContextToStore(HCERTSTORE store, PCCERT_CONTEXT cert, DWORD disposition, PCCERT_CONTEXT* added);
 BOOL CertDeleteCertificateFromStore(PCCERT_CONTEXT cert);
 
 }  // namespace platform::nss

@@ -96,13 +96,6 @@ BOOL exportPrivateKey(const Key& key, BYTE* data, DWORD* size) {
     return giveOut(blob, data, size);
 }
 
-Bytes derInteger(const SECItem& item) {
-    Bytes digits = stripped(bytesOf(item));
-    if (digits.empty() || (digits[0] & 0x80) != 0)
-        digits.insert(digits.begin(), 0);
-    return derElement(kDerInteger, digits);
-}
-
 // CERT_PUBLIC_KEY_INFO with all that it points to behind it, in one piece as the caller's buffer takes it.
 struct PublicKeyInfoLayout {
     CERT_PUBLIC_KEY_INFO info;
@@ -113,8 +106,8 @@ struct PublicKeyInfoLayout {
 }  // namespace
 
 Bytes rsaPublicKeyDer(const Key& key) {
-    Bytes content = derInteger(key.publicKey->u.rsa.modulus);
-    append(content, derInteger(key.publicKey->u.rsa.publicExponent));
+    Bytes content = derInteger(bytesOf(key.publicKey->u.rsa.modulus));
+    append(content, derInteger(bytesOf(key.publicKey->u.rsa.publicExponent)));
     return derElement(kDerSequence, content);
 }
 

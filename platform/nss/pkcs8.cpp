@@ -27,11 +27,6 @@ constexpr Wrapping kWrappings[] = {
     {CKM_AES_KEY_WRAP_PAD, CKM_AES_KEY_WRAP_KWP, false},
 };
 
-void wipe(Bytes& bytes) {
-    if (!bytes.empty())
-        explicit_bzero(bytes.data(), bytes.size());
-}
-
 SECItem itemOf(Bytes& bytes) {
     return {siBuffer, bytes.data(), static_cast<unsigned int>(bytes.size())};
 }
@@ -100,6 +95,46 @@ bool readNumbers(const Bytes& info, RsaPrivateNumbers& numbers) {
 }
 
 }  // namespace
+
+void wipe(Bytes& bytes) {
+    if (!bytes.empty())
+        explicit_bzero(bytes.data(), bytes.size());
+}
+
+Bytes derInteger(const Bytes& number) {
+    Bytes digits(std::find_if(number.begin(), number.end(), [](BYTE byte) { return byte != 0; }), number.end());
+    if (digits.empty() || (digits[0] & 0x80) != 0)
+        digits.insert(digits.begin(), 0);
+    Bytes element = derElement(kDerInteger, digits);
+    wipe(digits);
+    return element;
+}
+
+Bytes privateKeyInfoDer(const Bytes& modulus, const Bytes& publicExponent, const RsaPrivateNumbers& numbers) {
+    Bytes content;
+    // What the bytes move out of when they grow is private too.
+    content.reserve(2 * modulus.size() * 5 + 64);
+    append(content, derInteger({0}));
+    for (const Bytes* number : {&modulus, &publicExponent, &numbers.privateExponent, &numbers.prime1, &numbers.prime2,
+                                &numbers.exponent1, &numbers.exponent2, &numbers.coefficient}) {
+        Bytes integer = derInteger(*number);
+        append(content, integer);
+        wipe(integer);
+    }
+    Bytes rsaPrivateKey = derElement(kDerSequence, content);
+    wipe(content);
+    Bytes octets = derElement(kDerOctetString, rsaPrivateKey);
+    wipe(rsaPrivateKey);
+    Bytes info = derInteger({0});
+    append(info, derElement(kDerSequence, {kDerObjectIdentifier, 9, 0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x01,
+                                           0x01, kDerNull, 0}));
+    info.reserve(info.size() + octets.size());
+    append(info, octets);
+    wipe(octets);
+    Bytes whole = derElement(kDerSequence, info);
+    wipe(info);
+    return whole;
+}
 
 RsaPrivateNumbers::~RsaPrivateNumbers() {
     for (Bytes* number : {&privateExponent, &prime1, &prime2, &exponent1, &exponent2, &coefficient})

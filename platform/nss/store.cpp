@@ -290,6 +290,13 @@ BOOL CertAddEncodedCertificateToStore(HCERTSTORE store, DWORD encoding, const BY
     return TRUE;
 }
 
+BOOL CertAddCertificateContextToStore(HCERTSTORE store, PCCERT_CONTEXT cert, DWORD disposition, PCCERT_CONTEXT* added) {
+    if (cert == nullptr)
+        return posix::fail(E_INVALIDARG);
+    return CertAddEncodedCertificateToStore(store, cert->dwCertEncodingType, cert->pbCertEncoded, cert->cbCertEncoded,
+                                            disposition, added);
+}
+
 BOOL CertDeleteCertificateFromStore(PCCERT_CONTEXT cert) {
     if (cert == nullptr)
         return TRUE;

@@ -12,6 +12,7 @@ CryptoApi& replaceableCryptoApi() {
         CryptGetUserKey,
         CryptDestroyKey,
         CryptExportKey,
+        CryptImportKey,
         CryptSetKeyParam,
         CryptExportPublicKeyInfo,
         CryptCreateHash,
@@ -35,6 +36,7 @@ CryptoApi& replaceableCryptoApi() {
         CertControlStore,
         CertEnumCertificatesInStore,
         CertAddEncodedCertificateToStore,
+        CertAddCertificateContextToStore,
         CertDeleteCertificateFromStore,
     };
     return table;

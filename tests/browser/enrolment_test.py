@@ -1,6 +1,7 @@
 """The built plug-in in the browser engine: a person's whole enrolment, and what NSS's own tools find afterwards."""
 import os
 import re
+import subprocess
 import unittest
 
 import support
@@ -77,6 +78,70 @@ class Enrolling(EnrolmentTest):
         certificate = support.run(["openssl", "x509", "-inform", "DER", "-noout", "-pubkey"],
                                   input=support.der_of(record["certificate"]))
         self.assertEqual(public, certificate)
+
+    def authorities(self):
+        """The DER of the root and of the issuing authority."""
+        return [support.run(["openssl", "x509", "-outform", "DER"], input=self.authority.get("/authority/" + name).body)
+                for name in ("root.pem", "issuing.pem")]
+
+    def stored(self):
+        """The DER of every certificate in the store."""
+        found = []
+        for name in self.store():
+            pem = support.run(["certutil", "-L", "-d", self.database, "-n", name, "-a"])
+            for one in re.findall(b"-----BEGIN.*?-----END CERTIFICATE-----", pem, re.S):
+                found.append(support.run(["openssl", "x509", "-outform", "DER"], input=one))
+        return sorted(found)
+
+    def test_a_chain_stands_in_the_store_whole(self):
+        record = self.enrol("click #answer-chain\n")
+        chain = [support.der_of(record["certificate"]), *self.authorities()]
+        self.assertEqual(self.stored(), sorted(chain))
+        self.assertEqual(sorted(self.store().values()), [",,", ",,", "u,u,u"], "no authority is trusted by that")
+        self.assertEqual(self.serials(), [record["serialHex"]])
+        self.assertFalse(os.path.exists(self.marker()))
+        self.window.play("wait #exist-0\nclick #check-system\nwait-text #result is known to this computer\n"
+                         "screenshot-page %s\n" % self.picture("enrolment-chain"))
+
+    def test_a_chain_whose_key_moves(self):
+        """The provider's other name is of the maker whose keys move; the two methods protect the copy differently."""
+        for number, (method, exported) in enumerate((("writeClientCert", True), ("writeClientCert_noprotect", False))):
+            with self.subTest(method=method):
+                self.window.play(FILL_IN + "click #exportable-1\nclick #make-request\nwait #stage-requested\n"
+                                 "click #send-request\nwait #stage-issued\n")
+                record = self.authority.orders()[0]
+                with open(self.marker(), encoding="ascii") as file:
+                    waiting = file.read()
+                text = self.authority.get("/orders/%s/chain.txt" % record["order"]).body.decode().replace("\r\n", "")
+                self.window.play("""
+wait #stage-issued
+expect (document.querySelector('#plugin').setCSP('Microsoft Enhanced Cryptographic Provider v1.0'), true)
+expect document.querySelector('#plugin').%s('%s') === 0
+click #abandon-issued
+click #confirm-yes
+wait #exist-0
+click #exist-0
+wait-text #result is here
+""" % (method, text))
+                self.assertFalse(os.path.exists(self.marker()))
+                self.assertIn(record["serialHex"], self.serials())
+                self.assertEqual(len(self.serials()), number + 1)
+                self.assertNotIn(waiting, " ".join(self.keys()), "the key goes by the new container's name")
+                self.assertEqual(len(self.keys()), number + 1)
+                for authority in self.authorities():
+                    self.assertIn(authority, self.stored())
+                self.assertEqual(self.is_exportable(record), exported)
+
+    def is_exportable(self, record):
+        for name, trust in self.store().items():
+            pem = support.run(["certutil", "-L", "-d", self.database, "-n", name, "-a"])
+            if "u" in trust and support.der_of(record["certificate"]) in (
+                    support.run(["openssl", "x509", "-outform", "DER"], input=one)
+                    for one in re.findall(b"-----BEGIN.*?-----END CERTIFICATE-----", pem, re.S)):
+                done = subprocess.run(["pk12util", "-o", os.path.join(self.scratch, "moved.p12"), "-d", self.database,
+                                       "-n", name, "-W", "secret"], capture_output=True, check=False)
+                return done.returncode == 0
+        raise AssertionError("the certificate is not in the store")
 
     def test_every_size_and_hash(self):
         for bits in (512, 1024, 2048, 4096):

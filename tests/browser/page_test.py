@@ -108,6 +108,8 @@ expect-focus #naming-request
 press Tab
 expect-focus #exportable-0
 press Tab
+expect-focus #answer-certificate
+press Tab
 expect-focus #make-request
 press Space
 wait #stage-requested
@@ -148,6 +150,82 @@ expect fakeCalls.indexOf('KeySpec=1') >= 0
 expect fakeCalls.join(' ').indexOf('genP10_exp_withdn(2048|1|') >= 0
 expect fakeCalls.join(' ').indexOf('writeClientCert(MII') >= 0
 """)
+
+    def test_a_chain(self):
+        self.enrolling()
+        self.window.play(FILL_IN + """
+expect-text #answer-hint begins with "Microsoft" it needs a key that may be exported
+click #answer-chain
+check %s
+click #make-request
+wait #stage-requested
+click #send-request
+wait #stage-issued
+click #install
+wait #stage-installed
+expect-text #result installed with its chain
+expect fakeCalls.filter(function (call) { return call.indexOf('writeClientCert') === 0; }).length === 1
+expect atob(fakeCalls.join(' ').replace(/[\\s\\S]*writeClientCert\\(([^)]*)\\)[\\s\\S]*/, '$1').replace(/\\s/g, '')).slice(4, 15) === '\\x06\\x09*\\x86H\\x86\\xf7\\x0d\\x01\\x07\\x02'
+""" % ACCESSIBILITY)
+
+    def test_a_chain_wants_a_key_that_may_be_exported_before_the_key_is_made(self):
+        self.enrolling(listCSP=["Microsoft Base Provider", "Other Maker's Provider"])
+        self.window.play(FILL_IN + """
+click #answer-chain
+click #make-request
+wait-text #result With this provider a chain needs a key that may be exported
+expect-text #answer-error Allow that, or install your certificate alone
+check %s
+expect fakeCalls.join(' ').indexOf('genP10') < 0
+choose #provider Other Maker
+click #make-request
+wait #stage-requested
+click #abandon-requested
+click #confirm-yes
+choose #provider Microsoft Base
+click #exportable-1
+click #make-request
+wait #stage-requested
+expect-gone #answer-error
+""" % ACCESSIBILITY)
+
+    def test_a_chain_that_was_stored_in_part_leaves_a_certificate_installed(self):
+        self.enrolling(writeClientCert=22068207)
+        self.window.play(FILL_IN + """
+click #answer-chain
+click #make-request
+wait #stage-requested
+click #send-request
+wait #stage-issued
+click #install
+wait #stage-installed
+expect-text #result-title Note
+expect-text #result installed, but not all of its chain
+expect-text #result 22068207
+expect-text #result The certificate can be used already
+""")
+
+    def test_a_chain_is_not_installed_while_the_authority_is_away(self):
+        self.enrolling()
+        self.window.play(FILL_IN + """
+click #answer-chain
+click #make-request
+wait #stage-requested
+click #send-request
+wait #stage-issued
+""")
+        order = self.authority.orders()[0]["order"]
+        folder = os.path.join(self.authority.folder, "orders", order)
+        os.rename(folder, folder + ".away")
+        self.window.play("""
+wait #stage-issued
+click #install
+wait-text #result the chain was not fetched
+expect fakeCalls.join(' ').indexOf('writeClientCert') < 0
+expect-gone #stage-installed
+""")
+        os.rename(folder + ".away", folder)
+        self.window.play("wait #stage-issued\nclick #install\nwait #stage-installed\n")
 
     def test_a_key_that_stays_is_installed_without_moving_it(self):
         self.enrolling()

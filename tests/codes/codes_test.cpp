@@ -94,6 +94,13 @@ class codes_test : public testing::Test {
             0x30, support::joined({support::hex("06 09 2A 86 48 86 F7 0D 01 07 02"), tlv(0xA0, tlv(0x30, inner))})));
     }
 
+    // A chain for the waiting key, and one of a single certificate.
+    static std::string chain() {
+        return base64(support::certificatesOnly(
+            {support::makeCertificate({}), support::makeCertificate({"CN=Test CA, O=Example"})}));
+    }
+    static std::string chainOfOne() { return base64(support::certificatesOnly({support::makeCertificate({})})); }
+
     // seen calls a method, notes what script or sLastError was given, and returns it.
     std::int32_t seen(const std::string& method, const std::vector<Value>& args) {
         const Outcome outcome = page.call(method, args);
@@ -297,6 +304,19 @@ TEST_F(codes_test, InstallationOnTheKeyOfAnotherMakersProvider) {
 TEST_F(codes_test, InstallationOfAMessageWithoutALeaf) {
     wait();
     EXPECT_EQ(seen("writeClientCert", {signedData()}), 22068017);
+}
+
+TEST_F(codes_test, InstallationOfAChain) {
+    wait();
+    EXPECT_EQ(seen("writeClientCert", {chain()}), 0);
+    wait();
+    EXPECT_EQ(seen("writeClientCert_noprotect", {chainOfOne()}), 22068207);
+    wait();
+    EXPECT_EQ(seenWhenFailing("CryptExportKey", 1, "writeClientCert", {chain()}), 22068106);
+    wait();
+    EXPECT_EQ(seenWhenFailing("CryptExportKey", 2, "writeClientCert", {chain()}), 22068108);
+    wait();
+    EXPECT_EQ(seenWhenFailing("CryptImportKey", 1, "writeClientCert", {chain()}), 22068117);
 }
 
 TEST_F(codes_test, InstallationEndedByAnException) {

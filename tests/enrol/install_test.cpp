@@ -146,15 +146,40 @@ TEST_F(install_test, TextOfNeitherShapeLeavesTheMarker) {
     }
 }
 
-TEST_F(install_test, SignedDataIsTakenByTheFirstTwoAlone) {
-    EXPECT_EQ(run(enrol::WriteClientCertExpX509, hex(vectors::kAliceChain)), 22038226);
+// All that tells the two apart is how the moved key is protected.
+TEST_F(install_test, ChainIsTakenByTheFirstTwoAlone) {
+    crypto_.containers.at({kMicrosoft, kContainer}).at(AT_SIGNATURE).flags = CRYPT_EXPORTABLE;
+    EXPECT_EQ(run(enrol::WriteClientCertExpX509, hex(vectors::kIssuedChain)), 22038226);
     EXPECT_EQ(system_.marker(), kContainer);
+    std::vector<DWORD> flags;
+    const Replaced<&platform::CryptoApi::CryptImportKey> import(
+        [&](HCRYPTPROV prov, const BYTE* data, DWORD size, HCRYPTKEY wrapping, DWORD asked, HCRYPTKEY* key) {
+            flags.push_back(asked);
+            return import.original(prov, data, size, wrapping, asked, key);
+        });
     for (const Operation operation : {kAll[0], kAll[1]}) {
         system_.writeMarker(kContainer);
-        EXPECT_EQ(run(operation, hex(vectors::kAliceChain)), 22068017);
+        EXPECT_EQ(run(operation, hex(vectors::kIssuedChain)), 0);
+        EXPECT_EQ(system_.marker(), "(none)");
+        EXPECT_EQ(store_.ders("MY"), std::vector<Bytes>{hex(vectors::kAliceIssued)});
+        EXPECT_EQ(store_.ders("ROOT"), std::vector<Bytes>{hex(vectors::kAuthority)});
+        EXPECT_EQ(store_.ders("CA"), std::vector<Bytes>{hex(vectors::kIssuing)});
+    }
+    EXPECT_EQ(flags, (std::vector<DWORD>{3, 0}));
+}
+
+TEST_F(install_test, ChainForAKeyThatMayNotLeaveConsumesTheMarker) {
+    for (const Operation operation : {kAll[0], kAll[1]}) {
+        system_.writeMarker(kContainer);
+        EXPECT_EQ(run(operation, hex(vectors::kIssuedChain)), 22068106);
         EXPECT_EQ(system_.marker(), "(none)");
         EXPECT_TRUE(store_.ders("MY").empty());
     }
+}
+
+TEST_F(install_test, ChainTakesTheChosenKeySpecification) {
+    enrol::sKeySpec = AT_KEYEXCHANGE;
+    EXPECT_EQ(run(enrol::WriteClientCert, hex(vectors::kIssuedChain)), 22068105) << "there is no such key";
 }
 
 TEST_F(install_test, SignedDataWithoutAProviderOrMarker) {

@@ -2,6 +2,7 @@
 // natively the NSS database of a scratch home folder.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -43,6 +44,8 @@ using support::makeCertificate;
 constexpr char kContainer[] = "vemtrel test container";
 constexpr char kIssuer[] = "CN=RealCA,O=Example";
 constexpr char kSubject[] = "CN=RealUser,O=Example";
+// Known on both platforms, and of the maker whose providers keep certificates in the store.
+constexpr char kMicrosoft[] = "Microsoft Enhanced Cryptographic Provider v1.0";
 
 class real_store_test : public testing::Test {
   protected:
@@ -64,18 +67,18 @@ class real_store_test : public testing::Test {
         enrol::forgetProvider();
     }
 
-    void forgetKey() {
+    void forgetKey(const std::string& container = kContainer) const {
         HCRYPTPROV none = 0;
-        capi().CryptAcquireContextA(&none, kContainer, provider_.c_str(), PROV_RSA_FULL, CRYPT_DELETEKEYSET);
+        capi().CryptAcquireContextA(&none, container.c_str(), provider_.c_str(), PROV_RSA_FULL, CRYPT_DELETEKEYSET);
     }
 
     // Makes a signature key in the container and notes its public half.
-    void makeKey() {
+    void makeKey(DWORD flags = 0) {
         ProviderHandle prov;
         ASSERT_TRUE(
             capi().CryptAcquireContextA(prov.receive(), kContainer, provider_.c_str(), PROV_RSA_FULL, CRYPT_NEWKEYSET));
         KeyHandle key;
-        ASSERT_TRUE(capi().CryptGenKey(prov.get(), AT_SIGNATURE, 1024U << 16, key.receive()));
+        ASSERT_TRUE(capi().CryptGenKey(prov.get(), AT_SIGNATURE, 1024U << 16 | flags, key.receive()));
         DWORD size = 0;
         ASSERT_TRUE(capi().CryptExportKey(key.get(), 0, PUBLICKEYBLOB, 0, nullptr, &size));
         publicBlob_.resize(size);
@@ -265,6 +268,170 @@ TEST_F(real_store_test, NamesReadAsOnTheOtherPlatform) {
     EXPECT_EQ(subjectOf(hex(vectors::kAuthority)), L"C=DE, O=Example, CN=Test Authority");
     EXPECT_EQ(subjectOf(hex(vectors::kAlice)), L"C=DE, O=Example, CN=Alice");
     EXPECT_EQ(subjectOf(hex(vectors::kBob)), L"C=DE, O=Example, OU=Staff, CN=Bob, E=bob@example.test");
+}
+
+// With the Microsoft provider: the key moves to a container of its own.
+class real_chain_test : public real_store_test {
+  protected:
+    real_chain_test() { useProvider(kMicrosoft, CRYPT_EXPORTABLE); }
+    ~real_chain_test() override {
+        for (const Bytes& der : {root_, intermediate_})
+            remove("ROOT", der);
+        forgetMovedKey();
+    }
+
+    // A new key with the chain's leaf for it.
+    void useProvider(const std::string& provider, DWORD flags) {
+        forgetKey();
+        provider_ = provider;
+        enrol::chooseProvider(provider_.data(), provider_.size());
+        forgetKey();
+        makeKey(flags);
+        leaf_ = certificate(hex("0C 01"));
+    }
+
+    // Removes that certificate alone: the store has the system's own authorities as well.
+    static void remove(const char* name, const Bytes& der) {
+        const StoreHandle store(capi().CertOpenSystemStoreA(0, name));
+        std::vector<CHCert> found;
+        StoreWalk walk(store.get());
+        while (const PCCERT_CONTEXT certificate = walk.next()) {
+            if (Bytes(certificate->pbCertEncoded, certificate->pbCertEncoded + certificate->cbCertEncoded) == der)
+                found.emplace_back(certificate);
+        }
+        for (const CHCert& certificate : found)
+            capi().CertDeleteCertificateFromStore(capi().CertDuplicateCertificateContext(certificate.context));
+        found.clear();
+        capi().CertControlStore(store.get(), 0, CERT_STORE_CTRL_COMMIT, nullptr);
+    }
+
+    static int count(const char* name, const Bytes& der) {
+        StoreHandle store;
+        const std::vector<CHCert> all = storeContent(name, store);
+        return static_cast<int>(std::count_if(all.begin(), all.end(), [&der](const CHCert& one) {
+            return Bytes(one.context->pbCertEncoded, one.context->pbCertEncoded + one.context->cbCertEncoded) == der;
+        }));
+    }
+
+    std::int32_t installChain(const std::vector<Bytes>& chain, bool isProtected = true) const {
+        enrol::ContainerName name = {};
+        std::strncpy(name, kContainer, sizeof name - 1);
+        EXPECT_EQ(enrol::WriteContainerMarker(name), 0);
+        const std::string text = base64(support::certificatesOnly(chain));
+        const CallPlan calls;
+        const std::int32_t code = isProtected ? WriteClientCert(text.data(), text.size())
+                                              : enrol::WriteClientCertNoProtect(text.data(), text.size());
+        EXPECT_EQ(calls.openHandles(), "");
+        EXPECT_NE(enrol::ReadContainerMarker(name), 0) << "the marker is consumed";
+        return code;
+    }
+
+    // The container that the certificate in "MY" refers to; empty without one.
+    static std::string notedContainer() {
+        StoreHandle store;
+        const std::vector<CHCert> all = storeContent("MY", store);
+        DWORD size = 0;
+        if (all.size() != 1 || capi().CertGetCertificateContextProperty(all[0].context, CERT_KEY_PROV_INFO_PROP_ID,
+                                                                        nullptr, &size) == FALSE)
+            return "";
+        std::vector<BYTE> record(size);
+        EXPECT_TRUE(
+            capi().CertGetCertificateContextProperty(all[0].context, CERT_KEY_PROV_INFO_PROP_ID, record.data(), &size));
+        const auto* info = reinterpret_cast<const CRYPT_KEY_PROV_INFO*>(record.data());
+        const std::wstring name = info->pwszContainerName;
+        return {name.begin(), name.end()};
+    }
+    void forgetMovedKey() const {
+        if (const std::string name = notedContainer(); !name.empty())
+            forgetKey(name);
+    }
+
+    // Whether the container's key is the one that the request was made with; and whether it may be exported.
+    bool hasOurKey(const std::string& container) const {
+        ProviderHandle prov;
+        KeyHandle key;
+        Bytes blob(publicBlob_.size());
+        auto size = static_cast<DWORD>(blob.size());
+        return capi().CryptAcquireContextA(prov.receive(), container.c_str(), provider_.c_str(), PROV_RSA_FULL, 0) &&
+               capi().CryptGetUserKey(prov.get(), AT_SIGNATURE, key.receive()) &&
+               capi().CryptExportKey(key.get(), 0, PUBLICKEYBLOB, 0, blob.data(), &size) && blob == publicBlob_;
+    }
+    bool isExportable(const std::string& container) const {
+        ProviderHandle prov;
+        KeyHandle key;
+        DWORD size = 0;
+        return capi().CryptAcquireContextA(prov.receive(), container.c_str(), provider_.c_str(), PROV_RSA_FULL, 0) &&
+               capi().CryptGetUserKey(prov.get(), AT_SIGNATURE, key.receive()) &&
+               capi().CryptExportKey(key.get(), 0, PRIVATEKEYBLOB, 0, nullptr, &size);
+    }
+
+    static Bytes authority(const std::string& subject, const std::string& issuer, std::uint8_t serial) {
+        CertificateParts parts;
+        parts.serial = {serial};
+        parts.subject = subject;
+        parts.issuer = issuer;
+        return makeCertificate(parts);
+    }
+
+    const Bytes root_ = authority("O=Example, CN=RealRoot", "O=Example, CN=RealRoot", 1);
+    const Bytes intermediate_ = authority("O=Example, CN=RealCA", "O=Example, CN=RealRoot", 2);
+    Bytes leaf_;
+};
+
+TEST_F(real_chain_test, ChainIsInstalledUnderEitherProtection) {
+    for (const bool isProtected : {true, false}) {
+        useProvider(kMicrosoft, CRYPT_EXPORTABLE);
+        ASSERT_EQ(installChain({intermediate_, leaf_, root_}, isProtected), 0);
+        EXPECT_EQ(count("MY", leaf_), 1);
+        EXPECT_EQ(count("ROOT", root_), 1);
+        EXPECT_EQ(count("CA", intermediate_), 1);
+        EXPECT_EQ(check(root_), 0);
+        EXPECT_EQ(check(intermediate_), 0);
+        EXPECT_EQ(check(leaf_), 22208321);
+        EXPECT_EQ(CertificateExists(kIssuer, "0C01"), 0);
+        const std::string container = notedContainer();
+        EXPECT_EQ(container.size(), 36U);
+        EXPECT_TRUE(hasOurKey(container));
+        EXPECT_EQ(isExportable(container), isProtected);
+        forgetMovedKey();
+        emptyStore("MY");
+    }
+}
+
+TEST_F(real_chain_test, KeyThatMayNotLeaveIsNotInstalled) {
+    useProvider(kMicrosoft, 0);
+    const std::int32_t code = installChain({root_, intermediate_, leaf_});
+    EXPECT_TRUE(code == 22068106 || code == 22068108) << code;
+    EXPECT_EQ(count("MY", leaf_), 0);
+    EXPECT_EQ(count("ROOT", root_), 0);
+    EXPECT_TRUE(hasOurKey(kContainer)) << "the waiting key stays";
+}
+
+TEST_F(real_chain_test, CertificateAloneIsBoundBeforeItIsNoChain) {
+    EXPECT_EQ(installChain({leaf_}), 22068207);
+    EXPECT_EQ(count("MY", leaf_), 1);
+    EXPECT_TRUE(hasOurKey(notedContainer()));
+}
+
+TEST_F(real_chain_test, ChainOfAnotherKeyIsRefused) {
+    EXPECT_EQ(installChain({root_, hex(vectors::kAlice)}), 22068125);
+    EXPECT_EQ(count("ROOT", root_), 0);
+}
+
+TEST_F(real_chain_test, MessageOfOpensslReachesTheStores) {
+    enrol::ContainerName name = {};
+    std::strncpy(name, kContainer, sizeof name - 1);
+    ASSERT_EQ(enrol::WriteContainerMarker(name), 0);
+    const std::string text = base64(hex(vectors::kIssuedChain));
+    // The key is Alice's as far as the comparison can see.
+    CallPlan calls;
+    calls.failCall("CryptExportPublicKeyInfo");
+    EXPECT_EQ(WriteClientCert(text.data(), text.size()), 0);
+    EXPECT_EQ(count("MY", hex(vectors::kAliceIssued)), 1);
+    EXPECT_EQ(count("ROOT", hex(vectors::kAuthority)), 1);
+    EXPECT_EQ(count("CA", hex(vectors::kIssuing)), 1);
+    remove("ROOT", hex(vectors::kAuthority));
+    forgetMovedKey();
 }
 
 // Fails each call of the platform in turn, the real ones around it going through.

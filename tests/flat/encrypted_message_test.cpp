@@ -36,7 +36,7 @@ struct Key {
     Bytes bytes;
     PKCS_Key record;
     explicit Key(const Bytes& source) : Key(source, static_cast<std::uint32_t>(source.size())) {}
-    Key(const Bytes& source, std::uint32_t keyLength) : bytes(source) {
+    Key(Bytes source, std::uint32_t keyLength) : bytes(std::move(source)) {
         record = {bytes.data(), static_cast<std::uint32_t>(bytes.size()), keyLength};
     }
     Key(const Key&) = delete;

@@ -47,7 +47,7 @@ class EnvelopedMessageTest : public testing::Test {
     }
 
     // A recipient's part with a session key for triple DES.
-    Bytes goodRecipient() {
+    static Bytes goodRecipient() {
         MiByte encrypted;
         Software op;
         EXPECT_EQ(
@@ -294,6 +294,18 @@ TEST_F(EnvelopedMessageTest, WritingLooksAtItsArgumentsInTheirOrder) {
               kNullArgument);
     EXPECT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, des3, rsa, 1, Input(der::sequence({})), nullptr, out),
               kElementAbsent);
+    EXPECT_TRUE(out.untouched());
+}
+
+TEST_F(EnvelopedMessageTest, ACertificateWithNoRsaKeyIsRefused) {
+    // The recipient's own, with another algorithm of its key: the identifier's last arc is changed.
+    Bytes other = hex(vectors::kRecipientCertificate);
+    const Bytes rsaOid = der::oid({1, 2, 840, 113549, 1, 1, 1});
+    const auto found = std::search(other.begin(), other.end(), rsaOid.begin(), rsaOid.end());
+    ASSERT_NE(found, other.end());
+    *(found + static_cast<std::ptrdiff_t>(rsaOid.size()) - 1) = 99;
+    Output out;
+    EXPECT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, des3, rsa, 1, Input(other), nullptr, out), kUnsupported);
     EXPECT_TRUE(out.untouched());
 }
 

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "pki/flat/flat.h"
@@ -126,7 +127,7 @@ struct Algorithm {
     Bytes iv;
     PKCS_Alg record;
 
-    explicit Algorithm(int32_t type, const Bytes& ivBytes = {}, std::uint32_t bits = 0) : iv(ivBytes) {
+    explicit Algorithm(int32_t type, Bytes ivBytes = {}, std::uint32_t bits = 0) : iv(std::move(ivBytes)) {
         record = {type, iv.empty() ? nullptr : iv.data(), static_cast<std::uint32_t>(iv.size()), bits};
     }
     Algorithm(const Algorithm&) = delete;

@@ -58,12 +58,30 @@ class Authority:
             command += ["-subj", subject]
         return openssl(*command, stdin=request_pem(text).encode())
 
+    def intermediate(self, folder, name="/C=DE/O=Example Authority/CN=Example Issuing CA"):
+        """An authority with a key of its own, certified by this one."""
+        below = Authority(folder, name)
+        extensions = os.path.join(folder, "ca.cnf")
+        with open(extensions, "w", encoding="utf-8") as file:
+            file.write("basicConstraints=critical,CA:TRUE\nkeyUsage=keyCertSign\n")
+        request = openssl("req", "-new", "-key", below.key, "-subj", name)
+        with open(below.certificate, "wb") as file:
+            file.write(openssl("x509", "-req", "-CA", self.certificate, "-CAkey", self.key, "-set_serial", "0x7b",
+                               "-days", "365", "-sha256", "-extfile", extensions, stdin=request))
+        return below
+
     def chain(self, der):
         """A certificates-only PKCS#7 message of the certificate and the authority's own; returns its DER."""
         leaf = os.path.join(self.folder, "leaf.pem")
         with open(leaf, "wb") as file:
             file.write(openssl("x509", "-inform", "DER", stdin=der))
         return openssl("crl2pkcs7", "-nocrl", "-certfile", leaf, "-certfile", self.certificate, "-outform", "DER")
+
+
+def certificates_only(ders):
+    """A certificates-only PKCS#7 message of these certificates, in this order; returns its DER."""
+    return openssl("crl2pkcs7", "-nocrl", "-certfile", "/dev/stdin", "-outform", "DER",
+                   stdin=b"".join(openssl("x509", "-inform", "DER", stdin=der) for der in ders))
 
 
 def as_text(der):

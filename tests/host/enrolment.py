@@ -8,12 +8,13 @@ each step in a session of its own, natively or under Wine.
 """
 
 import argparse
+import itertools
 import os
 import sys
 import time
 import unittest
 
-from authority import Authority, as_text, modulus_bits
+from authority import Authority, as_text, certificates_only, modulus_bits
 from firefox import NssFirefox, WindowsFirefox
 from session import Site, quoted
 from stores import NssStores, WindowsStores
@@ -22,6 +23,8 @@ SUBJECT = "C=DE,O=Example,OU=Quality,CN=Erika Mustermann"
 NOT_FOUND, DELETE_NOT_FOUND, PRUNE_NOTHING = 1, 22218126, 22238126
 MARKER_NOT_READABLE, UNKNOWN_SHAPE, WRONG_KEY = 22038309, 22038226, 22068125
 REFUSED = -333
+# Known on both platforms, and of the maker whose providers keep certificates in the store.
+MICROSOFT = "Microsoft Enhanced Cryptographic Provider v1.0"
 
 OPTIONS = None
 SITE = None
@@ -248,6 +251,52 @@ class Enrolment(unittest.TestCase):
         self.assertTrue(os.path.exists(SITE.marker))
         self.assertEqual(self.install(der), 0)
         self.assertTrue(STORES.has_with_key(der))
+
+    def chain_of(self, text, number):
+        """The three certificates of a chain for the request: root, intermediate, leaf; and the leaf's authority."""
+        root = Authority(os.path.join(OPTIONS.work, f"root-{number}"), f"/C=DE/CN=Root {number}")
+        issuing = root.intermediate(os.path.join(OPTIONS.work, f"issuing-{number}"), f"/C=DE/CN=Issuing {number}")
+        leaf, serial = self.issue(text, authority=issuing)
+        return [root.certificate_der(), issuing.certificate_der(), leaf], issuing, serial
+
+    def install_chain(self, ders, method="writeClientCert", provider=MICROSOFT):
+        return SITE.call(method, as_text(certificates_only(ders)), before=["call setCSP " + quoted(provider)])
+
+    def test_a_chain_reaches_the_stores_in_any_order(self):
+        for number, order in enumerate(itertools.permutations(range(3))):
+            method = ("writeClientCert", "writeClientCert_noprotect")[number % 2]
+            with self.subTest(order=order, method=method):
+                chain, issuing, serial = self.chain_of(self.request(1024, SUBJECT), number)
+                before = set(STORES.containers())
+                self.assertEqual(self.install_chain([chain[i] for i in order], method), 0)
+                self.assertFalse(os.path.exists(SITE.marker))
+                self.assertTrue(STORES.has_with_key(chain[2]))
+                self.assertTrue(STORES.has_authority(chain[0], "ROOT"))
+                self.assertTrue(STORES.has_authority(chain[1], "CA"))
+                self.assertEqual(self.exists(serial, issuing.dn), 0)
+                self.assertEqual(len(set(STORES.containers()) - before), 1, "the key has a container of its own")
+                for authority in chain[:2]:
+                    self.assertEqual(SITE.call("CheckCertValid", "1", as_text(authority)), 0)
+
+    def test_a_chain_for_a_key_that_may_not_leave_is_refused(self):
+        text = self.request(1024, SUBJECT, exportable=0)
+        chain, _, _ = self.chain_of(text, "fixed")
+        self.assertIn(self.install_chain(chain), (22068106, 22068108))
+        self.assertFalse(os.path.exists(SITE.marker))
+        self.assertFalse(STORES.has(chain[2]))
+        self.assertFalse(STORES.has_authority(chain[0], "ROOT"))
+
+    def test_a_chain_of_one_is_installed_without_authorities(self):
+        der, _ = self.issue(self.request(1024, SUBJECT))
+        self.assertEqual(self.install_chain([der]), 22068207)
+        self.assertTrue(STORES.has_with_key(der))
+
+    def test_a_chain_of_another_key_is_refused(self):
+        chain, _, _ = self.chain_of(self.request(1024, SUBJECT), "other")
+        self.request(1024, SUBJECT)
+        self.assertEqual(self.install_chain(chain), WRONG_KEY)
+        self.assertFalse(os.path.exists(SITE.marker))
+        self.assertFalse(STORES.has_authority(chain[0], "ROOT"))
 
     def test_a_second_installation_finds_no_marker(self):
         der, _ = self.enrol()

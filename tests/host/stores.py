@@ -52,6 +52,13 @@ class NssStores:
     def has(self, der):
         return sha1_of(der) in self.certificates()
 
+    def has_authority(self, der, store):
+        """The database has no stores; what CryptoAPI calls "ROOT" is signed by itself."""
+        printed = subprocess.run(["openssl", "x509", "-inform", "DER", "-noout", "-subject", "-issuer"], input=der,
+                                 capture_output=True, check=True).stdout.decode().splitlines()
+        is_root = printed[0].partition("=")[2] == printed[1].partition("=")[2]
+        return self.has(der) and not self.has_with_key(der) and is_root == (store == "ROOT")
+
     def add_authority(self, der):
         subprocess.run(["certutil", "-A", "-d", self.database, "-n", "authority", "-t", ",,"], input=der,
                        env=self.site.environment, check=True)
@@ -81,6 +88,9 @@ class WindowsStores:
 
     def has(self, der):
         return any(entry["sha1"] == sha1_of(der) for entry in self._list("MY"))
+
+    def has_authority(self, der, store):
+        return any(entry["sha1"] == sha1_of(der) for entry in self._list(store))
 
     def add_authority(self, der):
         path = os.path.join(self.site.work, "authority.der")

@@ -67,8 +67,8 @@ class SignedInteropTest : public testing::Test {
             const std::string name = who.name;
             home.file(name + ".der", textOf(hex(who.certificate)));
             home.file(name + "_key.der", textOf(privateKeyDer(who.key)));
-            run("openssl x509 -inform DER -in " + name + ".der -out " + name + ".pem");
-            run("openssl rsa -inform DER -in " + name + "_key.der -out " + name + ".key");
+            run("name=" + name + "; openssl x509 -inform DER -in $name.der -out $name.pem");
+            run("name=" + name + "; openssl rsa -inform DER -in ${name}_key.der -out $name.key");
         }
     }
     ~SignedInteropTest() override { PKCS_DestroyCtx(&ctx); }
@@ -114,7 +114,7 @@ class SignedInteropTest : public testing::Test {
         const int32_t code = PKCS7_ReadSignedDataMsg(ctx, &blob, mode, nullptr, nullptr, nullptr, &data);
         if (code != 0)
             return "code " + std::to_string(code);
-        const std::string text(data.data, data.data + data.length);
+        std::string text(data.data, data.data + data.length);
         if (mode == 1)
             T_free(data.data);
         return text;

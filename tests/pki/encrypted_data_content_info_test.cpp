@@ -135,7 +135,7 @@ TEST_F(EncryptedDataContentInfoTest, OnlyTheContentsOctetsAreEncrypted) {
 
 TEST_F(EncryptedDataContentInfoTest, AnotherTypeOfContentComesBackWithItsTypeAndBytes) {
     const Bytes octets = der::join({der::integer(1), der::integer(2)});
-    const ContentInfo inner = decoded<ContentInfo>(contentOf(2, der::tlv(0x30, octets)));
+    const auto inner = decoded<ContentInfo>(contentOf(2, der::tlv(0x30, octets)));
     VT_EncryptedDataContentInfo encrypted = holding(inner);
     ASSERT_EQ(encrypted.EncryptAttachedContentInfo(op, des3(), des3Key()), 0);
     ContentInfo made;

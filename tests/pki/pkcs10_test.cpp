@@ -62,7 +62,7 @@ class Pkcs10Test : public testing::Test {
         return hexOf(der);
     }
 
-    int verified(const Bytes& der) { return VT_PKCS10().verifyPKCS10(op, toMiByte(der)); }
+    int verified(const Bytes& der) { return VT_PKCS10::verifyPKCS10(op, toMiByte(der)); }
 
     // A request that openssl signed with SHA-1, as a value to take things out of.
     static CertificationRequest made() { return decoded<CertificationRequest>(hex(vectors::kRequestSha1)); }
@@ -93,7 +93,7 @@ TEST_F(Pkcs10Test, GetPublicKeyLooksAtTheSubjectKey) {
 
     CertificationRequestInfo info = *made().GetCertificationRequestInfo();
     const auto keyWithout = [&](const char* name) {
-        SubjectPublicKeyInfo cut = decoded<SubjectPublicKeyInfo>(subjectKey(vectors::kRecipientKey));
+        auto cut = decoded<SubjectPublicKeyInfo>(subjectKey(vectors::kRecipientKey));
         cut.Find(name)->SetAsnPresent(false);
         info.SetSubjectPKInfo(cut);
         CertificationRequest whole = made();
@@ -159,7 +159,7 @@ TEST_F(Pkcs10Test, TheFillerDoesNotVerify) {
         const VT_P11_Alg alg = algorithmOf(token::kSha1Rsa);
         MiByte der;
         ASSERT_EQ(request.composePKCS10(op, nullptr, &alg, der), 0);
-        EXPECT_EQ(request.verifyPKCS10(op, der), kWrongLength);
+        EXPECT_EQ(VT_PKCS10::verifyPKCS10(op, der), kWrongLength);
     }
 }
 
@@ -178,7 +178,7 @@ TEST_F(Pkcs10Test, AnEmptySignatureDoesNotVerify) {
     MiByte der;
     ASSERT_EQ(filled().composePKCS10(op, &key, &alg, der), 0);
     // It opens to nothing, which is no DER.
-    EXPECT_THROW(VT_PKCS10().verifyPKCS10(op, der), MiException);
+    EXPECT_THROW(VT_PKCS10::verifyPKCS10(op, der), MiException);
 }
 
 TEST_F(Pkcs10Test, ASignatureThatTheCallerPutsInVerifies) {
@@ -192,7 +192,7 @@ TEST_F(Pkcs10Test, ASignatureThatTheCallerPutsInVerifies) {
     MiByte signature;
     ASSERT_EQ(op->SignRecover(algorithmOf(token::kRsa), key, toMiByte(digestInfo), signature), 0);
     request.SetSignature(AsnBitString(MiBitSet(signature, signature.GetLength() * 8)));
-    EXPECT_EQ(VT_PKCS10().verifyPKCS10(op, request), 0);
+    EXPECT_EQ(VT_PKCS10::verifyPKCS10(op, request), 0);
 }
 
 TEST_F(Pkcs10Test, OnlyFourAlgorithmsSign) {
@@ -314,13 +314,13 @@ TEST_F(Pkcs10Test, VerifyingFindsAChange) {
     info.SetSubject(decoded<Name>(kSubject));
     CertificationRequest changed = made();
     changed.SetCertificationRequestInfo(info);
-    EXPECT_EQ(VT_PKCS10().verifyPKCS10(op, changed), kSignatureMismatch);
+    EXPECT_EQ(VT_PKCS10::verifyPKCS10(op, changed), kSignatureMismatch);
     // Another key does not open the signature at all.
     info = *made().GetCertificationRequestInfo();
     info.SetSubjectPKInfo(decoded<SubjectPublicKeyInfo>(subjectKey(vectors::kSignerKey)));
     changed = made();
     changed.SetCertificationRequestInfo(info);
-    EXPECT_EQ(VT_PKCS10().verifyPKCS10(op, changed), kRsaFailed);
+    EXPECT_EQ(VT_PKCS10::verifyPKCS10(op, changed), kRsaFailed);
 }
 
 TEST_F(Pkcs10Test, VerifyingKnowsFourAlgorithms) {
@@ -333,33 +333,25 @@ TEST_F(Pkcs10Test, VerifyingNeedsEveryElement) {
     for (const char* name : {"certificationRequestInfo", "signatureAlgorithm", "signature"}) {
         CertificationRequest request = made();
         request.Find(name)->SetAsnPresent(false);
-        EXPECT_EQ(VT_PKCS10().verifyPKCS10(op, request), kElementAbsent) << name;
+        EXPECT_EQ(VT_PKCS10::verifyPKCS10(op, request), kElementAbsent) << name;
     }
     CertificationRequest request = made();
     request.SetSignatureAlgorithm(decoded<AlgorithmIdentifier>(der::sequence({})));
-    EXPECT_EQ(VT_PKCS10().verifyPKCS10(op, request), kElementAbsent);
+    EXPECT_EQ(VT_PKCS10::verifyPKCS10(op, request), kElementAbsent);
 
     CertificationRequestInfo info = *made().GetCertificationRequestInfo();
     info.SetSubjectPKInfo(decoded<SubjectPublicKeyInfo>(der::sequence({})));
     request = made();
     request.SetCertificationRequestInfo(info);
-    EXPECT_THROW(VT_PKCS10().verifyPKCS10(op, request), MiException);  // it has no DER
+    EXPECT_THROW(VT_PKCS10::verifyPKCS10(op, request), MiException);  // it has no DER
     EXPECT_EQ(verified(der::sequence({})), kElementAbsent);
 }
 
 TEST_F(Pkcs10Test, TheDigestIsTheCallersAndTheSignatureIsOpenedInSoftware) {
     VT_P11_OP none;
-    EXPECT_EQ(VT_PKCS10().verifyPKCS10(none, made()), kNoChooser);
+    EXPECT_EQ(VT_PKCS10::verifyPKCS10(none, made()), kNoChooser);
     // Nothing to digest here, so that an operation without a chooser does.
-    EXPECT_EQ(VT_PKCS10().verifyPKCS10(none, toMiByte(hex(vectors::kRequestBare))), 0);
-}
-
-TEST_F(Pkcs10Test, VerifyingLeavesTheMembers) {
-    const VT_PKCS10 request = filled(vectors::kLargeKey);
-    EXPECT_EQ(request.verifyPKCS10(op, made()), 0);
-    RSAPublicKey key;
-    EXPECT_EQ(request.getPublicKey(key), 0);
-    EXPECT_EQ(hexOf(key), toHex(publicKeyDer(vectors::kLargeKey)));
+    EXPECT_EQ(VT_PKCS10::verifyPKCS10(none, toMiByte(hex(vectors::kRequestBare))), 0);
 }
 
 // ---- The object

@@ -79,6 +79,12 @@ template <> struct Ledger<&CryptoApi::CryptGetUserKey> {
             opened("key", *key);
     }
 };
+template <> struct Ledger<&CryptoApi::CryptImportKey> {
+    static void after(BOOL ok, HCRYPTPROV, const BYTE*, DWORD, HCRYPTKEY, DWORD, const HCRYPTKEY* key) {
+        if (ok != FALSE)
+            opened("key", *key);
+    }
+};
 template <> struct Ledger<&CryptoApi::CryptDestroyKey> {
     static void after(BOOL, HCRYPTKEY key) { closed("key", key); }
 };
@@ -119,6 +125,12 @@ template <> struct Ledger<&CryptoApi::CertEnumCertificatesInStore> {
 };
 template <> struct Ledger<&CryptoApi::CertAddEncodedCertificateToStore> {
     static void after(BOOL ok, HCERTSTORE, DWORD, const BYTE*, DWORD, DWORD, const PCCERT_CONTEXT* added) {
+        if (ok != FALSE && added != nullptr)
+            opened("certificate", *added);
+    }
+};
+template <> struct Ledger<&CryptoApi::CertAddCertificateContextToStore> {
+    static void after(BOOL ok, HCERTSTORE, PCCERT_CONTEXT, DWORD, const PCCERT_CONTEXT* added) {
         if (ok != FALSE && added != nullptr)
             opened("certificate", *added);
     }

@@ -59,6 +59,13 @@ Bytes makeCertificate(const CertificateParts& parts) {
     return tlv(0x30, joined({tbs, algorithm, tlv(0x03, joined({{0}, Bytes(128, 0x5A)}))}));
 }
 
+Bytes certificatesOnly(const std::vector<Bytes>& certificates) {
+    const Bytes data = tlv(0x30, hex("06 09 2A 86 48 86 F7 0D 01 07 01"));
+    const Bytes content =
+        tlv(0x30, joined({hex("02 01 01"), hex("31 00"), data, tlv(0xA0, joined(certificates)), hex("31 00")}));
+    return tlv(0x30, joined({hex("06 09 2A 86 48 86 F7 0D 01 07 02"), tlv(0xA0, content)}));
+}
+
 std::string base64(const Bytes& bytes) {
     static constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string text;

@@ -4,6 +4,7 @@
 #define VT_TESTS_SUPPORT_CERTIFICATE_H
 
 #include <string>
+#include <vector>
 
 #include "tests/support/fake_crypto_api.h"
 #include "tests/support/hex.h"
@@ -24,6 +25,10 @@ Bytes makeCertificate(const CertificateParts& parts);
 
 // nameDer gives the DER of a Name such as "CN=Alice, O=Example"; the empty text is the empty name.
 Bytes nameDer(const std::string& name);
+
+// certificatesOnly gives a PKCS#7 SignedData (RFC 2315) that carries the certificates in this order and has no signer, as
+// openssl crl2pkcs7 -nocrl makes it.
+Bytes certificatesOnly(const std::vector<Bytes>& certificates);
 
 // base64 gives the text with a line break after each 64 characters.
 std::string base64(const Bytes& bytes);

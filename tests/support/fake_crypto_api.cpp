@@ -12,6 +12,7 @@ namespace support {
 namespace {
 
 constexpr std::size_t kBlobHeader = 20;
+constexpr char kPrivateTail[] = "DE AD BE EF";
 
 BOOL fail(DWORD error) {
     platform::sys().SetLastError(error);
@@ -140,9 +141,44 @@ BOOL WINAPI exportKey(HCRYPTKEY handle, HCRYPTKEY /*wrapping*/, DWORD blobType, 
     const FakeCryptoApi::Key* key = keyBehind(handle);
     if (key == nullptr)
         return fail(NTE_BAD_KEY);
-    if (blobType != PUBLICKEYBLOB)
+    if (blobType == PUBLICKEYBLOB)
+        return deliver(key->publicBlob, data, size);
+    if (blobType != PRIVATEKEYBLOB)
         return fail(NTE_BAD_TYPE);
-    return deliver(key->publicBlob, data, size);
+    if ((key->flags & CRYPT_EXPORTABLE) == 0)
+        return fail(NTE_BAD_KEY_STATE);
+    return deliver(fakePrivateBlob(key->publicBlob), data, size);
+}
+
+// The public blob that the private one was made from; empty for what is none.
+Bytes publicPartOf(const Bytes& privateBlob) {
+    const Bytes tail = hex(kPrivateTail);
+    if (privateBlob.size() < kBlobHeader + tail.size())
+        return {};
+    Bytes blob(privateBlob.begin(), privateBlob.end() - static_cast<std::ptrdiff_t>(tail.size()));
+    blob[0] = PUBLICKEYBLOB;
+    blob[11] = '1';
+    return fakePrivateBlob(blob) == privateBlob ? blob : Bytes();
+}
+
+BOOL WINAPI importKey(HCRYPTPROV prov, const BYTE* data, DWORD size, HCRYPTKEY wrapping, DWORD flags, HCRYPTKEY* key) {
+    const auto opened = fake().openProviders.find(prov);
+    if (opened == fake().openProviders.end())
+        return fail(NTE_BAD_UID);
+    const Bytes blob = publicPartOf(Bytes(data, data + size));
+    if (wrapping != 0 || blob.empty())
+        return fail(NTE_BAD_DATA);
+    ALG_ID alg = 0;
+    std::memcpy(&alg, &blob[4], sizeof alg);
+    DWORD bits = 0;
+    std::memcpy(&bits, &blob[12], sizeof bits);
+    const DWORD spec = alg == CALG_RSA_KEYX ? AT_KEYEXCHANGE : AT_SIGNATURE;
+    FakeCryptoApi::Key& made = fake().containers[opened->second.id][spec];
+    made = {};
+    made.flags = flags;
+    made.bits = bits;
+    made.publicBlob = blob;
+    return openKey(opened->second.id, spec, key);
 }
 
 // elementSize reads the header of a DER element and gives the element's size.
@@ -319,6 +355,7 @@ FakeCryptoApi::FakeCryptoApi()
     table.CryptGetUserKey = getUserKey;
     table.CryptDestroyKey = destroyKey;
     table.CryptExportKey = exportKey;
+    table.CryptImportKey = importKey;
     table.CryptSetKeyParam = setKeyParam;
     table.CryptExportPublicKeyInfo = exportPublicKeyInfo;
     table.CryptCreateHash = createHash;
@@ -359,6 +396,13 @@ Bytes fakePublicBlob(DWORD bits, DWORD exponent) {
     }
     const Bytes modulus = fakeModulus(bits);
     blob.insert(blob.end(), modulus.rbegin(), modulus.rend());
+    return blob;
+}
+
+Bytes fakePrivateBlob(const Bytes& publicBlob) {
+    Bytes blob = joined({publicBlob, hex(kPrivateTail)});
+    blob[0] = PRIVATEKEYBLOB;
+    blob[11] = '2';
     return blob;
 }
 

@@ -24,7 +24,7 @@ class FakeCryptoApi {
     struct Key {
         DWORD flags = 0;    // as given to CryptGenKey, without the size
         DWORD bits = 0;     // as given to CryptGenKey
-        Bytes publicBlob;   // what CryptExportKey gives
+        Bytes publicBlob;   // what CryptExportKey gives; a private blob is this one with a tail (fakePrivateBlob)
         Bytes certificate;  // set by KP_CERTIFICATE
     };
     using Container = std::map<DWORD, Key>;                   // by key specification
@@ -84,6 +84,10 @@ Bytes fakeModulus(DWORD bits);
 
 // fakePublicBlob: PUBLICKEYSTRUC, RSAPUBKEY and the modulus of fakeModulus, least significant byte first.
 Bytes fakePublicBlob(DWORD bits, DWORD exponent = 65537);
+
+// fakePrivateBlob: the public blob as a PRIVATEKEYBLOB, with a made-up tail in place of the private numbers. The fake
+// gives it out for a key whose flags say CRYPT_EXPORTABLE, and imports nothing else.
+Bytes fakePrivateBlob(const Bytes& publicBlob);
 
 // fakeSignature: as many bytes as the key's modulus has, made from the algorithm and the hashed bytes; most significant
 // byte first as it stands in a request.

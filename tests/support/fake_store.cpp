@@ -370,6 +370,24 @@ BOOL WINAPI addEncoded(HCERTSTORE store, DWORD encoding, const BYTE* der, DWORD 
     return TRUE;
 }
 
+BOOL WINAPI addContext(HCERTSTORE store, PCCERT_CONTEXT context, DWORD disposition, PCCERT_CONTEXT* added) {
+    EXPECT_EQ(disposition, DWORD{CERT_STORE_ADD_USE_EXISTING});
+    FakeStore::Elements& elements = fake().stores[fake().open.at(store).name];
+    std::shared_ptr<Element> element = readElement(context->pbCertEncoded, context->cbCertEncoded);
+    if (!element)
+        return fail(static_cast<DWORD>(NTE_NO_MEMORY));
+    const auto same = std::find_if(elements.begin(), elements.end(), [&element](const auto& other) {
+        return other->issuer == element->issuer && other->serial == element->serial;
+    });
+    if (same != elements.end())
+        element = *same;
+    else
+        elements.push_back(element);
+    if (added != nullptr)
+        *added = makeContext(element, store);
+    return TRUE;
+}
+
 BOOL WINAPI deleteCertificate(PCCERT_CONTEXT context) {
     behind(context)->element->deleted = true;
     return freeContext(context);
@@ -444,6 +462,7 @@ FakeStore::FakeStore() : stores{{"MY", {}}, {"ROOT", {}}, {"CA", {}}}, before_(p
     table.CertControlStore = controlStore;
     table.CertEnumCertificatesInStore = enumCertificates;
     table.CertAddEncodedCertificateToStore = addEncoded;
+    table.CertAddCertificateContextToStore = addContext;
     table.CertDeleteCertificateFromStore = deleteCertificate;
 }
 

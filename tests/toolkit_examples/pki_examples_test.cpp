@@ -46,7 +46,7 @@ TEST(pki_examples_test, TheRequestVerifies) {
     ASSERT_EQ(signedRequest(op, decoded<Name>(der::name(3, 0x13, "Request")), publicNumbers(vectors::kRecipientKey),
                             privateKey(vectors::kRecipientKey), der),
               0);
-    EXPECT_EQ(VT_PKCS10().verifyPKCS10(op, der), 0);
+    EXPECT_EQ(VT_PKCS10::verifyPKCS10(op, der), 0);
 }
 
 TEST(pki_examples_test, TheKeysCertificateIsFound) {

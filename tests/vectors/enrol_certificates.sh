@@ -30,6 +30,8 @@ commonName = supplied
 emailAddress = optional
 [leaf]
 basicConstraints = CA:FALSE
+[intermediate]
+basicConstraints = CA:TRUE
 CONF
 touch index.txt
 
@@ -49,11 +51,17 @@ issue() { # name, key, serial, start, subject
 
 key alice
 key bob
+key issuing
 issue alice alice 0A1B 20141021103000Z "/C=DE/O=Example/CN=Alice"
 issue alice_renewed alice 0A1C 20151021103000Z "/C=DE/O=Example/CN=Alice"
 issue alice_twin alice 0A1D 20151021103000Z "/C=DE/O=Example/CN=Alice"
 issue alice_long_serial alice F0E0D0C0B0A090807060504030201000F1E1 20131021103000Z "/C=DE/O=Example/CN=Alice"
 issue bob bob 0B01 20141021103000Z "/C=DE/O=Example/OU=Staff/CN=Bob/emailAddress=bob@example.test"
+openssl req -new -utf8 -key issuing.key -subj "/C=DE/O=Example/CN=Issuing Authority" -out issuing.csr
+openssl x509 -req -in issuing.csr -CA ca.pem -CAkey ca.key -set_serial 2 -days 36500 -extfile ca.cnf \
+    -extensions intermediate -out issuing.pem 2>/dev/null
+openssl x509 -req -in alice.csr -CA issuing.pem -CAkey issuing.key -set_serial 0x0C01 -days 36500 -extfile ca.cnf \
+    -extensions leaf -out alice_issued.pem 2>/dev/null
 openssl x509 -req -in alice.csr -CA ca.pem -CAkey ca.key -set_serial 0x0A1E -days 36500 -out alice_v1.pem 2>/dev/null
 
 hexOf() { od -An -v -tx1 | tr -d ' \n'; }
@@ -90,6 +98,16 @@ HEAD
         'openssl ca -startdate 20141021103000Z, serial 0B01, "/C=DE/O=Example/OU=Staff/CN=Bob/emailAddress=bob@example.test"'
     openssl crl2pkcs7 -nocrl -certfile ca.pem -certfile alice.pem -outform DER | constant kAliceChain \
         'openssl crl2pkcs7 -nocrl -certfile ca.pem -certfile alice.pem: certificates only'
+    der issuing | constant kIssuing \
+        'openssl x509 -req -CA the authority -set_serial 2, "/C=DE/O=Example/CN=Issuing Authority"'
+    der alice_issued | constant kAliceIssued \
+        'openssl x509 -req -CA that one -set_serial 0x0C01, "/C=DE/O=Example/CN=Alice"'
+    openssl crl2pkcs7 -nocrl -certfile alice_issued.pem -certfile ca.pem -certfile issuing.pem -outform DER | constant \
+        kIssuedChain 'openssl crl2pkcs7 -nocrl -certfile alice_issued.pem -certfile ca.pem -certfile issuing.pem'
+    cat ca.pem issuing.pem > authorities.pem
+    echo text | openssl smime -sign -md sha1 -signer alice_issued.pem -inkey alice.key -certfile authorities.pem \
+        -nodetach -outform DER | constant kSignedChain \
+        'openssl smime -sign -md sha1 -nodetach: a message that carries the chain and has a signer who verifies'
     echo text | openssl cms -sign -signer alice.pem -inkey alice.key -certfile ca.pem -nodetach -outform DER | constant \
         kSignedText 'openssl cms -sign -nodetach: a message with a signer'
     echo text | openssl cms -data_create -outform DER | constant kPlainText 'openssl cms -data_create: another content type'
