@@ -44,7 +44,7 @@ MiByte bytesOf(const PKCS_Blob& blob) {
 
 namespace {
 
-// The element at the front, or all bytes if there is none: what a decoder would not look at need not be copied.
+// The element at the front, without what follows it. Throws what a decoder would.
 MiByte elementOf(const PKCS_Blob& blob) {
     constexpr uint32_t kLongestHead = 16;
     const MiByte head = bytesOf({blob.data, std::min(blob.length, kLongestHead)});
@@ -61,7 +61,15 @@ MiByte elementOf(const PKCS_Blob& blob) {
 }  // namespace
 
 void decodeBlob(const PKCS_Blob& blob, AsnObject& value) {
-    value.DerDecode(elementOf(blob), 0);
+    const MiByte element = elementOf(blob);
+    try {
+        value.DerDecode(element, 0);
+    } catch (const MiException&) {
+        if (element.GetLength() == blob.length)
+            throw;
+        // The decoder lets a member reach past the end of the element that it is in.
+        value.DerDecode(bytesOf(blob), 0);
+    }
 }
 
 int32_t giveBlob(const char* bytes, uint32_t length, PKCS_Blob& blob) {

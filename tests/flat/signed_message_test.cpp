@@ -283,6 +283,41 @@ TEST_F(SignedMessageTest, NewerAlgorithmsAreRefused) {
     EXPECT_EQ(readAttached(vectors::kSha256), -1006);
 }
 
+// The decoder lets a member reach past the end of the element that it is in.
+TEST_F(SignedMessageTest, MessageWhoseLengthIsTooShortIsReadWhole) {
+    Bytes message = hex(vectors::kPlain);
+    ASSERT_EQ(message.at(1), 0x82);
+    const unsigned int length = message[2] * 256U + message[3];
+    ASSERT_EQ(length + 4, message.size());
+    for (const unsigned int told : {length - 1, 12U}) {
+        message[2] = static_cast<std::uint8_t>(told / 256);
+        message[3] = static_cast<std::uint8_t>(told % 256);
+        EXPECT_EQ(typeOf(message), 4);
+        Output data;
+        EXPECT_EQ(readAttached(message, data), 0);
+        EXPECT_EQ(data.text(), hexOf(vectors::kContent));
+        Parts parts;
+        parts.content = message;
+        Output nested;
+        ASSERT_EQ(write(parts, nested), 0);
+        EXPECT_EQ(support::toHex(elementsOf(signedDataOf(nested.text().c_str())).at(2)), hexOf(vectors::kPlain));
+    }
+    // Here the content lies behind the end, and is none.
+    message[3] = 11;
+    EXPECT_EQ(typeOf(message), 4);
+    Output data;
+    EXPECT_EQ(readAttached(message, data), -1001);
+}
+
+TEST_F(SignedMessageTest, BytesBehindAMessageAreNotLookedAt) {
+    Bytes message = hex(vectors::kPlain);
+    message.insert(message.end(), {0xFF, 0xFF, 0xFF});
+    EXPECT_EQ(typeOf(message), 4);
+    Output data;
+    EXPECT_EQ(readAttached(message, data), 0);
+    EXPECT_EQ(data.text(), hexOf(vectors::kContent));
+}
+
 TEST_F(SignedMessageTest, SignerKnownByItsKeyIsMalformed) {
     EXPECT_EQ(readAttached(vectors::kKeyIdentifier), -3000);
 }
@@ -358,6 +393,21 @@ TEST_F(SignedMessageTest, ListsKeepWhatAFailingCallGaveThem) {
     EXPECT_EQ(readAttached(hex(vectors::kNoneIsGood), data, certificates.list, lists.list), -1017);
     EXPECT_THAT(certificates.items(), ElementsAre(hexOf(vectors::kAlice)));
     EXPECT_THAT(lists.items(), IsEmpty());
+}
+
+// The mode is looked at once the lists are full.
+TEST_F(SignedMessageTest, ListsAreFilledBeforeTheModeIsLookedAt) {
+    Bytes der = hex(vectors::kWithLists);
+    const PKCS_Blob message = blobOf(der);
+    for (const int32_t mode : {2, 3}) {
+        const List certificates;
+        const List lists;
+        PKCS_Blob data = {};
+        EXPECT_EQ(PKCS7_ReadSignedDataMsg(ctx, &message, mode, nullptr, certificates.list, lists.list, &data),
+                  mode == 2 ? -1003 : -1006);
+        EXPECT_THAT(certificates.items(), ElementsAre(hexOf(vectors::kAlice)));
+        EXPECT_THAT(lists.items(), ElementsAre(hexOf(vectors::kIssuerList), hexOf(vectors::kRootList)));
+    }
 }
 
 // What an authority answers with. Its reader goes by the list, and by the code not being 0.
@@ -529,6 +579,13 @@ TEST_F(SignedMessageTest, FirstFaultIsTold) {
     parts.signature.algType = 8;
     parts.certificate = hex("30 05 06");
     EXPECT_EQ(write(parts), -1003);
+    const List broken({"30 05 06"});
+    Parts late;
+    late.certificates = broken.list;
+    late.mode = 3;
+    EXPECT_EQ(write(late), -1010) << "the list before the mode";
+    late.key.parts[2].back() ^= 2;
+    EXPECT_EQ(write(late), -14) << "the signature before the list";
 }
 
 TEST_F(SignedMessageTest, WritingNeedsAnOperationObject) {
