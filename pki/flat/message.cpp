@@ -22,11 +22,6 @@ int32_t appendDer(VT_List& list, const AsnObject& value, MiByteBuffer& scratch) 
     return VT_AddListNode(&list, der, scratch.GetLength()) == 0 ? 0 : VT_E_MEMORY;
 }
 
-// The alternative "certificate" of a choice, the first; null where it is not the one selected.
-const Certificate* certificateIn(const ExtendedCertificateOrCertificate& choice) {
-    return static_cast<const Certificate*>(choice.Get(0U));
-}
-
 // Callers that bring a certificate along have long taken -1017 as the answer, and act on it.
 int32_t lookAtExternal(const PKCS_Blob& external) {
     if (external.data == nullptr)
@@ -149,24 +144,6 @@ int32_t fillList(VT_List* list, const AsnSetOf<CertificateList>* certificateList
     return result;
 }
 
-int32_t findCertificate(const AsnSetOf<ExtendedCertificateOrCertificate>& certificates,
-                        const IssuerAndSerialNumber& signer, const Certificate*& found) {
-    for (unsigned int i = 0; i < certificates.Size(); ++i) {
-        const Certificate* const candidate = certificateIn(*certificates.Get(i));
-        if (candidate == nullptr)
-            return token::kElementAbsent;
-        bool matches = false;
-        const int result = pki::matchSigner(*candidate, signer, matches);
-        if (result != 0)
-            return result;
-        if (matches) {
-            found = candidate;
-            return 0;
-        }
-    }
-    return 0;
-}
-
 int32_t checkSigner(const SignerCheck& check, const VT_SignerInfo& signer, bool& verified) {
     verified = false;
     const IssuerAndSerialNumber* const identity = pki::SignerAccess::issuerAndSerialNumber(signer);
@@ -174,10 +151,8 @@ int32_t checkSigner(const SignerCheck& check, const VT_SignerInfo& signer, bool&
         return token::kMaterialMissing;
     if (check.external != nullptr)
         return lookAtExternal(*check.external);
-    if (check.certificates == nullptr)
-        return 0;
     const Certificate* certificate = nullptr;
-    int32_t result = findCertificate(*check.certificates, *identity, certificate);
+    int32_t result = check.certificates.find(*identity, certificate);
     if (result != 0 || certificate == nullptr)
         return result;
     if (check.ctx->operation == nullptr)
