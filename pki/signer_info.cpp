@@ -298,14 +298,14 @@ int VT_SignerInfo::verify(VT_P11_OP& op, const Certificate& certificate, const C
         return token::kMaterialMissing;
     VT_P11_Key key;
     int result = loadSignersKey(certificate, *issuerAndSerialNumber, key);
+    if (result == 0 && (!digestAlgorithm || !digestEncryptionAlgorithm || !encryptedDigest))
+        result = token::kMaterialMissing;
     VT_P11_Alg digestAlg;
     VT_P11_Alg encryptionAlg;
     if (result == 0)
         result = loadAlgorithm(digestAlgorithm, digestAlg);
     if (result == 0)
         result = loadAlgorithm(digestEncryptionAlgorithm, encryptionAlg);
-    if (result == 0 && !encryptedDigest)
-        result = token::kMaterialMissing;
     MiByte opened;
     if (result == 0)
         result = pki::openInSoftware(encryptionAlg, key, encryptedDigest->GetData(), opened);

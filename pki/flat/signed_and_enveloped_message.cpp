@@ -74,8 +74,9 @@ int32_t readSealed(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const 
     if (result == 0)
         result = flat::fillList(lists.certificateLists, EnvelopedAccess::certificateLists(sealed));
     const ContentInfo* const inner = EnvelopedAccess::content(sealed);
+    flat::CertificateSearch search(certificates);
     if (result == 0)
-        result = verifySigners(*ctx->operation, sealed, opener, {ctx, certificates, external, inner});
+        result = verifySigners(*ctx->operation, sealed, opener, {ctx, search, external, inner});
     return result == 0 && mode == PKCS7_ATTACHED ? flat::unwrapOutput(*inner, data) : result;
 }
 

@@ -27,8 +27,7 @@ int32_t findSigner(const pki::SignedParts& parts, FirstSigner& first) {
     const IssuerAndSerialNumber* const identity = pki::SignerAccess::issuerAndSerialNumber(first.signer);
     if (identity == nullptr)
         return token::kMaterialMissing;
-    if (parts.certificates != nullptr)
-        result = flat::findCertificate(*parts.certificates, *identity, first.certificate);
+    result = flat::CertificateSearch(parts.certificates).find(*identity, first.certificate);
     if (result != 0)
         return result;
     return first.certificate != nullptr ? 0 : token::kNotTheSigner;
