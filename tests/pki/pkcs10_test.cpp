@@ -243,6 +243,17 @@ TEST_F(Pkcs10Test, ComposingNeedsAnOperationForTheDigestAlone) {
     EXPECT_EQ(filled().composePKCS10(none, &key, &alg, der), kNoChooser);
 }
 
+TEST_F(Pkcs10Test, ComposingLeavesNothingOfADecomposedRequest) {
+    // A decoder does not compare the tags of what must be there, and gives back the ones that it met.
+    const Bytes odd =
+        der::sequence({der::tlv(0x0A, {5}), kSubject, subjectKey(vectors::kRecipientKey), der::tagged(0, {})});
+    VT_PKCS10 request;
+    const Bytes whole = der::sequence({odd, signatureAlgorithm(5), der::bitString(0, hex(kFiller))});
+    ASSERT_EQ(request.decomposePKCS10(op, toMiByte(whole)), 0);
+    EXPECT_EQ(composed(request, nullptr, token::kSha1Rsa),
+              toHex(der::sequence({information(), signatureAlgorithm(5), der::bitString(0, hex(kFiller))})));
+}
+
 TEST_F(Pkcs10Test, ComposingAnIncompleteRequestThrows) {
     const VT_P11_Alg alg = algorithmOf(token::kSha1Rsa);
     MiByte der;
