@@ -297,6 +297,29 @@ TEST_F(EnvelopedMessageTest, WritingLooksAtItsArgumentsInTheirOrder) {
     EXPECT_TRUE(out.untouched());
 }
 
+TEST_F(EnvelopedMessageTest, TheCertificateIsReadBeforeTheAlgorithms) {
+    Output out;
+    const Algorithm none(99);
+    const Input malformed(Bytes{0x30, 0x03}), empty(der::sequence({}));
+    EXPECT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, none, none, 1, malformed, nullptr, out), kNullArgument);
+    EXPECT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, none, none, 1, empty, nullptr, out), kElementAbsent);
+    EXPECT_TRUE(out.untouched());
+}
+
+TEST_F(EnvelopedMessageTest, OfTheAlgorithmOfTheKeyTheTypeAloneCounts) {
+    // An IV without bytes is refused where it is looked at.
+    std::uint8_t byte = 0;
+    const PKCS_Alg keyAlg = {8, &byte, 0, 7};
+    PKCS_Alg contentAlg = des3.record;
+    Output message, data;
+    ASSERT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, &contentAlg, &keyAlg, 1, certificate, nullptr, message), 0);
+    EXPECT_EQ(read(message.bytes(), data), 0);
+    contentAlg.ivLength = 0;
+    Output refused;
+    EXPECT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, &contentAlg, &keyAlg, 1, certificate, nullptr, refused),
+              kNullArgument);
+}
+
 TEST_F(EnvelopedMessageTest, ACertificateWithNoRsaKeyIsRefused) {
     // The recipient's own, with another algorithm of its key: the identifier's last arc is changed.
     Bytes other = hex(vectors::kRecipientCertificate);
