@@ -15,6 +15,10 @@ class VT_P11_Alg;
 class VT_P11_Key;
 class VT_SignerInfo;
 
+namespace pki {
+class SignedContent;
+}
+
 namespace flat {
 
 // guarded runs the body of a flat function: no exception leaves it. malformed is the function's constant for the
@@ -88,7 +92,7 @@ struct SignerCheck {
     PKCS_Ctx* ctx;
     CertificateSearch& certificates;
     const PKCS_Blob* external;
-    const ContentInfo* content;
+    pki::SignedContent& content;
 };
 
 // checkSigner looks for a signer's certificate and checks its signature. verified says whether it is good; it is not,

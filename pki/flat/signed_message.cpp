@@ -61,8 +61,9 @@ int32_t readSigned(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const 
     if (result == 0)
         result = findContent(parts, mode, data, wrapped, content);
     flat::CertificateSearch search(parts.certificates);
+    pki::SignedContent signedContent(content);
     if (result == 0)
-        result = verifySigners(*parts.signers, {ctx, search, external, content});
+        result = verifySigners(*parts.signers, {ctx, search, external, signedContent});
     return result == 0 && mode == PKCS7_ATTACHED ? flat::unwrapOutput(*content, data) : result;
 }
 

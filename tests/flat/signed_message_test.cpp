@@ -637,6 +637,23 @@ TEST_F(SignedMessageOnTokenTest, TokenOnlyDigestsWhereASignatureIsRead) {
     EXPECT_THAT(module.names(), ElementsAre("C_DigestInit", "C_Digest"));
 }
 
+// Of thousands of signers none costs a run over the content.
+TEST_F(SignedMessageOnTokenTest, ContentIsDigestedOnceForAllSignersOfAnAlgorithm) {
+    EXPECT_EQ(readAttached(vectors::kTwoSigners), -1017);
+    EXPECT_THAT(module.names(), ElementsAre("C_DigestInit", "C_Digest"));
+    module.forgetCalls();
+    const std::vector<Bytes> parts = elementsOf(signedDataOf(vectors::kTwoSigners));
+    const Bytes sha1 = signerOf(vectors::kPlain);
+    const Bytes md5 = signerOf(vectors::kPlainMd5);
+    Output data;
+    EXPECT_EQ(
+        readAttached(der::sequence({kSignedOid, der::tagged(0, der::sequence({parts[0], parts[1], parts[2], parts[3],
+                                                                              der::set({sha1, md5, sha1, md5})}))}),
+                     data),
+        -1017);
+    EXPECT_THAT(module.names(), ElementsAre("C_DigestInit", "C_Digest", "C_DigestInit", "C_Digest"));
+}
+
 TEST_F(SignedMessageOnTokenTest, CodesOfTheTokenPassThrough) {
     module.fail("C_DigestInit", CKR_DEVICE_ERROR);
     EXPECT_EQ(readAttached(vectors::kPlain), static_cast<int32_t>(CKR_DEVICE_ERROR));
