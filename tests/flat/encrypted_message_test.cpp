@@ -124,6 +124,17 @@ TEST_F(EncryptedMessageTest, AMessageIsNestedAndComesBackWithItsTypeAndBytes) {
     EXPECT_EQ(PKCS7_GetMsgType(ctx, data), 4);
 }
 
+TEST_F(EncryptedMessageTest, TheOuterTagOfANestedMessageIsNotThatOfTheNewOne) {
+    const Key secret(kSecret);
+    Output plain;
+    ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(vectors::kDigestedSha1), Algorithm(5, kIv), secret, plain), 0);
+    for (const Bytes& nested : underOtherTags(hex(vectors::kDigestedSha1))) {
+        Output message;
+        ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(nested), Algorithm(5, kIv), secret, message), 0);
+        EXPECT_EQ(message.text(), plain.text());
+    }
+}
+
 TEST_F(EncryptedMessageTest, TheKeysThirdFieldIsTheLengthInUse) {
     const Bytes twice = der::join({hex("0102030405"), hex("0102030405")});
     const Input text(vectors::kText);
@@ -207,6 +218,30 @@ TEST_F(EncryptedMessageTest, SurvivesEveryMessage) {
             return PKCS7_ReadEncryptedDataMsg(ctx, &message, key, data);
         });
     }
+}
+
+TEST_F(EncryptedMessageTest, WhateverIsNestedComesOutAsOfTheClasses) {
+    // Bytes that decode as a message are wrapped as that message, however odd: the ciphertext is put in all the same.
+    const Key secret(kSecret);
+    Software op;
+    int nested = 0;
+    for (const Bytes& bytes : spoiled(hex(vectors::kEncryptedDes))) {
+        const Input data(bytes);
+        Output message;
+        const int32_t code = PKCS7_WriteEncryptedDataMsg(ctx, data, Algorithm(5, kIv), secret, message);
+        ASSERT_TRUE(isCode(code)) << code;
+        ASSERT_EQ(code == 0, !message.untouched());
+        if (code != 0 || PKCS7_GetMsgType(ctx, data) == 0)
+            continue;
+        VT_EncryptedDataContentInfo encrypted;
+        encrypted.setInnerContentInfo(decoded<ContentInfo>(bytes));
+        ASSERT_EQ(encrypted.EncryptAttachedContentInfo(op, des3(), des3Key()), 0);
+        ContentInfo composed;
+        ASSERT_EQ(encrypted.composeEncryptedDataContentInfo(composed), 0);
+        ASSERT_EQ(message.text(), hexOf(composed));
+        ++nested;
+    }
+    EXPECT_GT(nested, 100);
 }
 
 TEST_F(EncryptedMessageTest, SurvivesExhaustedMemory) {
