@@ -124,7 +124,7 @@ TEST_F(EncryptedMessageTest, AMessageIsNestedAndComesBackWithItsTypeAndBytes) {
     EXPECT_EQ(PKCS7_GetMsgType(ctx, data), 4);
 }
 
-TEST_F(EncryptedMessageTest, TheOuterTagOfANestedMessageIsNotThatOfTheNewOne) {
+TEST_F(EncryptedMessageTest, TheTagsOfANestedMessageAreNotThoseOfTheNewOne) {
     const Key secret(kSecret);
     Output plain;
     ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(vectors::kDigestedSha1), Algorithm(5, kIv), secret, plain), 0);
@@ -132,6 +132,17 @@ TEST_F(EncryptedMessageTest, TheOuterTagOfANestedMessageIsNotThatOfTheNewOne) {
         Output message;
         ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(nested), Algorithm(5, kIv), secret, message), 0);
         EXPECT_EQ(message.text(), plain.text());
+    }
+    // The same for the tag of its type.
+    const Bytes type = pkcs7(5);
+    for (const char* tag : {"03", "1F 81 06", "BF 84 80 80 7F"}) {
+        const Bytes oddType = der::join({hex(tag), Bytes(type.begin() + 1, type.end())});
+        const Bytes nested = der::sequence({oddType, der::tagged(0, der::sequence({der::integer(0)}))});
+        Output message, usual;
+        ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(nested), Algorithm(5, kIv), secret, message), 0);
+        const Bytes same = der::sequence({type, der::tagged(0, der::sequence({der::integer(0)}))});
+        ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(same), Algorithm(5, kIv), secret, usual), 0);
+        EXPECT_EQ(message.text(), usual.text());
     }
 }
 
