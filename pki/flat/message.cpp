@@ -92,10 +92,14 @@ int32_t wrapInput(PKCS_Ctx* ctx, const PKCS_Blob& data, ContentInfo& content) {
     if (type == VT_E_MEMORY)
         return type;
     // A message without a type is one all the same; what is made of it then tells what it lacks.
-    if (type == PKCS7_UNKNOWN)
+    if (type == PKCS7_UNKNOWN) {
         wrapData(data, content);
-    else
-        decodeBlob(data, content);
+        return 0;
+    }
+    // A value takes the tag that it is decoded from. In a message it has the format's.
+    const AsnTag tag = content.GetAsnTag();
+    decodeBlob(data, content);
+    content.SetAsnTag(tag);
     return 0;
 }
 

@@ -517,6 +517,21 @@ TEST_F(SignedMessageTest, MessageOfAMessageIsNested) {
     EXPECT_EQ(typeOf(data.bytes()), 4);
 }
 
+TEST_F(SignedMessageTest, NestedMessageHasTheTagOfTheFormat) {
+    Parts parts;
+    parts.content = hex(vectors::kDetached);
+    Output usual;
+    ASSERT_EQ(write(parts, usual), 0);
+    for (const char* tag : {"24", "31", "A0", "1F 81 01"}) {
+        parts.content = hex(vectors::kDetached);
+        const Bytes octets = hex(tag);
+        parts.content.insert(parts.content.erase(parts.content.begin()), octets.begin(), octets.end());
+        Output message;
+        ASSERT_EQ(write(parts, message), 0);
+        EXPECT_EQ(message.text(), usual.text());
+    }
+}
+
 TEST_F(SignedMessageTest, MessageWithoutATypeIsTakenForOne) {
     Parts parts;
     parts.content = hex("30 00");
