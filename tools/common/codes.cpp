@@ -1,10 +1,10 @@
-#include "tools/vtmsg/explain.h"
+#include "tools/common/codes.h"
 
 #include <algorithm>
 #include <iterator>
 #include <string_view>
 
-namespace vtmsg {
+namespace tools {
 
 namespace {
 
@@ -43,4 +43,4 @@ std::string explained(std::int32_t code) {
     return std::to_string(code) + ": " + found->raised + "." + sentence(found->cause) + sentence(found->remedy);
 }
 
-}  // namespace vtmsg
+}  // namespace tools

@@ -1,13 +1,13 @@
 // Owners of what the flat functions hand out.
-#ifndef VT_TOOLS_VTMSG_SESSION_H
-#define VT_TOOLS_VTMSG_SESSION_H
+#ifndef VT_TOOLS_COMMON_SESSION_H
+#define VT_TOOLS_COMMON_SESSION_H
 
 #include <stdexcept>
 #include <string>
 
 #include "pki/flat/flat.h"
 
-namespace vtmsg {
+namespace tools {
 
 // A flat function gave a code other than 0.
 class Failure : public std::runtime_error {
@@ -66,6 +66,6 @@ class Context {
     PKCS_Ctx* ctx = nullptr;
 };
 
-}  // namespace vtmsg
+}  // namespace tools
 
 #endif

@@ -1,9 +1,9 @@
-#include "tools/vtmsg/session.h"
+#include "tools/common/session.h"
 
+#include "tools/common/codes.h"
 #include "tools/common/input.h"
-#include "tools/vtmsg/explain.h"
 
-namespace vtmsg {
+namespace tools {
 
 Failure::Failure(std::int32_t code) : std::runtime_error(explained(code)) {}
 
@@ -41,4 +41,4 @@ std::string List::at(std::uint32_t index) const {
     return der;
 }
 
-}  // namespace vtmsg
+}  // namespace tools
