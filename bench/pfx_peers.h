@@ -19,6 +19,7 @@ using Bytes = std::vector<std::uint8_t>;
 struct PfxPeer {
     std::string who;
     std::function<std::size_t(const Bytes& file, const std::string& password)> open;
+    std::string notOpened = {};  // the file whose cipher it does not have
 };
 
 PfxPeer ourPfx();

@@ -23,11 +23,15 @@ std::size_t open(const Bytes& der, const std::string& password) {
     WC_DerCertList* others = nullptr;
     check(wc_PKCS12_parse(file, password.c_str(), &key, &keyLength, &certificate, &certificateLength, &others));
     std::size_t total = 1;
-    for (const WC_DerCertList* each = others; each != nullptr; each = each->next)
+    while (others != nullptr) {
+        WC_DerCertList* const each = others;
+        others = each->next;
+        XFREE(each->buffer, nullptr, DYNAMIC_TYPE_PKCS);
+        XFREE(each, nullptr, DYNAMIC_TYPE_PKCS);
         ++total;
+    }
     XFREE(key, nullptr, DYNAMIC_TYPE_PUBLIC_KEY);
     XFREE(certificate, nullptr, DYNAMIC_TYPE_PKCS);
-    wc_FreeCertList(others, nullptr);
     wc_PKCS12_free(file);
     return total;
 }
@@ -35,7 +39,7 @@ std::size_t open(const Bytes& der, const std::string& password) {
 }  // namespace
 
 PfxPeer wolfSslPfx() {
-    return {"wolfSSL", open};
+    return {"wolfSSL", open, "rc2.p12"};
 }
 
 }  // namespace bench

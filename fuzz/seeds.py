@@ -239,6 +239,14 @@ def signed_seeds():
         yield re.sub(r"(?<!^)([A-Z])", r"_\1", name[1:]).lower(), bytes.fromhex("".join(re.findall(r'"(.*)"', rows)))
 
 
+def pfx_seeds():
+    """The files of the tests, but for those of many iterations."""
+    header = (HERE.parent / "tests" / "vectors" / "pfx_files.h").read_text()
+    for name, text in re.findall(r"char (kPfx\w+)\[\] =((?:\s+\"[0-9a-f]+\")+);", header):
+        if "Gnutls" not in name and "Many" not in name and "Nss" not in name:
+            yield re.sub(r"(?<!^)([A-Z])", r"_\1", name[4:]).lower(), bytes.fromhex("".join(re.findall(r"[0-9a-f]{2,}", text)))
+
+
 def main():
     with tempfile.TemporaryDirectory() as scratch:
         der = made_by_openssl(pathlib.Path(scratch))
@@ -294,6 +302,8 @@ def main():
             save("message", name, message)
     save("message", "text", b"no message")
     save("message", "no_type", bytes.fromhex("3000"))
+    for name, file in pfx_seeds():
+        save("pfx", name, file)
     for name, seed in pki_seeds():
         save("certificate_helpers", name, seed)
     save("pki_base64", "certificate", base64.encodebytes(der["certificate"]))

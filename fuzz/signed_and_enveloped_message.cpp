@@ -15,7 +15,7 @@ fuzz::Reading read(fuzz::Bytes message, Totals& totals) {
     VT_List* certificates = nullptr;
     VT_List* lists = nullptr;
     FUZZ_ASSERT(VT_CreateList(&certificates) == 0 && VT_CreateList(&lists) == 0);
-    const fuzz::Reading result = fuzz::reading([&](PKCS_Blob* data) {
+    fuzz::Reading result = fuzz::reading([&](PKCS_Blob* data) {
         const PKCS_Blob blob = fuzz::blobOf(message);
         return PKCS7_ReadSignedAndEnvelopedDataMsg(fuzz::context(), &blob, PKCS7_ATTACHED, &fuzz::recipientKey(),
                                                    nullptr, certificates, lists, data);

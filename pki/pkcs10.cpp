@@ -1,6 +1,7 @@
 #include "pki/pkcs10.h"
 
 #include "pki/collection.h"
+#include "pki/software.h"
 #include "token/token.h"
 
 namespace {
@@ -54,20 +55,10 @@ const AsnOid* oidOf(const AlgorithmIdentifier* algorithm) {
     return algorithm == nullptr ? nullptr : algorithm->GetAlgorithm();
 }
 
-// Opens a signature with the public key. An operation object of its own keeps it in software, whatever token the
-// caller's works on.
 int openSignature(const VT_P11_Key& key, const MiByte& signature, MiByte& opened) {
     VT_P11_Alg rsa;
-    int result = rsa.setAlgType(token::kRsa);
-    if (result != 0)
-        return result;
-    struct Software {
-        VT_P11_OP op;
-        ~Software() { op.destroyChooser(); }
-    } software;
-    VT_P11_SELECTION none = {};
-    result = software.op.createChooser(&none);
-    return result != 0 ? result : software.op.Decrypt(rsa, key, signature, opened);
+    const int result = rsa.setAlgType(token::kRsa);
+    return result != 0 ? result : pki::openInSoftware(rsa, key, signature, opened);
 }
 
 AsnBitString bitsOf(const MiByte& bytes) {
@@ -159,11 +150,12 @@ int VT_PKCS10::composePKCS10(VT_P11_OP& op, const VT_P11_Key* key, const VT_P11_
                              CertificationRequest& request) {
     if (alg == nullptr)
         return token::kNullArgument;
-    requestInfo->SetVersion(AsnInteger(0));
-    requestInfo->SetAttributes(*attributes);
-    requestInfo->SetSubjectPKInfo(*subjectKey);
-    requestInfo->SetSubject(*subject);
-    request.SetCertificationRequestInfo(*requestInfo);
+    CertificationRequestInfo& info = requestInfo.renew();
+    info.SetVersion(AsnInteger(0));
+    info.SetAttributes(*attributes);
+    info.SetSubjectPKInfo(*subjectKey);
+    info.SetSubject(*subject);
+    request.SetCertificationRequestInfo(info);
 
     AlgorithmIdentifier identifier;
     int result = alg->getAlgorithmIdentifier(identifier);
@@ -179,7 +171,7 @@ int VT_PKCS10::composePKCS10(VT_P11_OP& op, const VT_P11_Key* key, const VT_P11_
     request.SetSignatureAlgorithm(identifier);
 
     MiByte text;
-    pki::encodeDer(*requestInfo, text);
+    pki::encodeDer(info, text);
     MiByte signature;
     if (key == nullptr) {
         signature.SetByte(kFiller, kFillerLength);
@@ -252,7 +244,7 @@ int loadSignatureAlgorithm(const AlgorithmIdentifier* identifier, const Signatur
 
 }  // namespace
 
-int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request) const {
+int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request) {
     const CertificationRequestInfo* info = request.GetCertificationRequestInfo();
     if (info == nullptr)
         return token::kElementAbsent;
@@ -287,7 +279,7 @@ int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request) 
     return digest->GetData() == expected ? 0 : token::kSignatureMismatch;
 }
 
-int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const MiByte& der) const {
+int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const MiByte& der) {
     CertificationRequest request;
     pki::decodeDer(der, request);
     return verifyPKCS10(op, request);

@@ -68,16 +68,16 @@ class VT_API VT_PKCS10 {
     int decomposePKCS10(VT_P11_OP& op, const CertificationRequest& request);
     int decomposePKCS10(VT_P11_OP& op, const MiByte& der);
 
-    // verifyPKCS10 checks the signature of a request against the key in it. It neither uses nor changes the members.
-    // The signature is opened in software; op serves for the digest.
+    // verifyPKCS10 checks the signature of a request against the key in it, whatever the members hold. The signature is
+    // opened in software; op serves for the digest.
     //
     //     0       it is good
     //     -1001   a required element is absent
     //     -1002   the digest in the signature is another one
     //     -1006   another algorithm than those above, or a key that is no RSA key
     //     -1014   RSA without a digest, and 117 bytes or more are signed
-    int verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request) const;
-    int verifyPKCS10(VT_P11_OP& op, const MiByte& der) const;
+    static int verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request);
+    static int verifyPKCS10(VT_P11_OP& op, const MiByte& der);
 
     // Reset starts anew with empty members.
     void Reset();

@@ -102,7 +102,7 @@ class VT_API VT_SafeContents {
 
     // P8EncryptPrivateKeyInfo encrypts a PKCS#1 RSAPrivateKey under a password, into an EncryptedPrivateKeyInfo.
     // P8DecryptPrivateKeyInfo is the way back. pbeType and iterations are those of pki/pkcs12_pbe.h. There is no check
-    // of integrity: after a wrong password it is the padding or the decoding that fails, with a code or an exception.
+    // of integrity: a wrong password gives other bytes, and their decoding fails, with a code or an exception.
     static int P8EncryptPrivateKeyInfo(VT_P11_OP& op, const MiByte& password, int pbeType, int iterations,
                                        const MiByte& pkcs1, MiByte& encrypted);
     static int P8DecryptPrivateKeyInfo(VT_P11_OP& op, const MiByte& password, const MiByte& encrypted, MiByte& pkcs1);

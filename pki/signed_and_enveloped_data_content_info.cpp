@@ -7,7 +7,7 @@
 
 using Self = VT_SignedAndEnvelopedDataContentInfo;
 
-Self::VT_SignedAndEnvelopedDataContentInfo() : certificatesPresent(false), certificateListsPresent(false) {
+Self::VT_SignedAndEnvelopedDataContentInfo() {
     recipients.renew();
     encryptedSigners.renew();
     digestAlgorithms.renew();

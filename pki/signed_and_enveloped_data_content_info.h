@@ -117,8 +117,8 @@ class VT_API VT_SignedAndEnvelopedDataContentInfo {
   private:
     friend struct pki::EnvelopedAccess;
 
-    bool certificatesPresent;
-    bool certificateListsPresent;
+    bool certificatesPresent = false;
+    bool certificateListsPresent = false;
     Held<ContentInfo> innerContent;
     Held<EncryptedContentInfo> encryptedContent;
     Held<AsnSetOf<RecipientInfo>> recipients;

@@ -1,11 +1,14 @@
 #include "pki/signer_info.h"
 
+#include <cstddef>
+
 #include "asn/asn.h"
 #include "foundation/byte_buffer.h"
 #include "pki/certificate_elements.h"
 #include "pki/collection.h"
 #include "pki/content.h"
 #include "pki/signer_access.h"
+#include "pki/software.h"
 #include "schema/schema.h"
 #include "token/alg.h"
 #include "token/codes.h"
@@ -59,8 +62,6 @@ PKCS7Attribute makeAttribute(const char* type, const AsnObject& value) {
 
 // What the attributes must tell of the content: its digest, and, if they tell a type, its type.
 int checkAttributes(const Attributes& attributes, const ContentInfo& content, const MiByte& contentDigest) {
-    if (attributes.Empty())
-        return token::kNoMessageDigest;
     const MiByte* told = nullptr;
     for (unsigned int i = 0; i < attributes.Size(); ++i) {
         const AsnOid* const type = attributes.Get(i)->GetType();
@@ -82,31 +83,6 @@ int checkAttributes(const Attributes& attributes, const ContentInfo& content, co
     if (told == nullptr)
         return token::kNoMessageDigest;
     return *told == contentDigest ? 0 : token::kDigestMismatch;
-}
-
-// An operation object of this library's own engine. VT_P11_OP leaves its chooser to its user.
-class SoftwareOp {
-  public:
-    SoftwareOp() = default;
-    ~SoftwareOp() { op_.destroyChooser(); }
-    SoftwareOp(const SoftwareOp&) = delete;
-    SoftwareOp& operator=(const SoftwareOp&) = delete;
-
-    int create() {
-        VT_P11_SELECTION none = {};
-        return op_.createChooser(&none);
-    }
-    VT_P11_OP& operator*() { return op_; }
-
-  private:
-    VT_P11_OP op_;
-};
-
-// A public operation needs no token, and a token need not be able to do it with a key that it does not hold.
-int openInSoftware(const VT_P11_Alg& alg, const VT_P11_Key& key, const MiByte& sealed, MiByte& opened) {
-    SoftwareOp software;
-    const int result = software.create();
-    return result != 0 ? result : (*software).Decrypt(alg, key, sealed, opened);
 }
 
 int readDigestInfo(const MiByte& der, const AlgorithmIdentifier& expected, MiByte& digest) {
@@ -316,33 +292,34 @@ int VT_SignerInfo::addContentAttributes(const ContentInfo& content, const MiByte
 }
 
 int VT_SignerInfo::VerifyDigest(VT_P11_OP& op, const Certificate& certificate) {
-    return verify(op, certificate, innerContent.get());
+    pki::SignedContent content(innerContent.get());
+    return verify(op, certificate, content);
 }
 
-int VT_SignerInfo::verify(VT_P11_OP& op, const Certificate& certificate, const ContentInfo* content) const {
+int VT_SignerInfo::verify(VT_P11_OP& op, const Certificate& certificate, pki::SignedContent& content) const {
     if (!issuerAndSerialNumber)
         return token::kMaterialMissing;
     VT_P11_Key key;
     int result = loadSignersKey(certificate, *issuerAndSerialNumber, key);
+    if (result == 0 && (!digestAlgorithm || !digestEncryptionAlgorithm || !encryptedDigest))
+        result = token::kMaterialMissing;
     VT_P11_Alg digestAlg;
     VT_P11_Alg encryptionAlg;
     if (result == 0)
         result = loadAlgorithm(digestAlgorithm, digestAlg);
     if (result == 0)
         result = loadAlgorithm(digestEncryptionAlgorithm, encryptionAlg);
-    if (result == 0 && !encryptedDigest)
-        result = token::kMaterialMissing;
     MiByte opened;
     if (result == 0)
-        result = openInSoftware(encryptionAlg, key, encryptedDigest->GetData(), opened);
+        result = pki::openInSoftware(encryptionAlg, key, encryptedDigest->GetData(), opened);
     MiByte signedDigest;
     if (result == 0)
         result = readDigestInfo(opened, *digestAlgorithm, signedDigest);
     MiByte digest;
     if (result == 0)
-        result = digestContent(op, digestAlg, content, digest);
+        result = content.digest(op, digestAlg, digest);
     if (result == 0 && authenticatedPresent)
-        result = authenticatedAttributes ? checkAttributes(*authenticatedAttributes, *content, digest)
+        result = authenticatedAttributes ? checkAttributes(*authenticatedAttributes, *content.get(), digest)
                                          : token::kMaterialMissing;
     if (result == 0 && authenticatedPresent)
         result = digestAttributes(op, digestAlg, *authenticatedAttributes, digest);
@@ -405,12 +382,27 @@ int pki::matchSigner(const Certificate& certificate, const IssuerAndSerialNumber
     return 0;
 }
 
+int pki::SignedContent::digest(VT_P11_OP& op, const VT_P11_Alg& alg, MiByte& result) {
+    int type = 0;
+    alg.getAlgType(type);
+    MiByte* const known =
+        type >= 1 && type <= static_cast<int>(known_.size()) ? &known_[static_cast<std::size_t>(type - 1)] : nullptr;
+    if (known == nullptr || known->Empty()) {
+        const int code = digestContent(op, alg, content_, result);
+        if (code == 0 && known != nullptr)
+            *known = result;
+        return code;
+    }
+    result = *known;
+    return 0;
+}
+
 int pki::SignerAccess::sign(VT_SignerInfo& signer, VT_P11_OP& op, const VT_P11_Key& key, const ContentInfo& content) {
     return signer.sign(op, key, &content);
 }
 
 int pki::SignerAccess::verify(const VT_SignerInfo& signer, VT_P11_OP& op, const Certificate& certificate,
-                              const ContentInfo* content) {
+                              SignedContent& content) {
     return signer.verify(op, certificate, content);
 }
 

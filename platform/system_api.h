@@ -2,7 +2,7 @@
 //
 // On Windows each entry is the system's own function. Elsewhere platform/posix gives the same answers where there is
 // something to answer: "%HOMEDRIVE%" is empty and "%HOMEPATH%" is $HOME, the host module is the program's own file, the
-// ANSI code page is UTF-8, the registry is empty, and there are no windows (the window entries return 0 and do nothing).
+// ANSI code page is UTF-8, the registry is empty, and there are no windows (their entries return 0 and do nothing).
 #ifndef VT_PLATFORM_SYSTEM_API_H
 #define VT_PLATFORM_SYSTEM_API_H
 

@@ -72,15 +72,20 @@ int transformBig(CHOOSER* chooser, Init init, Run run, const VT_P11_Key& key, co
         return code;
     if (const int code = init(frame.alg, frame.key, chooser))
         return code;
-    std::uint32_t size = 0;
-    if (const int code = run(frame.alg, bytesOf(input), input.GetLength(), nullptr, &size))
-        return code;
-    Output result;
-    if (const int code = result.allocate(size))
-        return code;
-    return result.take(output, [&](std::uint8_t* bytes, std::uint32_t* length) {
+    const auto runInto = [&](std::uint8_t* bytes, std::uint32_t* length) {
         return run(frame.alg, bytesOf(input), input.GetLength(), bytes, length);
-    });
+    };
+    Output result;
+    std::uint32_t size = 0;
+    int code = runInto(nullptr, &size);
+    if (code == 0)
+        code = result.allocate(size);
+    if (code != 0) {
+        if (code < 0 && isOnToken(chooser))  // a size that is refused here: the module waits for the call with room
+            Output::drop(runInto);
+        return code;
+    }
+    return result.take(output, runInto);
 }
 
 }  // namespace

@@ -70,8 +70,7 @@ class Output {
     }
 
     // take runs the operation, run(bytes, &length), and hands the bytes on if it succeeded. What a module reports is
-    // never more than the room. One whose output does not fit keeps the operation open, and with it the session closed
-    // to others: it ends when it is given room enough.
+    // never more than the room.
     template <class Run>
     int take(MiByte& target, Run&& run) {
         const int code = run(bytes_, &length);
@@ -82,13 +81,8 @@ class Output {
         return code;
     }
 
-    [[nodiscard]] std::uint8_t* bytes() const { return bytes_; }
-
-    std::uint32_t length = 0;  // the size for the operation, and then what it reports
-
-  private:
-    static constexpr int kBufferTooSmall = 0x150;  // CKR_BUFFER_TOO_SMALL
-
+    // drop ends an operation of a token without its output. A module that was asked for the size alone, or whose output
+    // did not fit, keeps the operation open, and with it the session closed to others, until it is given room enough.
     template <class Run>
     static void drop(Run&& run) {
         constexpr std::uint32_t kPlenty = 0x10000;
@@ -96,6 +90,13 @@ class Output {
         if (rest.allocate(kPlenty) == 0)
             run(rest.bytes_, &rest.length);
     }
+
+    [[nodiscard]] std::uint8_t* bytes() const { return bytes_; }
+
+    std::uint32_t length = 0;  // the size for the operation, and then what it reports
+
+  private:
+    static constexpr int kBufferTooSmall = 0x150;  // CKR_BUFFER_TOO_SMALL
 
     std::uint8_t* bytes_ = nullptr;
 };

@@ -57,24 +57,18 @@ struct EnvelopedParts {
 
 // Whom a message is for, and how.
 struct Envelope {
-    VT_P11_Key publicKey;
+    VT_Certificate certificate;
     VT_RecipientInfo recipient;
     VT_P11_Alg contentAlg;
     VT_P11_Key sessionKey;
 };
 
-int32_t readRecipient(const PKCS_Blob& certificateBlob, Envelope& envelope) {
-    VT_Certificate certificate;
-    int32_t result = certificate.setCertificate(flat::bytesOf(certificateBlob));
+int32_t readRecipient(const PKCS_Blob& certificate, Envelope& envelope) {
+    int32_t result = envelope.certificate.setCertificate(flat::bytesOf(certificate));
     IssuerAndSerialNumber identity;
     if (result == 0)
-        result = certificate.getIssuerAndSerialNumber(identity);
-    if (result == 0)
-        result = envelope.recipient.setIssuerAndSerialNumber(identity);
-    RSAPublicKey numbers;
-    if (result == 0)
-        result = certificate.getRSAPublicKey(numbers);
-    return result != 0 ? result : envelope.publicKey.setRSAPublicKey(numbers);
+        result = envelope.certificate.getIssuerAndSerialNumber(identity);
+    return result != 0 ? result : envelope.recipient.setIssuerAndSerialNumber(identity);
 }
 
 int32_t readAlgorithms(const EnvelopedParts& parts, Envelope& envelope) {
@@ -96,6 +90,12 @@ int32_t makeSessionKey(VT_P11_OP& op, int bits, MiByte& bytes) {
     return op.GenerateRandom(bytes, bits / 8, MiByte(text.GetChars(), text.GetLength()));
 }
 
+int32_t readPublicKey(const VT_Certificate& certificate, VT_P11_Key& key) {
+    RSAPublicKey numbers;
+    const int32_t result = certificate.getRSAPublicKey(numbers);
+    return result != 0 ? result : key.setRSAPublicKey(numbers);
+}
+
 int32_t sealSessionKey(VT_P11_OP& op, Envelope& envelope, RecipientInfo& recipient) {
     MiByte bytes;
     int32_t result = makeSessionKey(op, envelope.contentAlg.getEffectiveBits(), bytes);
@@ -104,8 +104,11 @@ int32_t sealSessionKey(VT_P11_OP& op, Envelope& envelope, RecipientInfo& recipie
         result = envelope.contentAlg.getAlgorithmIdentifier(algorithm);
     if (result == 0)
         result = envelope.sessionKey.setSessionKey(bytes, static_cast<int>(bytes.GetLength()), algorithm);
+    VT_P11_Key publicKey;
     if (result == 0)
-        result = envelope.recipient.encryptKey(op, envelope.publicKey, bytes);
+        result = readPublicKey(envelope.certificate, publicKey);
+    if (result == 0)
+        result = envelope.recipient.encryptKey(op, publicKey, bytes);
     return result != 0 ? result : envelope.recipient.composeRecipientInfo(recipient);
 }
 
@@ -130,6 +133,7 @@ int32_t composeEnveloped(PKCS_Ctx* ctx, const EnvelopedParts& parts, MiByte& cip
     enveloped.addRecipientInfo(recipient);
     result = EnvelopedAccess::encrypt(enveloped, *ctx->operation, envelope.contentAlg, envelope.sessionKey, content,
                                       ciphertext);
+    content = ContentInfo();  // the members of a nested message keep the tags that they came with
     return result != 0 ? result : enveloped.composeEnvelopedDataContentInfo(content);
 }
 

@@ -417,7 +417,7 @@ VT_API int32_t PKCS7_WriteSignedAndEnvelopedDataMsg(PKCS_Ctx* ctx, ...);
  *     -1014    more than 128 contents or bags
  *     -1026    key and certificate do not belong together
  *     -1031    exhausted memory
- *     other    codes of the engine and of the token, such as -12 and -3 for what a wrong password decrypts to
+ *     other    codes of the engine and of the token, such as -3 for a ciphertext that is not whole blocks
  *
  * An output is written on success alone, but for lists: what they received stays there. The caller frees a blob with
  * T_free, a key with PKCS_FreePubKey and PKCS_FreePriKey. A password is bytes, one a character, of any value but 0; it
@@ -433,8 +433,8 @@ VT_API int32_t VT_GenPFX(PKCS_Ctx* ctx, const PKCS_Blob* certificate, const PKCS
  * that key from its first encrypted content. certificates, which may be null, receives all certificates of that content
  * behind what it holds. With skipMac 1 the MAC is not checked, and a wrong password gives whatever the decryption
  * gives. -1012 for a wrong password or a file that was changed; -1026 if none of the certificates is the key's; -7 for
- * two-key triple DES. A file of more than 10,000,000 iterations is refused with -1006; one iteration costs some 50 ns,
- * up to eight times in a file. */
+ * two-key triple DES. A file of more than 10,000,000 iterations is refused with -1006. Each costs some 35 ns, or 120 on
+ * a processor without SHA instructions, and a file has them seven times at most. */
 VT_API int32_t VT_GetCertAndPrivateKeyFromPFX(PKCS_Ctx* ctx, const PKCS_Blob* pfx, const PKCS_Blob* password,
                                               int32_t skipMac, PKCS_PriKey* key, PKCS_Blob* certificate,
                                               VT_List* certificates);
@@ -448,8 +448,9 @@ VT_API int32_t VT_GetMSCertAndKeyFromPFX(PKCS_Ctx* ctx, const uint8_t* pfx, uint
                                          uint32_t passwordLength, uint8_t* blob, uint32_t* blobLength,
                                          uint8_t* certificate, uint32_t* certificateLength, VT_List* certificates);
 
-/* VT_CheckPFXDer gives 0 for the DER of a PFX, with or without a MAC, and -1010 for anything else. No password is
- * needed, and the contents are not looked at. */
+/* VT_CheckPFXDer gives 0 for what decodes as a PFX, with or without a MAC, and -1010 for what does not. No password is
+ * needed, and the contents are not looked at. It does not tell a PFX from other DER of such a form, like that of a
+ * certificate: the decoder looks at few tags. */
 VT_API int32_t VT_CheckPFXDer(PKCS_Ctx* ctx, const PKCS_Blob* pfx);
 
 /* VT_CheckCertAndPriKey gives 0 if modulus and public exponent of the certificate are those of the key, else -1026.

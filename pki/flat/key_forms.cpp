@@ -1,5 +1,6 @@
 #include "pki/flat/flat.h"
 #include "pki/flat/message.h"
+#include "pki/flat/owned_record.h"
 #include "schema/schema.h"
 #include "token/codes.h"
 #include "token/key.h"
@@ -7,22 +8,7 @@
 
 namespace {
 
-// A record that is freed at its end, unless it is handed out.
-struct PublicKey {
-    PKCS_PubKey record = {};
-    PublicKey() = default;
-    ~PublicKey() { PKCS_FreePubKey(&record); }
-    PublicKey(const PublicKey&) = delete;
-    PublicKey& operator=(const PublicKey&) = delete;
-};
-
-struct PrivateKey {
-    PKCS_PriKey record = {};
-    PrivateKey() = default;
-    ~PrivateKey() { PKCS_FreePriKey(&record); }
-    PrivateKey(const PrivateKey&) = delete;
-    PrivateKey& operator=(const PrivateKey&) = delete;
-};
+using flat::OwnedRecord;
 
 bool isWhole(const PKCS_PubKey& key) {
     return flat::holds(key.modulus) && flat::holds(key.publicExponent);
@@ -141,22 +127,19 @@ int32_t VT_PKCS1PriKeyDecode(const PKCS_Blob* der, PKCS_PriKey* key) {
 int32_t VT_MSPriKeyToP1Der(const uint8_t* blob, uint8_t* der, uint32_t* length) {
     if (flat::anyNull(blob, length))
         return VT_E_NULL_ARGUMENT;
-    PrivateKey key;
-    PKCS_Blob made = {nullptr, 0};
+    OwnedRecord<PKCS_PriKey> key;
+    OwnedRecord<PKCS_Blob> made;
     int32_t result = VT_MSPriKeyToVPK(nullptr, blob, &key.record);
     if (result == 0)
-        result = VT_PKCS1PriKeyEncode(&key.record, &made);
-    if (result == 0)
-        result = copyOut(made, der, *length);
-    T_free(made.data);
-    return result;
+        result = VT_PKCS1PriKeyEncode(&key.record, &made.record);
+    return result != 0 ? result : copyOut(made.record, der, *length);
 }
 
 int32_t VT_P1DerToMSPubKey(const uint8_t* der, uint32_t derLength, uint8_t* blob, uint32_t* length) {
     if (flat::anyNull(der, length))
         return VT_E_NULL_ARGUMENT;
     const PKCS_Blob given = blobOver(der, derLength);
-    PublicKey key;
+    OwnedRecord<PKCS_PubKey> key;
     const int32_t result = VT_PKCS1PubKeyDecode(&given, &key.record);
     return result != 0 ? result : VT_VPKToMSPubKey(nullptr, &key.record, blob, length);
 }
@@ -165,7 +148,7 @@ int32_t VT_P1DerToMSPriKey(const uint8_t* der, uint32_t derLength, uint8_t* blob
     if (flat::anyNull(der, length))
         return VT_E_NULL_ARGUMENT;
     const PKCS_Blob given = blobOver(der, derLength);
-    PrivateKey key;
+    OwnedRecord<PKCS_PriKey> key;
     const int32_t result = VT_PKCS1PriKeyDecode(&given, &key.record);
     return result != 0 ? result : VT_VPKToMSPriKey(nullptr, &key.record, blob, length);
 }

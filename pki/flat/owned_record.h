@@ -10,6 +10,10 @@ inline void freeRecord(PKCS_Blob& record) {
     T_free(record.data);
 }
 
+inline void freeRecord(PKCS_PubKey& record) {
+    PKCS_FreePubKey(&record);
+}
+
 inline void freeRecord(PKCS_PriKey& record) {
     PKCS_FreePriKey(&record);
 }

@@ -4,6 +4,7 @@
 #include "pki/certificate.h"
 #include "pki/flat/flat.h"
 #include "pki/flat/message.h"
+#include "pki/flat/owned_record.h"
 #include "schema/schema.h"
 #include "token/codes.h"
 #include "token/key.h"
@@ -17,21 +18,14 @@ MiByte labelOf(const PKCS_Blob& blob) {
 
 // The name of a private key in the token, as a text.
 int32_t setLabel(VTPKCS_KeyObj& object, const PKCS_Blob& label) {
-    PKCS_Blob text = {nullptr, 0};
-    int32_t result = flat::giveBlob(labelOf(label), text);
-    if (result == 0)
-        result = VTPKCS_SetTokenKeyObj(&object, reinterpret_cast<const char*>(text.data));
-    T_free(text.data);
-    return result;
+    flat::OwnedRecord<PKCS_Blob> text;
+    const int32_t result = flat::giveBlob(labelOf(label), text.record);
+    return result != 0 ? result : VTPKCS_SetTokenKeyObj(&object, reinterpret_cast<const char*>(text.record.data));
 }
 
 int32_t setPrivateKey(VTPKCS_KeyObj& object, const VT_P11_Key& key) {
-    PKCS_PriKey record = {};
-    if (!flat::givePrivateKey(key, record))
-        return VT_E_MEMORY;
-    const int32_t result = VTPKCS_SetPriKeyObj(&object, &record);
-    PKCS_FreePriKey(&record);
-    return result;
+    flat::OwnedRecord<PKCS_PriKey> numbers;
+    return flat::givePrivateKey(key, numbers.record) ? VTPKCS_SetPriKeyObj(&object, &numbers.record) : VT_E_MEMORY;
 }
 
 struct Labels {
@@ -47,14 +41,12 @@ int32_t generate(VT_P11_OP& op, const Labels& labels, int32_t bits, int32_t stor
         op.GenRSAKeyPair(publicKey, labelOf(labels.publicLabel), privateKey, labelOf(labels.privateLabel), bits, store);
     if (result != 0)
         return result;
-    PKCS_PubKey record = {};
-    if (!flat::givePublicKey(publicKey, record))
+    flat::OwnedRecord<PKCS_PubKey> numbers;
+    if (!flat::givePublicKey(publicKey, numbers.record))
         return token::kMaterialMissing;
     result = store != 0 ? setLabel(privateOut, labels.privateLabel) : setPrivateKey(privateOut, privateKey);
-    if (result != 0)
-        PKCS_FreePubKey(&record);
-    else
-        publicOut = record;
+    if (result == 0)
+        publicOut = numbers.release();
     return result;
 }
 

@@ -84,7 +84,7 @@ int32_t VTPKCS_SetTokenKeyObj(VTPKCS_KeyObj* object, const char* label) {
     const std::size_t length = std::strlen(label);
     auto* const copy = static_cast<char*>(T_malloc(length));
     if (copy != nullptr)
-        std::memcpy(copy, label, length);
+        std::memcpy(copy, label, length + 1);
     T_free(object->tokenKeyLabel);
     object->tokenKeyLabel = copy;
     if (copy == nullptr)

@@ -1,4 +1,5 @@
 #include "pki/flat/flat.h"
+#include "pki/flat/owned_record.h"
 #include "pki/flat/signed_message.h"
 #include "pki/signer_access.h"
 #include "pki/signer_info.h"
@@ -26,8 +27,7 @@ int32_t findSigner(const pki::SignedParts& parts, FirstSigner& first) {
     const IssuerAndSerialNumber* const identity = pki::SignerAccess::issuerAndSerialNumber(first.signer);
     if (identity == nullptr)
         return token::kMaterialMissing;
-    if (parts.certificates != nullptr)
-        result = flat::findCertificate(*parts.certificates, *identity, first.certificate);
+    result = flat::CertificateSearch(parts.certificates).find(*identity, first.certificate);
     if (result != 0)
         return result;
     return first.certificate != nullptr ? 0 : token::kNotTheSigner;
@@ -35,16 +35,13 @@ int32_t findSigner(const pki::SignedParts& parts, FirstSigner& first) {
 
 // Both outputs, or neither.
 int32_t giveOutputs(const FirstSigner& first, PKCS_Blob& certificate, PKCS_Blob& data) {
-    PKCS_Blob found = {nullptr, 0};
-    int32_t result = flat::giveDer(*first.certificate, found);
+    flat::OwnedRecord<PKCS_Blob> found;
+    int32_t result = flat::giveDer(*first.certificate, found.record);
     if (result == 0)
         result = flat::unwrapOutput(*first.content, data);
-    if (result != 0) {
-        T_free(found.data);
-        return result;
-    }
-    certificate = found;
-    return 0;
+    if (result == 0)
+        certificate = found.release();
+    return result;
 }
 
 int32_t verifySigned(PKCS_Ctx* ctx, const PKCS_Blob& message, VT_List* certificates, VT_List* certificateLists,
@@ -66,8 +63,9 @@ int32_t verifySigned(PKCS_Ctx* ctx, const PKCS_Blob& message, VT_List* certifica
     // Callers show content and signer of a message also where the signature is bad.
     if (result == 0)
         result = giveOutputs(first, signerCertificate, data);
+    pki::SignedContent content(first.content);
     if (result == 0)
-        result = pki::SignerAccess::verify(first.signer, *ctx->operation, *first.certificate, first.content);
+        result = pki::SignerAccess::verify(first.signer, *ctx->operation, *first.certificate, content);
     return result == token::kDigestMismatch ? int32_t{token::kSignatureMismatch} : result;
 }
 

@@ -90,4 +90,21 @@ TEST(Sha1Test, TheFinalWipesTheContext) {
     expectFinalWipesTheContext(kSha1);
 }
 
+// By hashlib of Python, from twenty zero bytes.
+TEST(Sha1Test, RepeatedlyGivesTheDigestOfTheDigest) {
+    const std::pair<std::uint32_t, const char*> known[] = {{0, "0000000000000000000000000000000000000000"},
+                                                           {1, "6768033e216468247bd031a0a2d9876d79818f8f"},
+                                                           {2, "24d5d1ed739e0825bc6d9d44a7dd0d720454eafa"},
+                                                           {1000, "b151153da8844acb100229ac3ef76333fc5651cd"}};
+    for (const crypto::BlockKernels* form : crypto::blockKernelForms()) {
+        crypto::useBlockKernels(*form);
+        for (const auto& [times, expected] : known) {
+            std::uint8_t digest[20] = {};
+            SHA1_Repeat(digest, times);
+            EXPECT_EQ(Bytes(digest, digest + 20), hex(expected)) << form->name << " " << times;
+        }
+    }
+    crypto::useBlockKernels(crypto::fastestBlockKernels());
+}
+
 }  // namespace

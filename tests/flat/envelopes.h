@@ -7,6 +7,7 @@
 
 #include <array>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "pki/flat/flat.h"
@@ -126,7 +127,7 @@ struct Algorithm {
     Bytes iv;
     PKCS_Alg record;
 
-    explicit Algorithm(int32_t type, const Bytes& ivBytes = {}, std::uint32_t bits = 0) : iv(ivBytes) {
+    explicit Algorithm(int32_t type, Bytes ivBytes = {}, std::uint32_t bits = 0) : iv(std::move(ivBytes)) {
         record = {type, iv.empty() ? nullptr : iv.data(), static_cast<std::uint32_t>(iv.size()), bits};
     }
     Algorithm(const Algorithm&) = delete;
@@ -134,6 +135,15 @@ struct Algorithm {
 
     operator const PKCS_Alg*() const { return &record; }
 };
+
+// A message with another tag in place of its first, also with such of many bytes: decoders read it all the same.
+inline std::vector<Bytes> underOtherTags(const Bytes& message) {
+    const Bytes rest(message.begin() + 1, message.end());
+    std::vector<Bytes> all;
+    for (const char* tag : {"24", "31", "A0", "3F 81 01", "1F 81 80 01", "BF 84 80 80 7F"})
+        all.push_back(der::join({hex(tag), rest}));
+    return all;
+}
 
 // ---- What a reader must survive
 

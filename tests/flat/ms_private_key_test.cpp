@@ -134,7 +134,7 @@ TEST(MsPrivateKeyTest, EachNumberIsReadFromItsOffset) {
             << place.name;
         EXPECT_EQ(number.data[number.length], 0) << place.name;
     }
-    EXPECT_EQ(toHex(bytesOf(read.record.publicExponent)), toHex(reversed(slice(blob, 16, 4))));
+    EXPECT_EQ(toHex(bytesOf(read.record.publicExponent)), "00 " + toHex(reversed(slice(blob, 16, 4))));
 }
 
 // Callers have always got these numbers, which are those of no key.

@@ -26,7 +26,7 @@ TEST_F(TokenCipherTest, TripleDesBetweenTokenSoftwareAndOpenssl) {
     Op software(softwareSelection());
     const VT_P11_Alg alg = algorithm(token::kDes3Cbc, kIv);
     const VT_P11_Key key = sessionKey(token::kDes3Key, kDes3);
-    for (const std::size_t length : {1, 7, 8, 9, 100, 100000}) {
+    for (const unsigned length : {1U, 7U, 8U, 9U, 100U, 100000U}) {
         const MiByte plain = bytes(pattern(length));
         MiByte byToken;
         ASSERT_EQ(onToken->Encrypt(alg, key, plain, byToken), 0) << length;

@@ -73,7 +73,7 @@ int withLeaks(Call&& call) {
 std::string modulusOf(const VT_P11_Key& key) {
     VT_PKCS11_RSA_PUBLIC_KEY numbers = {};
     EXPECT_EQ(key.getPublicKey(&numbers), 0);
-    const std::string digits = support::toHex(numbers.modulus.data, numbers.modulus.length);
+    std::string digits = support::toHex(numbers.modulus.data, numbers.modulus.length);
     VT_FreePublicKey(&numbers);
     return digits;
 }

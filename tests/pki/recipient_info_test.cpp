@@ -152,7 +152,7 @@ TEST_F(RecipientInfoTest, DecomposingLooksAtTheVersion) {
 
 TEST_F(RecipientInfoTest, DecomposingNeedsEveryElement) {
     for (const char* name : {"issuerAndSerialNumber", "keyEncryptionAlgorithm", "encryptedKey"}) {
-        RecipientInfo value = decoded<RecipientInfo>(recipientInfo(0, {1}));
+        auto value = decoded<RecipientInfo>(recipientInfo(0, {1}));
         value.Find(name)->SetAsnPresent(false);
         VT_RecipientInfo recipient;
         EXPECT_EQ(recipient.decomposeRecipientInfo(value), kElementAbsent) << name;

@@ -3,6 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <cstddef>
+
+#include "tests/p11/module.h"
 #include "tests/p11/recording_module.h"
 #include "tests/support/failing_heap.h"
 #include "tests/token/frugal_module.h"
@@ -30,6 +33,18 @@ class ModuleTest : public testing::Test {
     support::LoadedLibraries libraries;
     const TokenModuleTable& table = tokenModuleTable;
 };
+
+// The module of the tests is built from the same declarations as the library. Others fill the list by place: in the
+// order of the standard, one pointer after the other, on Windows from the two bytes of the version on.
+TEST(ModuleFunctionListTest, EachFunctionStandsInItsPlace) {
+    std::size_t place = sizeof(void*) == 8 ? 8 : 2;
+#define VT_EXPECT_PLACE(name)                                    \
+    EXPECT_EQ(offsetof(CK_FUNCTION_LIST, name), place) << #name; \
+    place += sizeof(void*);
+    VT_P11_FUNCTIONS(VT_EXPECT_PLACE)
+#undef VT_EXPECT_PLACE
+    EXPECT_EQ(sizeof(CK_FUNCTION_LIST), place);
+}
 
 // Loading.
 

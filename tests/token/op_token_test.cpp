@@ -5,6 +5,7 @@
 
 #include "tests/p11/recording_module.h"
 #include "tests/token/operations.h"
+#include "token/repeated_digest.h"
 
 namespace {
 
@@ -245,6 +246,21 @@ TEST_F(OpTokenTest, DigestNeedsNoKey) {
     }
 }
 
+TEST_F(OpTokenTest, ARepeatedDigestIsCallByCall) {
+    EXPECT_EQ(token::RepeatedDigest::sha1(op, input, 3, output), 0);
+    EXPECT_EQ(module.names(),
+              (Names{"C_DigestInit", "C_Digest", "C_DigestInit", "C_Digest", "C_DigestInit", "C_Digest"}));
+    EXPECT_EQ(module.calls()[1].input, bytesOf(input));
+    EXPECT_EQ(module.calls()[3].input, Bytes(20, 0xD1));
+    EXPECT_EQ(module.calls()[5].input, Bytes(20, 0xD1));
+    EXPECT_EQ(bytesOf(output), Bytes(20, 0xD1));
+    openSession();
+    output = untouched();
+    module.fail("C_Digest", CKR_DEVICE_ERROR, 1);
+    EXPECT_EQ(token::RepeatedDigest::sha1(op, input, 3, output), kDeviceError);
+    EXPECT_EQ(output, untouched());
+}
+
 TEST_F(OpTokenTest, RandomBytesAreTheTokens) {
     EXPECT_EQ(op.GenerateRandom(output, 5, mi("seed")), 0);
     EXPECT_EQ(module.names(), (Names{"C_SeedRandom", "C_GenerateRandom"}));
@@ -289,6 +305,22 @@ TEST_F(OpTokenTest, TheSecondPassOfABigOperationFails) {
     module.fail("C_Decrypt", CKR_DEVICE_ERROR, 2);
     EXPECT_EQ(op.RSABigDecrypt(publicKey(keyOfBits(512).items), input, output), kDeviceError);
     EXPECT_EQ(output, untouched());
+}
+
+TEST_F(OpTokenTest, ASizeThatCannotBeHadLeavesTheSessionFree) {
+    const VT_P11_Key key = publicKey(keyOfBits(512).items);
+    for (const CK_ULONG size : {CK_ULONG{0xffffffff}, ~CK_ULONG{0}}) {
+        output = untouched();
+        module.claim("C_Encrypt", size);
+        module.claim("C_Decrypt", size);
+        EXPECT_EQ(op.RSABigEncrypt(key, input, output), -3);
+        EXPECT_EQ(op.RSABigDecrypt(key, input, output), -3);
+        EXPECT_EQ(output, untouched());
+        module.claim("C_Encrypt", 0);
+        module.claim("C_Decrypt", 0);
+        EXPECT_EQ(op.RSABigEncrypt(key, input, output), 0);
+        EXPECT_EQ(op.RSABigDecrypt(key, input, output), 0);
+    }
 }
 
 TEST_F(OpTokenTest, AKeyThatCannotBeDestroyedIsNoFailure) {

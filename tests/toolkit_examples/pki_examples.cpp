@@ -86,3 +86,27 @@ int signedRequest(VT_P11_OP& op, const Name& name, const RSAPublicKey& numbers, 
     der = out.GetByte();
     return 0;
 }
+
+// The certificate of a file's first key, by the identifier that both carry.
+int certificateOfKey(VT_P11_OP& op, const MiByte& file, const MiByte& password, MiByte& certificate, MiByte& name) {
+    VT_PFX pfx;
+    if (const int code = pfx.decomposePFXBaseOnPassword(op, password, file, 0))
+        return code;
+    AsnSequenceOf<SafeBag> bags;
+    if (const int code = pfx.getDataSafeContentsByIndex(0, bags))
+        return code;
+    VT_SafeContents keys;
+    if (const int code = keys.decomposeSafeContents(bags))
+        return code;
+    MiByte key;
+    MiByte id;
+    if (const int code = keys.getShroudedKeyDerByIndex(0, key, id))
+        return code;
+
+    if (const int code = pfx.getEncryptSafeContentsByIndex(op, password, 0, bags))
+        return code;
+    VT_SafeContents certificates;
+    if (const int code = certificates.decomposeSafeContents(bags))
+        return code;
+    return certificates.getCertDerByID(id, certificate, name);
+}

@@ -12,6 +12,7 @@ class VT_P11_OP;
 int sealKey(VT_P11_OP& op, const MiByte& certificateDer, const MiByte& sessionKey, RecipientInfo& made);
 int envelop(VT_P11_OP& op, const MiByte& certificateDer, const MiByte& sessionKey, const MiByte& iv, const MiByte& data,
             MiByte& message);
+int certificateOfKey(VT_P11_OP& op, const MiByte& file, const MiByte& password, MiByte& certificate, MiByte& name);
 int signedRequest(VT_P11_OP& op, const Name& name, const RSAPublicKey& numbers, const VT_P11_Key& key, MiByte& der);
 
 #endif

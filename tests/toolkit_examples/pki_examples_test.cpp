@@ -5,6 +5,7 @@
 
 #include "tests/pki/envelopes.h"
 #include "tests/toolkit_examples/token_examples.h"
+#include "tests/vectors/pfx_files.h"
 
 namespace {
 
@@ -45,7 +46,17 @@ TEST(pki_examples_test, TheRequestVerifies) {
     ASSERT_EQ(signedRequest(op, decoded<Name>(der::name(3, 0x13, "Request")), publicNumbers(vectors::kRecipientKey),
                             privateKey(vectors::kRecipientKey), der),
               0);
-    EXPECT_EQ(VT_PKCS10().verifyPKCS10(op, der), 0);
+    EXPECT_EQ(VT_PKCS10::verifyPKCS10(op, der), 0);
+}
+
+TEST(pki_examples_test, TheKeysCertificateIsFound) {
+    Software op;
+    MiByte certificate;
+    MiByte name;
+    ASSERT_EQ(certificateOfKey(op, toMiByte(hex(vectors::kPfxChain)), MiByte("secret", 6), certificate, name), 0);
+    EXPECT_EQ(bytesOf(certificate), hex(vectors::kAliceCertificate));
+    EXPECT_EQ(name, MiByte("Alice's key", 11));
+    EXPECT_EQ(certificateOfKey(op, toMiByte(hex(vectors::kPfxChain)), MiByte("other", 5), certificate, name), -1012);
 }
 
 }  // namespace

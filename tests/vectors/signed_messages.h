@@ -10,8 +10,7 @@ struct SignersKey {
 };
 
 // What is signed.
-inline constexpr char kContent[] =
-    "54686520636f6e74656e742074686174206973207369676e65642e0a";
+inline constexpr char kContent[] = "54686520636f6e74656e742074686174206973207369676e65642e0a";
 
 // openssl req -x509: the root
 inline constexpr char kRoot[] =
@@ -664,8 +663,7 @@ inline constexpr char kDataMessage[] =
     "302b06092a864886f70d010701a01e041c54686520636f6e74656e742074686174206973207369676e65642e0a";
 
 // hashlib.sha1
-inline constexpr char kSha1OfContent[] =
-    "8b372414d83448a6a031a43004e425c9af903033";
+inline constexpr char kSha1OfContent[] = "8b372414d83448a6a031a43004e425c9af903033";
 
 // openssl dgst -sha1 -sign alice.key
 inline constexpr char kAliceSha1[] =
@@ -694,8 +692,7 @@ inline constexpr char kDaveSha1[] =
     "fabfa392bca83aa9282136b3ac26a0cfa428e0164541d6c4193e03f9d1a8bee19e79775d";
 
 // an attribute 1.2.840.113549.1.9.2, unstructuredName
-inline constexpr char kNameAttribute[] =
-    "301506092a864886f70d0109023108160661206e616d65";
+inline constexpr char kNameAttribute[] = "301506092a864886f70d0109023108160661206e616d65";
 
 // the DER of a SET of it and of the two attributes that bind the content
 inline constexpr char kNameTypeDigest[] =

@@ -182,6 +182,7 @@ def write_header(values, keys):
         lines += ["}};"]
     lines += ["", "}  // namespace vectors", "", "#endif", ""]
     HEADER.write_text("\n".join(lines))
+    subprocess.run(["clang-format", "-i", str(HEADER)], check=True)
 
 
 def main():

@@ -18,8 +18,12 @@ std::string pem(const std::string& label, const std::string& der);
 // Base64 in one line, with a line feed.
 std::string base64(const std::string& der);
 
-// Writes the bytes to a file that is made or overwritten, to standard output for "-". OutputError with the reason.
-void writeOutput(const std::string& file, const std::string& bytes);
+// Who may read a file that is written. On Windows the rights are those that its folder gives.
+enum class Access { kAll, kOwner };
+
+// Writes the bytes to a file that is made or overwritten, to standard output for "-". A file for its owner alone has
+// mode 0600 before its first byte is there, also one that existed. OutputError with the reason.
+void writeOutput(const std::string& file, const std::string& bytes, Access access = Access::kAll);
 
 }  // namespace tools
 

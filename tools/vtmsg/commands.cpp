@@ -5,38 +5,30 @@
 #include <memory>
 #include <random>
 
-#include "foundation/byte.h"
-#include "pki/certificate.h"
 #include "token/codes.h"
 #include "tools/common/input.h"
+#include "tools/common/keys.h"
 #include "tools/common/output.h"
-#include "tools/vtmsg/keys.h"
-#include "tools/vtmsg/session.h"
+#include "tools/common/session.h"
 
 namespace vtmsg {
 
 namespace {
 
 using tools::Arguments;
+using tools::Context;
+using tools::Failure;
+using tools::from;
 using tools::InputError;
+using tools::lend;
+using tools::List;
+using tools::needed;
+using tools::Output;
+using tools::PrivateKey;
 using tools::quoted;
+using tools::readDer;
+using tools::require;
 using tools::UsageError;
-
-// Complaints about a file other than the one that the command reads name it.
-template <typename Read>
-auto from(const std::string& file, Read read) {
-    try {
-        return read(file);
-    } catch (const InputError& error) {
-        throw InputError(quoted(file) + ": " + error.what());
-    }
-}
-
-std::string needed(const Arguments& arguments, const std::string& option) {
-    if (!arguments.has(option))
-        throw UsageError("the command needs " + option);
-    return arguments.value(option);
-}
 
 std::string contentOf(const std::string& file) {
     return from(file, tools::readInput);
@@ -202,30 +194,8 @@ void listCertificates(const std::string& input, const List& certificates) {
                                                                        : Failure(code).what());
 }
 
-// A node is a label of four characters, "=" and the value: " CN =Root".
-std::string named(const MiByte& node) {
-    constexpr std::size_t kLabel = 4;
-    const std::string text(node.GetChars(), node.GetLength());
-    std::string label = text.substr(0, kLabel);
-    label.erase(std::remove(label.begin(), label.end(), ' '), label.end());
-    return label + text.substr(kLabel);
-}
-
-// The subject on one line, without what a terminal would act on.
-std::string subjectOf(const std::string& der) {
-    VT_Certificate certificate;
-    certificate.setCertificate(MiByte(der.data(), static_cast<unsigned int>(der.size())));
-    int total = 0;
-    certificate.getSubjectsTotal(total);
-    std::string text = "subject:";
-    for (int i = 0; i < total; ++i) {
-        MiByte node;
-        if (certificate.getSubjectsByIndex(i, node) == 0)
-            text += (i == 0 ? " " : ", ") + named(node);
-    }
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7F; }, '?');
-    return text + "\n";
+std::string headed(const std::string& der) {
+    return "subject: " + tools::subjectOf(der) + "\n" + tools::pem("CERTIFICATE", der);
 }
 
 std::string readCertificates(const Arguments& arguments, const std::string& input) {
@@ -236,10 +206,10 @@ std::string readCertificates(const Arguments& arguments, const std::string& inpu
         Output leaf;
         PKCS_Blob* const out = leaf;
         require(PKCS7_GetLeafCert(certificates, &out->data, &out->length));
-        return subjectOf(leaf.bytes()) + tools::pem("CERTIFICATE", leaf.bytes());
+        return headed(leaf.bytes());
     }
     for (std::uint32_t i = 0; i < certificates.count(); ++i)
-        text += subjectOf(certificates.at(i)) + tools::pem("CERTIFICATE", certificates.at(i));
+        text += headed(certificates.at(i));
     return text;
 }
 
@@ -390,8 +360,8 @@ const std::vector<tools::Option>& knownOptions() {
     return options;
 }
 
-const std::vector<Command>& commands() {
-    static const std::vector<Command> all = {
+const std::vector<tools::Command>& commands() {
+    static const std::vector<tools::Command> all = {
         {"type", "", "prints the type of a message", {}, readType},
         {"certs",
          "[--leaf]",

@@ -1,0 +1,155 @@
+// Key blobs between the flat functions and the system's CryptoAPI.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "pki/flat/flat.h"
+#include "tests/platform/win32_container.h"
+#include "tests/vectors/ms_private_keys.h"
+#include "tests/vectors/signed_messages.h"
+
+namespace {
+
+using support::Bytes;
+using support::hex;
+using support::toHex;
+using win32::Container;
+
+Bytes reversed(Bytes bytes) {
+    std::reverse(bytes.begin(), bytes.end());
+    return bytes;
+}
+
+// A private key's record over the numbers of a vector.
+struct Record {
+    Bytes numbers[8];
+    PKCS_PriKey key = {};
+    explicit Record(const vectors::SignersKey& vector) {
+        PKCS_Blob* const fields[] = {&key.modulus, &key.publicExponent, &key.privateExponent, &key.prime1,
+                                     &key.prime2,  &key.exponent1,      &key.exponent2,       &key.coefficient};
+        for (int i = 0; i < 8; ++i) {
+            numbers[i] = hex(vector.items[i]);
+            *fields[i] = {numbers[i].data(), static_cast<std::uint32_t>(numbers[i].size())};
+        }
+    }
+    Record(const Record&) = delete;
+    Record& operator=(const Record&) = delete;
+};
+
+class Win32KeyBlobTest : public testing::Test {
+  protected:
+    // An imported key lives as long as the test.
+    HCRYPTKEY import(const Bytes& blob) {
+        HCRYPTKEY key = 0;
+        EXPECT_TRUE(CryptImportKey(container.provider(), blob.data(), static_cast<DWORD>(blob.size()), 0,
+                                   CRYPT_EXPORTABLE, &key))
+            << GetLastError();
+        imported.push_back(key);
+        return key;
+    }
+
+    HCRYPTHASH hashOfContent() const {
+        HCRYPTHASH hash = 0;
+        const Bytes content = hex(vectors::kContent);
+        EXPECT_TRUE(CryptCreateHash(container.provider(), CALG_SHA1, 0, 0, &hash));
+        EXPECT_TRUE(CryptHashData(hash, content.data(), static_cast<DWORD>(content.size()), 0));
+        return hash;
+    }
+
+    // The signature of the content by the container's key, most significant byte first.
+    std::string signature() const {
+        const HCRYPTHASH hash = hashOfContent();
+        DWORD size = 512;
+        Bytes bytes(size);
+        EXPECT_TRUE(CryptSignHashA(hash, AT_KEYEXCHANGE, nullptr, 0, bytes.data(), &size)) << GetLastError();
+        bytes.resize(size);
+        CryptDestroyHash(hash);
+        return toHex(reversed(bytes));
+    }
+
+    ~Win32KeyBlobTest() override {
+        for (const HCRYPTKEY key : imported)
+            CryptDestroyKey(key);
+    }
+
+    Container container{"vt-win32-blobs"};
+    std::vector<HCRYPTKEY> imported;
+};
+
+TEST_F(Win32KeyBlobTest, PrivateBlobOf2048BitsIsImportedAndSigns) {
+    const Record dave(vectors::kDaveKey);
+    Bytes blob(1172);
+    std::uint32_t length = 1172;
+    ASSERT_EQ(VT_VPKToMSPriKey(nullptr, &dave.key, blob.data(), &length), 0);
+    const HCRYPTKEY key = import(blob);
+    EXPECT_EQ(toHex(Container::exported(key, PRIVATEKEYBLOB)), toHex(blob));
+    EXPECT_EQ(signature(), toHex(hex(vectors::kDaveSha1)));
+}
+
+TEST_F(Win32KeyBlobTest, PrivateBlobOf1024BitsIsImportedAndSigns) {
+    const Record alice(vectors::kAliceKey);
+    Bytes blob(596);
+    std::uint32_t length = 596;
+    ASSERT_EQ(VT_VPKToMSPriKey1024(nullptr, &alice.key, blob.data(), &length), 0);
+    const HCRYPTKEY key = import(blob);
+    EXPECT_EQ(toHex(Container::exported(key, PRIVATEKEYBLOB)), toHex(blob));
+    EXPECT_EQ(signature(), toHex(hex(vectors::kAliceSha1)));
+}
+
+TEST_F(Win32KeyBlobTest, PublicBlobIsImportedAndVerifies) {
+    const Record dave(vectors::kDaveKey);
+    const PKCS_PubKey numbers = {dave.key.modulus, dave.key.publicExponent};
+    Bytes blob(276);
+    std::uint32_t length = 276;
+    ASSERT_EQ(VT_VPKToMSPubKey(nullptr, &numbers, blob.data(), &length), 0);
+    const HCRYPTKEY key = import(blob);
+    const HCRYPTHASH hash = hashOfContent();
+    Bytes good = reversed(hex(vectors::kDaveSha1));
+    EXPECT_TRUE(CryptVerifySignatureA(hash, good.data(), static_cast<DWORD>(good.size()), key, nullptr, 0));
+    good[5] ^= 1;
+    EXPECT_FALSE(CryptVerifySignatureA(hash, good.data(), static_cast<DWORD>(good.size()), key, nullptr, 0));
+    CryptDestroyHash(hash);
+}
+
+TEST_F(Win32KeyBlobTest, ExportedKeysComeBackAsTheyWere) {
+    const HCRYPTKEY key = container.generate(AT_KEYEXCHANGE, 2048, CRYPT_EXPORTABLE);
+    const Bytes blob = Container::exported(key, PRIVATEKEYBLOB);
+    ASSERT_EQ(blob.size(), 1172u);
+    std::uint32_t derLength = 2000;
+    Bytes der(derLength);
+    ASSERT_EQ(VT_MSPriKeyToP1Der(blob.data(), der.data(), &derLength), 0);
+    Bytes back(1172);
+    std::uint32_t length = 1172;
+    ASSERT_EQ(VT_P1DerToMSPriKey(der.data(), derLength, back.data(), &length), 0);
+    EXPECT_EQ(toHex(back), toHex(blob));
+}
+
+TEST_F(Win32KeyBlobTest, ExportedPublicKeyOfASignatureKeyIsWhatWeWrite) {
+    const Bytes blob = Container::exported(container.generate(AT_SIGNATURE, 2048, 0), PUBLICKEYBLOB);
+    ASSERT_EQ(blob.size(), 276u);
+    PKCS_PubKey key = {};
+    ASSERT_EQ(VT_MSPubKeyToVPK(nullptr, blob.data(), &key), 0);
+    Bytes back(276);
+    std::uint32_t length = 276;
+    EXPECT_EQ(VT_VPKToMSPubKey(nullptr, &key, back.data(), &length), 0);
+    PKCS_FreePubKey(&key);
+    EXPECT_EQ(toHex(back), toHex(blob));
+}
+
+// The system takes the keys of openssl as we do.
+TEST_F(Win32KeyBlobTest, BlobsOfOpensslAreTheSystemsToo) {
+    for (const MsPrivateKey& vector : kMsPrivateKeys) {
+        if (vector.bits != 2048 || vector.exponent != 65537)
+            continue;
+        const HCRYPTKEY key = import(hex(vector.blob));
+        EXPECT_EQ(toHex(Container::exported(key, PRIVATEKEYBLOB)), toHex(hex(vector.blob)));
+        Bytes exported = Container::exported(key, PRIVATEKEYBLOB);
+        std::uint32_t length = 2000;
+        Bytes der(length);
+        ASSERT_EQ(VT_MSPriKeyToP1Der(exported.data(), der.data(), &length), 0);
+        der.resize(length);
+        EXPECT_EQ(toHex(der), toHex(hex(vector.der)));
+    }
+}
+
+}  // namespace
