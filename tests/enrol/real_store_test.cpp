@@ -313,7 +313,7 @@ class real_chain_test : public real_store_test {
         }));
     }
 
-    std::int32_t installChain(const std::vector<Bytes>& chain, bool isProtected = true) const {
+    static std::int32_t installChain(const std::vector<Bytes>& chain, bool isProtected = true) {
         enrol::ContainerName name = {};
         std::strncpy(name, kContainer, sizeof name - 1);
         EXPECT_EQ(enrol::WriteContainerMarker(name), 0);
