@@ -36,7 +36,8 @@ class VT_P11_Key;
 
 namespace token {
 struct RepeatedDigest;
-}
+struct StoredCertificate;
+}  // namespace token
 
 // What createChooser is given. A length counts only if its text is there. With both texts there, and a module loaded,
 // the chooser is on the token; what they say does not matter. The first word is carried along for the caller.
@@ -135,6 +136,7 @@ class VT_API VT_P11_OP {
 
   private:
     friend struct token::RepeatedDigest;
+    friend struct token::StoredCertificate;
 
     void* chooser = nullptr;
 };

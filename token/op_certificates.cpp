@@ -3,6 +3,7 @@
 
 #include "token/codes.h"
 #include "token/op.h"
+#include "token/stored_certificate.h"
 #include "token/token_object.h"
 
 int VT_P11_OP::SetCertIntoToken(const unsigned char* label, std::uint32_t labelLength, const unsigned char* certificate,
@@ -25,4 +26,11 @@ int VT_P11_OP::GetCertFromToken(const unsigned char* label, std::uint32_t labelL
     if (output != nullptr)
         std::copy_n(value.bytes.get(), *outputLength, output);
     return 0;
+}
+
+MiByte token::StoredCertificate::read(const VT_P11_OP& op, const std::uint8_t* label, std::uint32_t labelLength) {
+    token::Buffer value;
+    if (label == nullptr || FindCertValueOp(static_cast<const CHOOSER*>(op.chooser), {label, labelLength}, value) != 0)
+        return {};
+    return {reinterpret_cast<const char*>(value.bytes.get()), value.length};
 }

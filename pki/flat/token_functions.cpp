@@ -1,5 +1,3 @@
-#include <memory>
-
 #include "pki/base64.h"
 #include "pki/certificate.h"
 #include "pki/flat/flat.h"
@@ -9,6 +7,7 @@
 #include "token/codes.h"
 #include "token/key.h"
 #include "token/op.h"
+#include "token/stored_certificate.h"
 
 namespace {
 
@@ -52,14 +51,11 @@ int32_t generate(VT_P11_OP& op, const Labels& labels, int32_t bits, int32_t stor
 
 int32_t belongTogether(VT_P11_OP& op, const uint8_t* certificateLabel, uint32_t certificateLabelLength,
                        const uint8_t* keyLabel, uint32_t keyLabelLength) {
-    uint32_t length = 0;
-    if (op.GetCertFromToken(certificateLabel, certificateLabelLength, nullptr, &length) != 0 || length == 0)
-        return 0;
-    const auto der = std::make_unique<unsigned char[]>(length);
-    if (op.GetCertFromToken(certificateLabel, certificateLabelLength, der.get(), &length) != 0)
+    const MiByte der = token::StoredCertificate::read(op, certificateLabel, certificateLabelLength);
+    if (der.GetLength() == 0)
         return 0;
     VT_Certificate certificate;
-    certificate.setCertificate(MiByte(reinterpret_cast<const char*>(der.get()), length));
+    certificate.setCertificate(der);
     RSAPublicKey key;
     if (certificate.getRSAPublicKey(key) != 0)
         return 0;

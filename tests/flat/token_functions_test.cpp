@@ -455,4 +455,16 @@ TEST_F(TokenFunctionsOnTokenTest, CertificateAndKeyBelongTogether) {
     EXPECT_EQ(belong("certificate", "key"), 1);
 }
 
+// Another program may replace the certificate at any time, with a larger one too.
+TEST_F(TokenFunctionsOnTokenTest, ACertificateThatGrowsIsReadOnce) {
+    addCertificate("certificate", hex(vectors::kRecipientCertificate));
+    addKey("key", vectors::kRecipientKey);
+    module.before("C_FindObjectsInit", 2, [&] {
+        module.objects().erase(module.objects().begin());
+        addCertificate("certificate", Bytes(1 << 20, 0x30));
+    });
+    EXPECT_EQ(belong("certificate", "key"), 1);
+    EXPECT_EQ(module.count("C_FindObjectsInit"), 2u) << "for the certificate, and for the key";
+}
+
 }  // namespace
