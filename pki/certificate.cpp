@@ -4,7 +4,7 @@
 #include "foundation/byte_buffer.h"
 #include "pki/certificate_elements.h"
 #include "pki/element.h"
-#include "pki/name.h"
+#include "pki/name_nodes.h"
 #include "schema/pkcs.h"
 #include "token/codes.h"
 
@@ -25,9 +25,11 @@ const T* bodyElement(const Certificate& certificate, const char* name) {
     return body == nullptr ? nullptr : Element<T>(*body, name);
 }
 
-int readSubject(const Certificate& certificate, VT_Name& subject) {
+// The relative names of the subject, null where there are none to read. They are not copied: callers ask for one node
+// after the other, and a hostile subject has thousands.
+const pki::RdnSequence* subjectOf(const Certificate& certificate) {
     const Name* name = bodyElement<Name>(certificate, "subject");
-    return name == nullptr ? token::kElementAbsent : subject.setName(*name);
+    return name == nullptr ? nullptr : pki::RdnSequenceOf(*name);
 }
 
 // readBound leaves the time alone when it fails.
@@ -121,17 +123,16 @@ int VT_Certificate::getRSAPublicKey(RSAPublicKey& target) const {
 }
 
 int VT_Certificate::getSubjectsTotal(int& total) const {
-    VT_Name subject;
-    if (const int result = readSubject(certificate, subject); result != 0)
-        return result;
-    return subject.getNameNodeTotal(total);
+    const pki::RdnSequence* subject = subjectOf(certificate);
+    if (subject == nullptr)
+        return token::kElementAbsent;
+    total = static_cast<int>(subject->Size());
+    return 0;
 }
 
 int VT_Certificate::getSubjectsByIndex(int index, MiByte& node) const {
-    VT_Name subject;
-    if (const int result = readSubject(certificate, subject); result != 0)
-        return result;
-    return subject.getNameNodeByIndex(index, node);
+    const pki::RdnSequence* subject = subjectOf(certificate);
+    return subject == nullptr ? token::kElementAbsent : pki::ReadNameNode(*subject, index, node);
 }
 
 int VT_Certificate::VerifyValidityPeriod() const {

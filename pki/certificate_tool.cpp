@@ -14,7 +14,6 @@ using pki::Element;
 
 namespace {
 
-constexpr int kRsa = 8;  // of the codes of VT_P11_Alg
 constexpr int kNoDigest = 0;
 
 // What an RSA-1024 block holds.
@@ -26,9 +25,9 @@ struct Signature {
 };
 constexpr Signature kSignatures[] = {
     {"1.2.840.113549.1.1.1", kNoDigest},
-    {"1.2.840.113549.1.1.4", 2},
-    {"1.2.840.113549.1.1.2", 3},
-    {"1.2.840.113549.1.1.5", 1},
+    {"1.2.840.113549.1.1.4", token::kMd5},
+    {"1.2.840.113549.1.1.2", token::kMd2},
+    {"1.2.840.113549.1.1.5", token::kSha1},
 };
 
 // What the signature of a certificate is checked with.
@@ -75,7 +74,7 @@ int expectedDigest(VT_P11_OP& op, const Signed& parts, MiByte& expected) {
 
 int digestInside(VT_P11_OP& op, const VT_P11_Key& key, const MiByte& signature, MiByte& digest) {
     VT_P11_Alg rsa;
-    if (const int result = rsa.setAlgType(kRsa); result != 0)
+    if (const int result = rsa.setAlgType(token::kRsa); result != 0)
         return result;
     MiByte opened;
     if (const int result = op.Decrypt(rsa, key, signature, opened); result != 0)

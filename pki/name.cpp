@@ -7,6 +7,7 @@
 #include "foundation/byte.h"
 #include "foundation/byte_buffer.h"
 #include "pki/element.h"
+#include "pki/name_nodes.h"
 #include "token/codes.h"
 
 namespace {
@@ -60,6 +61,21 @@ AsnOctetString holderOf(const Label& label, const char* bytes, unsigned int leng
 
 }  // namespace
 
+const pki::RdnSequence* pki::RdnSequenceOf(const Name& name) {
+    return dynamic_cast<const RdnSequence*>(name.Get("rdnSequence"));
+}
+
+int pki::ReadNameNode(const RdnSequence& names, int index, MiByte& node) {
+    const AttributeTypeAndDistinguishedValue& attribute = *names.Get(static_cast<unsigned int>(index))->Get(0);
+    const auto* type = Element<AsnOid>(attribute, "type");
+    const auto* value = Element<AsnOctetString>(attribute, "value");
+    if (type == nullptr || value == nullptr)
+        return token::kElementAbsent;
+    const MiByte& bytes = value->GetData();
+    node.SetByte(labelTextOf(*type), kLabelLength).Concat(bytes.GetChars(), bytes.GetLength());
+    return 0;
+}
+
 VT_Name::VT_Name() : rdnSequence(std::make_unique<RdnSequence>()) {}
 
 VT_Name::VT_Name(const VT_Name& other) : rdnSequence(std::make_unique<RdnSequence>(*other.rdnSequence)) {}
@@ -96,15 +112,7 @@ int VT_Name::addNameNode(const MiByte& node) {
 }
 
 int VT_Name::getNameNodeByIndex(int index, MiByte& node) const {
-    const RdnSequence& names = *rdnSequence;
-    const AttributeTypeAndDistinguishedValue& attribute = *names.Get(static_cast<unsigned int>(index))->Get(0);
-    const auto* type = pki::Element<AsnOid>(attribute, "type");
-    const auto* value = pki::Element<AsnOctetString>(attribute, "value");
-    if (type == nullptr || value == nullptr)
-        return token::kElementAbsent;
-    const MiByte& bytes = value->GetData();
-    node.SetByte(labelTextOf(*type), kLabelLength).Concat(bytes.GetChars(), bytes.GetLength());
-    return 0;
+    return pki::ReadNameNode(*rdnSequence, index, node);
 }
 
 int VT_Name::getNameNodeTotal(int& total) const {
@@ -119,7 +127,7 @@ int VT_Name::getName(Name& target) const {
 }
 
 int VT_Name::setName(const Name& source) {
-    const auto* names = dynamic_cast<const RdnSequence*>(source.Get("rdnSequence"));
+    const RdnSequence* names = pki::RdnSequenceOf(source);
     if (names == nullptr)
         return token::kElementAbsent;
     rdnSequence->Reset(names);

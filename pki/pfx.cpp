@@ -163,8 +163,9 @@ VT_PFX::VT_PFX() {
 VT_PFX::VT_PFX(const VT_PFX& other) = default;
 
 VT_PFX& VT_PFX::operator=(const VT_PFX& other) {
-    contents = other.contents;  // first, as memory may run out
-    tally = other.tally;
+    VT_PFX copy(other);
+    std::swap(tally, copy.tally);
+    std::swap(contents, copy.contents);
     return *this;
 }
 

@@ -46,22 +46,22 @@ class VT_API VT_PFX {
     ~VT_PFX();
 
     // addDataSafeContents appends a content in the clear. -1014 for the 129th content. DER is taken as it is.
-    int addDataSafeContents(const AsnSequenceOf<SafeBag>& contents);
+    int addDataSafeContents(const AsnSequenceOf<SafeBag>& bags);
     int addDataSafeContents(const MiByte& der);
 
     // getDataSafeContentsByIndex gives a content; the index counts those in the clear.
-    int getDataSafeContentsByIndex(int index, AsnSequenceOf<SafeBag>& contents) const;
+    int getDataSafeContentsByIndex(int index, AsnSequenceOf<SafeBag>& bags) const;
     int getDataSafeContentsByIndex(int index, MiByte& der) const;
 
     // addEncryptSafeContents appends a content that is encrypted under the password.
     int addEncryptSafeContents(VT_P11_OP& op, const MiByte& password, int pbeType, int iterations,
-                               const AsnSequenceOf<SafeBag>& contents);
+                               const AsnSequenceOf<SafeBag>& bags);
     int addEncryptSafeContents(VT_P11_OP& op, const MiByte& password, int pbeType, int iterations, const MiByte& der);
 
     // getEncryptSafeContentsByIndex decrypts a content; the index counts the encrypted ones. There is no check of
     // integrity but that of the MAC.
     int getEncryptSafeContentsByIndex(VT_P11_OP& op, const MiByte& password, int index,
-                                      AsnSequenceOf<SafeBag>& contents) const;
+                                      AsnSequenceOf<SafeBag>& bags) const;
     int getEncryptSafeContentsByIndex(VT_P11_OP& op, const MiByte& password, int index, MiByte& der) const;
     int getEncryptSafeContentsTotal(int& total) const;
 

@@ -150,11 +150,12 @@ int VT_PKCS10::composePKCS10(VT_P11_OP& op, const VT_P11_Key* key, const VT_P11_
                              CertificationRequest& request) {
     if (alg == nullptr)
         return token::kNullArgument;
-    requestInfo->SetVersion(AsnInteger(0));
-    requestInfo->SetAttributes(*attributes);
-    requestInfo->SetSubjectPKInfo(*subjectKey);
-    requestInfo->SetSubject(*subject);
-    request.SetCertificationRequestInfo(*requestInfo);
+    CertificationRequestInfo& info = requestInfo.renew();
+    info.SetVersion(AsnInteger(0));
+    info.SetAttributes(*attributes);
+    info.SetSubjectPKInfo(*subjectKey);
+    info.SetSubject(*subject);
+    request.SetCertificationRequestInfo(info);
 
     AlgorithmIdentifier identifier;
     int result = alg->getAlgorithmIdentifier(identifier);
@@ -170,7 +171,7 @@ int VT_PKCS10::composePKCS10(VT_P11_OP& op, const VT_P11_Key* key, const VT_P11_
     request.SetSignatureAlgorithm(identifier);
 
     MiByte text;
-    pki::encodeDer(*requestInfo, text);
+    pki::encodeDer(info, text);
     MiByte signature;
     if (key == nullptr) {
         signature.SetByte(kFiller, kFillerLength);

@@ -134,8 +134,9 @@ VT_SafeContents::VT_SafeContents() {
 VT_SafeContents::VT_SafeContents(const VT_SafeContents& other) = default;
 
 VT_SafeContents& VT_SafeContents::operator=(const VT_SafeContents& other) {
-    bags = other.bags;  // first, as memory may run out
-    tally = other.tally;
+    VT_SafeContents copy(other);
+    std::swap(tally, copy.tally);
+    std::swap(bags, copy.bags);
     return *this;
 }
 
@@ -314,8 +315,8 @@ int VT_SafeContents::getShroudedKeyDerByIndex(int index, MiByte& key, MiByte& id
     return result;
 }
 
-int VT_SafeContents::getShroudedKeyDerTotal(int& keys) const {
-    keys = tally.counts[kShroudedKey - 1];
+int VT_SafeContents::getShroudedKeyDerTotal(int& total) const {
+    total = tally.counts[kShroudedKey - 1];
     return 0;
 }
 

@@ -1,5 +1,7 @@
 #include "pki/signer_info.h"
 
+#include <cstddef>
+
 #include "asn/asn.h"
 #include "foundation/byte_buffer.h"
 #include "pki/certificate_elements.h"
@@ -290,22 +292,23 @@ int VT_SignerInfo::addContentAttributes(const ContentInfo& content, const MiByte
 }
 
 int VT_SignerInfo::VerifyDigest(VT_P11_OP& op, const Certificate& certificate) {
-    return verify(op, certificate, innerContent.get());
+    pki::SignedContent content(innerContent.get());
+    return verify(op, certificate, content);
 }
 
-int VT_SignerInfo::verify(VT_P11_OP& op, const Certificate& certificate, const ContentInfo* content) const {
+int VT_SignerInfo::verify(VT_P11_OP& op, const Certificate& certificate, pki::SignedContent& content) const {
     if (!issuerAndSerialNumber)
         return token::kMaterialMissing;
     VT_P11_Key key;
     int result = loadSignersKey(certificate, *issuerAndSerialNumber, key);
+    if (result == 0 && (!digestAlgorithm || !digestEncryptionAlgorithm || !encryptedDigest))
+        result = token::kMaterialMissing;
     VT_P11_Alg digestAlg;
     VT_P11_Alg encryptionAlg;
     if (result == 0)
         result = loadAlgorithm(digestAlgorithm, digestAlg);
     if (result == 0)
         result = loadAlgorithm(digestEncryptionAlgorithm, encryptionAlg);
-    if (result == 0 && !encryptedDigest)
-        result = token::kMaterialMissing;
     MiByte opened;
     if (result == 0)
         result = pki::openInSoftware(encryptionAlg, key, encryptedDigest->GetData(), opened);
@@ -314,9 +317,9 @@ int VT_SignerInfo::verify(VT_P11_OP& op, const Certificate& certificate, const C
         result = readDigestInfo(opened, *digestAlgorithm, signedDigest);
     MiByte digest;
     if (result == 0)
-        result = digestContent(op, digestAlg, content, digest);
+        result = content.digest(op, digestAlg, digest);
     if (result == 0 && authenticatedPresent)
-        result = authenticatedAttributes ? checkAttributes(*authenticatedAttributes, *content, digest)
+        result = authenticatedAttributes ? checkAttributes(*authenticatedAttributes, *content.get(), digest)
                                          : token::kMaterialMissing;
     if (result == 0 && authenticatedPresent)
         result = digestAttributes(op, digestAlg, *authenticatedAttributes, digest);
@@ -379,12 +382,27 @@ int pki::matchSigner(const Certificate& certificate, const IssuerAndSerialNumber
     return 0;
 }
 
+int pki::SignedContent::digest(VT_P11_OP& op, const VT_P11_Alg& alg, MiByte& result) {
+    int type = 0;
+    alg.getAlgType(type);
+    MiByte* const known =
+        type >= 1 && type <= static_cast<int>(known_.size()) ? &known_[static_cast<std::size_t>(type - 1)] : nullptr;
+    if (known == nullptr || known->Empty()) {
+        const int code = digestContent(op, alg, content_, result);
+        if (code == 0 && known != nullptr)
+            *known = result;
+        return code;
+    }
+    result = *known;
+    return 0;
+}
+
 int pki::SignerAccess::sign(VT_SignerInfo& signer, VT_P11_OP& op, const VT_P11_Key& key, const ContentInfo& content) {
     return signer.sign(op, key, &content);
 }
 
 int pki::SignerAccess::verify(const VT_SignerInfo& signer, VT_P11_OP& op, const Certificate& certificate,
-                              const ContentInfo* content) {
+                              SignedContent& content) {
     return signer.verify(op, certificate, content);
 }
 

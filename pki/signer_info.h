@@ -32,8 +32,9 @@ class VT_P11_Alg;
 class VT_P11_OP;
 
 namespace pki {
+class SignedContent;
 struct SignerAccess;
-}
+}  // namespace pki
 
 // Setters store copies and getters copy out; copies of the object are deep. Operations return 0 for success. -1003 is
 // for what was not set, -1001 for what a decoded value lacks. Codes of VT_P11_Alg, VT_P11_Key and VT_P11_OP pass
@@ -103,7 +104,7 @@ class VT_API VT_SignerInfo {
 
     int sign(VT_P11_OP& op, const VT_P11_Key& key, const ContentInfo* content);
     int addContentAttributes(const ContentInfo& content, const MiByte& digest);
-    int verify(VT_P11_OP& op, const Certificate& certificate, const ContentInfo* content) const;
+    int verify(VT_P11_OP& op, const Certificate& certificate, pki::SignedContent& content) const;
 
     bool authenticatedPresent = false;
     bool unauthenticatedPresent = false;

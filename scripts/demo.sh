@@ -164,15 +164,16 @@ enrol_by_the_page() {
     request_as_pem
     authority_client latest "$address" "$results" >/dev/null || fail "the authority has issued nothing"
     certificate_as_pem
-    say "Installing the certificate"
+    say "Installing the certificate with its chain"
     play_on_the_page page_install.txt
     check_request_and_certificate
     say "What NSS finds in the store (\"u\" is a certificate with its key)"
     store_listing
     indent <"$results/store.txt"
     grep -q 'u,u,u' "$results/store.txt" || fail "the store holds no certificate with its key"
+    [[ $(grep -c ' ,, *$' "$results/store.txt") == 2 ]] || fail "the store does not hold the two authorities, untrusted"
     say "Trusting the authority, which only the user can decide (here with certutil)"
-    certutil -A -d "sql:$home/.pki/nssdb" -n "Demonstration root" -t C,, -i "$folder/authority/root.pem"
+    certutil -M -d "sql:$home/.pki/nssdb" -n "Vemtrel Demonstration Root" -t C,,
     play_on_the_page page_known.txt
     where_the_results_lie request.txt certificate.txt certificate.pem store.txt 1-choose.png 2-requested.png \
         3-issued.png 4-installed.png 5-page.png
@@ -184,6 +185,15 @@ play_on_the_host() {  # script
         "Z:$top/build/windows/npvemtrel_certenroll.dll" "Z:$top/demo/scripts/$1") >"$folder/host.log" 2>&1 ||
         fail "$(tail -n 3 "$folder/host.log")"
     cut -c 1-110 "$folder/host.log" | tr -d '\r' | grep -v '^=*$' | indent
+}
+
+list_windows_store() {  # store
+    scripts/wine.sh "$top/build/windows/bin/vt_stores.exe" list "$1" 2>"$folder/wine.log" | tr -d '\r' ||
+        fail "the store could not be listed; see $folder/wine.log"
+}
+
+fingerprint() {  # PEM file
+    openssl x509 -in "$1" -noout -fingerprint -sha1 | tr -d : | sed 's/.*=//'
 }
 
 enrol_under_wine() {
@@ -205,17 +215,19 @@ enrol_under_wine() {
     printf '   Order number '
     authority_client order "$address" "$results/request.txt" "$results" || fail "the authority has issued nothing"
     certificate_as_pem
-    say "Installing the certificate"
+    say "Installing the certificate with its chain"
     play_on_the_host host_install.txt
     check_request_and_certificate
     say "What CryptoAPI finds in the store (\"key\":true is a certificate with its own key)"
-    scripts/wine.sh "$top/build/windows/bin/vt_stores.exe" list MY 2>"$folder/wine.log" |
-        tr -d '\r' >"$results/store.txt" || fail "the store could not be listed; see $folder/wine.log"
+    list_windows_store MY >"$results/store.txt"
     indent <"$results/store.txt"
-    local fingerprint
-    fingerprint=$(openssl x509 -in "$results/certificate.pem" -noout -fingerprint -sha1 | tr -d : | sed 's/.*=//')
-    grep -i "$fingerprint" "$results/store.txt" | grep -q '"key":true' ||
-        fail "the certificate ($fingerprint) is not there with its key"
+    grep -i "$(fingerprint "$results/certificate.pem")" "$results/store.txt" | grep -q '"key":true' ||
+        fail "the certificate is not there with its key"
+    say "What CryptoAPI finds in the stores of authorities"
+    list_windows_store ROOT | grep -i "$(fingerprint "$folder/authority/root.pem")" | tee -a "$results/store.txt" | indent ||
+        fail "the root is not there"
+    list_windows_store CA | grep -i "$(fingerprint "$folder/authority/issuing.pem")" | tee -a "$results/store.txt" |
+        indent || fail "the issuing authority is not there"
     where_the_results_lie request.txt certificate.txt certificate.pem store.txt window.png
 }
 

@@ -23,6 +23,7 @@ failed=0
 skipped=0
 started=$SECONDS
 xvfb_pid=
+lint_pid=
 
 section() { printf '\n== %s  (%d min %02d s)\n' "$*" $(((SECONDS - started) / 60)) $(((SECONDS - started) % 60)); }
 
@@ -116,6 +117,7 @@ start_display() {
 }
 
 clean_up() {
+    stop_lint_ahead
     [[ -z ${wine_runs:-} ]] || bash scripts/wine.sh --stop
     [[ -z $xvfb_pid ]] || kill "$xvfb_pid" 2>/dev/null
 }
@@ -163,6 +165,7 @@ run_build() {  # build room...
         check "$build each header compiles alone" \
             cmake --build --preset "$build" -j "$jobs" --target all_verify_interface_header_sets
     fi
+    [[ $build != windows || -z ${style:-} ]] || start_lint_ahead
     run_tests "$@"
 }
 
@@ -175,6 +178,21 @@ run_style() {
     step "native build" cmake --build --preset native -j "$jobs" || return 1
     section "style: clang-tidy (files that did not change since they passed are not looked at again)"
     check "style tidy" python3 tests/style/tidy.py --jobs "$jobs"
+}
+
+# The linter, for one processor: the programs under Wine take turns and leave the others idle. What it has looked at by
+# then, run_style need not look at again.
+start_lint_ahead() {
+    [[ $jobs -gt 1 ]] || return 0
+    python3 tests/style/tidy.py --jobs 1 >/dev/null 2>&1 </dev/null &
+    lint_pid=$!
+}
+
+stop_lint_ahead() {
+    [[ -n $lint_pid ]] || return 0
+    kill "$lint_pid" 2>/dev/null
+    wait "$lint_pid" 2>/dev/null
+    lint_pid=
 }
 
 run_scripts() {
@@ -264,6 +282,7 @@ main() {
         run_build "$build" "${rooms[@]}"
     done
     [[ -z $scripts ]] || run_scripts
+    stop_lint_ahead
     [[ -z $style ]] || run_style
 
     section "done"

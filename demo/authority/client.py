@@ -3,7 +3,8 @@
     python3 -m authority.client order ADDRESS REQUEST FOLDER    sends the request in the file REQUEST
     python3 -m authority.client latest ADDRESS FOLDER           takes the order issued last
 
-Either writes certificate.txt (base64), issuer.txt and serial.txt into FOLDER and prints the order number.
+Either writes certificate.txt (base64), chain.txt (the same as PKCS#7 with its authorities), issuer.txt and serial.txt into
+FOLDER and prints the order number.
 """
 import json
 import os
@@ -36,6 +37,9 @@ def main():
     for name, key in (("certificate.txt", "certificate"), ("issuer.txt", "issuerDn"), ("serial.txt", "serialHex")):
         with open(os.path.join(arguments[-1], name), "w", encoding="utf-8", newline="") as file:
             file.write(record[key])
+    chain = arguments[1].rstrip("/") + "/orders/%s/chain.txt" % record["order"]
+    with urllib.request.urlopen(chain, timeout=120) as answer, open(os.path.join(arguments[-1], "chain.txt"), "wb") as file:
+        file.write(answer.read())
     print(record["order"])
 
 

@@ -87,7 +87,7 @@ var certEnrollCodes = {
   "22068017": {
     operation: "certificate installation",
     happened: "Signed data: the leaf certificate could not be extracted",
-    cause: "The authority sent a signed message in place of a plain list of certificates, or none of the certificates in it is the user's own.",
+    cause: "The authority sent a signed message in place of a plain list of certificates, the message holds none, each of its certificates issued another, or the user's own is longer than 10240 bytes.",
     remedy: "Ask the authority for the certificate alone, or for a certificates-only PKCS#7 file. The attempt used up the waiting request, so make a new one first."
   },
   "22068101": {
@@ -111,7 +111,7 @@ var certEnrollCodes = {
   "22068106": {
     operation: "certificate installation",
     happened: "Private key size query failed",
-    cause: "The private key may not leave its provider, and a chain is installed by moving the key.",
+    cause: "The private key may not leave its provider, and with a provider whose name begins with \"Microsoft\" a chain is installed by moving the key.",
     remedy: "Make a new request and install the certificate alone (without its chain), or make the key exportable."
   },
   "22068108": {
@@ -159,7 +159,7 @@ var certEnrollCodes = {
   "22068207": {
     operation: "certificate installation",
     happened: "Chain certificates could not be stored",
-    cause: "The user's certificate is installed, but the authorities' certificates that came with it could not all be stored: the answer holds no chain, or the user declined to add an authority.",
+    cause: "The user's certificate is installed, but the authorities' certificates that came with it could not all be stored: the answer holds the certificate alone, lacks an authority or has one too many, or the user declined to add one.",
     remedy: "The certificate can be used already. Add the authorities' certificates by hand if programs complain of an unknown issuer; do not request a new one for this."
   },
   "22068215": {

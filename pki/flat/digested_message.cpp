@@ -38,6 +38,7 @@ int32_t writeDigested(PKCS_Ctx* ctx, const PKCS_Blob& data, const PKCS_Alg& reco
 
     VT_DigestedDataContentInfo digested;
     digested.setInnerContentInfo(content);
+    content = ContentInfo();  // the members of a nested message keep the tags that they came with
     digested.setDigestAlgorithmIdentifier(identifier);
     result = digested.makeDigest(*ctx->operation);
     if (result == 0)

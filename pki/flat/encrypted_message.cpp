@@ -60,6 +60,7 @@ int32_t writeEncrypted(PKCS_Ctx* ctx, const PKCS_Blob& data, const PKCS_Alg& rec
     VT_EncryptedDataContentInfo encrypted;
     MiByte ciphertext;
     result = EnvelopedAccess::encrypt(encrypted, *ctx->operation, alg, key, content, ciphertext);
+    content = ContentInfo();  // the members of a nested message keep the tags that they came with
     if (result == 0)
         result = encrypted.composeEncryptedDataContentInfo(content);
     return result != 0 ? result : flat::giveWithCiphertext(content, ciphertext, message);

@@ -133,6 +133,7 @@ int32_t composeEnveloped(PKCS_Ctx* ctx, const EnvelopedParts& parts, MiByte& cip
     enveloped.addRecipientInfo(recipient);
     result = EnvelopedAccess::encrypt(enveloped, *ctx->operation, envelope.contentAlg, envelope.sessionKey, content,
                                       ciphertext);
+    content = ContentInfo();  // the members of a nested message keep the tags that they came with
     return result != 0 ? result : enveloped.composeEnvelopedDataContentInfo(content);
 }
 

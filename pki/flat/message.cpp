@@ -22,11 +22,6 @@ int32_t appendDer(VT_List& list, const AsnObject& value, MiByteBuffer& scratch) 
     return VT_AddListNode(&list, der, scratch.GetLength()) == 0 ? 0 : VT_E_MEMORY;
 }
 
-// The alternative "certificate" of a choice, the first; null where it is not the one selected.
-const Certificate* certificateIn(const ExtendedCertificateOrCertificate& choice) {
-    return static_cast<const Certificate*>(choice.Get(0U));
-}
-
 // Callers that bring a certificate along have long taken -1017 as the answer, and act on it.
 int32_t lookAtExternal(const PKCS_Blob& external) {
     if (external.data == nullptr)
@@ -44,7 +39,7 @@ MiByte bytesOf(const PKCS_Blob& blob) {
 
 namespace {
 
-// The element at the front, or all bytes if there is none: what a decoder would not look at need not be copied.
+// The element at the front, without what follows it. Throws what a decoder would.
 MiByte elementOf(const PKCS_Blob& blob) {
     constexpr uint32_t kLongestHead = 16;
     const MiByte head = bytesOf({blob.data, std::min(blob.length, kLongestHead)});
@@ -61,7 +56,15 @@ MiByte elementOf(const PKCS_Blob& blob) {
 }  // namespace
 
 void decodeBlob(const PKCS_Blob& blob, AsnObject& value) {
-    value.DerDecode(elementOf(blob), 0);
+    const MiByte element = elementOf(blob);
+    try {
+        value.DerDecode(element, 0);
+    } catch (const MiException&) {
+        if (element.GetLength() == blob.length)
+            throw;
+        // The decoder lets a member reach past the end of the element that it is in.
+        value.DerDecode(bytesOf(blob), 0);
+    }
 }
 
 int32_t giveBlob(const char* bytes, uint32_t length, PKCS_Blob& blob) {
@@ -89,10 +92,14 @@ int32_t wrapInput(PKCS_Ctx* ctx, const PKCS_Blob& data, ContentInfo& content) {
     if (type == VT_E_MEMORY)
         return type;
     // A message without a type is one all the same; what is made of it then tells what it lacks.
-    if (type == PKCS7_UNKNOWN)
+    if (type == PKCS7_UNKNOWN) {
         wrapData(data, content);
-    else
-        decodeBlob(data, content);
+        return 0;
+    }
+    // A value takes the tag that it is decoded from. In a message it has the format's.
+    const AsnTag tag = content.GetAsnTag();
+    decodeBlob(data, content);
+    content.SetAsnTag(tag);
     return 0;
 }
 
@@ -141,24 +148,6 @@ int32_t fillList(VT_List* list, const AsnSetOf<CertificateList>* certificateList
     return result;
 }
 
-int32_t findCertificate(const AsnSetOf<ExtendedCertificateOrCertificate>& certificates,
-                        const IssuerAndSerialNumber& signer, const Certificate*& found) {
-    for (unsigned int i = 0; i < certificates.Size(); ++i) {
-        const Certificate* const candidate = certificateIn(*certificates.Get(i));
-        if (candidate == nullptr)
-            return token::kElementAbsent;
-        bool matches = false;
-        const int result = pki::matchSigner(*candidate, signer, matches);
-        if (result != 0)
-            return result;
-        if (matches) {
-            found = candidate;
-            return 0;
-        }
-    }
-    return 0;
-}
-
 int32_t checkSigner(const SignerCheck& check, const VT_SignerInfo& signer, bool& verified) {
     verified = false;
     const IssuerAndSerialNumber* const identity = pki::SignerAccess::issuerAndSerialNumber(signer);
@@ -166,10 +155,8 @@ int32_t checkSigner(const SignerCheck& check, const VT_SignerInfo& signer, bool&
         return token::kMaterialMissing;
     if (check.external != nullptr)
         return lookAtExternal(*check.external);
-    if (check.certificates == nullptr)
-        return 0;
     const Certificate* certificate = nullptr;
-    int32_t result = findCertificate(*check.certificates, *identity, certificate);
+    int32_t result = check.certificates.find(*identity, certificate);
     if (result != 0 || certificate == nullptr)
         return result;
     if (check.ctx->operation == nullptr)

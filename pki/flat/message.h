@@ -6,6 +6,7 @@
 
 #include "asn/set_of.h"
 #include "foundation/exceptions.h"
+#include "pki/flat/certificate_search.h"
 #include "pki/flat/flat.h"
 #include "schema/forward.h"
 
@@ -13,6 +14,10 @@ class MiByte;
 class VT_P11_Alg;
 class VT_P11_Key;
 class VT_SignerInfo;
+
+namespace pki {
+class SignedContent;
+}
 
 namespace flat {
 
@@ -82,17 +87,12 @@ inline bool holds(const PKCS_Blob& number) {
 int32_t fillList(VT_List* list, const AsnSetOf<ExtendedCertificateOrCertificate>* certificates);
 int32_t fillList(VT_List* list, const AsnSetOf<CertificateList>* certificateLists);
 
-// findCertificate looks for the certificate that a signer names; found stays as it is if there is none. -1001 for a
-// choice that has no certificate, and for a certificate that lacks issuer or serial number, before the one.
-int32_t findCertificate(const AsnSetOf<ExtendedCertificateOrCertificate>& certificates,
-                        const IssuerAndSerialNumber& signer, const Certificate*& found);
-
-// What the signers of a message are checked with. The certificates may be null, and so may external.
+// What the signers of a message are checked with. external may be null.
 struct SignerCheck {
     PKCS_Ctx* ctx;
-    const AsnSetOf<ExtendedCertificateOrCertificate>* certificates;
+    CertificateSearch& certificates;
     const PKCS_Blob* external;
-    const ContentInfo* content;
+    pki::SignedContent& content;
 };
 
 // checkSigner looks for a signer's certificate and checks its signature. verified says whether it is good; it is not,

@@ -2,6 +2,7 @@
 #include "pki/flat/flat.h"
 #include "pki/flat/session_key.h"
 #include "pki/signed_and_enveloped_data_content_info.h"
+#include "pki/signer_access.h"
 #include "pki/signer_info.h"
 
 namespace {
@@ -74,8 +75,10 @@ int32_t readSealed(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const 
     if (result == 0)
         result = flat::fillList(lists.certificateLists, EnvelopedAccess::certificateLists(sealed));
     const ContentInfo* const inner = EnvelopedAccess::content(sealed);
+    flat::CertificateSearch search(certificates);
+    pki::SignedContent signedContent(inner);
     if (result == 0)
-        result = verifySigners(*ctx->operation, sealed, opener, {ctx, certificates, external, inner});
+        result = verifySigners(*ctx->operation, sealed, opener, {ctx, search, external, signedContent});
     return result == 0 && mode == PKCS7_ATTACHED ? flat::unwrapOutput(*inner, data) : result;
 }
 

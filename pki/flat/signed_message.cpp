@@ -60,8 +60,10 @@ int32_t readSigned(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const 
     const ContentInfo* content = nullptr;
     if (result == 0)
         result = findContent(parts, mode, data, wrapped, content);
+    flat::CertificateSearch search(parts.certificates);
+    pki::SignedContent signedContent(content);
     if (result == 0)
-        result = verifySigners(*parts.signers, {ctx, parts.certificates, external, content});
+        result = verifySigners(*parts.signers, {ctx, search, external, signedContent});
     return result == 0 && mode == PKCS7_ATTACHED ? flat::unwrapOutput(*content, data) : result;
 }
 

@@ -27,8 +27,7 @@ int32_t findSigner(const pki::SignedParts& parts, FirstSigner& first) {
     const IssuerAndSerialNumber* const identity = pki::SignerAccess::issuerAndSerialNumber(first.signer);
     if (identity == nullptr)
         return token::kMaterialMissing;
-    if (parts.certificates != nullptr)
-        result = flat::findCertificate(*parts.certificates, *identity, first.certificate);
+    result = flat::CertificateSearch(parts.certificates).find(*identity, first.certificate);
     if (result != 0)
         return result;
     return first.certificate != nullptr ? 0 : token::kNotTheSigner;
@@ -64,8 +63,9 @@ int32_t verifySigned(PKCS_Ctx* ctx, const PKCS_Blob& message, VT_List* certifica
     // Callers show content and signer of a message also where the signature is bad.
     if (result == 0)
         result = giveOutputs(first, signerCertificate, data);
+    pki::SignedContent content(first.content);
     if (result == 0)
-        result = pki::SignerAccess::verify(first.signer, *ctx->operation, *first.certificate, first.content);
+        result = pki::SignerAccess::verify(first.signer, *ctx->operation, *first.certificate, content);
     return result == token::kDigestMismatch ? int32_t{token::kSignatureMismatch} : result;
 }
 

@@ -1,3 +1,4 @@
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -20,9 +21,15 @@ bool isInstallation(const std::string& folder) {
     return access((folder + "/libxul.so").c_str(), R_OK) == 0;
 }
 
+// A folder may be "executed" as well.
+bool isProgram(const std::string& path) {
+    struct stat status = {};
+    return stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode) && access(path.c_str(), X_OK) == 0;
+}
+
 // The folder of the file that a program is in the end; empty where there is no such program.
 std::string folderOfProgram(const std::string& program) {
-    if (access(program.c_str(), X_OK) != 0)
+    if (!isProgram(program))
         return {};
     const std::unique_ptr<char, FreeText> real(realpath(program.c_str(), nullptr));
     if (real == nullptr)

@@ -19,16 +19,22 @@ const FirefoxFunctions& firefox() {
 // NSS looks at a few bytes ahead before it looks at the length.
 constexpr std::size_t kBytesBehind = 16;
 
-std::vector<PK11SlotInfo*> presentTokens() {
-    std::vector<PK11SlotInfo*> tokens;
-    PK11SlotList* list = firefox().PK11_GetAllTokens(CKM_INVALID_MECHANISM, PR_FALSE, PR_FALSE, nullptr);
-    if (list == nullptr)
-        return tokens;
-    for (PK11SlotListElement* element = firefox().PK11_GetFirstSafe(list); element != nullptr;
-         element = firefox().PK11_GetNextSafe(list, element, PR_FALSE))
-        tokens.push_back(element->slot);
-    firefox().PK11_FreeSlotList(list);
-    return tokens;
+struct FreeTokens {
+    void operator()(PK11SlotList* tokens) const { firefox().PK11_FreeSlotList(tokens); }
+};
+using Tokens = std::unique_ptr<PK11SlotList, FreeTokens>;
+
+Tokens presentTokens() {
+    return Tokens(firefox().PK11_GetAllTokens(CKM_INVALID_MECHANISM, PR_FALSE, PR_FALSE, nullptr));
+}
+
+// Goes to the end in any case: each step gives back the element before.
+bool isAmong(PK11SlotList* tokens, const PK11SlotInfo* slot) {
+    bool isFound = false;
+    PK11SlotListElement* element = tokens != nullptr ? firefox().PK11_GetFirstSafe(tokens) : nullptr;
+    for (; element != nullptr; element = firefox().PK11_GetNextSafe(tokens, element, PR_FALSE))
+        isFound = isFound || element->slot == slot;
+    return isFound;
 }
 
 // The kind of database in a profile, of today or of before 2018; null for none.
@@ -38,6 +44,10 @@ const char* databaseKind(const std::string& folder) {
     return access((folder + "/cert8.db").c_str(), R_OK) == 0 ? "dbm:" : nullptr;
 }
 
+struct ShutContext {
+    void operator()(NSSInitContext* context) const { firefox().NSS_ShutdownContext(context); }
+};
+
 // One token of NSS that is an open profile, beside whatever the process has open.
 class Profile {
   public:
@@ -46,23 +56,21 @@ class Profile {
         // A context of its own: NSS is started for it where nobody uses it, and else nothing happens.
         constexpr PRUint32 kNothing = NSS_INIT_READONLY | NSS_INIT_NOCERTDB | NSS_INIT_NOMODDB | NSS_INIT_FORCEOPEN |
                                       NSS_INIT_NOROOTINIT | NSS_INIT_OPTIMIZESPACE;
-        context_ = firefox().NSS_InitContext("", "", "", "", nullptr, kNothing);
+        context_.reset(firefox().NSS_InitContext("", "", "", "", nullptr, kNothing));
         if (context_ == nullptr)
             return;
-        const std::vector<PK11SlotInfo*> before = presentTokens();
+        const Tokens before = presentTokens();
         const std::string parameters =
             "configDir=" + quoted(database) + " tokenDescription='Firefox profile' flags=readOnly,noKeyDB";
         slot_ = firefox().SECMOD_OpenUserDB(parameters.c_str());
         // A database that the host has open already is given as the host's own token.
-        isOurs_ = std::find(before.begin(), before.end(), slot_) == before.end();
+        isOurs_ = !isAmong(before.get(), slot_);
     }
     ~Profile() {
         if (slot_ != nullptr && isOurs_)
             firefox().SECMOD_CloseUserDB(slot_);
         if (slot_ != nullptr)
             firefox().PK11_FreeSlot(slot_);
-        if (context_ != nullptr)
-            firefox().NSS_ShutdownContext(context_);
     }
     Profile(const Profile&) = delete;
     Profile& operator=(const Profile&) = delete;
@@ -71,7 +79,7 @@ class Profile {
     PK11SlotInfo* slot() const { return slot_; }
 
   private:
-    NSSInitContext* context_ = nullptr;
+    std::unique_ptr<NSSInitContext, ShutContext> context_;  // ends after the token
     PK11SlotInfo* slot_ = nullptr;
     bool isOurs_ = false;
 };

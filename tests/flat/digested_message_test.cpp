@@ -56,6 +56,16 @@ TEST_F(DigestedMessageTest, AMessageIsNestedAndComesBackWhole) {
     EXPECT_EQ(data.bytes(), Bytes({1, 2}));
 }
 
+TEST_F(DigestedMessageTest, TheOuterTagOfANestedMessageIsNotThatOfTheNewOne) {
+    Output plain;
+    ASSERT_EQ(PKCS7_WriteDigestedDataMsg(ctx, Input(vectors::kEncryptedDes), Algorithm(1), plain), 0);
+    for (const Bytes& nested : underOtherTags(hex(vectors::kEncryptedDes))) {
+        Output message;
+        ASSERT_EQ(PKCS7_WriteDigestedDataMsg(ctx, Input(nested), Algorithm(1), message), 0);
+        EXPECT_EQ(message.text(), plain.text());
+    }
+}
+
 TEST_F(DigestedMessageTest, AChangedByteIsFound) {
     Bytes changed = hex(vectors::kDigestedSha1);
     const Bytes text = hex(vectors::kText);

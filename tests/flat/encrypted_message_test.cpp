@@ -124,6 +124,28 @@ TEST_F(EncryptedMessageTest, AMessageIsNestedAndComesBackWithItsTypeAndBytes) {
     EXPECT_EQ(PKCS7_GetMsgType(ctx, data), 4);
 }
 
+TEST_F(EncryptedMessageTest, TheTagsOfANestedMessageAreNotThoseOfTheNewOne) {
+    const Key secret(kSecret);
+    Output plain;
+    ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(vectors::kDigestedSha1), Algorithm(5, kIv), secret, plain), 0);
+    for (const Bytes& nested : underOtherTags(hex(vectors::kDigestedSha1))) {
+        Output message;
+        ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(nested), Algorithm(5, kIv), secret, message), 0);
+        EXPECT_EQ(message.text(), plain.text());
+    }
+    // The same for the tag of its type.
+    const Bytes type = pkcs7(5);
+    for (const char* tag : {"03", "1F 81 06", "BF 84 80 80 7F"}) {
+        const Bytes oddType = der::join({hex(tag), Bytes(type.begin() + 1, type.end())});
+        const Bytes nested = der::sequence({oddType, der::tagged(0, der::sequence({der::integer(0)}))});
+        Output message, usual;
+        ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(nested), Algorithm(5, kIv), secret, message), 0);
+        const Bytes same = der::sequence({type, der::tagged(0, der::sequence({der::integer(0)}))});
+        ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(same), Algorithm(5, kIv), secret, usual), 0);
+        EXPECT_EQ(message.text(), usual.text());
+    }
+}
+
 TEST_F(EncryptedMessageTest, TheKeysThirdFieldIsTheLengthInUse) {
     const Bytes twice = der::join({hex("0102030405"), hex("0102030405")});
     const Input text(vectors::kText);
@@ -207,6 +229,30 @@ TEST_F(EncryptedMessageTest, SurvivesEveryMessage) {
             return PKCS7_ReadEncryptedDataMsg(ctx, &message, key, data);
         });
     }
+}
+
+TEST_F(EncryptedMessageTest, WhateverIsNestedComesOutAsOfTheClasses) {
+    // Bytes that decode as a message are wrapped as that message, however odd: the ciphertext is put in all the same.
+    const Key secret(kSecret);
+    Software op;
+    int nested = 0;
+    for (const Bytes& bytes : spoiled(hex(vectors::kEncryptedDes))) {
+        const Input data(bytes);
+        Output message;
+        const int32_t code = PKCS7_WriteEncryptedDataMsg(ctx, data, Algorithm(5, kIv), secret, message);
+        ASSERT_TRUE(isCode(code)) << code;
+        ASSERT_EQ(code == 0, !message.untouched());
+        if (code != 0 || PKCS7_GetMsgType(ctx, data) == 0)
+            continue;
+        VT_EncryptedDataContentInfo encrypted;
+        encrypted.setInnerContentInfo(decoded<ContentInfo>(bytes));
+        ASSERT_EQ(encrypted.EncryptAttachedContentInfo(op, des3(), des3Key()), 0);
+        ContentInfo composed;
+        ASSERT_EQ(encrypted.composeEncryptedDataContentInfo(composed), 0);
+        ASSERT_EQ(message.text(), hexOf(composed));
+        ++nested;
+    }
+    EXPECT_GT(nested, 100);
 }
 
 TEST_F(EncryptedMessageTest, SurvivesExhaustedMemory) {

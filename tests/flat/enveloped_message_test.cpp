@@ -264,6 +264,25 @@ TEST_F(EnvelopedMessageTest, AMessageIsNestedAndComesBackWithItsTypeAndBytes) {
     EXPECT_EQ(data.text(), toHex(contentOf(2, der::tlv(0x04, body))));
 }
 
+TEST_F(EnvelopedMessageTest, TheOuterTagOfANestedMessageIsNotThatOfTheNewOne) {
+    for (const Bytes& nested : underOtherTags(hex(vectors::kDigestedSha1))) {
+        for (const int32_t mode : {1, 2}) {
+            Output message, ciphertext;
+            ASSERT_EQ(
+                PKCS7_WriteEnvelopedDataMsg(ctx, Input(nested), des3, rsa, mode, certificate, ciphertext, message), 0);
+            EXPECT_EQ(message.bytes().front(), 0x30);
+            EXPECT_EQ(PKCS7_GetMsgType(ctx, message), 5);
+            if (mode == 2) {
+                EXPECT_EQ(readDetached(message.bytes(), ciphertext), 0);
+                continue;
+            }
+            Output data;
+            EXPECT_EQ(read(message.bytes(), data), 0);
+            EXPECT_EQ(PKCS7_GetMsgType(ctx, data), 3);
+        }
+    }
+}
+
 TEST_F(EnvelopedMessageTest, EffectiveBitsAreTheLengthOfTheSessionKey) {
     Output out;
     EXPECT_EQ(write({'x'}, Algorithm(5, kIv, 128), out), kBadKey);     // 16 bytes are too few for triple DES
@@ -295,6 +314,29 @@ TEST_F(EnvelopedMessageTest, WritingLooksAtItsArgumentsInTheirOrder) {
     EXPECT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, des3, rsa, 1, Input(der::sequence({})), nullptr, out),
               kElementAbsent);
     EXPECT_TRUE(out.untouched());
+}
+
+TEST_F(EnvelopedMessageTest, TheCertificateIsReadBeforeTheAlgorithms) {
+    Output out;
+    const Algorithm none(99);
+    const Input malformed(Bytes{0x30, 0x03}), empty(der::sequence({}));
+    EXPECT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, none, none, 1, malformed, nullptr, out), kNullArgument);
+    EXPECT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, none, none, 1, empty, nullptr, out), kElementAbsent);
+    EXPECT_TRUE(out.untouched());
+}
+
+TEST_F(EnvelopedMessageTest, OfTheAlgorithmOfTheKeyTheTypeAloneCounts) {
+    // An IV without bytes is refused where it is looked at.
+    std::uint8_t byte = 0;
+    const PKCS_Alg keyAlg = {8, &byte, 0, 7};
+    PKCS_Alg contentAlg = des3.record;
+    Output message, data;
+    ASSERT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, &contentAlg, &keyAlg, 1, certificate, nullptr, message), 0);
+    EXPECT_EQ(read(message.bytes(), data), 0);
+    contentAlg.ivLength = 0;
+    Output refused;
+    EXPECT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, &contentAlg, &keyAlg, 1, certificate, nullptr, refused),
+              kNullArgument);
 }
 
 TEST_F(EnvelopedMessageTest, ACertificateWithNoRsaKeyIsRefused) {
@@ -334,8 +376,9 @@ TEST_F(EnvelopedMessageTest, SurvivesExhaustedMemory) {
     survivesExhaustion([&](PKCS_Blob& out) {
         PKCS_Blob ciphertext = {nullptr, 0};
         const int32_t code = PKCS7_WriteEnvelopedDataMsg(ctx, text, des3, rsa, 2, certificate, &ciphertext, &out);
+        const bool both = (code == 0) == (ciphertext.data != nullptr);
         T_free(ciphertext.data);
-        return code;
+        return both ? code : 1;  // which is no code
     });
 }
 

@@ -136,6 +136,15 @@ struct Algorithm {
     operator const PKCS_Alg*() const { return &record; }
 };
 
+// A message with another tag in place of its first, also with such of many bytes: decoders read it all the same.
+inline std::vector<Bytes> underOtherTags(const Bytes& message) {
+    const Bytes rest(message.begin() + 1, message.end());
+    std::vector<Bytes> all;
+    for (const char* tag : {"24", "31", "A0", "3F 81 01", "1F 81 80 01", "BF 84 80 80 7F"})
+        all.push_back(der::join({hex(tag), rest}));
+    return all;
+}
+
 // ---- What a reader must survive
 
 // Random bytes in random places, and lengths beyond every bound.

@@ -118,6 +118,14 @@ TEST_F(SignedAndEnvelopedMessageTest, OtherModesAreRefused) {
     Output data;
     for (const int32_t mode : {0, 3, -1})
         EXPECT_EQ(read(hex(vectors::kSealed), data, nullptr, nullptr, mode), kUnsupported);
+    // After the session key is opened, and before the lists are filled.
+    const PrivateKey wrong(vectors::kSignerKey);
+    const List certificates;
+    EXPECT_EQ(
+        PKCS7_ReadSignedAndEnvelopedDataMsg(ctx, Input(vectors::kSealed), 3, wrong, nullptr, nullptr, nullptr, data),
+        kRsaFailed);
+    EXPECT_EQ(read(hex(vectors::kSealed), data, certificates, nullptr, 3), kUnsupported);
+    EXPECT_THAT(certificates.items(), IsEmpty());
     EXPECT_TRUE(data.untouched());
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -75,6 +76,13 @@ struct KeyRecord {
         }
     }
 };
+
+// A message with these certificates in place of its own.
+Bytes withCertificates(const char* message, const Bytes& certificates) {
+    const std::vector<Bytes> parts = elementsOf(signedDataOf(message));
+    return der::sequence({kSignedOid, der::tagged(0, der::sequence({parts[0], parts[1], parts[2],
+                                                                    der::tagged(0, certificates), parts[4]}))});
+}
 
 class SignedMessageTest : public testing::Test {
   protected:
@@ -283,6 +291,41 @@ TEST_F(SignedMessageTest, NewerAlgorithmsAreRefused) {
     EXPECT_EQ(readAttached(vectors::kSha256), -1006);
 }
 
+// The decoder lets a member reach past the end of the element that it is in.
+TEST_F(SignedMessageTest, MessageWhoseLengthIsTooShortIsReadWhole) {
+    Bytes message = hex(vectors::kPlain);
+    ASSERT_EQ(message.at(1), 0x82);
+    const unsigned int length = message[2] * 256U + message[3];
+    ASSERT_EQ(length + 4, message.size());
+    for (const unsigned int told : {length - 1, 12U}) {
+        message[2] = static_cast<std::uint8_t>(told / 256);
+        message[3] = static_cast<std::uint8_t>(told % 256);
+        EXPECT_EQ(typeOf(message), 4);
+        Output data;
+        EXPECT_EQ(readAttached(message, data), 0);
+        EXPECT_EQ(data.text(), hexOf(vectors::kContent));
+        Parts parts;
+        parts.content = message;
+        Output nested;
+        ASSERT_EQ(write(parts, nested), 0);
+        EXPECT_EQ(support::toHex(elementsOf(signedDataOf(nested.text().c_str())).at(2)), hexOf(vectors::kPlain));
+    }
+    // Here the content lies behind the end, and is none.
+    message[3] = 11;
+    EXPECT_EQ(typeOf(message), 4);
+    Output data;
+    EXPECT_EQ(readAttached(message, data), -1001);
+}
+
+TEST_F(SignedMessageTest, BytesBehindAMessageAreNotLookedAt) {
+    Bytes message = hex(vectors::kPlain);
+    message.insert(message.end(), {0xFF, 0xFF, 0xFF});
+    EXPECT_EQ(typeOf(message), 4);
+    Output data;
+    EXPECT_EQ(readAttached(message, data), 0);
+    EXPECT_EQ(data.text(), hexOf(vectors::kContent));
+}
+
 TEST_F(SignedMessageTest, SignerKnownByItsKeyIsMalformed) {
     EXPECT_EQ(readAttached(vectors::kKeyIdentifier), -3000);
 }
@@ -360,6 +403,21 @@ TEST_F(SignedMessageTest, ListsKeepWhatAFailingCallGaveThem) {
     EXPECT_THAT(lists.items(), IsEmpty());
 }
 
+// The mode is looked at once the lists are full.
+TEST_F(SignedMessageTest, ListsAreFilledBeforeTheModeIsLookedAt) {
+    Bytes der = hex(vectors::kWithLists);
+    const PKCS_Blob message = blobOf(der);
+    for (const int32_t mode : {2, 3}) {
+        const List certificates;
+        const List lists;
+        PKCS_Blob data = {};
+        EXPECT_EQ(PKCS7_ReadSignedDataMsg(ctx, &message, mode, nullptr, certificates.list, lists.list, &data),
+                  mode == 2 ? -1003 : -1006);
+        EXPECT_THAT(certificates.items(), ElementsAre(hexOf(vectors::kAlice)));
+        EXPECT_THAT(lists.items(), ElementsAre(hexOf(vectors::kIssuerList), hexOf(vectors::kRootList)));
+    }
+}
+
 // What an authority answers with. Its reader goes by the list, and by the code not being 0.
 TEST_F(SignedMessageTest, CertificatesOnlyFillTheListAndFail) {
     const List certificates;
@@ -377,11 +435,7 @@ TEST_F(SignedMessageTest, ChoiceWithoutACertificateEndsTheCall) {
     // An extended certificate, [0] in place of the SEQUENCE, in front of Alice's.
     Bytes extended = hex(vectors::kAlice);
     extended[0] = 0xA0;
-    const std::vector<Bytes> parts = elementsOf(signedDataOf(vectors::kPlain));
-    const Bytes message = der::sequence(
-        {kSignedOid,
-         der::tagged(0, der::sequence({parts[0], parts[1], parts[2],
-                                       der::tagged(0, der::join({extended, hex(vectors::kAlice)})), parts[4]}))});
+    const Bytes message = withCertificates(vectors::kPlain, der::join({extended, hex(vectors::kAlice)}));
     Output data;
     EXPECT_EQ(readAttached(message, data), -1001);
     const List certificates;
@@ -463,6 +517,21 @@ TEST_F(SignedMessageTest, MessageOfAMessageIsNested) {
     EXPECT_EQ(typeOf(data.bytes()), 4);
 }
 
+TEST_F(SignedMessageTest, NestedMessageHasTheTagOfTheFormat) {
+    Parts parts;
+    parts.content = hex(vectors::kDetached);
+    Output usual;
+    ASSERT_EQ(write(parts, usual), 0);
+    for (const char* tag : {"24", "31", "A0", "1F 81 01"}) {
+        parts.content = hex(vectors::kDetached);
+        const Bytes octets = hex(tag);
+        parts.content.insert(parts.content.erase(parts.content.begin()), octets.begin(), octets.end());
+        Output message;
+        ASSERT_EQ(write(parts, message), 0);
+        EXPECT_EQ(message.text(), usual.text());
+    }
+}
+
 TEST_F(SignedMessageTest, MessageWithoutATypeIsTakenForOne) {
     Parts parts;
     parts.content = hex("30 00");
@@ -529,6 +598,13 @@ TEST_F(SignedMessageTest, FirstFaultIsTold) {
     parts.signature.algType = 8;
     parts.certificate = hex("30 05 06");
     EXPECT_EQ(write(parts), -1003);
+    const List broken({"30 05 06"});
+    Parts late;
+    late.certificates = broken.list;
+    late.mode = 3;
+    EXPECT_EQ(write(late), -1010) << "the list before the mode";
+    late.key.parts[2].back() ^= 2;
+    EXPECT_EQ(write(late), -14) << "the signature before the list";
 }
 
 TEST_F(SignedMessageTest, WritingNeedsAnOperationObject) {
@@ -574,6 +650,23 @@ TEST_F(SignedMessageOnTokenTest, TokenDigestsAndSigns) {
 TEST_F(SignedMessageOnTokenTest, TokenOnlyDigestsWhereASignatureIsRead) {
     EXPECT_EQ(readAttached(vectors::kPlain), -1017) << "the module makes its digests up";
     EXPECT_THAT(module.names(), ElementsAre("C_DigestInit", "C_Digest"));
+}
+
+// Of thousands of signers none costs a run over the content.
+TEST_F(SignedMessageOnTokenTest, ContentIsDigestedOnceForAllSignersOfAnAlgorithm) {
+    EXPECT_EQ(readAttached(vectors::kTwoSigners), -1017);
+    EXPECT_THAT(module.names(), ElementsAre("C_DigestInit", "C_Digest"));
+    module.forgetCalls();
+    const std::vector<Bytes> parts = elementsOf(signedDataOf(vectors::kTwoSigners));
+    const Bytes sha1 = signerOf(vectors::kPlain);
+    const Bytes md5 = signerOf(vectors::kPlainMd5);
+    Output data;
+    EXPECT_EQ(
+        readAttached(der::sequence({kSignedOid, der::tagged(0, der::sequence({parts[0], parts[1], parts[2], parts[3],
+                                                                              der::set({sha1, md5, sha1, md5})}))}),
+                     data),
+        -1017);
+    EXPECT_THAT(module.names(), ElementsAre("C_DigestInit", "C_Digest", "C_DigestInit", "C_Digest"));
 }
 
 TEST_F(SignedMessageOnTokenTest, CodesOfTheTokenPassThrough) {
@@ -760,12 +853,10 @@ TEST_F(SignedMessageHostileTest, AbsurdLengthsGiveACode) {
 }
 
 TEST_F(SignedMessageTest, TenThousandCertificates) {
-    const std::vector<Bytes> parts = elementsOf(signedDataOf(vectors::kPlain));
     const int32_t count = 10000;
     // Bob's first, so that Alice's is the last to be found.
     const Bytes all = der::join({der::repeat(count - 1, hex(vectors::kBob)), hex(vectors::kAlice)});
-    const Bytes message = der::sequence(
-        {kSignedOid, der::tagged(0, der::sequence({parts[0], parts[1], parts[2], der::tagged(0, all), parts[4]}))});
+    const Bytes message = withCertificates(vectors::kPlain, all);
     const List certificates;
     Output data;
     ASSERT_EQ(readAttached(message, data, certificates.list), 0);
@@ -776,6 +867,68 @@ TEST_F(SignedMessageTest, TenThousandCertificates) {
     const Leaf leaf(certificates.list);
     EXPECT_EQ(leaf.code, 0);
     EXPECT_EQ(leaf.text(), hexOf(vectors::kBob));
+}
+
+// Among few and among many certificates alike.
+TEST_F(SignedMessageTest, FirstCertificateThatASignerNamesIsUsed) {
+    const Bytes alice = hex(vectors::kAlice);
+    const Bytes key = hex(vectors::kAliceKey.items[0]);
+    Bytes impostor = alice;  // of the same name and number
+    *std::search(impostor.begin(), impostor.end(), key.begin(), key.end()) ^= 1;
+    Bytes extended = hex(vectors::kBob);
+    extended[0] = 0xA0;
+    const Bytes empty = hex("30 00");
+    for (const std::size_t others : {0U, 40U}) {
+        const auto read = [&](std::initializer_list<Bytes> certificates) {
+            Output data;
+            const Bytes all = der::join({der::repeat(others, hex(vectors::kBob)), der::join(certificates)});
+            return readAttached(withCertificates(vectors::kPlain, all), data);
+        };
+        EXPECT_EQ(read({hex(vectors::kDave)}), -1017) << others;
+        EXPECT_EQ(read({alice, impostor}), 0) << others;
+        EXPECT_NE(read({impostor, alice}), 0) << others;
+        EXPECT_EQ(read({alice, extended}), 0) << others;
+        EXPECT_EQ(read({extended, alice}), -1001) << others;
+        EXPECT_EQ(read({alice, empty}), 0) << others;
+        EXPECT_EQ(read({empty, alice}), -1001) << others;
+        EXPECT_EQ(read({hex(vectors::kDave), empty}), -1001) << others;
+    }
+}
+
+// One tool writes a name in PrintableString where another has it in UTF8String.
+TEST_F(SignedMessageTest, SignerMayNameItsCertificateInOtherStringTypes) {
+    std::vector<Bytes> signer = elementsOf(signerOf(vectors::kPlain));
+    ASSERT_EQ(std::count(signer[1].begin(), signer[1].end(), 0x0C), 2);
+    std::replace(signer[1].begin(), signer[1].end(), std::uint8_t{0x0C}, std::uint8_t{0x13});
+    const std::vector<Bytes> parts = elementsOf(signedDataOf(vectors::kPlain));
+    for (const std::size_t others : {0U, 40U}) {
+        const Bytes all = der::join({der::repeat(others, hex(vectors::kBob)), hex(vectors::kAlice)});
+        const Bytes message = der::sequence(
+            {kSignedOid,
+             der::tagged(0, der::sequence({parts[0], parts[1], parts[2], der::tagged(0, all),
+                                           der::set({der::sequence({der::join({signer[0], signer[1]}), signer[2],
+                                                                    signer[3], signer[4]})})}))});
+        Output data;
+        EXPECT_EQ(readAttached(message, data), 0) << others;
+    }
+}
+
+// The message has some 200 KB. Comparing each signer with each certificate takes minutes.
+TEST_F(SignedMessageTest, ThousandsOfSignersAndCertificates) {
+    constexpr std::size_t kCount = 5000;
+    const Bytes none = hex("30 00");
+    const Bytes certificate =
+        der::sequence({der::sequence({der::integer(1), none, none, none, none, none}), none, hex("03 01 00")});
+    const Bytes signer =
+        der::sequence({der::integer(1), der::sequence({none, der::integer(2)}), none, none, hex("04 00")});
+    const Bytes message =
+        der::sequence({kSignedOid, der::tagged(0, der::sequence({der::integer(1), der::set({}), dataContent({1}),
+                                                                 der::tagged(0, der::repeat(kCount, certificate)),
+                                                                 der::set({der::repeat(kCount, signer)})}))});
+    Output data;
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(readAttached(message, data), -1017);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(20));
 }
 
 // -1 is the engine's own code for exhausted memory, and -1003 tells of a key that could not be copied. The exceptions'

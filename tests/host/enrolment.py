@@ -8,7 +8,6 @@ each step in a session of its own, natively or under Wine.
 """
 
 import argparse
-import itertools
 import os
 import sys
 import time
@@ -262,19 +261,19 @@ class Enrolment(unittest.TestCase):
     def install_chain(self, ders, method="writeClientCert", provider=MICROSOFT):
         return SITE.call(method, as_text(certificates_only(ders)), before=["call setCSP " + quoted(provider)])
 
-    def test_a_chain_reaches_the_stores_in_any_order(self):
-        for number, order in enumerate(itertools.permutations(range(3))):
+    def test_a_chain_reaches_the_stores_whatever_its_order(self):
+        for number, order in enumerate(((0, 1, 2), (2, 1, 0), (1, 2, 0))):
             method = ("writeClientCert", "writeClientCert_noprotect")[number % 2]
             with self.subTest(order=order, method=method):
                 chain, issuing, serial = self.chain_of(self.request(1024, SUBJECT), number)
                 before = set(STORES.containers())
                 self.assertEqual(self.install_chain([chain[i] for i in order], method), 0)
+                self.assertEqual(len(set(STORES.containers()) - before), 1, "the key has a container of its own")
                 self.assertFalse(os.path.exists(SITE.marker))
                 self.assertTrue(STORES.has_with_key(chain[2]))
                 self.assertTrue(STORES.has_authority(chain[0], "ROOT"))
                 self.assertTrue(STORES.has_authority(chain[1], "CA"))
                 self.assertEqual(self.exists(serial, issuing.dn), 0)
-                self.assertEqual(len(set(STORES.containers()) - before), 1, "the key has a container of its own")
                 for authority in chain[:2]:
                     self.assertEqual(SITE.call("CheckCertValid", "1", as_text(authority)), 0)
 

@@ -106,6 +106,8 @@ TEST_F(DigestedDataContentInfoTest, DigestingNeedsContentAndAlgorithm) {
     digested.setInnerContentInfo(textContent());
     EXPECT_EQ(digested.makeDigest(op), kMaterialMissing);
     EXPECT_EQ(digested.Verify(op), kMaterialMissing);
+    digested.setInnerContentInfo(typeAlone());
+    EXPECT_EQ(digested.makeDigest(op), kMaterialMissing);
     digested.Reset();
     digested.setDigestAlgorithmIdentifier(identifierOf(algorithmOf(token::kSha1)));
     EXPECT_EQ(digested.makeDigest(op), kMaterialMissing);

@@ -195,6 +195,34 @@ TEST_F(EncryptedDataContentInfoTest, EncryptingNeedsACompleteContent) {
     }
 }
 
+TEST_F(EncryptedDataContentInfoTest, EncryptingLooksAtTypeAlgorithmAndContentInThisOrder) {
+    const VT_P11_Alg none;
+    MiByte ciphertext;
+    EXPECT_EQ(VT_EncryptedDataContentInfo().EncryptAttachedContentInfo(op, none, des3Key()), kMaterialMissing);
+    VT_EncryptedDataContentInfo withoutType = holding(contentAlone());
+    EXPECT_EQ(withoutType.EncryptAttachedContentInfo(op, none, des3Key()), kElementAbsent);
+    EXPECT_EQ(withoutType.EncryptDettachedContentInfo(op, none, des3Key(), ciphertext), kElementAbsent);
+    VT_EncryptedDataContentInfo withoutContent = holding(typeAlone());
+    EXPECT_EQ(withoutContent.EncryptAttachedContentInfo(op, none, des3Key()), kUnsupported);
+    EXPECT_EQ(withoutContent.EncryptDettachedContentInfo(op, none, des3Key(), ciphertext), kUnsupported);
+}
+
+TEST_F(EncryptedDataContentInfoTest, EncryptingReplacesTheEncryptedContentAlsoWhereItFails) {
+    VT_EncryptedDataContentInfo encrypted = read(vectors::kEncryptedDes3);
+    AlgorithmIdentifier identifier;
+    EXPECT_EQ(encrypted.EncryptAttachedContentInfo(op, des3(), des3Key()), kMaterialMissing);
+    EXPECT_EQ(encrypted.getEncryptedContentInfoAlgorithmIdentifier(identifier), 0);  // nothing to encrypt, no new one
+    encrypted.setInnerContentInfo(contentAlone());
+    EXPECT_EQ(encrypted.EncryptAttachedContentInfo(op, des3(), des3Key()), kElementAbsent);
+    EXPECT_EQ(encrypted.getEncryptedContentInfoAlgorithmIdentifier(identifier), kElementAbsent);
+}
+
+TEST_F(EncryptedDataContentInfoTest, DecryptingLooksAtTheAlgorithmFirst) {
+    const Bytes unknown = der::sequence({der::oid({1, 2, 3}), kNull});
+    EXPECT_EQ(decrypted(encryptedData(0, der::sequence({pkcs7(1), unknown}))), kUnsupported);
+    EXPECT_EQ(decrypted(encryptedData(0, der::sequence({pkcs7(1), kDes3Algorithm}))), kElementAbsent);
+}
+
 TEST_F(EncryptedDataContentInfoTest, CodesOfTheTokenLayerPass) {
     VT_EncryptedDataContentInfo encrypted = holding(textContent());
     EXPECT_EQ(encrypted.EncryptAttachedContentInfo(op, VT_P11_Alg(), des3Key()), kUnsupported);
@@ -251,6 +279,7 @@ TEST_F(EncryptedDataContentInfoTest, DecomposingLooksAtTypeAndVersion) {
     EXPECT_EQ(decomposed(contentOf(6, der::sequence({}))), kWrongVersion);
     EXPECT_EQ(decomposed(contentOf(5, der::sequence({der::integer(0), info}))), kWrongContentType);
     EXPECT_EQ(decomposed(der::sequence({pkcs7(6)})), kElementAbsent);
+    EXPECT_EQ(decomposed(der::sequence({pkcs7(1)})), kWrongContentType);  // before a missing content
     EXPECT_EQ(decomposed(der::sequence({})), kElementAbsent);
     EXPECT_THROW(decomposed(contentOf(6, der::sequence({der::integer(0)}))), MiException);
 }

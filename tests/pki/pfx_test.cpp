@@ -245,9 +245,9 @@ TEST(PfxTest, CompositionNeedsAChooser) {
 
 TEST(PfxTest, OpensTheFilesOfOtherPrograms) {
     const char* const files[] = {
-        vectors::kPfxRc4,       vectors::kPfxRc4Short,     vectors::kPfxTripleDes,      vectors::kPfxRc2,
-        vectors::kPfxRc2Short,  vectors::kPfxOneIteration, vectors::kPfxManyIterations, vectors::kPfxChain,
-        vectors::kPfxGnutlsRc4, vectors::kPfxGnutlsRc2,    vectors::kPfxGnutlsTripleDes};
+        vectors::kPfxRc4,      vectors::kPfxRc4Short,     vectors::kPfxTripleDes,      vectors::kPfxRc2,
+        vectors::kPfxRc2Short, vectors::kPfxOneIteration, vectors::kPfxManyIterations, vectors::kPfxChain,
+        vectors::kPfxGnutls};
     Software software;
     for (const char* der : files) {
         VT_PFX pfx;

@@ -243,6 +243,17 @@ TEST_F(Pkcs10Test, ComposingNeedsAnOperationForTheDigestAlone) {
     EXPECT_EQ(filled().composePKCS10(none, &key, &alg, der), kNoChooser);
 }
 
+TEST_F(Pkcs10Test, ComposingLeavesNothingOfADecomposedRequest) {
+    // A decoder does not compare the tags of what must be there, and gives back the ones that it met.
+    const Bytes odd =
+        der::sequence({der::tlv(0x0A, {5}), kSubject, subjectKey(vectors::kRecipientKey), der::tagged(0, {})});
+    VT_PKCS10 request;
+    const Bytes whole = der::sequence({odd, signatureAlgorithm(5), der::bitString(0, hex(kFiller))});
+    ASSERT_EQ(request.decomposePKCS10(op, toMiByte(whole)), 0);
+    EXPECT_EQ(composed(request, nullptr, token::kSha1Rsa),
+              toHex(der::sequence({information(), signatureAlgorithm(5), der::bitString(0, hex(kFiller))})));
+}
+
 TEST_F(Pkcs10Test, ComposingAnIncompleteRequestThrows) {
     const VT_P11_Alg alg = algorithmOf(token::kSha1Rsa);
     MiByte der;
@@ -345,6 +356,45 @@ TEST_F(Pkcs10Test, VerifyingNeedsEveryElement) {
     request.SetCertificationRequestInfo(info);
     EXPECT_THROW(VT_PKCS10::verifyPKCS10(op, request), MiException);  // it has no DER
     EXPECT_EQ(verified(der::sequence({})), kElementAbsent);
+}
+
+TEST_F(Pkcs10Test, VerifyingNeedsEveryElementOfTheKey) {
+    // The information keeps the bytes that it was read from, so that it has DER whatever is taken out of it.
+    const auto verifiedWith = [&](const auto& change) {
+        CertificationRequest request = made();
+        auto* const info = dynamic_cast<CertificationRequestInfo*>(request.Find("certificationRequestInfo"));
+        const MiByte bytes = toMiByte(encode(*info));
+        change(*info, *dynamic_cast<SubjectPublicKeyInfo*>(info->Find("subjectPKInfo")));
+        info->SetAsnByte(&bytes);
+        return VT_PKCS10::verifyPKCS10(op, request);
+    };
+    using Info = CertificationRequestInfo;
+    using Key = SubjectPublicKeyInfo;
+    EXPECT_EQ(verifiedWith([](Info&, Key&) {}), 0);
+    EXPECT_EQ(verifiedWith([](Info&, Key& key) { key.SetAsnPresent(false); }), kElementAbsent);
+    EXPECT_EQ(verifiedWith([](Info&, Key& key) { key.Find("algorithm")->SetAsnPresent(false); }), kElementAbsent);
+    EXPECT_EQ(verifiedWith([](Info&, Key& key) { key.SetAlgorithm(decoded<AlgorithmIdentifier>(der::sequence({}))); }),
+              kElementAbsent);
+    EXPECT_EQ(verifiedWith([](Info&, Key& key) { key.Find("subjectPublicKey")->SetAsnPresent(false); }),
+              kElementAbsent);
+}
+
+TEST_F(Pkcs10Test, OfTheOpenedSignatureTheDigestAloneCounts) {
+    const VT_P11_Key key = privateKey(vectors::kRecipientKey);
+    const VT_P11_Alg alg = algorithmOf(token::kSha1Rsa);
+    MiByte digest;
+    ASSERT_EQ(op->Digest(algorithmOf(token::kSha1), toMiByte(information()), digest), 0);
+    const auto verifiedWith = [&](const Bytes& digestInfo) {
+        CertificationRequest request;
+        EXPECT_EQ(filled().composePKCS10(op, &key, &alg, request), 0);
+        MiByte signature;
+        EXPECT_EQ(op->SignRecover(algorithmOf(token::kRsa), key, toMiByte(digestInfo), signature), 0);
+        request.SetSignature(AsnBitString(MiBitSet(signature, signature.GetLength() * 8)));
+        return VT_PKCS10::verifyPKCS10(op, request);
+    };
+    EXPECT_EQ(verifiedWith(der::sequence({})), kElementAbsent);
+    EXPECT_EQ(verifiedWith(der::sequence({kRsaAlgorithm, der::tlv(0x04, bytesOf(digest))})), 0);
+    EXPECT_EQ(verifiedWith(der::sequence({kSha1Algorithm, der::tlv(0x04, {})})), kSignatureMismatch);
 }
 
 TEST_F(Pkcs10Test, TheDigestIsTheCallersAndTheSignatureIsOpenedInSoftware) {

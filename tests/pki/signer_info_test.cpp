@@ -474,6 +474,28 @@ TEST(SignerInfoTest, VerifyingNeedsEachPiece) {
     EXPECT_EQ(verify(signer), -1001);
 }
 
+// Before an algorithm is looked at that there is not.
+TEST(SignerInfoTest, MissingPiecesAreSeenBeforeForeignAlgorithms) {
+    const auto foreign = decoded<AlgorithmIdentifier>(algorithm(hex("06 09 60 86 48 01 65 03 04 02 01")));
+    VT_SignerInfo unsignedYet = aliceToBe();
+    unsignedYet.setDigestAlgorithmIdentifier(foreign);
+    EXPECT_EQ(verify(unsignedYet), -1003);
+    unsignedYet = aliceToBe();
+    unsignedYet.setDigestEncryptionAlgorithmIdentifier(foreign);
+    EXPECT_EQ(verify(unsignedYet), -1003);
+    VT_SignerInfo whole = received(vectors::kPlain);
+    whole.setDigestEncryptionAlgorithmIdentifier(foreign);
+    EXPECT_EQ(verify(whole), -1006);
+}
+
+TEST(SignerInfoTest, SignatureIsLookedAtBeforeTheContent) {
+    VT_SignerInfo signer;
+    ASSERT_EQ(signer.decomposeSignerInfo(bytes(signerOf(vectors::kPlain))), 0);
+    EXPECT_EQ(verify(signer), -1003) << "no content";
+    signer.setDigestAlgorithmIdentifier(decoded<AlgorithmIdentifier>(algorithm(kMd5Oid)));
+    EXPECT_EQ(verify(signer), -1018);
+}
+
 TEST(SignerInfoTest, CertificateWithoutItsElementsIsRefused) {
     VT_SignerInfo signer = received(vectors::kPlain);
     Software software;

@@ -505,6 +505,8 @@ TEST_F(nss_firefox_installation_test, WhatCannotRunIsNoProgram) {
     link("nowhere", "usr/bin/firefox");
     EXPECT_EQ(find(path()), "");
     EXPECT_FALSE(isProgramFound_);
+    EXPECT_EQ(find(home_.path() + "/lib"), "");
+    EXPECT_FALSE(isProgramFound_) << "a folder of the name";
 }
 
 TEST_F(nss_firefox_installation_test, RelativeFoldersAreNotSearched) {

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <utility>
 
 #include "tests/platform/nss_store_fixture.h"
 
@@ -72,6 +73,43 @@ TEST_F(nss_store_test, MyKeepsWhatWasAddedWithoutKey) {
     ASSERT_NE(cert, nullptr);
     EXPECT_FALSE(keyInfoOf(cert).found);
     EXPECT_TRUE(capi().CertFreeCertificateContext(cert));
+}
+
+TEST_F(nss_store_test, ContextIsAddedOnceAndKeepsItsTrust) {
+    const Authority authority(home_);
+    const Bytes sub = strange(authority, "/CN=Sub CA", 9, "basicConstraints=critical,CA:TRUE");
+    for (const auto& [name, der] : {std::pair("ROOT", authority.certificate()), std::pair("CA", sub)}) {
+        PCCERT_CONTEXT alone =
+            capi().CertCreateCertificateContext(kEncoding, der.data(), static_cast<DWORD>(der.size()));
+        ASSERT_NE(alone, nullptr);
+        for (int times = 0; times < 2; ++times) {
+            const StoreHandle store(name);
+            PCCERT_CONTEXT added = nullptr;
+            ASSERT_TRUE(
+                capi().CertAddCertificateContextToStore(store.get(), alone, CERT_STORE_ADD_USE_EXISTING, &added));
+            EXPECT_EQ(derOf(added), der);
+            EXPECT_TRUE(capi().CertFreeCertificateContext(added));
+            if (times == 0) {
+                const std::string nickname = der == sub ? "Sub CA" : "Test Root";
+                EXPECT_EQ(tool("certutil -M -t C,, -n '" + nickname + "' -d " + home_.database()).status, 0)
+                    << nickname;
+            }
+        }
+        EXPECT_TRUE(capi().CertFreeCertificateContext(alone));
+        EXPECT_EQ(contents(name), Certificates{der});
+    }
+    const std::string list = tool("certutil -L -d " + home_.database()).output;
+    EXPECT_NE(list.find("C,,"), list.rfind("C,,")) << "both keep what their user gave them\n" << list;
+    EXPECT_TRUE(contents("MY").empty());
+}
+
+TEST_F(nss_store_test, ContextThatIsNoneIsRefused) {
+    const StoreHandle store("CA");
+    EXPECT_EQ(errorOf([&] {
+                  return capi().CertAddCertificateContextToStore(store.get(), nullptr, CERT_STORE_ADD_USE_EXISTING,
+                                                                 nullptr);
+              }),
+              static_cast<DWORD>(E_INVALIDARG));
 }
 
 TEST_F(nss_store_test, AuthoritiesAreRootOrCa) {

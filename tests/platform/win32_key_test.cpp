@@ -56,6 +56,36 @@ TEST(win32_key_test, PublicKeyInfoHasTheKeyInIt) {
     EXPECT_EQ(Bytes(info->PublicKey.pbData, info->PublicKey.pbData + info->PublicKey.cbData), expected);
 }
 
+// Under the flags that installation uses; Wine 8 keeps CRYPT_USER_PROTECTED to itself and asks nobody.
+TEST(win32_key_test, PrivateKeyMovesToAnotherContainer) {
+    for (const DWORD flags : {DWORD{CRYPT_EXPORTABLE | CRYPT_USER_PROTECTED}, DWORD{0}}) {
+        Container from("vt-win32-from");
+        const HCRYPTKEY made = from.generate(AT_SIGNATURE, 512, CRYPT_EXPORTABLE);
+        const Bytes secret = Container::exported(made, PRIVATEKEYBLOB);
+        ASSERT_FALSE(secret.empty());
+        Container into("vt-win32-into");
+        HCRYPTKEY copy = 0;
+        ASSERT_TRUE(
+            capi().CryptImportKey(into.provider(), secret.data(), static_cast<DWORD>(secret.size()), 0, flags, &copy));
+        EXPECT_TRUE(capi().CryptDestroyKey(copy));
+        into.reopen();
+        HCRYPTKEY found = 0;
+        ASSERT_TRUE(capi().CryptGetUserKey(into.provider(), AT_SIGNATURE, &found));
+        EXPECT_EQ(Container::exported(found, PUBLICKEYBLOB), Container::exported(made, PUBLICKEYBLOB));
+        EXPECT_EQ(Container::exported(found, PRIVATEKEYBLOB), flags == 0 ? Bytes() : secret);
+        EXPECT_TRUE(capi().CryptDestroyKey(found));
+        EXPECT_EQ(Container::exported(made, PRIVATEKEYBLOB), secret) << "the former container keeps its key";
+    }
+}
+
+TEST(win32_key_test, BytesThatAreNoKeyAreRefused) {
+    Container container("vt-win32-no-key");
+    HCRYPTKEY key = 0;
+    const Bytes blob = support::hex("07 02 00 00 00 24 00 00 52 53 41 32");
+    EXPECT_FALSE(capi().CryptImportKey(container.provider(), blob.data(), static_cast<DWORD>(blob.size()), 0, 0, &key));
+    EXPECT_FALSE(capi().CryptGetUserKey(container.provider(), AT_SIGNATURE, &key));
+}
+
 // Why the built-in provider's certificates are bound in the store instead.
 TEST(win32_key_test, BuiltInProviderTakesNoCertificate) {
     Container container("vt-win32-param");

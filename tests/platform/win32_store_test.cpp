@@ -90,6 +90,24 @@ TEST_P(win32_store_test, SameCertificateStandsOnce) {
     EXPECT_EQ(count(first_), 1);
 }
 
+// The context that comes back has to be freed: Wine 8 loses the addition otherwise.
+TEST_P(win32_store_test, ContextIsAddedOnceAndLasts) {
+    PCCERT_CONTEXT alone =
+        capi().CertCreateCertificateContext(kEncoding, first_.data(), static_cast<DWORD>(first_.size()));
+    ASSERT_NE(alone, nullptr);
+    for (int times = 0; times < 2; ++times) {
+        HCERTSTORE store = open();
+        PCCERT_CONTEXT added = nullptr;
+        EXPECT_TRUE(capi().CertAddCertificateContextToStore(store, alone, CERT_STORE_ADD_USE_EXISTING, &added));
+        ASSERT_NE(added, nullptr);
+        EXPECT_EQ(derOf(added), first_);
+        EXPECT_TRUE(capi().CertFreeCertificateContext(added));
+        EXPECT_TRUE(capi().CertCloseStore(store, 0));
+        EXPECT_EQ(seenByANewProcess(GetParam(), first_), 1u);
+    }
+    EXPECT_TRUE(capi().CertFreeCertificateContext(alone));
+}
+
 TEST_P(win32_store_test, EveryContextIsFreedBeforeTheStoreCloses) {
     add(first_, CERT_STORE_ADD_REPLACE_EXISTING);
     HCERTSTORE store = open();

@@ -50,29 +50,35 @@ class other_maker_install_test : public testing::Test {
     }
     bool standsInMy() const {
         HCERTSTORE store = capi().CertOpenSystemStoreA(0, "MY");
-        PCCERT_CONTEXT cert = findIn(store);
+        PCCERT_CONTEXT cert = findIn(store, certificate_);
         const bool found = cert != nullptr;
         if (found)
             capi().CertFreeCertificateContext(cert);
         capi().CertCloseStore(store, 0);
         return found;
     }
-    void takeOutOfMy() const {
-        HCERTSTORE store = capi().CertOpenSystemStoreA(0, "MY");
-        while (PCCERT_CONTEXT cert = findIn(store))
+    void takeOutOfMy() const { takeOut("MY", certificate_); }
+    // How many such certificates were taken out of the store.
+    static int takeOut(const char* name, const Bytes& der) {
+        HCERTSTORE store = capi().CertOpenSystemStoreA(0, name);
+        int taken = 0;
+        while (PCCERT_CONTEXT cert = findIn(store, der)) {
             capi().CertDeleteCertificateFromStore(cert);
+            ++taken;
+        }
         capi().CertControlStore(store, 0, CERT_STORE_CTRL_COMMIT, nullptr);
         capi().CertCloseStore(store, 0);
+        return taken;
     }
 
     std::string container_;
     Bytes certificate_;
 
   private:
-    PCCERT_CONTEXT findIn(HCERTSTORE store) const {
+    static PCCERT_CONTEXT findIn(HCERTSTORE store, const Bytes& der) {
         PCCERT_CONTEXT cert = nullptr;
         while ((cert = capi().CertEnumCertificatesInStore(store, cert)) != nullptr) {
-            if (Bytes(cert->pbCertEncoded, cert->pbCertEncoded + cert->cbCertEncoded) == certificate_)
+            if (Bytes(cert->pbCertEncoded, cert->pbCertEncoded + cert->cbCertEncoded) == der)
                 break;
         }
         return cert;
@@ -106,6 +112,42 @@ TEST_F(other_maker_install_test, CertificateGoesOntoTheKeyAndNotIntoTheStore) {
     EXPECT_EQ(provider.count("CPGetUserKey"), provider.count("CPDestroyKey"));
     EXPECT_FALSE(standsInMy());
     EXPECT_TRUE(markerIsGone());
+    deleteKey(provider);
+}
+
+// The key stays where it is, so it need not be exportable.
+TEST_F(other_maker_install_test, LeafOfAChainGoesOntoTheKeyAndTheRestIntoTheStores) {
+    TestProvider provider;
+    requestWith(provider);
+    const Bytes root = support::makeCertificate({"CN=Test CA, O=Example", "CN=Test CA, O=Example", {0x7A}});
+    const std::string text = support::base64(support::certificatesOnly({certificate_, root}));
+    provider.forgetCalls();
+    EXPECT_EQ(enrol::WriteClientCertNoProtect(text.data(), text.size()), 0);
+    EXPECT_EQ(provider.certificateOf(container_), certificate_);
+    EXPECT_EQ(provider.count("CPExportKey(7)"), 0u) << "PRIVATEKEYBLOB";
+    EXPECT_EQ(provider.count("CPImportKey"), 0u);
+    EXPECT_EQ(provider.count("CPAcquireContext"), provider.count("CPReleaseContext"));
+    EXPECT_FALSE(standsInMy());
+    EXPECT_TRUE(markerIsGone());
+    EXPECT_EQ(takeOut("ROOT", root), 1);
+    deleteKey(provider);
+}
+
+TEST_F(other_maker_install_test, KeyOfAProviderThatBeginsWithMicrosoftMoves) {
+    TestProvider provider("Microsoft by name alone");
+    requestWith(provider);
+    const Bytes root = support::makeCertificate({"CN=Test CA, O=Example", "CN=Test CA, O=Example", {0x7A}});
+    const std::string text = support::base64(support::certificatesOnly({root, certificate_}));
+    provider.forgetCalls();
+    EXPECT_EQ(enrol::WriteClientCert(text.data(), text.size()), 0);
+    EXPECT_EQ(provider.count("CPExportKey(7) ok"), 2u);
+    EXPECT_EQ(provider.count("CPImportKey"), 1u);
+    EXPECT_EQ(provider.count("CPAcquireContext"), provider.count("CPReleaseContext"));
+    EXPECT_TRUE(provider.certificateOf(container_).empty());
+    EXPECT_TRUE(standsInMy());
+    EXPECT_TRUE(keyStillWaits(provider)) << "the former container keeps its key";
+    takeOutOfMy();
+    EXPECT_EQ(takeOut("ROOT", root), 1);
     deleteKey(provider);
 }
 
