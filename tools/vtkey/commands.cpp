@@ -161,8 +161,7 @@ std::string repair(const Arguments& arguments, const std::string& input) {
     if (!key.isPrivate)
         throw InputError("this is a public key");
     const Repair result = repaired(key.numbers);
-    const std::string text =
-        writeKey({result.key, true, {}}, arguments.value("--to", key.form), arguments.value("--form"));
+    std::string text = writeKey({result.key, true, {}}, arguments.value("--to", key.form), arguments.value("--form"));
     // Standard output is for the key.
     for (const std::string& change : result.changes)
         std::cerr << "vtkey: " + change + "\n";

@@ -23,10 +23,10 @@ using tools::quoted;
 using tools::UsageError;
 
 // One byte a character.
-std::string narrowed(unsigned int character) {
+char narrowed(unsigned int character) {
     if (character > 0xFF)
         throw InputError("the password has a character above U+00FF, which does not go into such a PFX");
-    return std::string(1, static_cast<char>(character));
+    return static_cast<char>(character);
 }
 
 #if defined(_WIN32)

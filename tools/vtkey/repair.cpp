@@ -115,7 +115,7 @@ void checkSource(const RsaNumbers& key) {
 
 class Repairer {
   public:
-    explicit Repairer(const RsaNumbers& from) : key(from) { checkSource(key); }
+    explicit Repairer(RsaNumbers from) : key(std::move(from)) { checkSource(key); }
 
     Repair run() {
         findPrimes();

@@ -293,7 +293,9 @@ Survey survey(const std::string& der, const std::optional<std::string>& password
     Survey out;
     readMac(*pfx, out);
     const ContentInfo* const authSafe = pfx->GetAuthSafe();
-    out.authSafeType = authSafe == nullptr ? std::string() : dotted(authSafe->GetContentType());
+    if (authSafe == nullptr)
+        return out;
+    out.authSafeType = dotted(authSafe->GetContentType());
     if (out.authSafeType != pki::kDataType || authSafe->GetContent() == nullptr)
         return out;
     MiByte scratch;

@@ -141,7 +141,7 @@ std::string sessionKey(const Arguments& arguments) {
     const std::string file = needed(arguments, "--session-key");
     std::string digits = contentOf(file);
     digits.erase(std::remove_if(digits.begin(), digits.end(), [](unsigned char c) { return c <= ' '; }), digits.end());
-    const std::string key = fromHex("--session-key", digits);
+    std::string key = fromHex("--session-key", digits);
     if (key.empty())
         throw InputError(quoted(file) + ": empty");
     return key;
