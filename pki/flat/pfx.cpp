@@ -200,6 +200,8 @@ int32_t VT_CheckPFXDer(PKCS_Ctx* ctx, const PKCS_Blob* pfx) {
         return VT_E_NULL_ARGUMENT;
     if (pfx->data == nullptr)
         return token::kMaterialMissing;
+    if (ctx->operation == nullptr)
+        return token::kNoOperation;
     return flat::guarded(VT_E_NULL_ARGUMENT, [&] {
         int type = 0;
         return int32_t{VT_PFX::getPFXType(flat::bytesOf(*pfx), type)};

@@ -332,7 +332,7 @@ TEST_F(PfxFileTest, AnyPfxIsOne) {
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input(vectors::kPfxRc4)), 0);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input(vectors::kPfxNoMac)), 0);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input(vectors::kPfxNew)), 0);
-    EXPECT_EQ(VT_CheckPFXDer(emptyContext(), Input(vectors::kPfxRc4)), 0);
+    EXPECT_EQ(VT_CheckPFXDer(emptyContext(), Input(vectors::kPfxRc4)), kNoOperation);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input(vectors::kAlicePkcs1)), kNullArgument);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input("04 01 00")), kNullArgument);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input("30 05")), kNullArgument);
@@ -475,7 +475,8 @@ TEST_F(PfxFileTest, KeyObjectNeedsItsArguments) {
         EXPECT_EQ(VTPKCS_GetCertAndPriKeyObj(ctx, &kNullData, password, source, object, certificate), kMaterialMissing);
         EXPECT_EQ(VTPKCS_GetCertAndPriKeyObj(ctx, pfx, &kNullData, source, object, certificate), kMaterialMissing);
     }
-    EXPECT_EQ(VTPKCS_GetCertAndPriKeyObj(emptyContext(), pfx, password, 2, object, certificate), kNoOperation);
+    for (const int32_t source : {1, 2})
+        EXPECT_EQ(VTPKCS_GetCertAndPriKeyObj(emptyContext(), pfx, password, source, object, certificate), kNoOperation);
     EXPECT_EQ(VTPKCS_GetCertAndPriKeyObj(ctx, pfx, Input("77"), 2, object, certificate), kDigestMismatch);
     EXPECT_TRUE(certificate.untouched());
     EXPECT_EQ(object->kind, 0);
