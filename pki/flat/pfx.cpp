@@ -138,6 +138,8 @@ int32_t chooseCertificate(const VT_SafeContents& bags, const PKCS_PriKey& key, V
     MiByte der;
     int32_t result = 0;
     for (int i = 0; (result = bags.getCertDerByIndex(i, der)) == 0; ++i) {
+        if (der.Empty())
+            continue;  // it is no certificate, and a list has no nodes without bytes
         OwnedRecord<PKCS_Blob> candidate;
         result = flat::giveBlob(der, candidate.record);
         if (result == 0 && list != nullptr && VT_AddListNode(list, candidate.record.data, candidate.record.length) != 0)

@@ -273,6 +273,27 @@ TEST_F(PfxFileTest, NoneOfTheCertificatesIsTheKeys) {
     EXPECT_EQ(list.items().size(), 2U) << "the list keeps what it received";
 }
 
+TEST_F(PfxFileTest, EmptyCertificatesArePassedOver) {
+    VT_P11_OP& op = *static_cast<PKCS_Ctx*>(ctx)->operation;
+    const MiByte password("secret", 6);
+    VT_PFX made;
+    ASSERT_EQ(made.decomposePFXBaseOnPassword(op, password, pkcs12::bytes(vectors::kPfxRc4), 0), 0);
+    MiByte keys;
+    ASSERT_EQ(made.getDataSafeContentsByIndex(0, keys), 0);
+    made.Reset();
+    ASSERT_EQ(made.addDataSafeContents(keys), 0);
+    const Bytes bags =
+        der::sequence({pkcs12::bag(pkcs12::kCertBagOid, pkcs12::certBag({})),
+                       pkcs12::bag(pkcs12::kCertBagOid, pkcs12::certBag(hex(vectors::kAliceCertificate)))});
+    ASSERT_EQ(made.addEncryptSafeContents(op, password, 1, 1, pkcs12::bytes(bags)), 0);
+    MiByte der;
+    ASSERT_EQ(made.composePFXBaseOnPassword(op, password, 1, der), 0);
+    const List list;
+    EXPECT_EQ(open(pkcs12::vectorOf(der), kSecret, 0, list), 0);
+    EXPECT_THAT(list.items(), ElementsAre(textOf(vectors::kAliceCertificate)));
+    EXPECT_EQ(open(pkcs12::vectorOf(der)), 0);
+}
+
 TEST_F(PfxFileTest, OpeningNeedsItsArguments) {
     const Input pfx(vectors::kPfxRc4);
     const Input password(kSecret);
