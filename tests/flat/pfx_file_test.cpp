@@ -9,6 +9,7 @@
 #include "pki/pfx.h"
 #include "pki/safe_contents.h"
 #include "tests/flat/envelopes.h"
+#include "tests/p11/recording_module.h"
 #include "tests/pki/pkcs12.h"
 #include "tests/vectors/pfx_files.h"
 #include "token/op.h"
@@ -292,6 +293,26 @@ TEST_F(PfxFileTest, EmptyCertificatesArePassedOver) {
     EXPECT_EQ(open(pkcs12::vectorOf(der), kSecret, 0, list), 0);
     EXPECT_THAT(list.items(), ElementsAre(textOf(vectors::kAliceCertificate)));
     EXPECT_EQ(open(pkcs12::vectorOf(der)), 0);
+}
+
+TEST_F(PfxFileTest, ShortDigestsOfAModuleAreSurvived) {
+    p11::RecordingModule module;
+    module.addToken("Card");
+    ASSERT_EQ(PKCS_Initialize(module.path(), "Card", "1234"), 0);
+    const PKCS_Settings settings = {0, "token", 5, "pin", 3, 0};
+    PKCS_Ctx* onToken = nullptr;
+    ASSERT_EQ(PKCS_CreateCtx(&onToken, &settings), 0);
+    for (const std::size_t length : {0U, 1U, 19U}) {
+        module.answer("C_Digest", Bytes(length, 0xD1));
+        KeyOutput key;
+        Output certificate;
+        EXPECT_EQ(VT_GetCertAndPrivateKeyFromPFX(onToken, Input(vectors::kPfxOneIteration), Input(kSecret), 0, key,
+                                                 certificate, nullptr),
+                  kDigestMismatch)
+            << length;
+    }
+    EXPECT_EQ(PKCS_DestroyCtx(&onToken), 0);
+    EXPECT_EQ(PKCS_Finalize(), 0);
 }
 
 TEST_F(PfxFileTest, OpeningNeedsItsArguments) {
