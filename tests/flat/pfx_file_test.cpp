@@ -9,7 +9,7 @@
 #include "pki/pfx.h"
 #include "pki/safe_contents.h"
 #include "tests/flat/envelopes.h"
-#include "tests/p11/recording_module.h"
+#include "tests/flat/token_context.h"
 #include "tests/pki/pkcs12.h"
 #include "tests/vectors/pfx_files.h"
 #include "token/op.h"
@@ -295,24 +295,47 @@ TEST_F(PfxFileTest, EmptyCertificatesArePassedOver) {
     EXPECT_EQ(open(pkcs12::vectorOf(der)), 0);
 }
 
-TEST_F(PfxFileTest, ShortDigestsOfAModuleAreSurvived) {
-    p11::RecordingModule module;
-    module.addToken("Card");
-    ASSERT_EQ(PKCS_Initialize(module.path(), "Card", "1234"), 0);
-    const PKCS_Settings settings = {0, "token", 5, "pin", 3, 0};
-    PKCS_Ctx* onToken = nullptr;
-    ASSERT_EQ(PKCS_CreateCtx(&onToken, &settings), 0);
+// A token shows each step.
+class PfxFileOnTokenTest : public tokens::TokenTest {
+  protected:
+    int shroud(int pbeType, MiByte& shrouded) {
+        module.forgetCalls();
+        return VT_SafeContents::P8EncryptPrivateKeyInfo(*ctx->operation, pkcs12::kSecret, pbeType, 1,
+                                                        pkcs12::bytes(vectors::kAlicePkcs1), shrouded);
+    }
+};
+
+TEST_F(PfxFileOnTokenTest, IvIsDerivedForBlockCiphersAlone) {
+    MiByte shrouded;
+    shroud(1, shrouded);
+    EXPECT_EQ(module.count("C_Digest"), 1U) << "16 bytes of key";
+    shroud(3, shrouded);
+    EXPECT_EQ(module.count("C_Digest"), 3U) << "24 bytes of key, and an IV";
+    shroud(6, shrouded);
+    EXPECT_EQ(module.count("C_Digest"), 2U) << "5 bytes of key, and an IV";
+}
+
+TEST_F(PfxFileOnTokenTest, TimeSeedsTheSalt) {
+    MiByte shrouded;
+    shroud(1, shrouded);
+    const Bytes seed = module.call("C_SeedRandom").input;
+    ASSERT_EQ(seed.size(), 13U);
+    EXPECT_TRUE(
+        std::all_of(seed.begin(), seed.end() - 1, [](std::uint8_t digit) { return digit >= '0' && digit <= '9'; }));
+    EXPECT_EQ(seed.back(), 'Z');
+    EXPECT_EQ(module.call("C_GenerateRandom").room, 8U);
+}
+
+TEST_F(PfxFileOnTokenTest, ShortDigestsOfAModuleAreSurvived) {
     for (const std::size_t length : {0U, 1U, 19U}) {
         module.answer("C_Digest", Bytes(length, 0xD1));
         KeyOutput key;
         Output certificate;
-        EXPECT_EQ(VT_GetCertAndPrivateKeyFromPFX(onToken, Input(vectors::kPfxOneIteration), Input(kSecret), 0, key,
+        EXPECT_EQ(VT_GetCertAndPrivateKeyFromPFX(ctx, Input(vectors::kPfxOneIteration), Input(kSecret), 0, key,
                                                  certificate, nullptr),
                   kDigestMismatch)
             << length;
     }
-    EXPECT_EQ(PKCS_DestroyCtx(&onToken), 0);
-    EXPECT_EQ(PKCS_Finalize(), 0);
 }
 
 TEST_F(PfxFileTest, OpeningNeedsItsArguments) {
