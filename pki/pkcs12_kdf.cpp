@@ -76,7 +76,8 @@ int derive(VT_P11_OP& op, Purpose purpose, const MiByte& password, const MiByte&
         const int result = token::RepeatedDigest::sha1(op, byteStringOf(message), std::max(iterations, 1), digest);
         if (result != 0)
             return result;
-        derived.Concat(digest.GetChars(), std::min(digest.GetLength(), length - derived.GetLength()));
+        digest.SetLength(kDigest);  // a module may give less
+        derived.Concat(digest.GetChars(), std::min(kDigest, length - derived.GetLength()));
     }
     output = derived;
     return 0;

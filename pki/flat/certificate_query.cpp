@@ -16,6 +16,13 @@ int32_t readCertificate(const PKCS_Blob& blob, VT_Certificate& certificate) {
     return certificate.setCertificate(flat::bytesOf(blob));
 }
 
+// None of the questions computes with the context, but callers rely on being told that theirs is not usable.
+int32_t checkArguments(const PKCS_Ctx& ctx, const PKCS_Blob& certificate) {
+    if (certificate.data == nullptr)
+        return token::kMaterialMissing;
+    return ctx.operation == nullptr ? int32_t{token::kNoOperation} : 0;
+}
+
 // The numbers of a certificate's key, each in its shortest form.
 int32_t readNumbers(const PKCS_Blob& blob, RSAPublicKey& numbers) {
     VT_Certificate certificate;
@@ -46,9 +53,11 @@ int32_t compareKeys(const PKCS_Blob& certificate, const PKCS_PriKey& key) {
     return equal ? 0 : int32_t{token::kKeyMismatch};
 }
 
-int32_t givePublicKey(const PKCS_Blob& certificate, PKCS_PubKey& record) {
+int32_t givePublicKey(const PKCS_Ctx& ctx, const PKCS_Blob& certificate, PKCS_PubKey& record) {
     RSAPublicKey numbers;
-    int32_t result = readNumbers(certificate, numbers);
+    int32_t result = checkArguments(ctx, certificate);
+    if (result == 0)
+        result = readNumbers(certificate, numbers);
     VT_P11_Key key;
     if (result == 0)
         result = key.setRSAPublicKey(numbers);
@@ -62,9 +71,11 @@ int32_t givePublicKey(const PKCS_Blob& certificate, PKCS_PubKey& record) {
     return result;
 }
 
-int32_t fillSubject(const PKCS_Blob& blob, VT_List& list) {
+int32_t fillSubject(const PKCS_Ctx& ctx, const PKCS_Blob& blob, VT_List& list) {
     VT_Certificate certificate;
-    int32_t result = readCertificate(blob, certificate);
+    int32_t result = checkArguments(ctx, blob);
+    if (result == 0)
+        result = readCertificate(blob, certificate);
     int total = 0;
     if (result == 0)
         result = certificate.getSubjectsTotal(total);
@@ -110,7 +121,9 @@ int32_t VT_VerifyCertificateValidPeriod(PKCS_Ctx* ctx, const PKCS_Blob* certific
         return VT_E_NULL_ARGUMENT;
     return flat::guarded(VT_E_MALFORMED, [&] {
         VT_Certificate value;
-        const int32_t result = readCertificate(*certificate, value);
+        int32_t result = checkArguments(*ctx, *certificate);
+        if (result == 0)
+            result = readCertificate(*certificate, value);
         return result != 0 ? result : value.VerifyValidityPeriod();
     });
 }
@@ -118,11 +131,11 @@ int32_t VT_VerifyCertificateValidPeriod(PKCS_Ctx* ctx, const PKCS_Blob* certific
 int32_t VT_GetPublicKeyFromCert(PKCS_Ctx* ctx, const PKCS_Blob* certificate, PKCS_PubKey* key) {
     if (flat::anyNull(ctx, certificate, key))
         return VT_E_NULL_ARGUMENT;
-    return flat::guarded(VT_E_NULL_ARGUMENT, [&] { return givePublicKey(*certificate, *key); });
+    return flat::guarded(VT_E_NULL_ARGUMENT, [&] { return givePublicKey(*ctx, *certificate, *key); });
 }
 
 int32_t VT_GetSubjectFromCert(PKCS_Ctx* ctx, const PKCS_Blob* certificate, VT_List* subject) {
     if (flat::anyNull(ctx, certificate, subject))
         return VT_E_NULL_ARGUMENT;
-    return flat::guarded(VT_E_MALFORMED, [&] { return fillSubject(*certificate, *subject); });
+    return flat::guarded(VT_E_MALFORMED, [&] { return fillSubject(*ctx, *certificate, *subject); });
 }

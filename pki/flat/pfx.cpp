@@ -138,6 +138,8 @@ int32_t chooseCertificate(const VT_SafeContents& bags, const PKCS_PriKey& key, V
     MiByte der;
     int32_t result = 0;
     for (int i = 0; (result = bags.getCertDerByIndex(i, der)) == 0; ++i) {
+        if (der.Empty())
+            continue;  // it is no certificate, and a list has no nodes without bytes
         OwnedRecord<PKCS_Blob> candidate;
         result = flat::giveBlob(der, candidate.record);
         if (result == 0 && list != nullptr && VT_AddListNode(list, candidate.record.data, candidate.record.length) != 0)
@@ -200,6 +202,8 @@ int32_t VT_CheckPFXDer(PKCS_Ctx* ctx, const PKCS_Blob* pfx) {
         return VT_E_NULL_ARGUMENT;
     if (pfx->data == nullptr)
         return token::kMaterialMissing;
+    if (ctx->operation == nullptr)
+        return token::kNoOperation;
     return flat::guarded(VT_E_NULL_ARGUMENT, [&] {
         int type = 0;
         return int32_t{VT_PFX::getPFXType(flat::bytesOf(*pfx), type)};

@@ -24,9 +24,12 @@ int32_t copyOut(const PKCS_Blob& certificate, uint8_t* out, uint32_t& length) {
     return 0;
 }
 
-int32_t fillFromToken(const PKCS_Blob& certificate, const PKCS_Blob& label, VTPKCS_KeyObj& object, PKCS_Blob& out) {
+int32_t fillFromToken(PKCS_Ctx* ctx, const PKCS_Blob& certificate, const PKCS_Blob& label, VTPKCS_KeyObj& object,
+                      PKCS_Blob& out) {
     if (certificate.data == nullptr || label.data == nullptr)
         return token::kMaterialMissing;
+    if (ctx->operation == nullptr)
+        return token::kNoOperation;
     const std::string text(reinterpret_cast<const char*>(label.data), label.length);
     OwnedRecord<PKCS_Blob> copy;
     int32_t result = flat::giveBlob(reinterpret_cast<const char*>(certificate.data), certificate.length, copy.record);
@@ -76,7 +79,7 @@ int32_t VTPKCS_GetCertAndPriKeyObj(PKCS_Ctx* ctx, const PKCS_Blob* input, const 
     switch (source) {
         case kTokenLabel:
             return flat::guarded(VT_E_NULL_ARGUMENT,
-                                 [&] { return fillFromToken(*input, *secret, *object, *certificate); });
+                                 [&] { return fillFromToken(ctx, *input, *secret, *object, *certificate); });
         case kPfx:
             return fillFromPfx(ctx, *input, *secret, *object, *certificate);
         default:

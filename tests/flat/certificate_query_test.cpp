@@ -192,14 +192,16 @@ TEST(CertificateQueryTest, SubjectNeedsItsArguments) {
     EXPECT_TRUE(textsOf(names).empty());
 }
 
-TEST(CertificateQueryTest, QueriesNeedNoOperation) {
+TEST(CertificateQueryTest, ContextMustHaveAnOperation) {
     const List names;
     const Input certificate(longValid());
     PKCS_PubKey key = {};
-    EXPECT_EQ(VT_GetSubjectFromCert(emptyContext(), certificate, names), 0);
-    EXPECT_EQ(VT_VerifyCertificateValidPeriod(emptyContext(), certificate), 0);
-    EXPECT_EQ(VT_GetPublicKeyFromCert(emptyContext(), certificate, &key), 0);
-    PKCS_FreePubKey(&key);
+    EXPECT_EQ(VT_GetSubjectFromCert(emptyContext(), certificate, names), kNoOperation);
+    EXPECT_EQ(VT_VerifyCertificateValidPeriod(emptyContext(), certificate), kNoOperation);
+    EXPECT_EQ(VT_GetPublicKeyFromCert(emptyContext(), certificate, &key), kNoOperation);
+    EXPECT_EQ(VT_GetPublicKeyFromCert(emptyContext(), &kNullData, &key), kMaterialMissing);
+    EXPECT_TRUE(textsOf(names).empty());
+    EXPECT_EQ(key.modulus.data, nullptr);
 }
 
 // ---- Hostile input, and exhausted memory

@@ -9,6 +9,7 @@
 #include "pki/pfx.h"
 #include "pki/safe_contents.h"
 #include "tests/flat/envelopes.h"
+#include "tests/flat/token_context.h"
 #include "tests/pki/pkcs12.h"
 #include "tests/vectors/pfx_files.h"
 #include "token/op.h"
@@ -273,6 +274,70 @@ TEST_F(PfxFileTest, NoneOfTheCertificatesIsTheKeys) {
     EXPECT_EQ(list.items().size(), 2U) << "the list keeps what it received";
 }
 
+TEST_F(PfxFileTest, EmptyCertificatesArePassedOver) {
+    VT_P11_OP& op = *static_cast<PKCS_Ctx*>(ctx)->operation;
+    const MiByte password("secret", 6);
+    VT_PFX made;
+    ASSERT_EQ(made.decomposePFXBaseOnPassword(op, password, pkcs12::bytes(vectors::kPfxRc4), 0), 0);
+    MiByte keys;
+    ASSERT_EQ(made.getDataSafeContentsByIndex(0, keys), 0);
+    made.Reset();
+    ASSERT_EQ(made.addDataSafeContents(keys), 0);
+    const Bytes bags =
+        der::sequence({pkcs12::bag(pkcs12::kCertBagOid, pkcs12::certBag({})),
+                       pkcs12::bag(pkcs12::kCertBagOid, pkcs12::certBag(hex(vectors::kAliceCertificate)))});
+    ASSERT_EQ(made.addEncryptSafeContents(op, password, 1, 1, pkcs12::bytes(bags)), 0);
+    MiByte der;
+    ASSERT_EQ(made.composePFXBaseOnPassword(op, password, 1, der), 0);
+    const List list;
+    EXPECT_EQ(open(pkcs12::vectorOf(der), kSecret, 0, list), 0);
+    EXPECT_THAT(list.items(), ElementsAre(textOf(vectors::kAliceCertificate)));
+    EXPECT_EQ(open(pkcs12::vectorOf(der)), 0);
+}
+
+// A token shows each step.
+class PfxFileOnTokenTest : public tokens::TokenTest {
+  protected:
+    int shroud(int pbeType, MiByte& shrouded) {
+        module.forgetCalls();
+        return VT_SafeContents::P8EncryptPrivateKeyInfo(*ctx->operation, pkcs12::kSecret, pbeType, 1,
+                                                        pkcs12::bytes(vectors::kAlicePkcs1), shrouded);
+    }
+};
+
+TEST_F(PfxFileOnTokenTest, IvIsDerivedForBlockCiphersAlone) {
+    MiByte shrouded;
+    shroud(1, shrouded);
+    EXPECT_EQ(module.count("C_Digest"), 1U) << "16 bytes of key";
+    shroud(3, shrouded);
+    EXPECT_EQ(module.count("C_Digest"), 3U) << "24 bytes of key, and an IV";
+    shroud(6, shrouded);
+    EXPECT_EQ(module.count("C_Digest"), 2U) << "5 bytes of key, and an IV";
+}
+
+TEST_F(PfxFileOnTokenTest, TimeSeedsTheSalt) {
+    MiByte shrouded;
+    shroud(1, shrouded);
+    const Bytes seed = module.call("C_SeedRandom").input;
+    ASSERT_EQ(seed.size(), 13U);
+    EXPECT_TRUE(
+        std::all_of(seed.begin(), seed.end() - 1, [](std::uint8_t digit) { return digit >= '0' && digit <= '9'; }));
+    EXPECT_EQ(seed.back(), 'Z');
+    EXPECT_EQ(module.call("C_GenerateRandom").room, 8U);
+}
+
+TEST_F(PfxFileOnTokenTest, ShortDigestsOfAModuleAreSurvived) {
+    for (const std::size_t length : {0U, 1U, 19U}) {
+        module.answer("C_Digest", Bytes(length, 0xD1));
+        KeyOutput key;
+        Output certificate;
+        EXPECT_EQ(VT_GetCertAndPrivateKeyFromPFX(ctx, Input(vectors::kPfxOneIteration), Input(kSecret), 0, key,
+                                                 certificate, nullptr),
+                  kDigestMismatch)
+            << length;
+    }
+}
+
 TEST_F(PfxFileTest, OpeningNeedsItsArguments) {
     const Input pfx(vectors::kPfxRc4);
     const Input password(kSecret);
@@ -332,7 +397,7 @@ TEST_F(PfxFileTest, AnyPfxIsOne) {
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input(vectors::kPfxRc4)), 0);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input(vectors::kPfxNoMac)), 0);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input(vectors::kPfxNew)), 0);
-    EXPECT_EQ(VT_CheckPFXDer(emptyContext(), Input(vectors::kPfxRc4)), 0);
+    EXPECT_EQ(VT_CheckPFXDer(emptyContext(), Input(vectors::kPfxRc4)), kNoOperation);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input(vectors::kAlicePkcs1)), kNullArgument);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input("04 01 00")), kNullArgument);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input("30 05")), kNullArgument);
@@ -475,7 +540,8 @@ TEST_F(PfxFileTest, KeyObjectNeedsItsArguments) {
         EXPECT_EQ(VTPKCS_GetCertAndPriKeyObj(ctx, &kNullData, password, source, object, certificate), kMaterialMissing);
         EXPECT_EQ(VTPKCS_GetCertAndPriKeyObj(ctx, pfx, &kNullData, source, object, certificate), kMaterialMissing);
     }
-    EXPECT_EQ(VTPKCS_GetCertAndPriKeyObj(emptyContext(), pfx, password, 2, object, certificate), kNoOperation);
+    for (const int32_t source : {1, 2})
+        EXPECT_EQ(VTPKCS_GetCertAndPriKeyObj(emptyContext(), pfx, password, source, object, certificate), kNoOperation);
     EXPECT_EQ(VTPKCS_GetCertAndPriKeyObj(ctx, pfx, Input("77"), 2, object, certificate), kDigestMismatch);
     EXPECT_TRUE(certificate.untouched());
     EXPECT_EQ(object->kind, 0);
