@@ -275,8 +275,7 @@ inline constexpr char kSignedText[] =
     "f3020d6f6cb27245e3794c77994c8651c8cbbd";
 
 // openssl cms -data_create: another content type
-inline constexpr char kPlainText[] =
-    "301506092a864886f70d010701a0080406746578740d0a";
+inline constexpr char kPlainText[] = "301506092a864886f70d010701a0080406746578740d0a";
 }  // namespace vectors
 
 #endif
