@@ -209,5 +209,5 @@ int32_t VTPKCS_VerifyPKCS10(PKCS_Ctx* ctx, const PKCS_Blob* request) {
     if (ctx->operation == nullptr)
         return token::kNoOperation;
     return flat::guarded(VT_E_MALFORMED,
-                         [&] { return int32_t{VT_PKCS10().verifyPKCS10(*ctx->operation, flat::bytesOf(*request))}; });
+                         [&] { return int32_t{VT_PKCS10::verifyPKCS10(*ctx->operation, flat::bytesOf(*request))}; });
 }

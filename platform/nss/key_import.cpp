@@ -111,8 +111,10 @@ bool forbidExport(const PrivateKey& key) {
     return nss().PK11_WriteRawAttribute(PK11_TypePrivKey, key.get(), CKA_EXTRACTABLE, &item) == SECSuccess;
 }
 
+// A blob may have its modulus in more bytes than it needs.
 bool isSameKey(const PrivateKey& key, const Bytes& modulus) {
-    return readNumber(key.get(), CKA_MODULUS) == modulus;
+    const auto first = std::find_if(modulus.begin(), modulus.end(), [](BYTE byte) { return byte != 0; });
+    return readNumber(key.get(), CKA_MODULUS) == Bytes(first, modulus.end());
 }
 
 }  // namespace
