@@ -77,7 +77,7 @@ class VT_API VT_PFX {
     // the password not used; otherwise a file without one gives -1001. The version is not looked at.
     //
     // The contents are there as soon as they are decoded, so also when the MAC then fails, for callers that explain
-    // what is wrong with a file. After -1014 every getter gives that as well.
+    // what is wrong with a file. After -1014 every getter but the totals gives that as well.
     int decomposePFXBaseOnPassword(VT_P11_OP& op, const MiByte& password, const PFX& pfx, int skipMac);
     int decomposePFXBaseOnPassword(VT_P11_OP& op, const MiByte& password, const MiByte& der, int skipMac);
 

@@ -15,7 +15,7 @@ class VT_P11_OP;
 
 namespace pki {
 
-// An iteration costs some 50 ns for each 20 bytes of output, and a caller cannot stop it: a file that asks for more
+// An iteration is a SHA-1 for each 20 bytes of output, and a caller cannot stop it: a file that asks for more
 // than this is refused. It is ten times what the most careful of programs write.
 inline constexpr int kMostIterations = 10'000'000;
 

@@ -91,7 +91,7 @@ class VT_API VT_SafeContents {
     int composeSafeContents(MiByte& der) const;
 
     // decomposeSafeContents replaces all bags. -1001 for a bag without an identifier; the object is then left as far as
-    // it had come, for Reset. After -1014 every getter gives that as well.
+    // it had come, for Reset. After -1014 every getter but the totals gives that as well.
     int decomposeSafeContents(const AsnSequenceOf<SafeBag>& contents);
     int decomposeSafeContents(const MiByte& der);
 

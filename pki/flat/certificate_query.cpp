@@ -61,14 +61,9 @@ int32_t givePublicKey(const PKCS_Ctx& ctx, const PKCS_Blob& certificate, PKCS_Pu
     VT_P11_Key key;
     if (result == 0)
         result = key.setRSAPublicKey(numbers);
-    VT_PKCS11_RSA_PUBLIC_KEY parts = {};
-    if (result == 0)
-        result = key.getPublicKey(&parts);
-    if (result == 0 && parts.modulus.data == nullptr)
-        result = VT_E_MEMORY;
-    if (result == 0)
-        record = {{parts.modulus.data, parts.modulus.length}, {parts.publicExponent.data, parts.publicExponent.length}};
-    return result;
+    if (result != 0)
+        return result;
+    return flat::givePublicKey(key, record) ? 0 : VT_E_MEMORY;
 }
 
 int32_t fillSubject(const PKCS_Ctx& ctx, const PKCS_Blob& blob, VT_List& list) {

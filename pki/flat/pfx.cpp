@@ -88,23 +88,12 @@ int32_t makePfx(PKCS_Ctx* ctx, const PKCS_Blob& certificate, const PKCS_PriKey& 
 
 // ---- Opening
 
-PKCS_Blob blobOf(const VT_PKCS11_BYTES& bytes) {
-    return {bytes.data, bytes.length};
-}
-
 int32_t giveNumbers(const RSAPrivateKey& numbers, PKCS_PriKey& record) {
     VT_P11_Key key;
-    VT_PKCS11_RSA_PRIVATE_KEY parts = {};
-    int32_t result = key.setRSAPrivateKey(numbers);
-    if (result == 0)
-        result = key.getPrivateKey(&parts);
-    if (result == 0 && parts.modulus.data == nullptr)
-        result = VT_E_MEMORY;
-    if (result == 0)
-        record = {blobOf(parts.modulus),   blobOf(parts.publicExponent), blobOf(parts.privateExponent),
-                  blobOf(parts.prime1),    blobOf(parts.prime2),         blobOf(parts.exponent1),
-                  blobOf(parts.exponent2), blobOf(parts.coefficient)};
-    return result;
+    const int32_t result = key.setRSAPrivateKey(numbers);
+    if (result != 0)
+        return result;
+    return flat::givePrivateKey(key, record) ? 0 : VT_E_MEMORY;
 }
 
 int32_t openKey(VT_P11_OP& op, const MiByte& password, const VT_PFX& pfx, OwnedRecord<PKCS_PriKey>& key) {

@@ -53,6 +53,7 @@ void appendReversed(Bytes& blob, const Bytes& number, std::size_t length) {
     std::reverse(digits.begin(), digits.end());
     digits.resize(length);
     append(blob, digits);
+    wipe(digits);
 }
 
 template <class Structure>
@@ -79,6 +80,8 @@ Bytes publicKeyBlob(const Key& key) {
 Bytes privateKeyBlob(const Key& key, const RsaPrivateNumbers& numbers) {
     const DWORD bits = bitLength(bytesOf(key.publicKey->u.rsa.modulus));
     Bytes blob = blobStart(key, static_cast<BYTE>(PRIVATEKEYBLOB), kPrivateMagic);
+    // What the bytes move out of when they grow is private too.
+    blob.reserve(blob.size() + 5 * ((bits + 15) / 16) + (bits + 7) / 8);
     for (const Bytes* number :
          {&numbers.prime1, &numbers.prime2, &numbers.exponent1, &numbers.exponent2, &numbers.coefficient})
         appendReversed(blob, *number, (bits + 15) / 16);
@@ -92,8 +95,10 @@ BOOL exportPrivateKey(const Key& key, BYTE* data, DWORD* size) {
     RsaPrivateNumbers numbers;
     if (!readPrivateNumbers(key, numbers))
         return posix::fail(NTE_BAD_KEY_STATE);
-    const Bytes blob = privateKeyBlob(key, numbers);
-    return giveOut(blob, data, size);
+    Bytes blob = privateKeyBlob(key, numbers);
+    const BOOL given = giveOut(blob, data, size);
+    wipe(blob);
+    return given;
 }
 
 // CERT_PUBLIC_KEY_INFO with all that it points to behind it, in one piece as the caller's buffer takes it.
