@@ -26,8 +26,8 @@ Bytes makeCertificate(const CertificateParts& parts);
 // nameDer gives the DER of a Name such as "CN=Alice, O=Example"; the empty text is the empty name.
 Bytes nameDer(const std::string& name);
 
-// certificatesOnly gives a PKCS#7 SignedData (RFC 2315) that carries the certificates in this order and has no signer, as
-// openssl crl2pkcs7 -nocrl makes it.
+// certificatesOnly gives a PKCS#7 SignedData (RFC 2315) that carries the certificates in this order and has no signer,
+// as openssl crl2pkcs7 -nocrl makes it.
 Bytes certificatesOnly(const std::vector<Bytes>& certificates);
 
 // base64 gives the text with a line break after each 64 characters.
