@@ -81,7 +81,7 @@ Bytes privateKeyBlob(const Key& key, const RsaPrivateNumbers& numbers) {
     const DWORD bits = bitLength(bytesOf(key.publicKey->u.rsa.modulus));
     Bytes blob = blobStart(key, static_cast<BYTE>(PRIVATEKEYBLOB), kPrivateMagic);
     // What the bytes move out of when they grow is private too.
-    blob.reserve(blob.size() + 5 * ((bits + 15) / 16) + (bits + 7) / 8);
+    blob.reserve(blob.size() + std::size_t{5} * ((bits + 15) / 16) + (bits + 7) / 8);
     for (const Bytes* number :
          {&numbers.prime1, &numbers.prime2, &numbers.exponent1, &numbers.exponent2, &numbers.coefficient})
         appendReversed(blob, *number, (bits + 15) / 16);
