@@ -4,9 +4,8 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME vemtrel-certenroll)
 set(CPACK_PACKAGE_CONTACT "Vemtrel CertEnroll maintainers <maintainers@vemtrel.example>" CACHE STRING
   "The maintainer that packages name")
-set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "certificate enrolment and PKI toolkit")
+set(CPACK_PACKAGE_VERSION "${PROJECT_VERSION}")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS "${CMAKE_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS}")
 set(CPACK_COMPONENTS_ALL plugin library development documents tools)
 set(CPACK_COMPONENT_DEVELOPMENT_GROUP headers)
@@ -16,7 +15,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_SOURCE vemtrel-certenroll)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-# Manual pages, change logs, licence and dependencies on libraries, which CPack itself does not do as Debian does.
+# What Debian asks for beyond installed files.
 set(CPACK_PRE_BUILD_SCRIPTS "${CMAKE_CURRENT_LIST_DIR}/complete.cmake")
 
 set(package "${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}")
