@@ -105,12 +105,13 @@ BINARY = {
     "&=": ["|="], "|=": ["&="], "^=": ["|="], "<<=": [">>="], ">>=": ["<<="],
 }
 STEPS = {"++": "--", "--": "++"}
+ASSIGNMENTS = {"=", "+=", "-=", "*=", "/=", "%=", "&=", "|=", "^=", "<<=", ">>=", "++", "--"}
 # Statements that begin with one of these are no calls and no assignments.
 NO_STATEMENT = {
-    "alignas", "auto", "case", "class", "const", "constexpr", "default", "do", "else", "enum", "explicit", "extern", "for",
-    "friend", "goto", "if", "inline", "namespace", "operator", "private", "protected", "public", "return", "static",
-    "static_assert", "struct", "switch", "template", "throw", "try", "typedef", "typename", "union", "using", "virtual",
-    "while",
+    "alignas", "auto", "case", "class", "const", "constexpr", "default", "do", "else", "enum", "explicit", "extern",
+    "for", "friend", "goto", "if", "inline", "namespace", "operator", "private", "protected", "public", "return",
+    "static", "static_assert", "struct", "switch", "template", "throw", "try", "typedef", "typename", "union", "using",
+    "virtual", "while",
 }
 # What stands in the parentheses behind these is the compiler's business or assembly.
 UNTOUCHED_CALLS = {"static_assert", "alignas", "asm", "__asm__", "__attribute__", "decltype", "noexcept"}
@@ -181,7 +182,7 @@ class Mutator:
     def is_prefix(self, i):
         """Whether the operator stands before its operand: behind another operator, or at the start."""
         return (self.kind(i + 1) in ("word", "number") or self.text(i + 1) == "(") and (
-            self.text(i - 1) == "return" or self.kind(i - 1) == "op" and self.text(i - 1) not in (")", "]", "::", "}", "."))
+            self.text(i - 1) == "return" or self.kind(i - 1) == "op" and self.text(i - 1) not in ")]}:;{::.")
 
     def constants(self, i):
         token = self.tokens[i]
@@ -209,7 +210,8 @@ class Mutator:
         first, last = i + 2, self.partner[i + 1] - 1
         inside = [self.text(k) for k in range(first, last + 1)]
         single = "&&" not in inside and "||" not in inside
-        if ";" in inside or single and ("==" in inside or "!=" in inside or inside[0] == "!" or inside in (["true"], ["false"])):
+        has_own = "==" in inside or "!=" in inside or inside[0] == "!" or inside in (["true"], ["false"])
+        if ";" in inside or single and has_own:
             return []
         condition = self.source[self.tokens[first].start:self.tokens[last].end]
         return self.replace(first, last, f"!({condition})")
@@ -225,14 +227,18 @@ class Mutator:
         if not self.starts_statement(i):
             return []
         end = self.end_of_statement(i)
-        if end is None or self.text(i) in NO_STATEMENT or self.kind(i + 1) == "word" and self.text(i) != "delete":
+        if end is None or self.text(i) in NO_STATEMENT or self.is_declaration(i):
             return []
         inside = [self.text(k) for k in range(i, end)]
         called = "(" in inside and self.text(end - 1) == ")"
-        changed = any(text in inside for text in ("=", "++", "--", *BINARY) if text == "=" or text[-1] == "=" or text in STEPS)
+        changed = any(text in ASSIGNMENTS for text in inside)
         if inside in (["break"], ["continue"]) or (called or changed) and "{" not in inside and self.in_function(i):
             return self.replace(i, end - 1, "")
         return []
+
+    def is_declaration(self, i):
+        """Whether two words stand side by side, as a type and a name do."""
+        return self.kind(i) == self.kind(i + 1) == "word" and self.text(i) != "delete"
 
     def starts_statement(self, i):
         if self.kind(i) != "word" and self.text(i) not in ("*", "++", "--", "(", "::"):
@@ -242,7 +248,7 @@ class Mutator:
             head = next((k for k, v in self.partner.items() if v == i - 1), None)
             return head is not None and self.text(head - 1) in ("if", "for", "while", "constexpr")
         if before == ":":
-            return self.text(i - 2) not in ("public", "private", "protected") and self.kind(i - 2) in ("char", "word", "number")
+            return self.kind(i - 2) in ("char", "word", "number") and self.text(i - 2) not in NO_STATEMENT
         return before in (";", "{", "}", "else", "do")
 
     def end_of_statement(self, i):
@@ -260,7 +266,8 @@ class Mutator:
         """Ranges of token numbers: blocks in braces behind a parameter list, with what may stand between."""
         found = []
         for first, last in sorted(self.partner.items()):
-            if self.text(first) == "{" and self.text(first - 1) in (")", "const", "override", "noexcept", "else", "do", "try"):
+            behind = self.text(first - 1)
+            if self.text(first) == "{" and behind in (")", "const", "override", "noexcept", "else", "do", "try"):
                 found.append((first, last))
         return found
 
@@ -321,7 +328,7 @@ def sources_of(room):
 def run(command, **options):
     result = subprocess.run(command, capture_output=True, text=True, check=False, **options)
     if result.returncode != 0:
-        sys.exit(f"{command if isinstance(command, str) else shlex.join(map(str, command))}\n{result.stdout}{result.stderr}")
+        sys.exit(f"{shlex.join(map(str, command))}\n{result.stdout}{result.stderr}")
     return result.stdout
 
 
@@ -366,7 +373,7 @@ class Bench:
         output = run(["ninja", "-C", self.tree, "-t", "commands", "-s", f"bin/{self.program}"]).splitlines()[-1]
         link = next(part for part in output.split(" && ") if f"-o bin/{self.program}" in part)
         words = [word for word in shlex.split(link) if word != "-g"]
-        linker = next((name for name in ("mold", "lld", "gold") if shutil.which(name) or shutil.which(f"ld.{name}")), None)
+        linker = next((name for name in ("mold", "lld", "gold") if shutil.which(f"ld.{name}")), None)
         words += [f"-fuse-ld={linker}"] if linker else []
         room = self.program.removeprefix("test_")
         return words + ["-Wl,--strip-debug"], f"lib/libvt_{room}.a"
@@ -429,7 +436,7 @@ class Bench:
     def make_program(self, folder, made):
         """Links with the objects made in place of their originals."""
         archive, words = folder / "room.a", list(self.link)
-        members = [path for output, path in made.items() if output in self.compiles and f"{self.program}.dir" not in output]
+        members = [path for output, path in made.items() if f"/{self.program}.dir/" not in output]
         shutil.copy(self.tree / self.archive, archive)
         if members:
             run(["ar", "r", archive, *members])
@@ -448,9 +455,10 @@ class Bench:
             if self.build == "native":
                 resource.setrlimit(resource.RLIMIT_AS, (MOST_MEMORY, MOST_MEMORY))
 
-        with subprocess.Popen([program, "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={selection}"], cwd=self.folder,
-                              stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL,
-                              preexec_fn=limits, start_new_session=True) as process:
+        nothing = subprocess.DEVNULL
+        with subprocess.Popen([program, "--gtest_brief=1", "--gtest_fail_fast", f"--gtest_filter={selection}"],
+                              cwd=self.folder, stdin=nothing, stdout=nothing, stderr=nothing, preexec_fn=limits,
+                              start_new_session=True) as process:
             try:
                 return process.wait(timeout=60 + 10 * seconds) == 0
             except subprocess.TimeoutExpired:
@@ -535,7 +543,8 @@ def choose(arguments):
     paths = [str(path.resolve().relative_to(TOP)) for path in arguments.file] or sources_of(arguments.room)
     mutants = [mutant for path in paths for mutant in mutants_of(path, (TOP / path).read_text())]
     if arguments.again:
-        last = {entry["key"] for entry in json.loads(results_file(arguments.room).read_text()) if entry["result"] == SURVIVED}
+        entries = json.loads(results_file(arguments.room).read_text())
+        last = {entry["key"] for entry in entries if entry["result"] == SURVIVED}
         return [mutant for mutant in mutants if mutant.key in last]
     if arguments.count:
         seed = arguments.seed if arguments.seed is not None else random.randrange(1 << 16)
