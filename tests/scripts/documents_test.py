@@ -11,7 +11,7 @@ import unittest
 TOP = pathlib.Path(__file__).resolve().parents[2]
 CODE = re.compile(r"^(```|~~~).*?^\1", re.M | re.S)
 LINK = re.compile(r"!?\[(?:[^\[\]]|\[[^\]]*\])*\]\(([^()\s]+)\)|<img\b[^>]*\bsrc=\"([^\"]+)\"|<a\b[^>]*\bhref=\"([^\"]+)\"")
-SOURCE = re.compile(r"^[\w.*-]+\.(?:h|cpp|def|asn1|py|sh|md|js|cmake)$")
+SOURCE = re.compile(r"^[\w.*-]+\.(?:h|cpp|def|asn1|py|sh)$")
 
 
 def tracked():
