@@ -5,12 +5,13 @@ import fnmatch
 import pathlib
 import re
 import subprocess
+import sys
 import unittest
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
 CODE = re.compile(r"^(```|~~~).*?^\1", re.M | re.S)
 LINK = re.compile(r"!?\[(?:[^\[\]]|\[[^\]]*\])*\]\(([^()\s]+)\)|<img\b[^>]*\bsrc=\"([^\"]+)\"|<a\b[^>]*\bhref=\"([^\"]+)\"")
-SOURCE = re.compile(r"^[\w.*-]+\.(?:h|cpp|def|asn1|py|sh|md|js|cmake)$")
+SOURCE = re.compile(r"^[\w.*-]+\.(?:h|cpp|def|asn1|py|sh)$")
 
 
 def tracked():
@@ -104,6 +105,22 @@ class DocumentsTest(unittest.TestCase):
             if document.startswith("docs/") and document != "docs/README.md":
                 with self.subTest(document=document):
                     self.assertIn(f"]({document[5:]})", index)
+
+    def test_the_drawing_and_the_table_of_rooms_are_those_that_are_checked(self):
+        drawing = subprocess.run([sys.executable, "-B", "docs/pictures/rooms.py", "--check", "docs/pictures/rooms.svg"],
+                                 cwd=TOP, capture_output=True, text=True, check=False)
+        self.assertEqual(drawing.returncode, 0, drawing.stderr)
+        checked = {}
+        for line in self.read(TOP / "tests" / "rooms" / "may_include.txt").splitlines():
+            room, colon, allowed = line.split("#")[0].partition(":")
+            if colon and room != "tools":
+                checked[room] = set(allowed.split())
+        told = {}
+        for rooms, allowed in re.findall(r"^\| (`.*?) \| (.*?) \|$", self.read(TOP / "docs" / "architecture.md"), re.M):
+            for room in re.findall("`([^`]*)`", rooms):
+                if room in checked:
+                    told[room] = set(re.findall("`([^`]*)`", allowed))
+        self.assertEqual(told, checked)
 
     def test_the_check_sees_what_is_lost(self):
         read = {TOP / "docs" / "flat.md": "# The flat\n## An `example_of` C-code, too\n## A\n## A\n"}.get
