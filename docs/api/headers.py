@@ -11,7 +11,7 @@ The headers keep to one style, which Doxygen does not know:
  - The comment at the head of a file tells of the file. If it begins "Name: ", it is that of the class Name.
  - A comment documents every declaration below it, up to the next blank line or comment; one that begins with the name
    of the first, only those that it names.
- - A comment behind a declaration documents that one.
+ - A comment behind a declaration documents that one, in place of the comment above unless it is the first below that.
  - A comment with a blank line below it is the heading of a section, and a longer one tells of the section.
  - Lines that stand further in are set as they stand.
 
@@ -30,6 +30,7 @@ SCOPE = re.compile(r"^(?:inline )?namespace\b|^extern \"C\"|"
 CLASS = re.compile(r"\b(?:class|struct|union) (?:VT_API )?(\w+)(?: final)?(?: :|$)")
 LEFT_OUT = re.compile(r"static_assert\b|extern template\b|friend\b|template class\b|template <class T> [^(]*\w<T>::")
 HEADING_LENGTH = 70
+FOREIGN = ("crypto/pkcs11.h",)  # declarations of a standard, under its names
 ROOMS = ("foundation", "asn", "schema", "crypto", "token", "pki", "pki/flat", "ber")
 
 
@@ -288,7 +289,7 @@ class Header:
         if self.leader is None:
             self.leader = name
         told = re.findall(r"[~\w]+", " ".join(self.doc))
-        if told and told[0] == self.leader and name not in told:
+        if name != self.leader and name not in told and (told[:1] == [self.leader] or re.search(r"\boverride\b", code)):
             return name, []
         return name, self.doc
 
@@ -300,7 +301,10 @@ class Header:
         if not forward:
             self.open_section()
             name, doc = self.doc_of(code)
-            doc = [*doc, *([""] if doc and note else []), *note]
+            if note and name != self.leader:
+                doc = note
+            elif note:
+                doc = [*doc, *([""] if doc else []), *note]
             if doc:
                 self.document(markup(doc, name=name))
         self.out += lines
@@ -329,7 +333,6 @@ class Header:
                 if line.lstrip().startswith("#define") and self.doc:
                     self.open_section()
                     self.document(markup(self.doc))
-                    self.doc = []
                 while True:
                     self.out.append(self.lines[number])
                     number += 1
@@ -360,7 +363,7 @@ def public_headers(roots):
     while waiting:
         name = waiting.pop()
         file = next((root / name for root in roots if (root / name).exists()), None)
-        if name not in found and file is not None and name.endswith(".h"):
+        if name not in found and name not in FOREIGN and file is not None and name.endswith(".h"):
             found[name] = file
             waiting += re.findall(r'^#include "([^"]+)"', file.read_text(encoding="utf-8"), re.M)
     return found
