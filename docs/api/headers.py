@@ -106,8 +106,9 @@ def markup(lines, brief=True, name=None):
 
 
 class Header:
-    def __init__(self, name, text):
-        self.lines = text.split("\n")
+    def __init__(self, name, file):
+        self.file = file
+        self.lines = file.read_text(encoding="utf-8").split("\n")
         self.name = name
         self.room = pathlib.PurePath(name).parent.name
         self.complaints = []
@@ -191,9 +192,24 @@ class Header:
         else:
             self.heading = (title[1], [title[2], *texts[cut:]])
 
+    def defined(self, file):
+        """The constants that a list of codes makes of the macro above its #include."""
+        text = re.sub(r"^//.*", "", (self.file.parent.parent / file).read_text(encoding="utf-8"), flags=re.M)
+        macros = re.findall(r"^#define (\w+)\((.*?)\) (.*)$", "\n".join(self.lines), re.M)
+        for macro, names, body in macros:
+            for entry in re.findall(rf"^{macro}\((.*?)\)$", text, re.M | re.S):
+                values = [part.strip() for part in re.findall(r"(?:\"(?:\\.|[^\"\\])*\"|[^,\"])+", entry)]
+                told = dict(zip(re.split(r", ", names), values))
+                words = {name: re.sub(r"\"\s*\"|^\"|\"$", "", value) for name, value in told.items()}
+                doc = [words["raised"][0].upper() + words["raised"][1:] + "."]
+                doc += ["", "Cause: " + words["cause"]] if words.get("cause", "-") != "-" else []
+                doc += ["", "Remedy: " + words["remedy"]] if words.get("remedy", "-") != "-" else []
+                self.document(markup(doc))
+                self.out.append(re.sub(r"\w+", lambda word: told.get(word[0], word[0]), body))
+
     def head(self, texts):
         """The comment at the head of the file: that of the classes it names, if it names some."""
-        match = re.match(r"((?:\w+(?:, | and ))*\w+): (.*)", texts[0]) if texts else None
+        match = re.match(r"((?:\w+(?:, | and ))*\w+)(?:<T>)?: (.*)", texts[0]) if texts else None
         names = re.split(r", | and ", match[1]) if match else []
         here = set(CLASS.findall("\n".join(line.rstrip(" {") for line in self.lines)) +
                    re.findall(r"^(?:class|struct) (?:VT_API )?(\w+)", "\n".join(self.lines), re.M))
@@ -248,8 +264,8 @@ class Header:
             return f"~{name}" not in " ".join(self.doc) and "destructor" not in " ".join(self.doc).lower()
         if self.doc:
             return False
-        return re.search(rf"(^|\s){name}\((const )?{name}&&?\s?\w*\)|"
-                         rf"operator=\((const )?{name}&?&?\s?\w*\)", code) is not None
+        return re.search(rf"(^|\s){name}\( ?(const )?{name}&&?\s?\w*\)|"
+                         rf"operator=\( ?(const )?{name}&?&?\s?\w*\)", code) is not None
 
     def opens(self, lines, code):
         kind = re.search(r"\b(namespace|extern|class|struct|union|enum)\b", code)[1]
@@ -309,6 +325,23 @@ class Header:
                 self.document(markup(doc, name=name))
         self.out += lines
 
+    def directive(self, number):
+        line = self.lines[number].lstrip()
+        macro = re.match(r"#(?:define|undef) (\w+)", line)
+        codes = re.match(r'#include "(.*\.def)"', line)
+        if codes:
+            self.defined(codes[1])
+        passing = macro is not None and f"#undef {macro[1]}" in self.lines
+        if macro and self.doc and not passing:
+            self.open_section()
+            self.document(markup(self.doc))
+        while True:
+            line = self.lines[number]
+            number += 1
+            self.out.append("" if passing or codes else line)
+            if not line.endswith("\\"):
+                return number
+
     def documented(self):
         number = 0
         seen_head = False
@@ -330,14 +363,7 @@ class Header:
                 self.out.append(line)
                 number += 1
             elif line.lstrip().startswith("#"):
-                if line.lstrip().startswith("#define") and self.doc:
-                    self.open_section()
-                    self.document(markup(self.doc))
-                while True:
-                    self.out.append(self.lines[number])
-                    number += 1
-                    if not self.out[-1].endswith("\\"):
-                        break
+                number = self.directive(number)
             elif line.strip().startswith("}"):
                 self.closes(line)
                 number += 1
@@ -372,7 +398,7 @@ def public_headers(roots):
 def main(out, *roots):
     complaints = []
     for name, file in public_headers([pathlib.Path(root) for root in roots]).items():
-        header = Header(name, file.read_text(encoding="utf-8"))
+        header = Header(name, file)
         target = pathlib.Path(out) / name
         target.parent.mkdir(parents=True, exist_ok=True)
         target.write_text(header.documented(), encoding="utf-8")
