@@ -84,6 +84,10 @@ function(vt_add_gtest program label)
     add_test(NAME ${label}.${program} COMMAND ${program})
     # One Wine prefix, one certificate store: programs take turns.
     set_tests_properties(${label}.${program} PROPERTIES LABELS ${label} RUN_SERIAL ON TIMEOUT 900)
+  elseif(VT_COVERAGE)
+    # Each process adds its counters to some hundred files when it ends; one a program is enough.
+    add_test(NAME ${label}.${program} COMMAND ${program})
+    set_tests_properties(${label}.${program} PROPERTIES LABELS ${label} TIMEOUT 900)
   else()
     gtest_discover_tests(${program} TEST_PREFIX ${label}. DISCOVERY_TIMEOUT 60
       PROPERTIES LABELS ${label} TIMEOUT 300)
