@@ -3,7 +3,7 @@
 #
 #   scripts/setup.sh [--list] [group]...
 #
-# Groups: build windows test demo bench fuzz. Without a group: build windows test demo.
+# Groups: build windows test demo bench fuzz coverage. Without a group: build windows test demo.
 # --list prints the packages of the groups and installs nothing.
 # VT_MAY_DOWNGRADE=1 or 0: whether packages may be taken back to the release's own versions where apt refuses otherwise
 # (else: in CI, containers and chroots only).
@@ -18,8 +18,9 @@ declare -A packages=(
     [demo]="libqt5webkit5-dev qtbase5-dev xvfb xauth openssl libnss3-tools fonts-dejavu-core"
     [bench]="libbenchmark-dev libssl-dev libgmp-dev libbotan-2-dev libcrypto++-dev libmbedtls-dev nettle-dev
         libtomcrypt-dev libtommath-dev libnss3-dev libksba-dev libtasn1-6-dev libgnutls28-dev libwolfssl-dev
-        libgcrypt20-dev pkg-config"
+        libgcrypt20-dev pkg-config python3-matplotlib fonts-dejavu-core"
     [fuzz]="clang llvm libclang-rt-dev"
+    [coverage]="gcovr"
 )
 pin_file=/etc/apt/preferences.d/vemtrel-certenroll
 
@@ -81,9 +82,9 @@ main() {
     for group in "$@"; do
         case $group in
             --list) list_only=1 ;;
-            build | windows | test | demo | bench | fuzz) groups+=("$group") ;;
+            build | windows | test | demo | bench | fuzz | coverage) groups+=("$group") ;;
             *)
-                complain "no such group: $group (build windows test demo bench fuzz)"
+                complain "no such group: $group (build windows test demo bench fuzz coverage)"
                 return 1
                 ;;
         esac
