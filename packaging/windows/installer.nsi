@@ -56,7 +56,7 @@ VIAddVersionKey LegalCopyright "Apache License 2.0"
 
 Var previous  ; the folder of the version that this one replaces; empty when there is none, or it is the same folder
 Var fresh     ; 1 when the folder holds no plug-in yet
-Var emptied   ; 1 when the folder was made by this run
+Var made      ; 1 when this run makes the folder
 
 ; Ends with a code. A silent run says why on standard output, which a program without a console must look for.
 !macro fail code text
@@ -115,7 +115,7 @@ Var emptied   ; 1 when the folder was made by this run
     ${If} $fresh = 1
         !insertmacro delete_files "$INSTDIR" ""
     ${EndIf}
-    ${If} $emptied = 1
+    ${If} $made = 1
         !insertmacro delete_folder "$INSTDIR"
     ${EndIf}
 !macroend
@@ -204,9 +204,9 @@ FunctionEnd
 
 Section
     StrCpy $fresh 1
-    StrCpy $emptied 1
+    StrCpy $made 1
     ${If} ${FileExists} "$INSTDIR\*.*"
-        StrCpy $emptied 0
+        StrCpy $made 0
     ${EndIf}
     ${If} ${FileExists} "$INSTDIR\${PLUGIN}"
         StrCpy $fresh 0
@@ -274,14 +274,14 @@ Section Uninstall
     ReadRegStr $1 HKLM "${UNINSTALL_KEY}" InstallLocation
     ${If} $0 != Admin
     ${AndIf} $1 == $INSTDIR
-        !insertmacro fail ${ACCESS_DENIED} "It was installed for all users; to remove it takes the rights of an administrator."
+        !insertmacro fail ${ACCESS_DENIED} "To remove what is there for all users takes the rights of an administrator."
     ${EndIf}
     !insertmacro registered_plugin HKLM $R1
     !insertmacro registered_plugin HKCU $R2
     !insertmacro fail_unless_free "$INSTDIR\${PLUGIN}"
     Delete "$INSTDIR\${PLUGIN}"
     ${If} ${FileExists} "$INSTDIR\${PLUGIN}"
-        !insertmacro fail ${SHARING_VIOLATION} "The plug-in is in use. Close all browsers and try again: $INSTDIR\${PLUGIN}"
+        !insertmacro fail ${SHARING_VIOLATION} "The plug-in is in use. Close all browsers and try again."
     ${EndIf}
     !insertmacro unregister HKLM $R1
     !insertmacro unregister HKCU $R2

@@ -2,7 +2,7 @@
 """Tests of the Windows installer under Wine: installer_test.py WINE VT_INSTALLED PLUGIN WORK
 
 WINE is scripts/wine.sh, whose prefix the tests use and leave as it was; VT_INSTALLED the program of vt_installed.cpp;
-PLUGIN the built DLL; WORK a folder for what they make. Nothing needs a display.
+PLUGIN the built DLL; WORK a folder for what they make. None of them needs a display.
 """
 import json
 import os
@@ -73,7 +73,8 @@ def whole_registry():
 def entry(hive):
     """The values of the entry in "Programs and Features"."""
     values = {}
-    for name, text, number in re.findall(r'^"(\w+)"=(?:"(.*)"|dword:(\w+))$', registry(f"{hive}\\{UNINSTALL_KEY}"), re.M):
+    lines = registry(f"{hive}\\{UNINSTALL_KEY}")
+    for name, text, number in re.findall(r'^"(\w+)"=(?:"(.*)"|dword:(\w+))$', lines, re.M):
         values[name] = int(number, 16) if number else re.sub(r"\\(.)", r"\1", text)
     return values
 
@@ -116,8 +117,9 @@ class InstallerTest(unittest.TestCase):
     @staticmethod
     def make(folder):
         """Makes the installer anew and gives its file name."""
-        return subprocess.run([MAKE, PLUGIN, os.path.join(WORK, folder)], stdout=subprocess.PIPE, text=True, timeout=120,
-                              check=True).stdout.strip()
+        made = subprocess.run([MAKE, PLUGIN, os.path.join(WORK, folder)], stdout=subprocess.PIPE, text=True,
+                              timeout=120, check=True)
+        return made.stdout.strip()
 
     def setUp(self):
         self.forget()
@@ -167,6 +169,11 @@ class InstallerTest(unittest.TestCase):
 
     def test_the_same_plugin_makes_the_same_installer(self):
         self.assertEqual(content(self.setup), content(self.make("again")))
+
+    def test_the_installer_says_its_own_version(self):
+        resource = content(self.setup).decode("utf-16-le", "replace")
+        self.assertRegex(resource, f"FileVersion\0+{re.escape(self.version)}\0")
+        self.assertRegex(resource, "ProductName\0+Vemtrel CertEnroll\0")
 
     def test_an_administrator_installs_for_all_users_and_removes_without_a_trace(self):
         before = whole_registry()
