@@ -103,12 +103,9 @@ void addWork(std::vector<Work>& list, const MessagePeer& peer, const Messages& m
 }
 
 void printMemory(const std::vector<Work>& list) {
-    std::printf("| work | who | allocator calls | most held | of the content |\n|---|---|--:|--:|--:|\n");
     for (const Work& work : list) {
         work.run();
-        const bench::HeapUse use = bench::heapUse(work.run);
-        std::printf("| %s | %s | %ld | %.2f MB | %.2f |\n", work.row.c_str(), work.who.c_str(), use.calls,
-                    static_cast<double>(use.mostBytes) / 1e6, static_cast<double>(use.mostBytes) / kMegabyte);
+        bench::printHeapUse(work.row, work.who, bench::heapUse(work.run));
     }
 }
 

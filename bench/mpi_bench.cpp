@@ -333,13 +333,13 @@ int addEverything() {
         addAll<OurForm<0>>(bits, "ours, plain");
         if (mpi::kernelForms()[1] != nullptr && mpi::kernelForms()[2] != nullptr)
             addAll<OurForm<1>>(bits, std::string("ours, ") + mpi::kernelForms()[1]->name);
-        addAll<Gmp>(bits, "limit: GMP mpn");
+        addAll<Gmp>(bits, "limit: GMP (mpn)");
         addAll<OpenSsl>(bits, "OpenSSL");
         addAll<BotanPeer>(bits, "Botan");
         addAll<CryptoPlusPlus>(bits, "Crypto++");
         addProducts<MbedTls>(bits, "mbedTLS");
         addSquares<MbedTls>(bits, "mbedTLS");
-        addAll<TomMath>(bits, "libtommath", false);
+        addAll<TomMath>(bits, "libtomcrypt (libtommath)", false);
     }
     return 0;
 }

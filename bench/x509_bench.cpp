@@ -26,21 +26,13 @@ std::vector<bench::X509Peer> peers(const bench::Bytes& in) {
             bench::nssX509(in), bench::openSslX509(in), bench::tasn1X509(in)};
 }
 
-double kilobytes(const bench::HeapUse& use) {
-    return static_cast<double>(use.mostBytes) / 1024;
-}
-
 // Ours is cold when its pool is empty. What the libraries take once for themselves is in nobody's first decode, since
 // their set-up decodes already.
 void printMemory(const std::vector<bench::X509Peer>& all) {
-    std::printf("| one decode | allocator calls, first | most held | allocator calls, later | most held |\n");
-    std::printf("|---|--:|--:|--:|--:|\n");
     for (const bench::X509Peer& peer : all) {
         foundation::PoolTrim();
-        const bench::HeapUse first = bench::heapUse(peer.decode);
-        const bench::HeapUse later = bench::heapUse(peer.decode);
-        std::printf("| %s | %ld | %.1f KB | %ld | %.1f KB |\n", peer.who.c_str(), first.calls, kilobytes(first),
-                    later.calls, kilobytes(later));
+        bench::printHeapUse("X.509 decode, first", peer.who, bench::heapUse(peer.decode));
+        bench::printHeapUse("X.509 decode, later", peer.who, bench::heapUse(peer.decode));
     }
 }
 

@@ -14,17 +14,20 @@
 
 #include <cstdint>
 
+// A digest begins, absorbs length bytes, also none, and ends: the output is as long as the digest.
 using DigestInit = int (*)(void* context);
 using DigestUpdate = int (*)(void* context, const std::uint8_t* data, std::uint32_t length);
 using DigestFinal = int (*)(void* context, std::uint8_t* output, std::uint32_t* outputLength);
 
-// The parameter is the cipher's record, laid out as in PKCS#11, whose integers are CK_ULONG: the same record goes to a
+// A cipher is given its key, takes input, whatever its length, and ends with what is left of the last block. The
+// parameter is the cipher's record, laid out as in PKCS#11, whose integers are CK_ULONG: the same record goes to a
 // token.
 using CipherInit = int (*)(void* context, const std::uint8_t* key, std::uint32_t keyLength, const void* parameter);
 using CipherUpdate = int (*)(void* context, const std::uint8_t* input, std::uint8_t* output, std::uint32_t inputLength,
                              std::uint32_t* outputLength);
 using CipherFinal = int (*)(void* context, std::uint8_t* output, std::uint32_t* outputLength);
 
+// A generator is given a seed, and gives length bytes.
 using RandomSeed = int (*)(void* context, const std::uint8_t* seed, std::uint32_t length);
 using RandomGenerate = void (*)(void* context, std::uint8_t* output, std::uint32_t length);
 

@@ -32,9 +32,9 @@
 
 #include <cstdint>
 
-constexpr int MPI_HALF_WORDS = 129;
-constexpr int MPI_FULL_WORDS = 257;
-constexpr int MPI_DOUBLE_WORDS = 513;
+constexpr int MPI_HALF_WORDS = 129;    // an array of half capacity, word 0 included
+constexpr int MPI_FULL_WORDS = 257;    // an array of full capacity
+constexpr int MPI_DOUBLE_WORDS = 513;  // an array of double capacity
 
 // The longest byte string that MPI_FromBytes takes: what a full MPI holds.
 constexpr int MPI_MAX_BYTES = 1024;

@@ -66,6 +66,8 @@ int VerifyUpdateOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t length
 // VerifyFinalOp gives 0 for a signature of the data, and -13 for any other. A signature that the RSA operation cannot
 // open is -13 under CKM_RSA_PKCS; under a digest mechanism it is that operation's own code.
 int VerifyFinalOp(ALG_OBJ* alg, const std::uint8_t* signature, std::uint32_t signatureLength);
+
+// VerifyOp is VerifyUpdateOp and VerifyFinalOp.
 int VerifyOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t length, const std::uint8_t* signature,
              std::uint32_t signatureLength);
 

@@ -297,9 +297,10 @@ class Mutant:
     before: str
     after: str
     key: str  # the same after lines above it came or went
+    original: str = dataclasses.field(repr=False, compare=False)  # the source as it was when the run began
 
-    def source(self, text):
-        return text[:self.mutation.start] + self.mutation.text + text[self.mutation.end:]
+    def source(self):
+        return self.original[:self.mutation.start] + self.mutation.text + self.original[self.mutation.end:]
 
     def describe(self):
         return f"{self.path}:{self.line}\n  - {self.before}\n  + {self.after}"
@@ -314,7 +315,8 @@ def mutants_of(path, text):
         after = " ".join((text[begin:mutation.start] + mutation.text + text[mutation.end:end]).split())
         seen[before, after] = count = seen.get((before, after), 0) + 1
         key = hashlib.sha256(repr((path, before, after, count)).encode()).hexdigest()[:16]
-        found.append(Mutant(path, mutation, text.count("\n", 0, mutation.start) + 1, before, after or ";", key))
+        line = text.count("\n", 0, mutation.start) + 1
+        found.append(Mutant(path, mutation, line, before, after, key, text))
     return found
 
 
@@ -335,14 +337,15 @@ def run(command, **options):
 class Bench:
     """The room's test program, built once as it is, and how to make it with one source changed."""
 
-    def __init__(self, room, build):
+    def __init__(self, room, build, jobs):
         self.build, self.tree = build, WORK / build
+        self.scratch = WORK / f"{room.replace('/', '-')}-{build}"
         self.lock, self.originals = threading.Lock(), {}
         self.program = f"test_{room.replace('pki/', '')}"
         print(f"building {self.program} in {self.tree.relative_to(TOP)}", flush=True)
         run(["cmake", "--preset", build, "-B", self.tree, "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O1",
              "-DVT_WARNINGS_AS_ERRORS=OFF"], cwd=TOP)
-        run(["cmake", "--build", self.tree, "--target", self.program])
+        run(["cmake", "--build", self.tree, "--target", self.program, "-j", str(jobs)])
         self.compiles = self.read_compile_commands()
         self.includers = self.read_dependencies()
         self.link, self.archive = self.read_link_command()
@@ -415,21 +418,21 @@ class Bench:
         done = subprocess.run(words, cwd=self.tree, capture_output=True, check=False)
         return result if done.returncode == 0 else None
 
-    def code_of_original(self, output, source_path, *options):
+    def code_of_original(self, output, mutant, *options):
         with self.lock:
-            key = (output, source_path, *options)
+            key = (output, mutant.path, *options)
             if key not in self.originals:
-                made = self.compile(output, WORK / "original", source_path, (TOP / source_path).read_text(), *options)
+                made = self.compile(output, self.scratch / "original", mutant.path, mutant.original, *options)
                 if made is None:
-                    sys.exit(f"{source_path} does not compile as it is")
+                    sys.exit(f"{mutant.path} does not compile as it is")
                 self.originals[key] = made.read_bytes()
             return self.originals[key]
 
-    def optimises_to_the_same(self, mutant, folder, text):
+    def optimises_to_the_same(self, mutant, folder):
         """Whether the optimiser, which sees more than the quick compilation, makes no difference of it."""
         for output in self.outputs(mutant.path):
-            made = self.compile(output, folder, mutant.path, text, "-O2")
-            if made is None or made.read_bytes() != self.code_of_original(output, mutant.path, "-O2"):
+            made = self.compile(output, folder, mutant.path, mutant.source(), "-O2")
+            if made is None or made.read_bytes() != self.code_of_original(output, mutant, "-O2"):
                 return False
         return True
 
@@ -465,15 +468,15 @@ class Bench:
                 process.send_signal(signal.SIGKILL)
                 return False
 
-    def judge(self, mutant, folder):
-        text = mutant.source((TOP / mutant.path).read_text())
+    def judge(self, mutant, number):
+        folder = self.scratch / f"mutant-{number}"
         shutil.rmtree(folder, ignore_errors=True)
         made = {}
         for output in self.outputs(mutant.path):
-            path = self.compile(output, folder, mutant.path, text)
+            path = self.compile(output, folder, mutant.path, mutant.source())
             if path is None:
                 return NOT_COMPILED
-            if path.read_bytes() != self.code_of_original(output, mutant.path):
+            if path.read_bytes() != self.code_of_original(output, mutant):
                 made[output] = path
         if not made:
             return SAME_CODE
@@ -483,7 +486,7 @@ class Bench:
         slow = ":".join(self.slow)
         if not self.passes(program, f"-{slow}") or slow and not self.passes(program, slow):
             return KILLED
-        return SAME_CODE if self.optimises_to_the_same(mutant, folder, text) else SURVIVED
+        return SAME_CODE if self.optimises_to_the_same(mutant, folder) else SURVIVED
 
 
 # ---- The run ----
@@ -501,7 +504,7 @@ def judged(bench, mutants, count, jobs):
                 mutant = next(order, None) if counted < count else None
             if mutant is None:
                 return
-            result = bench.judge(mutant, WORK / f"mutant-{number}")
+            result = bench.judge(mutant, number)
             with lock:
                 results[mutant] = result
                 if result == SURVIVED:
@@ -569,7 +572,7 @@ def main():
         print("".join(f"{mutant.describe()}\n" for mutant in mutants), end="")
         return 0
     WORK.mkdir(parents=True, exist_ok=True)
-    bench = Bench(arguments.room, arguments.build)
+    bench = Bench(arguments.room, arguments.build, arguments.jobs)
     # A header is only worth a mutant where an object is made of it.
     mutants = [mutant for mutant in mutants if bench.outputs(mutant.path)]
     count = len(mutants) if arguments.again or not arguments.count else arguments.count

@@ -18,7 +18,7 @@ declare -A packages=(
     [demo]="libqt5webkit5-dev qtbase5-dev xvfb xauth openssl libnss3-tools fonts-dejavu-core"
     [bench]="libbenchmark-dev libssl-dev libgmp-dev libbotan-2-dev libcrypto++-dev libmbedtls-dev nettle-dev
         libtomcrypt-dev libtommath-dev libnss3-dev libksba-dev libtasn1-6-dev libgnutls28-dev libwolfssl-dev
-        libgcrypt20-dev pkg-config"
+        libgcrypt20-dev pkg-config python3-matplotlib fonts-dejavu-core"
     [fuzz]="clang llvm libclang-rt-dev"
     [coverage]="gcovr"
 )

@@ -42,11 +42,11 @@ struct StoredCertificate;
 // What createChooser is given. A length counts only if its text is there. With both texts there, and a module loaded,
 // the chooser is on the token; what they say does not matter. The first word is carried along for the caller.
 struct VT_P11_SELECTION {
-    std::uint32_t first;
-    const char* text1;
-    std::uint32_t length1;
-    const char* text2;
-    std::uint32_t length2;
+    std::uint32_t first;    // the caller's own
+    const char* text1;      // borrowed; null for none
+    std::uint32_t length1;  // in bytes
+    const char* text2;      // borrowed; null for none
+    std::uint32_t length2;  // in bytes
 };
 
 class VT_API VT_P11_OP {

@@ -11,7 +11,7 @@ The headers keep to one style, which Doxygen does not know:
  - The comment at the head of a file tells of the file. If it begins "Name: ", it is that of the class Name.
  - A comment documents every declaration below it, up to the next blank line or comment; one that begins with the name
    of the first, only those that it names.
- - A comment behind a declaration documents that one.
+ - A comment behind a declaration documents that one, in place of the comment above unless it is the first below that.
  - A comment with a blank line below it is the heading of a section, and a longer one tells of the section.
  - Lines that stand further in are set as they stand.
 
@@ -30,6 +30,7 @@ SCOPE = re.compile(r"^(?:inline )?namespace\b|^extern \"C\"|"
 CLASS = re.compile(r"\b(?:class|struct|union) (?:VT_API )?(\w+)(?: final)?(?: :|$)")
 LEFT_OUT = re.compile(r"static_assert\b|extern template\b|friend\b|template class\b|template <class T> [^(]*\w<T>::")
 HEADING_LENGTH = 70
+FOREIGN = ("crypto/pkcs11.h",)  # declarations of a standard, under its names
 ROOMS = ("foundation", "asn", "schema", "crypto", "token", "pki", "pki/flat", "ber")
 
 
@@ -105,8 +106,9 @@ def markup(lines, brief=True, name=None):
 
 
 class Header:
-    def __init__(self, name, text):
-        self.lines = text.split("\n")
+    def __init__(self, name, file):
+        self.file = file
+        self.lines = file.read_text(encoding="utf-8").split("\n")
         self.name = name
         self.room = pathlib.PurePath(name).parent.name
         self.complaints = []
@@ -190,9 +192,24 @@ class Header:
         else:
             self.heading = (title[1], [title[2], *texts[cut:]])
 
+    def defined(self, file):
+        """The constants that a list of codes makes of the macro above its #include."""
+        text = re.sub(r"^//.*", "", (self.file.parent.parent / file).read_text(encoding="utf-8"), flags=re.M)
+        macros = re.findall(r"^#define (\w+)\((.*?)\) (.*)$", "\n".join(self.lines), re.M)
+        for macro, names, body in macros:
+            for entry in re.findall(rf"^{macro}\((.*?)\)$", text, re.M | re.S):
+                values = [part.strip() for part in re.findall(r"(?:\"(?:\\.|[^\"\\])*\"|[^,\"])+", entry)]
+                told = dict(zip(re.split(r", ", names), values))
+                words = {name: re.sub(r"\"\s*\"|^\"|\"$", "", value) for name, value in told.items()}
+                doc = [words["raised"][0].upper() + words["raised"][1:] + "."]
+                doc += ["", "Cause: " + words["cause"]] if words.get("cause", "-") != "-" else []
+                doc += ["", "Remedy: " + words["remedy"]] if words.get("remedy", "-") != "-" else []
+                self.document(markup(doc))
+                self.out.append(re.sub(r"\w+", lambda word: told.get(word[0], word[0]), body))
+
     def head(self, texts):
         """The comment at the head of the file: that of the classes it names, if it names some."""
-        match = re.match(r"((?:\w+(?:, | and ))*\w+): (.*)", texts[0]) if texts else None
+        match = re.match(r"((?:\w+(?:, | and ))*\w+)(?:<T>)?: (.*)", texts[0]) if texts else None
         names = re.split(r", | and ", match[1]) if match else []
         here = set(CLASS.findall("\n".join(line.rstrip(" {") for line in self.lines)) +
                    re.findall(r"^(?:class|struct) (?:VT_API )?(\w+)", "\n".join(self.lines), re.M))
@@ -247,8 +264,8 @@ class Header:
             return f"~{name}" not in " ".join(self.doc) and "destructor" not in " ".join(self.doc).lower()
         if self.doc:
             return False
-        return re.search(rf"(^|\s){name}\((const )?{name}&&?\s?\w*\)|"
-                         rf"operator=\((const )?{name}&?&?\s?\w*\)", code) is not None
+        return re.search(rf"(^|\s){name}\( ?(const )?{name}&&?\s?\w*\)|"
+                         rf"operator=\( ?(const )?{name}&?&?\s?\w*\)", code) is not None
 
     def opens(self, lines, code):
         kind = re.search(r"\b(namespace|extern|class|struct|union|enum)\b", code)[1]
@@ -288,7 +305,7 @@ class Header:
         if self.leader is None:
             self.leader = name
         told = re.findall(r"[~\w]+", " ".join(self.doc))
-        if told and told[0] == self.leader and name not in told:
+        if name != self.leader and name not in told and (told[:1] == [self.leader] or re.search(r"\boverride\b", code)):
             return name, []
         return name, self.doc
 
@@ -300,10 +317,30 @@ class Header:
         if not forward:
             self.open_section()
             name, doc = self.doc_of(code)
-            doc = [*doc, *([""] if doc and note else []), *note]
+            if note and name != self.leader:
+                doc = note
+            elif note:
+                doc = [*doc, *([""] if doc else []), *note]
             if doc:
                 self.document(markup(doc, name=name))
         self.out += lines
+
+    def directive(self, number):
+        line = self.lines[number].lstrip()
+        macro = re.match(r"#(?:define|undef) (\w+)", line)
+        codes = re.match(r'#include "(.*\.def)"', line)
+        if codes:
+            self.defined(codes[1])
+        passing = macro is not None and f"#undef {macro[1]}" in self.lines
+        if macro and self.doc and not passing:
+            self.open_section()
+            self.document(markup(self.doc))
+        while True:
+            line = self.lines[number]
+            number += 1
+            self.out.append("" if passing or codes else line)
+            if not line.endswith("\\"):
+                return number
 
     def documented(self):
         number = 0
@@ -326,15 +363,7 @@ class Header:
                 self.out.append(line)
                 number += 1
             elif line.lstrip().startswith("#"):
-                if line.lstrip().startswith("#define") and self.doc:
-                    self.open_section()
-                    self.document(markup(self.doc))
-                    self.doc = []
-                while True:
-                    self.out.append(self.lines[number])
-                    number += 1
-                    if not self.out[-1].endswith("\\"):
-                        break
+                number = self.directive(number)
             elif line.strip().startswith("}"):
                 self.closes(line)
                 number += 1
@@ -360,7 +389,7 @@ def public_headers(roots):
     while waiting:
         name = waiting.pop()
         file = next((root / name for root in roots if (root / name).exists()), None)
-        if name not in found and file is not None and name.endswith(".h"):
+        if name not in found and name not in FOREIGN and file is not None and name.endswith(".h"):
             found[name] = file
             waiting += re.findall(r'^#include "([^"]+)"', file.read_text(encoding="utf-8"), re.M)
     return found
@@ -369,7 +398,7 @@ def public_headers(roots):
 def main(out, *roots):
     complaints = []
     for name, file in public_headers([pathlib.Path(root) for root in roots]).items():
-        header = Header(name, file.read_text(encoding="utf-8"))
+        header = Header(name, file)
         target = pathlib.Path(out) / name
         target.parent.mkdir(parents=True, exist_ok=True)
         target.write_text(header.documented(), encoding="utf-8")
