@@ -14,7 +14,8 @@ declare -A packages=(
     [build]="build-essential cmake ninja-build pkg-config ccache libnss3-dev libnspr4-dev googletest libgtest-dev
         libgmock-dev python3"
     [windows]="g++-mingw-w64-i686-posix mingw-w64-i686-dev wine wine32:i386 xvfb xauth fonts-liberation"
-    [test]="libnss3-tools softhsm2 opensc openssl gnutls-bin xvfb xauth clang-format clang-tidy shellcheck git"
+    [test]="libnss3-tools softhsm2 opensc openssl gnutls-bin xvfb xauth clang-format clang-tidy shellcheck git
+        doxygen mandoc"
     [demo]="libqt5webkit5-dev qtbase5-dev xvfb xauth openssl libnss3-tools fonts-dejavu-core"
     [bench]="libbenchmark-dev libssl-dev libgmp-dev libbotan-2-dev libcrypto++-dev libmbedtls-dev nettle-dev
         libtomcrypt-dev libtommath-dev libnss3-dev libksba-dev libtasn1-6-dev libgnutls28-dev libwolfssl-dev
