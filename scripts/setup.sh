@@ -3,7 +3,7 @@
 #
 #   scripts/setup.sh [--list] [group]...
 #
-# Groups: build windows test demo bench fuzz coverage. Without a group: build windows test demo.
+# Groups: build windows test demo bench fuzz proof. Without a group: build windows test demo.
 # --list prints the packages of the groups and installs nothing.
 # VT_MAY_DOWNGRADE=1 or 0: whether packages may be taken back to the release's own versions where apt refuses otherwise
 # (else: in CI, containers and chroots only).
@@ -21,7 +21,7 @@ declare -A packages=(
         libtomcrypt-dev libtommath-dev libnss3-dev libksba-dev libtasn1-6-dev libgnutls28-dev libwolfssl-dev
         libgcrypt20-dev pkg-config python3-matplotlib fonts-dejavu-core"
     [fuzz]="clang llvm libclang-rt-dev"
-    [coverage]="gcovr"
+    [proof]="gcovr valgrind"
 )
 pin_file=/etc/apt/preferences.d/vemtrel-certenroll
 
@@ -83,9 +83,9 @@ main() {
     for group in "$@"; do
         case $group in
             --list) list_only=1 ;;
-            build | windows | test | demo | bench | fuzz | coverage) groups+=("$group") ;;
+            build | windows | test | demo | bench | fuzz | proof) groups+=("$group") ;;
             *)
-                complain "no such group: $group (build windows test demo bench fuzz coverage)"
+                complain "no such group: $group (build windows test demo bench fuzz proof)"
                 return 1
                 ;;
         esac
