@@ -40,9 +40,9 @@ foreach(room IN LISTS toolkit_rooms)
   get_target_property(folder vt_${room} SOURCE_DIR)
   cmake_path(RELATIVE_PATH folder BASE_DIRECTORY "${PROJECT_SOURCE_DIR}")
   list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/${folder}/" REGEX "^[^/]+$")
-  file(GLOB lists CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.def")  # of codes, which headers include
-  install(FILES ${headers} ${lists} DESTINATION "${headers_folder}/${folder}" COMPONENT development)
+  install(FILES ${headers} DESTINATION "${headers_folder}/${folder}" COMPONENT development)
 endforeach()
+install(FILES "${PROJECT_SOURCE_DIR}/token/codes.def" DESTINATION "${headers_folder}/token" COMPONENT development)
 get_target_property(headers vt_schema HEADER_SET_generated)
 install(FILES ${headers} DESTINATION "${headers_folder}/schema" COMPONENT development)
 
