@@ -58,7 +58,7 @@ def time_table(rows):
         peers = {measure.library_of(who) for who in (*row.times, *row.failed) if measure.is_peer(who)}
         expected.setdefault(row.room, set()).update(peers)
     titles = ["room", "work", "size", "ours", "best peer", "its time", "best / ours", "median / ours",
-            "the others' time / ours", "have none"]
+            "the others' time / ours", "no figure"]
     return table(titles, "lllrlrrrll", [time_line(row, expected[row.room]) for row in rows])
 
 
@@ -124,7 +124,7 @@ EXPLANATION = """\
 Each line is one piece of work, done by ours and by the peers in turn in the same run; times are medians.
 "best / ours" is the best peer's time over ours, "median / ours" the median peer's: above 1.0 ours is ahead.
 "ours, plain" and the like are what machines with fewer instructions get, "limit" is what no peer offers but the machine
-allows. "have none": peers of the same room that do not offer the work, or not in public.
+allows. "no figure": peers of the room that do not offer the work, or not in public, or are not measured in it.
 """
 
 TOKEN_EXPLANATION = """\

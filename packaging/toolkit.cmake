@@ -50,11 +50,7 @@ include(CMakePackageConfigHelpers)
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/VemtrelCertEnroll")
 write_basic_package_version_file("${CMAKE_CURRENT_BINARY_DIR}/VemtrelCertEnrollConfigVersion.cmake"
   COMPATIBILITY SameMajorVersion)
-configure_package_config_file(VemtrelCertEnrollConfig.cmake.in
-  "${CMAKE_CURRENT_BINARY_DIR}/VemtrelCertEnrollConfig.cmake"
-  INSTALL_DESTINATION "${package_folder}" NO_SET_AND_CHECK_MACRO)
-install(FILES
-  "${CMAKE_CURRENT_BINARY_DIR}/VemtrelCertEnrollConfig.cmake"
+install(FILES VemtrelCertEnrollConfig.cmake
   "${CMAKE_CURRENT_BINARY_DIR}/VemtrelCertEnrollConfigVersion.cmake"
   DESTINATION "${package_folder}" COMPONENT development)
 install(EXPORT toolkit FILE VemtrelCertEnrollTargets.cmake NAMESPACE VemtrelCertEnroll::

@@ -37,7 +37,11 @@ ROOMS = ("foundation", "asn", "schema", "crypto", "token", "pki", "pki/flat", "b
 def escape(text):
     """Text as Markdown would print it unchanged; code between backticks stays."""
     parts = re.split(r"(`[^`]*`)", text)
-    parts[::2] = [re.sub(r"--+", r"\\\g<0>", re.sub(r"([\\@<>&#$%*~])", r"\\\1", part)) for part in parts[::2]]
+    for i in range(0, len(parts), 2):
+        part = re.sub(r"([\\@<>&#$%*~]|--+)", r"\\\1", parts[i])
+        # Neither the first word of a sentence nor a header of the system is a reference to what is called the same.
+        part = re.sub(r"(?:^|(?<=[.:] ))(?=[A-Z][a-z]+\b(?!::))", "%", part)
+        parts[i] = re.sub(r"\\<(?=\w+\.h)", r"\\<%", part)
     return "".join(parts)
 
 
@@ -109,21 +113,34 @@ class Header:
     def __init__(self, name, file):
         self.file = file
         self.lines = file.read_text(encoding="utf-8").split("\n")
+        self.functions = set(re.findall(r"^(?!//|#)[\w:*&\" ]+[ *&](\w+)\(", "\n".join(self.lines), re.M))
         self.name = name
         self.room = pathlib.PurePath(name).parent.name
         self.complaints = []
         self.out = []
-        self.scopes = []  # of [kind, name of the class, whether its members are left out, whether a section is open]
-        self.section = False  # of the file
+        self.scopes = []  # of [kind, name of the class, whether its members are private, whether a section is open]
+        self.section = False  # whether a section of the file is open
+        self.sections = 0
+        self.linkage = 0  # blocks of C linkage that are open: they are no scope
         self.doc = []
         self.leader = None  # the first name that self.doc stands above
         self.heading = None
-        self.class_doc = {}
+        self.class_doc = {}  # what the head of the file says of its classes
+        self.shared = False  # whether it says it of several
 
     # -- Output
 
-    def document(self, lines):
-        self.out += ["///" + (" " + line if line else "") for line in lines]
+    def document(self, lines, own=None):
+        """A documentation comment. The file's other functions become references in it."""
+        as_it_stands = False
+        for line in lines:
+            as_it_stands = line.startswith("@code") or as_it_stands and not line.startswith("@endcode")
+            if not as_it_stands:
+                line = re.sub(r"(?<![#%:.`\w])\w+\b(?![(`]|::|[.]\w)", lambda word: self.reference(word[0], own), line)
+            self.out.append("///" + (" " + line if line else ""))
+
+    def reference(self, word, own):
+        return word + "()" if word in self.functions and word != own else word
 
     def hidden(self):
         return any(scope[2] for scope in self.scopes)
@@ -132,26 +149,36 @@ class Header:
         return self.scopes[-1] if self.scopes else None
 
     def close_section(self):
-        holder = self.holder()
-        if holder[3] if holder else self.section:
+        if self.in_section():
             self.document(["@}"])
-            if holder:
-                holder[3] = False
-            else:
-                self.section = False
+            self.set_section(False)
 
     def open_section(self):
+        """Opens the section of the heading that waits: of a class, or of the file, where it is a page of its own."""
         if self.heading is None or self.hidden():
             return
         title, text = self.heading
         self.close_section()
-        self.document(["@name " + escape(title), *markup(text, brief=False), "@{"])
-        self.out.append("")
-        if self.holder():
-            self.holder()[3] = True
+        if self.scopes:
+            first = ["@name " + title]
         else:
-            self.section = True
+            self.sections += 1
+            place = title if self.room == self.name.split(".")[0].split("/")[-1] else f"{self.name.split('/')[-1]}: {title}"
+            first = [f"@defgroup {self.room}_{self.sections}_{pathlib.PurePath(self.name).stem} {place}",
+                     f"@ingroup {self.room}", f"Part of {self.name}.", ""]
+        self.document([*first, *markup(text, brief=False), "@{"])
+        self.out.append("")
+        self.set_section(True)
         self.heading = None
+
+    def in_section(self):
+        return self.scopes[-1][3] if self.scopes else self.section
+
+    def set_section(self, is_open):
+        if self.scopes:
+            self.scopes[-1][3] = is_open
+        else:
+            self.section = is_open
 
     # -- Comments
 
@@ -216,6 +243,7 @@ class Header:
         if names and all(name in here for name in names):
             own = [match[2][0].upper() + match[2][1:], *texts[1:]]
             self.class_doc = {name: own for name in names}
+            self.shared = len(names) > 1
             brief = first_sentence(" ".join(texts[: texts.index("")] if "" in texts else texts))[0]
             texts = [brief]
         self.document([f"@file", f"@ingroup {self.room}", *markup(texts)])
@@ -268,11 +296,16 @@ class Header:
                          rf"operator=\( ?(const )?{name}&?&?\s?\w*\)", code) is not None
 
     def opens(self, lines, code):
-        kind = re.search(r"\b(namespace|extern|class|struct|union|enum)\b", code)[1]
+        if code.startswith("extern"):
+            self.linkage += 1
+            self.out += [""] * len(lines)
+            return
+        kind = re.search(r"\b(namespace|class|struct|union|enum)\b", code)[1]
         match = CLASS.search(code)
         name = match[1] if match else None
         doc = self.class_doc.pop(name, []) if not any(s[1] for s in self.scopes) else []
-        doc = [*doc, *([""] if doc and self.doc else []), *self.doc]
+        parts = [self.doc, doc] if self.shared else [doc, self.doc]
+        doc = [*parts[0], *([""] if doc and self.doc else []), *parts[1]]
         if kind in ("class", "struct", "union", "enum") and not self.hidden():
             self.open_section()
             if doc:
@@ -281,15 +314,14 @@ class Header:
         elif self.section:
             self.close_section()
         self.out += lines
-        self.scopes.append([kind, name, kind == "class" and False, False])
-        self.private(kind == "class")
+        self.scopes.append([kind, name, kind == "class", False])
         self.doc = []
 
-    def private(self, is_private):
-        if self.holder():
-            self.holder()[2] = is_private
-
     def closes(self, line):
+        if not self.scopes and self.linkage:
+            self.linkage -= 1
+            self.out.append("")
+            return
         self.close_section()
         self.scopes.pop()
         self.heading = None
@@ -310,19 +342,22 @@ class Header:
         return name, self.doc
 
     def declares(self, lines, code, note):
-        forward = re.match(r"(?:template ?<.*> ?)?(?:class|struct|enum(?: class)?) (?:VT_API )?\w+(?: : [\w:]+)?;$", code)
+        forward = re.match(r"(?:template ?<.*> ?)?(?:class|struct|enum(?: class)?) (?:VT_API )?\w+(?: : [\w:]+)?;$|"
+                           r"typedef struct (\w+) \1;$", code)
         if self.hidden() or self.is_left_out(code):
             self.out += [""] * len(lines)
             return
         if not forward:
             self.open_section()
             name, doc = self.doc_of(code)
+            if note and re.match(r"[a-z]{2,}\b", note[0]):
+                note = [note[0][0].upper() + note[0][1:], *note[1:]]
             if note and name != self.leader:
                 doc = note
             elif note:
                 doc = [*doc, *([""] if doc else []), *note]
             if doc:
-                self.document(markup(doc, name=name))
+                self.document(markup(doc, name=name), own=name)
         self.out += lines
 
     def directive(self, number):
@@ -373,7 +408,7 @@ class Header:
                     self.opens(lines, code)
                 elif end == ":":
                     self.close_section()
-                    self.private(code.startswith("private"))
+                    self.scopes[-1][2] = code.startswith("private")
                     self.heading = None
                     self.out += lines
                 else:
