@@ -5,6 +5,7 @@
 #include <botan/monty.h>
 #include <cryptopp/integer.h>
 #include <cryptopp/modarith.h>
+#include <gcrypt.h>
 #include <gmp.h>
 #include <mbedtls/bignum.h>
 #include <openssl/bn.h>
@@ -14,6 +15,7 @@
 #include <string>
 
 #include "bench/key.h"
+#include "bench/mpi_wolfssl.h"
 #include "crypto/mpi.h"
 #include "crypto/mpi_kernels.h"
 
@@ -247,6 +249,37 @@ class MbedTls {
     std::size_t length_;
 };
 
+// It has no square of its own, and its Montgomery arithmetic is not public.
+class Gcrypt {
+  public:
+    explicit Gcrypt(const Numbers& numbers)
+        : a_(read(numbers.a)), b_(read(numbers.b)), r_(gcry_mpi_new(0)), length_(numbers.a.size()) {}
+    void multiply() { gcry_mpi_mul(r_.get(), a_.get(), b_.get()); }
+    void square() { gcry_mpi_mul(r_.get(), a_.get(), a_.get()); }
+    [[nodiscard]] Bytes result() const {
+        Bytes bytes(2 * length_);
+        std::size_t length = 0;
+        gcry_mpi_print(GCRYMPI_FMT_USG, nullptr, 0, &length, r_.get());
+        gcry_mpi_print(GCRYMPI_FMT_USG, bytes.data() + (bytes.size() - length), length, nullptr, r_.get());
+        return bytes;
+    }
+
+  private:
+    using Number = std::unique_ptr<gcry_mpi, Freed<gcry_mpi_release>>;
+    static Number read(const Bytes& bytes) {
+        gcry_mpi_t made = nullptr;
+        gcry_mpi_scan(&made, GCRYMPI_FMT_USG, bytes.data(), bytes.size(), nullptr);
+        return Number(made);
+    }
+    Number a_, b_, r_;
+    std::size_t length_;
+};
+
+class WolfSsl : public bench::WolfSslNumbers {
+  public:
+    explicit WolfSsl(const Numbers& numbers) : WolfSslNumbers(numbers.a, numbers.b, numbers.n, numbers.product) {}
+};
+
 // The numbers behind libtomcrypt. Its digits have 60 bits, so its R is another one and the reduced value too.
 class TomMath {
   public:
@@ -333,13 +366,16 @@ int addEverything() {
         addAll<OurForm<0>>(bits, "ours, plain");
         if (mpi::kernelForms()[1] != nullptr && mpi::kernelForms()[2] != nullptr)
             addAll<OurForm<1>>(bits, std::string("ours, ") + mpi::kernelForms()[1]->name);
-        addAll<Gmp>(bits, "limit: GMP mpn");
+        addAll<Gmp>(bits, "limit: GMP (mpn)");
         addAll<OpenSsl>(bits, "OpenSSL");
         addAll<BotanPeer>(bits, "Botan");
         addAll<CryptoPlusPlus>(bits, "Crypto++");
         addProducts<MbedTls>(bits, "mbedTLS");
         addSquares<MbedTls>(bits, "mbedTLS");
-        addAll<TomMath>(bits, "libtommath", false);
+        addProducts<Gcrypt>(bits, "libgcrypt");
+        addSquares<Gcrypt>(bits, "libgcrypt");
+        addAll<WolfSsl>(bits, "wolfSSL");
+        addAll<TomMath>(bits, "libtomcrypt (libtommath)", false);
     }
     return 0;
 }

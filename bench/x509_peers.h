@@ -25,9 +25,12 @@ X509Peer ourX509(const Bytes& certificate);
 X509Peer botanX509(const Bytes& certificate);
 X509Peer gnuTlsX509(const Bytes& certificate);
 X509Peer ksbaX509(const Bytes& certificate);
+X509Peer mbedTlsX509(const Bytes& certificate);
 X509Peer nssX509(const Bytes& certificate);
 X509Peer openSslX509(const Bytes& certificate);
 X509Peer tasn1X509(const Bytes& certificate);
+X509Peer tomCryptX509(const Bytes& certificate);
+X509Peer wolfSslX509(const Bytes& certificate);
 
 }  // namespace bench
 
