@@ -8,7 +8,8 @@ under the path that it is included by.
 
 The headers keep to one style, which Doxygen does not know:
 
- - The comment at the head of a file tells of the file. If it begins "Name: ", it is that of the class Name.
+ - The comment at the head of a file tells of the file. If it begins "Name: ", it is that of the class Name, and of
+   the file as well if that declares functions.
  - A comment documents every declaration below it, up to the next blank line or comment; one that begins with the name
    of the first, only those that it names.
  - A comment behind a declaration documents that one, in place of the comment above unless it is the first below that.
@@ -182,7 +183,8 @@ class Header:
         if names and self.classes.issuperset(names):
             self.class_doc = {name: [match[2][0].upper() + match[2][1:], *texts[1:]] for name in names}
             self.shared = len(names) > 1
-            texts = [first_sentence(" ".join(texts))]
+            # Where functions work on the class, the file is where they are looked up.
+            texts = texts if self.functions else [first_sentence(" ".join(texts))]
         self.document(["@file", f"@ingroup {self.room}", *markup(texts)])
         self.out.append("")
 

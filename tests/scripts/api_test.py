@@ -48,6 +48,11 @@ class HeadersTest(unittest.TestCase):
         text = self.made("// Thing: what it is.\n\nclass Thing {\n};\n")
         self.assertIn("/// @ingroup room\n/// @brief What it is.\n///\n/// What it is.\nclass Thing {", text)
 
+    def test_a_head_tells_of_class_and_file_where_there_are_functions(self):
+        text = self.made("// Thing: what it is. How it works.\n\nstruct Thing {\n};\n\nvoid f(Thing* thing);\n")
+        self.assertEqual(2, text.count("hat it is. How it works."))
+        self.assertIn("/// What it is. How it works.\nstruct Thing {", text)
+
     def test_a_comment_documents_all_declarations_down_to_a_blank_line(self):
         self.assertEqual({"int a();": "Both count.", "int b();": "Both count.", "int c();": None},
                          self.told("// Both count.\nint a();\nint b();\n\nint c();\n"))
