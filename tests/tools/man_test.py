@@ -48,7 +48,8 @@ def commands_of_page(text):
 def commands_of_help(text):
     """Each command of a usage text with its options. A password stands for the two options that name its source."""
     lines = re.findall(r"^  ([a-z][\w-]*)( .*)?\n      \S", text, re.MULTILINE)
-    return {name: set(OPTION.findall(arguments)) for name, arguments in lines}
+    password = " --password-file FILE | --password-env NAME"
+    return {name: set(OPTION.findall(arguments.replace("PASSWORD", password))) for name, arguments in lines}
 
 
 def examples(text):
