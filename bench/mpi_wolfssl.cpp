@@ -46,6 +46,10 @@ void WolfSslNumbers::reduce() {
     sp_mont_red(&values_->r, &values_->n, values_->rho);
 }
 
+void WolfSslNumbers::power() {
+    sp_exptmod(&values_->a, &values_->b, &values_->n, &values_->r);
+}
+
 Bytes WolfSslNumbers::result() const {
     Bytes bytes(2 * values_->length);
     const auto length = static_cast<std::size_t>(sp_unsigned_bin_size(&values_->r));

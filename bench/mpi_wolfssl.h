@@ -17,6 +17,7 @@ class WolfSslNumbers {
     void multiply();
     void square();
     void reduce();
+    void power();
     [[nodiscard]] Bytes result() const;
 
   private:

@@ -1,4 +1,4 @@
-// A certificate of 1.1 KB with eight extensions, decoded and encoded, ours beside other libraries.
+// A certificate of 1.1 KB with eight extensions, decoded, encoded and printed, ours beside other libraries.
 //
 //     bench_asn             the benchmarks
 //     bench_asn --memory    calls of the system's allocator, and the most held, for one decode of each
@@ -65,6 +65,14 @@ int main(int argc, char** argv) {
     for (const bench::X509Peer& peer : all) {
         if (peer.encode != nullptr)
             registerRow("X.509 encode", peer.who, [&peer] { benchmark::DoNotOptimize(peer.encode()); });
+    }
+    for (const bench::X509Peer& peer : all) {
+        if (peer.print != nullptr && peer.print() == 0) {
+            std::fprintf(stderr, "%s prints nothing\n", peer.who.c_str());
+            return 1;
+        }
+        if (peer.print != nullptr)
+            registerRow("X.509 print", peer.who, [&peer] { benchmark::DoNotOptimize(peer.print()); });
     }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

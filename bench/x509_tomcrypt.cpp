@@ -1,4 +1,5 @@
 // libtomcrypt knows no certificates: its values are those of ASN.1, in a tree without names.
+#define LTM_DESC  // the numbers of libtommath
 #include <tomcrypt.h>
 
 #include <cstdlib>
@@ -20,6 +21,7 @@ ltc_asn1_list* decoded(const Bytes& certificate) {
 }  // namespace
 
 X509Peer tomCryptX509(const Bytes& certificate) {
+    ltc_mp = ltm_desc;
     return {"libtomcrypt", [certificate] { der_free_sequence_flexi(decoded(certificate)); }, nullptr};
 }
 
