@@ -29,8 +29,11 @@ class VT_API VT_DigestedDataContentInfo {
     VT_DigestedDataContentInfo& operator=(const VT_DigestedDataContentInfo& other);
     ~VT_DigestedDataContentInfo();
 
+    // The digest: SHA-1, MD5 or MD2.
     int setDigestAlgorithmIdentifier(const AlgorithmIdentifier& identifier);
     int getDigestAlgorithmIdentifier(AlgorithmIdentifier& identifier) const;
+
+    // The content that is digested.
     int setInnerContentInfo(const ContentInfo& content);
     int getInnerContentInfo(ContentInfo& content) const;
 
