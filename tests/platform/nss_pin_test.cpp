@@ -157,6 +157,53 @@ TEST_F(nss_pin_test, CertificateShowsItsKeyWithoutAPin) {
     EXPECT_EQ(asked(), "");
 }
 
+// The same key in the database and on the card: a certificate goes to the first, until it is told that it is the
+// card's.
+TEST_F(nss_pin_test, CertificateMovesToTheKeyThatItIsToldOf) {
+    if (!support::inOwnProcess())
+        return support::runInOwnProcess();
+    makeCard();
+    answerPrompt("echo 1234");
+    makeKey("c", 1024);
+    home_.file("c.blob", textOf(exportKey("c", PRIVATEKEYBLOB)));
+    const ToolResult written = tool(
+        "cd " + home_.path() +
+        " && openssl rsa -inform MSBLOB -in c.blob -outform DER -out k.der 2>/dev/null && openssl rsa -inform MSBLOB "
+        "-in c.blob -pubout -outform DER -out p.der 2>/dev/null && for t in privkey:k.der pubkey:p.der; do "
+        "pkcs11-tool --module " VT_SOFTHSM
+        " --token-label card --login --pin 1234 --write-object ${t#*:} --type ${t%:*} --id 07 "
+        "--label on-the-card || exit 1; done");
+    ASSERT_EQ(written.status, 0) << written.output;
+    const Authority authority(home_);
+    const Bytes der = authority.certify(publicKeyPem(home_, "c"), "/CN=Alice", 5);
+    const auto isOnCard = [] {
+        const ToolResult list = tool("pkcs11-tool --module " VT_SOFTHSM " --token-label card --login --pin 1234 -O");
+        return list.output.find("Certificate Object") != std::string::npos;
+    };
+    const auto isInDatabase = [&] {
+        return tool("certutil -L -h 'NSS Certificate DB' -d " + home_.database()).output.find("Alice") !=
+               std::string::npos;
+    };
+    const StoreHandle my("MY");
+    PCCERT_CONTEXT cert = nullptr;
+    ASSERT_TRUE(capi().CertAddEncodedCertificateToStore(my.get(), kEncoding, der.data(), static_cast<DWORD>(der.size()),
+                                                        CERT_STORE_ADD_REPLACE_EXISTING, &cert));
+    EXPECT_FALSE(isOnCard());
+    EXPECT_TRUE(isInDatabase());
+    wchar_t provider[] = L"card";
+    wchar_t other[] = L"c";
+    CRYPT_KEY_PROV_INFO info = {other, provider, PROV_RSA_FULL, 0, 0, nullptr, AT_SIGNATURE};
+    EXPECT_TRUE(capi().CertSetCertificateContextProperty(cert, CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+    EXPECT_FALSE(isOnCard()) << "the card has no container of that name";
+    wchar_t container[] = L"on-the-card";
+    info.pwszContainerName = container;
+    EXPECT_TRUE(capi().CertSetCertificateContextProperty(cert, CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+    EXPECT_TRUE(isOnCard());
+    EXPECT_FALSE(isInDatabase());
+    EXPECT_TRUE(capi().CertDeleteCertificateFromStore(cert));
+    EXPECT_FALSE(isOnCard());
+}
+
 // Other programs make keys without identifiers, or give one to several.
 TEST_F(nss_pin_test, DeletionTakesNoOtherPairsPublicKey) {
     if (!support::inOwnProcess())
