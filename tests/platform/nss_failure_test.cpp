@@ -27,23 +27,42 @@ auto failureOf(Result (*)(Arguments...)) {
     return failing<Result, Arguments...>;
 }
 
-// Fails<&Functions::PK11_Sign> makes that function fail while it lives. NSS must be bound already.
+// Replaced<&Functions::PK11_Sign> makes that function fail while it lives, or calls another in its place. NSS must be
+// bound already.
 template <auto Function>
-class Fails {
+class Replaced {
   public:
-    Fails() { entry() = failureOf(former_); }
-    ~Fails() { entry() = former_; }
-    Fails(const Fails&) = delete;
-    Fails& operator=(const Fails&) = delete;
+    Replaced() { entry() = failureOf(former_); }
+    template <class Other>
+    explicit Replaced(Other* other) {
+        entry() = other;
+    }
+    ~Replaced() { entry() = former_; }
+    Replaced(const Replaced&) = delete;
+    Replaced& operator=(const Replaced&) = delete;
 
   private:
     static auto& entry() { return const_cast<Functions&>(platform::nss::nss()).*Function; }
     std::decay_t<decltype(entry())> former_ = entry();
 };
 
+// A token with a keypad of its own, which takes the PIN past this program.
+const char* typedPin = "none";
+PRBool yes(PK11SlotInfo* /*slot*/) {
+    return PR_TRUE;
+}
+PRBool notYet(PK11SlotInfo* /*slot*/, void* /*argument*/) {
+    return PR_FALSE;
+}
+template <SECStatus Result>
+SECStatus checkPin(PK11SlotInfo* /*slot*/, const char* pin) {
+    typedPin = pin;
+    return Result;
+}
+
 template <auto Function, class Call>
 DWORD errorWithout(Call call) {
-    const Fails<Function> fails;
+    const Replaced<Function> fails;
     return errorOf(call);
 }
 
@@ -150,14 +169,14 @@ TEST_F(nss_failure_test, ACertificateIsAddedInEitherOfTwoWays) {
     const Bytes der = selfSigned(home_, "/CN=Root", "");
     {
         const StoreHandle root("ROOT");
-        const Fails<&Functions::PK11_ImportCert> refused;
+        const Replaced<&Functions::PK11_ImportCert> refused;
         EXPECT_EQ((errorWithout<&Functions::PK11_CreateGenericObject>([&] { return addError(root, der) == 0; })),
                   NTE_FAIL);
     }
     EXPECT_TRUE(contents("ROOT").empty());
     {
         const StoreHandle root("ROOT");
-        const Fails<&Functions::PK11_ImportCert> refused;
+        const Replaced<&Functions::PK11_ImportCert> refused;
         EXPECT_EQ(addError(root, der), 0u);
     }
     EXPECT_EQ(contents("ROOT"), std::vector<Bytes>{der});
@@ -177,14 +196,14 @@ TEST_F(nss_failure_test, ACertificateThatNssDoesNotFindIsDeletedAllTheSame) {
         return errorOf([&] { return capi().CertDeleteCertificateFromStore(cert); });
     };
     {
-        const Fails<&Functions::SEC_DeletePermCertificate> refused;
+        const Replaced<&Functions::SEC_DeletePermCertificate> refused;
         EXPECT_EQ(remove(), NTE_FAIL);
     }
     EXPECT_EQ(contents("ROOT"), std::vector<Bytes>{der});
     {
-        const Fails<&Functions::PK11_FindCertFromDERCertItem> unknown;
+        const Replaced<&Functions::PK11_FindCertFromDERCertItem> unknown;
         {
-            const Fails<&Functions::PK11_DestroyTokenObject> refused;
+            const Replaced<&Functions::PK11_DestroyTokenObject> refused;
             EXPECT_EQ(remove(), NTE_FAIL);
         }
         EXPECT_EQ(contents("ROOT"), std::vector<Bytes>{der});
@@ -206,9 +225,32 @@ TEST_F(nss_failure_test, ARivalThatCannotBeRemovedKeepsItsPlace) {
     }
     {
         const StoreHandle my("MY");
-        const Fails<&Functions::SEC_DeletePermCertificate> refused;
-        const Fails<&Functions::PK11_DestroyTokenObject> notDestroyed;
+        const Replaced<&Functions::SEC_DeletePermCertificate> refused;
+        const Replaced<&Functions::PK11_DestroyTokenObject> notDestroyed;
         EXPECT_EQ(addError(my, second), NTE_FAIL);
     }
     EXPECT_EQ(contents("MY"), std::vector<Bytes>{first});
+}
+
+TEST_F(nss_failure_test, ATokenWithAKeypadAsksForThePinItself) {
+    makeKey("c", 512);
+    const Prov prov("c", 0);
+    KeyHandle key;
+    const auto generate = [&] { return capi().CryptGenKey(prov.get(), AT_SIGNATURE, 512U << 16, key.out()); };
+    const Replaced<&Functions::PK11_NeedLogin> needed(yes);
+    const Replaced<&Functions::PK11_IsLoggedIn> isOut(notYet);
+    const Replaced<&Functions::PK11_ProtectedAuthenticationPath> hasKeypad(yes);
+    setenv("SSH_ASKPASS", home_.script("ask", "touch " + home_.file("asked")).c_str(), 1);
+    {
+        const Replaced<&Functions::PK11_CheckUserPassword> refused(checkPin<SECWouldBlock>);
+        EXPECT_EQ(errorOf(generate), SCARD_W_WRONG_CHV);
+    }
+    {
+        const Replaced<&Functions::PK11_CheckUserPassword> broken(checkPin<SECFailure>);
+        EXPECT_EQ(errorOf(generate), NTE_FAIL);
+    }
+    const Replaced<&Functions::PK11_CheckUserPassword> good(checkPin<SECSuccess>);
+    EXPECT_EQ(errorOf(generate), 0u);
+    EXPECT_EQ(typedPin, nullptr);
+    EXPECT_NE(tool("test -e " + home_.file("asked")).status, 0) << "nobody is asked here";
 }

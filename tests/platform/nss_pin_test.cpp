@@ -13,14 +13,13 @@ constexpr char kCard[] = "card";
 class nss_pin_test : public NssTest {
   protected:
     // Makes the token and tells the database of it; the environment is this process's.
-    void makeCard() {
+    void makeCard(const std::string& label = kCard) {
         home_.file("softhsm.conf", "directories.tokendir = " + home_.path() + "/tokens\nobjectstore.backend = file\n");
         setenv("SOFTHSM2_CONF", home_.file("softhsm.conf").c_str(), 1);
         const ToolResult made = tool(
-            "cd " + home_.path() +
-            " && mkdir -p tokens .pki/nssdb && softhsm2-util --init-token --free --label card "
-            "--pin 1234 --so-pin 5678 && certutil -N --empty-password -d " +
-            home_.database() + " && modutil -force -add softhsm -libfile " VT_SOFTHSM " -dbdir " + home_.database());
+            "cd " + home_.path() + " && mkdir -p tokens .pki/nssdb && softhsm2-util --init-token --free --label '" +
+            label + "' --pin 1234 --so-pin 5678 && certutil -N --empty-password -d " + home_.database() +
+            " && modutil -force -add softhsm -libfile " VT_SOFTHSM " -dbdir " + home_.database());
         ASSERT_EQ(made.status, 0) << made.output;
     }
 
@@ -31,10 +30,10 @@ class nss_pin_test : public NssTest {
 
     std::string asked() const { return textOf(readFile(home_.file("asked"))); }
 
-    static DWORD acquireError(DWORD flags) {
+    static DWORD acquireError(DWORD flags, const char* provider = kCard) {
         HCRYPTPROV prov = 0;
         const DWORD error =
-            errorOf([&] { return capi().CryptAcquireContextA(&prov, "c", kCard, PROV_RSA_FULL, flags); });
+            errorOf([&] { return capi().CryptAcquireContextA(&prov, "c", provider, PROV_RSA_FULL, flags); });
         if (prov != 0) {
             EXPECT_TRUE(capi().CryptReleaseContext(prov, 0));
         }
@@ -273,6 +272,19 @@ TEST_F(nss_pin_test, PinentryIsAskedWhereNoAskpassIsNamed) {
     EXPECT_EQ(acquireError(CRYPT_NEWKEYSET), SCARD_W_WRONG_CHV);
     pinentry("echo 'S PASSPHRASE_ENTRY'; echo 'D 1%323%34'; echo OK");
     EXPECT_EQ(acquireError(CRYPT_NEWKEYSET), 0u) << "%32 is 2";
+}
+
+TEST_F(nss_pin_test, ATokensNameGivesThePinentryNoCommands) {
+    if (!support::inOwnProcess())
+        return support::runInOwnProcess();
+    constexpr char kLabel[] = "a%\nGETPIN\n\x7F";
+    makeCard(kLabel);
+    unsetenv("SSH_ASKPASS");
+    setenv("PATH", (home_.path() + ":" + getenv("PATH")).c_str(), 1);
+    home_.script("pinentry",
+                 "echo OK\nwhile read -r line; do echo \"$line\" >> " + home_.file("asked") + "\necho ERR\ndone");
+    EXPECT_EQ(acquireError(CRYPT_NEWKEYSET, kLabel), SCARD_W_CANCELLED_BY_USER);
+    EXPECT_EQ(asked(), "SETDESC Enter the PIN of the token \"a%25%0AGETPIN%0A\x7F\".\nBYE\n");
 }
 
 TEST_F(nss_pin_test, DatabaseWithAPasswordAsksToo) {
