@@ -7,7 +7,7 @@
 ROOM        ber, asn, crypto, ... : a folder of sources with a test program test_ROOM
 --count N   how many mutants to judge, a random sample (default 100; 0: all)
 --seed S    of the sample; printed when it is not given
---file P    only mutants of this source or header; may be repeated
+--file P    only mutants of this source or header, may be repeated; else headers that many sources include are left out
 --again     judge the survivors of the last run again, after tests were added or sources changed
 --build B   as which preset the mutants are built: native (default) or asan, under which reads and writes out of bounds
             are falls too
@@ -50,6 +50,8 @@ WORK = TOP / "build" / "mutation"
 # A test that takes longer runs after the others.
 QUICK_SECONDS = 0.03
 MOST_MEMORY = 4 << 30
+# A header that more objects include is left out unless --file names it: each of its mutants would take minutes.
+MOST_INCLUDERS = 4
 KILLED, SURVIVED, SAME_CODE, NOT_COMPILED = "killed", "survived", "same code", "not compiled"
 
 # ---- Reading C++ ----
@@ -596,8 +598,8 @@ def main():
         return 0
     WORK.mkdir(parents=True, exist_ok=True)
     bench = Bench(arguments.room, arguments.build, arguments.jobs)
-    # A header is only worth a mutant where an object is made of it.
-    mutants = [mutant for mutant in mutants if bench.outputs(mutant.path)]
+    most = len(bench.members) if arguments.file or arguments.again else MOST_INCLUDERS
+    mutants = [mutant for mutant in mutants if 0 < len(bench.outputs(mutant.path)) <= most]
     count = len(mutants) if arguments.again or not arguments.count else arguments.count
     return 1 if report(arguments.room, judged(bench, mutants, count, arguments.jobs), earlier) else 0
 

@@ -229,6 +229,21 @@ TEST(list_test, LongSetsOfUnlikeItemsCompareByTheSameRule) {
     EXPECT_FALSE(b == a);
 }
 
+TEST(list_test, LongSetsOfUnlikeItemsMayBeEqual) {
+    AsnSetOf<AsnSequence> a;
+    AsnSetOf<AsnSequence> b;
+    for (int i = 0; i < 40; ++i) {
+        for (AsnSetOf<AsnSequence>* set : {&a, &b})
+            set->AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnInteger(i)),
+                                                           der_io::member("flag", AsnBoolean(true))));
+    }
+    // NULL equals the identifier, and as the only one of a single member nothing else.
+    a.AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnNull())));
+    b.AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnOid("1.2"))));
+    EXPECT_TRUE(a == b);
+    EXPECT_FALSE(b == a);
+}
+
 // Of such items nothing but the one string tells them apart.
 void set(AsnPrintableString& item, int number) {
     item.SetData(std::to_string(number).c_str());
@@ -292,6 +307,24 @@ TEST(list_test, AHundredThousandItemsCompareInAnyOrder) {
     b.Get(0)->SetData(MiByte());
     EXPECT_FALSE(a == b);
     EXPECT_FALSE(b == a);
+}
+
+// Each item against each other would take minutes.
+TEST(list_test, FiftyThousandSequencesThatDifferInTheirLastMemberCompareInAnyOrder) {
+    const auto item = [](int number) {
+        return der_io::composite<AsnSequence>(der_io::member("version", AsnInteger(0)),
+                                              der_io::member("number", AsnInteger(number)));
+    };
+    AsnSetOf<AsnSequence> a;
+    AsnSetOf<AsnSequence> b;
+    for (int i = 0; i < 50000; ++i) {
+        a.AddElement(item(i));
+        b.AddElement(item(49999 - i));
+    }
+    EXPECT_TRUE(a == b);
+    b.AddElement(item(50000));
+    a.AddElement(item(50001));
+    EXPECT_FALSE(a == b);
 }
 
 TEST(list_test, SequencesAreWrittenInTheirOrder) {
