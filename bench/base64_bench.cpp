@@ -117,7 +117,10 @@ void addDecode(const std::string& row, const std::string& who, bool lines, const
 }
 
 const std::vector<Base64Peer>& peers() {
-    static const std::vector<Base64Peer> all = {bench::openSslBase64()};
+    static const std::vector<Base64Peer> all = {
+        bench::botanBase64(),   bench::cryptoPlusPlusBase64(), bench::gnuTlsBase64(),
+        bench::mbedTlsBase64(), bench::nettleBase64(),         bench::nssBase64(),
+        bench::openSslBase64(), bench::tomCryptBase64(),       bench::wolfSslBase64()};
     return all;
 }
 

@@ -25,7 +25,15 @@ struct Base64Peer {
     std::function<std::size_t(const std::string& text, Bytes& bytes)> decodeLines;
 };
 
+Base64Peer botanBase64();
+Base64Peer cryptoPlusPlusBase64();
+Base64Peer gnuTlsBase64();
+Base64Peer mbedTlsBase64();
+Base64Peer nettleBase64();
+Base64Peer nssBase64();
 Base64Peer openSslBase64();
+Base64Peer tomCryptBase64();
+Base64Peer wolfSslBase64();
 
 }  // namespace bench
 

@@ -6,6 +6,11 @@
 # toolkit's rooms that are not.
 function(vt_room room)
   cmake_parse_arguments(ARG "" "" "SOURCES;HEADERS;INTERNAL;USES" ${ARGN})
+  foreach(header IN LISTS ARG_INTERNAL)
+    if(header IN_LIST ARG_HEADERS)
+      message(FATAL_ERROR "vt_room(${room}): ${header} is listed as installed and as internal")
+    endif()
+  endforeach()
   set(target vt_${room})
   if(ARG_SOURCES)
     add_library(${target} STATIC ${ARG_SOURCES})

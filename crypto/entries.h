@@ -4,11 +4,11 @@
 // Results are 0 or a negative code; entries allocate nothing and throw nothing, but for the seeded generator, which has
 // a working buffer.
 //
-//   * A context is zeroed where it is allocated and set by one init; it belongs to one thread. After the final another
-//     message needs another init.
-//   * A missing output asks for the size alone: the length is stored and the context stays as it was.
-//   * Unless a header says otherwise, -2 is a missing context, key, parameter record, output length, or input of more
-//     than no bytes, and -3 a wrong length. On failure the output length is untouched unless a header says otherwise.
+// - A context is zeroed where it is allocated and set by one init; it belongs to one thread. After the final another
+//   message needs another init.
+// - A missing output asks for the size alone: the length is stored and the context stays as it was.
+// - Unless a header says otherwise, -2 is a missing context, key, parameter record, output length, or input of more
+//   than no bytes, and -3 a wrong length. On failure the output length is untouched unless a header says otherwise.
 #ifndef VT_CRYPTO_ENTRIES_H
 #define VT_CRYPTO_ENTRIES_H
 

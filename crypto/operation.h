@@ -9,16 +9,17 @@
 //
 // What follows holds for the software side.
 //
-//   * An output must have the room that a query of the size reports: an output length is only given, never read. A null
-//     output is such a query, wherever a size can be told beforehand, and changes nothing.
-//   * Codes common to all:
-//       -2  an absent object, output length, chooser at an init, or input of more than no bytes
-//       -4  at an init: a key that is missing, empty, or of a kind that does not fit the mechanism
-//       -5  at what follows: no chooser attached, or none whose init succeeded
-//       -6  a mechanism that the operation does not have
-//       -7  at an init: a key shorter than what the cipher reads
-//     and whatever the entries give.
-//   * A failed init leaves the operation closed. After a final another message needs another init.
+// - An output must have the room that a query of the size reports: an output length is only given, never read. A null
+//   output is such a query, wherever a size can be told beforehand, and changes nothing.
+// - A failed init leaves the operation closed. After a final another message needs another init.
+//
+// Codes common to all, besides whatever the entries give:
+//
+//     -2  an absent object, output length, chooser at an init, or input of more than no bytes
+//     -4  at an init: a key that is missing, empty, or of a kind that does not fit the mechanism
+//     -5  at what follows: no chooser attached, or none whose init succeeded
+//     -6  a mechanism that the operation does not have
+//     -7  at an init: a key shorter than what the cipher reads
 #ifndef VT_CRYPTO_OPERATION_H
 #define VT_CRYPTO_OPERATION_H
 

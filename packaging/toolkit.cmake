@@ -40,9 +40,9 @@ foreach(room IN LISTS toolkit_rooms)
   get_target_property(folder vt_${room} SOURCE_DIR)
   cmake_path(RELATIVE_PATH folder BASE_DIRECTORY "${PROJECT_SOURCE_DIR}")
   list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/${folder}/" REGEX "^[^/]+$")
-  file(GLOB lists CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/${folder}/*.def")  # of codes, which headers include
-  install(FILES ${headers} ${lists} DESTINATION "${headers_folder}/${folder}" COMPONENT development)
+  install(FILES ${headers} DESTINATION "${headers_folder}/${folder}" COMPONENT development)
 endforeach()
+install(FILES "${PROJECT_SOURCE_DIR}/token/codes.def" DESTINATION "${headers_folder}/token" COMPONENT development)
 get_target_property(headers vt_schema HEADER_SET_generated)
 install(FILES ${headers} DESTINATION "${headers_folder}/schema" COMPONENT development)
 
@@ -50,11 +50,7 @@ include(CMakePackageConfigHelpers)
 set(package_folder "${CMAKE_INSTALL_LIBDIR}/cmake/VemtrelCertEnroll")
 write_basic_package_version_file("${CMAKE_CURRENT_BINARY_DIR}/VemtrelCertEnrollConfigVersion.cmake"
   COMPATIBILITY SameMajorVersion)
-configure_package_config_file(VemtrelCertEnrollConfig.cmake.in
-  "${CMAKE_CURRENT_BINARY_DIR}/VemtrelCertEnrollConfig.cmake"
-  INSTALL_DESTINATION "${package_folder}" NO_SET_AND_CHECK_MACRO)
-install(FILES
-  "${CMAKE_CURRENT_BINARY_DIR}/VemtrelCertEnrollConfig.cmake"
+install(FILES VemtrelCertEnrollConfig.cmake
   "${CMAKE_CURRENT_BINARY_DIR}/VemtrelCertEnrollConfigVersion.cmake"
   DESTINATION "${package_folder}" COMPONENT development)
 install(EXPORT toolkit FILE VemtrelCertEnrollTargets.cmake NAMESPACE VemtrelCertEnroll::

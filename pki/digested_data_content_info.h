@@ -17,10 +17,6 @@ class DigestedData;
 class MiByte;
 class VT_P11_OP;
 
-namespace pki {
-struct EnvelopedAccess;
-}
-
 // Setters copy in, getters copy out. Each operation gives 0 or a code (token/codes.def); codes of the token layer pass
 // through, and so do the exceptions of malformed DER.
 //
@@ -60,8 +56,6 @@ class VT_API VT_DigestedDataContentInfo {
     void Reset();
 
   private:
-    friend struct pki::EnvelopedAccess;
-
     int digestContent(VT_P11_OP& op, MiByte& result) const;
 
     Held<AlgorithmIdentifier> digestAlgorithm;

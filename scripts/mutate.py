@@ -7,7 +7,7 @@
 ROOM        ber, asn, crypto, ... : a folder of sources with a test program test_ROOM
 --count N   how many mutants to judge, a random sample (default 100; 0: all)
 --seed S    of the sample; printed when it is not given
---file P    only mutants of this source or header; may be repeated
+--file P    only mutants of this source or header, may be repeated; else headers that many sources include are left out
 --again     judge the survivors of the last run again, after tests were added or sources changed
 --build B   as which preset the mutants are built: native (default) or asan, under which reads and writes out of bounds
             are falls too
@@ -50,6 +50,8 @@ WORK = TOP / "build" / "mutation"
 # A test that takes longer runs after the others.
 QUICK_SECONDS = 0.03
 MOST_MEMORY = 4 << 30
+# A header that more objects include is left out unless --file names it: each of its mutants would take minutes.
+MOST_INCLUDERS = 4
 KILLED, SURVIVED, SAME_CODE, NOT_COMPILED = "killed", "survived", "same code", "not compiled"
 
 # ---- Reading C++ ----
@@ -340,7 +342,8 @@ class Bench:
     def __init__(self, room, build, jobs):
         self.build, self.tree = build, WORK / build
         self.scratch = WORK / f"{room.replace('/', '-')}-{build}"
-        self.lock, self.originals = threading.Lock(), {}
+        shutil.rmtree(self.scratch, ignore_errors=True)
+        self.lock, self.originals = threading.RLock(), {}
         self.program = f"test_{room.replace('pki/', '')}"
         print(f"building {self.program} in {self.tree.relative_to(TOP)}", flush=True)
         run(["cmake", "--preset", build, "-B", self.tree, "-DCMAKE_BUILD_TYPE=Debug", "-DCMAKE_CXX_FLAGS_DEBUG=-O1",
@@ -413,10 +416,28 @@ class Bench:
         at = words.index("-c") + 1
         if (TOP / source_path).resolve() == pathlib.Path(source).resolve():
             words[at] = str(changed)
-        words[1:1] = ["-w", "-g0", f"-ffile-prefix-map={folder / 'source'}={TOP}", f"-I{folder / 'source'}"]
-        words = [word for word in words if word not in ("-g", "-g1")] + list(options)
+        words = [word for word in words if word not in ("-g", "-g1")] + ["-w", "-g0", *options]
+        if words[0].endswith("++"):
+            words[1:1] = ["-include", str(self.standard_headers(words[1:words.index("-o")] + list(options)))]
+        words[1:1] = [f"-ffile-prefix-map={folder / 'source'}={TOP}", f"-I{folder / 'source'}"]
         done = subprocess.run(words, cwd=self.tree, capture_output=True, check=False)
         return result if done.returncode == 0 else None
+
+    def standard_headers(self, flags):
+        """A header of all the standard headers that our files include, precompiled for these flags: most of the time
+        of a compilation would go into reading them."""
+        name = hashlib.sha256(repr(flags).encode()).hexdigest()[:16]
+        header = self.scratch / "headers" / f"{name}.h"
+        with self.lock:
+            if not header.exists():
+                ours = [path for path in self.includers if TOP in path.parents and path.suffix in (".cpp", ".h")]
+                found = {line for path in ours if self.includers[path] & self.members
+                         for line in re.findall(r"^#include <[a-z_]+>$", path.read_text(), re.MULTILINE)}
+                header.parent.mkdir(parents=True, exist_ok=True)
+                header.write_text("".join(f"{line}\n" for line in sorted(found)))
+                compiler = next(words[0] for _, words in self.compiles.values() if words[0].endswith("++"))
+                run([compiler, *flags, "-w", "-g0", "-x", "c++-header", header, "-o", f"{header}.gch"], cwd=self.tree)
+        return header
 
     def code_of_original(self, output, mutant, *options):
         with self.lock:
@@ -518,22 +539,24 @@ def judged(bench, mutants, count, jobs):
     return results
 
 
-def report(room, results):
+def report(room, results, earlier):
+    """Prints the table of all results, those of an earlier run among them, and writes them and the survivors."""
+    entries = earlier | {mutant.key: {"path": mutant.path, "line": mutant.line, "result": result,
+                                      "text": mutant.describe()} for mutant, result in results.items()}
     columns = (KILLED, SURVIVED, SAME_CODE, NOT_COMPILED)
     table = {}
-    for mutant, result in results.items():
-        table.setdefault(mutant.path, dict.fromkeys(columns, 0))[result] += 1
+    for entry in entries.values():
+        table.setdefault(entry["path"], dict.fromkeys(columns, 0))[entry["result"]] += 1
     table["in all"] = {column: sum(row[column] for row in table.values()) for column in columns}
     width = max(map(len, table))
     print(f"\n{'':{width}}" + "".join(f"  {column:>12}" for column in columns))
     for name, row in sorted(table.items(), key=lambda item: (item[0] == "in all", item[0])):
         print(f"{name:{width}}" + "".join(f"  {row[column]:12}" for column in columns))
-    survivors = sorted((m for m, result in results.items() if result == SURVIVED), key=lambda m: (m.path, m.line))
+    survivors = sorted((entry["path"], entry["line"], entry["text"]) for entry in entries.values()
+                       if entry["result"] == SURVIVED)
     file = WORK / f"{room.replace('/', '-')}-survivors.txt"
-    file.write_text("".join(f"{m.describe()}\n" for m in survivors))
-    results_file(room).write_text(json.dumps(
-        [{"key": m.key, "path": m.path, "line": m.line, "before": m.before, "after": m.after, "result": result}
-         for m, result in results.items()], indent=1))
+    file.write_text("".join(f"{text}\n" for _, _, text in survivors))
+    results_file(room).write_text(json.dumps(entries, indent=1))
     print(f"\n{len(survivors)} survived: {file.relative_to(TOP)}")
     return survivors
 
@@ -543,17 +566,19 @@ def results_file(room):
 
 
 def choose(arguments):
+    """The mutants to judge, and the results of an earlier run that stay: all but the survivors to judge again."""
     paths = [str(path.resolve().relative_to(TOP)) for path in arguments.file] or sources_of(arguments.room)
     mutants = [mutant for path in paths for mutant in mutants_of(path, (TOP / path).read_text())]
     if arguments.again:
         entries = json.loads(results_file(arguments.room).read_text())
-        last = {entry["key"] for entry in entries if entry["result"] == SURVIVED}
-        return [mutant for mutant in mutants if mutant.key in last]
+        survivors = {key for key, entry in entries.items() if entry["result"] == SURVIVED and entry["path"] in paths}
+        return ([mutant for mutant in mutants if mutant.key in survivors],
+                {key: entry for key, entry in entries.items() if key not in survivors})
     if arguments.count:
         seed = arguments.seed if arguments.seed is not None else random.randrange(1 << 16)
         print(f"seed {seed}")
         random.Random(seed).shuffle(mutants)
-    return mutants
+    return mutants, {}
 
 
 def main():
@@ -567,16 +592,16 @@ def main():
     parser.add_argument("--jobs", type=int, default=1)
     parser.add_argument("--list", action="store_true")
     arguments = parser.parse_args()
-    mutants = choose(arguments)
+    mutants, earlier = choose(arguments)
     if arguments.list:
         print("".join(f"{mutant.describe()}\n" for mutant in mutants), end="")
         return 0
     WORK.mkdir(parents=True, exist_ok=True)
     bench = Bench(arguments.room, arguments.build, arguments.jobs)
-    # A header is only worth a mutant where an object is made of it.
-    mutants = [mutant for mutant in mutants if bench.outputs(mutant.path)]
+    most = len(bench.members) if arguments.file or arguments.again else MOST_INCLUDERS
+    mutants = [mutant for mutant in mutants if 0 < len(bench.outputs(mutant.path)) <= most]
     count = len(mutants) if arguments.again or not arguments.count else arguments.count
-    return 1 if report(arguments.room, judged(bench, mutants, count, arguments.jobs)) else 0
+    return 1 if report(arguments.room, judged(bench, mutants, count, arguments.jobs), earlier) else 0
 
 
 if __name__ == "__main__":

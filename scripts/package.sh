@@ -3,6 +3,7 @@
 #
 #   scripts/package.sh            everything below
 #   scripts/package.sh deb        Debian packages: plug-in, toolkit library, development files, tools
+#   scripts/package.sh windows    the installer of the plug-in for Windows
 #
 # Installs what is missing first; with VT_NO_SETUP=1 nothing. VT_JOBS: how many compilers at once (else the number of
 # processors). Exit status: 0 when everything that was asked for has been made.
@@ -13,15 +14,14 @@ packages=build/packages
 
 say() { printf 'package: %s\n' "$*"; }
 
-# What a build's packages are made of is its target "products".
-build() {  # build
-    cmake --preset "$1" >/dev/null
-    cmake --build --preset "$1" -j "$jobs" --target products
+set_up() {  # group...
+    [[ -n ${VT_NO_SETUP:-} ]] || bash scripts/setup.sh "$@"
 }
 
 package_deb() {
-    [[ -n ${VT_NO_SETUP:-} ]] || bash scripts/setup.sh build
-    build native
+    set_up build
+    [[ -e build/native/build.ninja ]] || cmake --preset native
+    cmake --build --preset native -j "$jobs" --target products
     mkdir -p "$packages"
     rm -f "$packages"/*.deb
     # The same files whenever they are made: the time in them is that of the change log's entry.
@@ -36,19 +36,24 @@ package_deb() {
     done
 }
 
+package_windows() {
+    set_up build windows
+    say "made $(bash packaging/windows/make.sh)"
+}
+
 main() {
     local argument
     local -a kinds=()
     for argument in "$@"; do
         case $argument in
-            deb) kinds+=("$argument") ;;
+            deb | windows) kinds+=("$argument") ;;
             *)
                 sed -n '2,/^set /{/^#/s/^# \{0,1\}//p}' "$0"
                 return 2
                 ;;
         esac
     done
-    [[ ${#kinds[@]} -gt 0 ]] || kinds=(deb)
+    [[ ${#kinds[@]} -gt 0 ]] || kinds=(deb windows)
     for argument in "${kinds[@]}"; do
         "package_$argument"
     done

@@ -51,11 +51,14 @@ struct VT_P11_SELECTION {
 
 class VT_API VT_P11_OP {
   public:
-    // A new object has no chooser. A copy shares the chooser, which runs one operation at a time and is to be destroyed
-    // through one of its holders, once. The destructor and Reset let go of the chooser without destroying it.
-    VT_P11_OP();
+    VT_P11_OP();  // without a chooser
+
+    // A copy shares the chooser, which runs one operation at a time and is to be destroyed through one of its holders,
+    // once.
     VT_P11_OP(const VT_P11_OP& other);
     VT_P11_OP& operator=(const VT_P11_OP& other);
+
+    // The destructor and Reset let go of the chooser without destroying it.
     ~VT_P11_OP();
     void Reset();
 

@@ -568,7 +568,9 @@ typedef struct VTPKCS_KeyObj {
     char* tokenKeyLabel;    /* VTPKCS_TOKEN_KEY: zero-terminated, null for none */
 } VTPKCS_KeyObj;
 
-/* What the functions down to the end have in common:
+/* ---- Work with key objects and tokens --------------------------------------------------------------------------- */
+
+/* What these functions have in common:
  *
  *     -1003    a blob that must have data has none
  *     -1006    an algorithm that is not supported

@@ -342,6 +342,9 @@ TEST(der_decoder_test, EmptyStrings) {
     utf8.SetVisibleString("x");
     EXPECT_EQ(decode(utf8, "0C 00"), 2U);
     EXPECT_EQ(utf8.GetDataLength(), 0U);
+    utf8.SetVisibleString("x");
+    EXPECT_EQ(utf8.DerDecodeContent(bytes("00"), 0, 0), 0U);
+    EXPECT_EQ(utf8.GetDataLength(), 0U);
     AsnBMPString bmp;
     bmp.SetVisibleString("x");
     EXPECT_EQ(bmp.DerDecodeContent(bytes("00"), 0, 0), 0U);
@@ -753,6 +756,61 @@ TEST(der_decoder_test, ContentBytesKeepTheContent) {
     EXPECT_EQ(encoded(value), "02 02 00 05");
     EXPECT_THROW(decode(value, "02 05 01"), MiOutOfRangeExp);
     EXPECT_THROW(decode(value, "02 00"), MiInvalidArgumentExp);  // the length is looked at first
+}
+
+// Content that no such value may have, which shows that nothing reads it.
+template <class T>
+void contentBytesAreNotRead(std::string_view content) {
+    SCOPED_TRACE(content);
+    T value;
+    const std::string before = encoded(value);
+    value.OnContentByte();
+    EXPECT_EQ(decodeContent(value, content), support::hex(content).size());
+    ASSERT_NE(value.GetAsnContentByte(), nullptr);
+    EXPECT_EQ(toHex(*value.GetAsnContentByte()), content);
+    value.OffContentByte();
+    EXPECT_EQ(encoded(value), before) << "the value itself is untouched";
+}
+
+TEST(der_decoder_test, ContentBytesAreNotRead) {
+    contentBytesAreNotRead<AsnBoolean>("00 01 02");
+    contentBytesAreNotRead<AsnEnumerated>("01 02 03 04 05 06");
+    contentBytesAreNotRead<AsnBitString>("FF");
+    contentBytesAreNotRead<AsnOctetString>("01 02");
+    contentBytesAreNotRead<AsnUTF8String>("FF FE");
+    contentBytesAreNotRead<AsnPrintableString>("00 FF");
+    contentBytesAreNotRead<AsnNumericString>("41");
+    contentBytesAreNotRead<AsnVisibleString>("00");
+    contentBytesAreNotRead<AsnTeletexString>("80");
+    contentBytesAreNotRead<AsnIA5String>("FF");
+    contentBytesAreNotRead<AsnBMPString>("00 41 00");
+    contentBytesAreNotRead<AsnUniversalString>("00 00 41");
+}
+
+// These cannot be written while they are empty.
+TEST(der_decoder_test, ContentBytesOfTimesAndOidsAreNotRead) {
+    AsnUTCTime utc;
+    utc.OnContentByte();
+    EXPECT_EQ(decodeContent(utc, "00"), 1U);
+    EXPECT_EQ(encoded(utc), "17 01 00");
+    AsnGeneralizedTime time;
+    time.OnContentByte();
+    EXPECT_EQ(decodeContent(time, "FF FF"), 2U);
+    EXPECT_EQ(encoded(time), "18 02 FF FF");
+    AsnOid oid;
+    oid.OnContentByte();
+    EXPECT_EQ(decodeContent(oid, "FF"), 1U);
+    EXPECT_EQ(encoded(oid), "06 01 FF");
+}
+
+// A role that is none of the three can only be met by an element of the member's own tag.
+TEST(der_decoder_test, AMemberOfAnUnknownRoleIsNotPassedOver) {
+    auto value = composite<AsnSequence>(member("a", AsnInteger()), member("b", AsnBoolean()));
+    value.Find("a")->SetAsnState(static_cast<AsnObject::ASN_STATE>(3));
+    EXPECT_EQ(decode(value, "30 06 02 01 05 01 01 FF"), 8U);
+    EXPECT_THROW(decode(value, "30 03 01 01 FF"), AsnDecodeExp);
+    value.Find("a")->SetAsnState(AsnObject::ASN_DEFAULT);
+    EXPECT_EQ(decode(value, "30 03 01 01 FF"), 5U);
 }
 
 TEST(der_decoder_test, ContentBytesOfComposites) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
 #include <typeinfo>
 #include <vector>
 
@@ -145,6 +146,9 @@ TEST(layout_test, VisitorsHaveNoData) {
     EXPECT_EQ(sizeof(AsnDerEncode), sizeof(void*));
     EXPECT_EQ(sizeof(AsnDerDecode), sizeof(void*));
     EXPECT_EQ(sizeof(AsnOstream), sizeof(void*));
+    const std::unique_ptr<MiObject> printer = std::make_unique<AsnOstream>();
+    const MiObject& object = *printer;
+    EXPECT_EQ(typeid(object), typeid(AsnOstream));
 }
 
 TEST(layout_test, FieldsOfATag) {

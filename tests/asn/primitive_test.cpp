@@ -219,6 +219,16 @@ TEST(primitive_test, OctetStrings) {
     EXPECT_TRUE(value.GetData().Empty());
 }
 
+TEST(primitive_test, ABooleanAssignedToItselfStays) {
+    AsnBoolean value(true);
+    value.SetAsnName("flag");
+    const AsnBoolean copy(value);
+    const AsnBoolean& self = value;
+    value = self;
+    EXPECT_TRUE(value.Equals(&copy));
+    EXPECT_TRUE(value.GetData());
+}
+
 TEST(primitive_test, NullsAreEqualToAnything) {
     const AsnNull value;
     EXPECT_EQ(value.GetAsnTagNumber(), 5U);
@@ -234,6 +244,9 @@ TEST(primitive_test, NullsAreEqualToAnything) {
     EXPECT_TRUE(clone->Equals(&named));
     AsnNull assigned;
     assigned = named;
+    EXPECT_TRUE(assigned.Equals(&named));
+    const AsnNull& self = assigned;
+    assigned = self;
     EXPECT_TRUE(assigned.Equals(&named));
     assigned.Reset(&value);
     assigned.Reset(nullptr);

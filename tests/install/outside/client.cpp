@@ -29,7 +29,7 @@ bool isRefused(const std::string& der) {
 }
 
 int printSubject(std::string der) {
-    const PKCS_Blob bytes = {reinterpret_cast<uint8_t*>(&der[0]), static_cast<uint32_t>(der.size())};
+    const PKCS_Blob bytes = {reinterpret_cast<uint8_t*>(der.data()), static_cast<uint32_t>(der.size())};
     PKCS_Settings settings = {};
     PKCS_Ctx* context = nullptr;
     VT_List* subject = nullptr;
