@@ -17,11 +17,9 @@ namespace {
 void giveContent(ContentInfo& message, const char* type, std::unique_ptr<AsnOctetString> content) {
     message.Reset(nullptr);
     message.SetContentType(AsnOid(type));
-    auto* const around = dynamic_cast<AsnContainer*>(message.Find("content"));
-    if (around == nullptr)
-        throw AsnDataExp();
-    around->SetDataSpace(content.release());
-    around->SetAsnPresent(true);
+    auto& around = dynamic_cast<AsnContainer&>(*message.Find("content"));
+    around.SetDataSpace(content.release());
+    around.SetAsnPresent(true);
 }
 
 }  // namespace

@@ -55,8 +55,6 @@ KeyAllocator sessionKeyAllocator(int keyCode) {
     switch (keyCode) {
         case token::kDesKey:
             return KeyAllocDes;
-        case token::kRc2Key:
-            return KeyAllocRc2;
         case token::kRc4Key:
             return KeyAllocRc4;
         default:

@@ -434,6 +434,12 @@ TEST(Base64Test, ExhaustedMemoryIsACode) {
     };
     EXPECT_GE(support::forEachExhaustion([&] { expectCode(VT_Base64::Encode("foobar", 6, out, &size, true)); }), 1);
     EXPECT_GE(support::forEachExhaustion([&] { expectCode(VT_Base64::Decode("Zm9vYmFy", 8, out, &size)); }), 1);
+    {
+        char inPlace[64] = "foobar";
+        const support::FailingHeap heap(1);
+        EXPECT_EQ(VT_Base64::Encode(inPlace, 6, inPlace, &size, true), kOutOfMemory);
+        EXPECT_STREQ(inPlace, "foobar");
+    }
     for (const auto form : {0, 1, 2}) {
         const MiByte data("foobar", 6);
         MiByte result;
