@@ -314,6 +314,18 @@ TEST(primitive_test, AnAnyOfAConstructedValueKeepsItsForm) {
     EXPECT_TRUE(back == source);
 }
 
+TEST(primitive_test, AnAnyIsReadIntoItsOwnParent) {
+    AsnSequenceOf<AsnOctetString> source;
+    source.AddElement(octets("05"));
+    source.AddElement(octets("06 07"));
+    AsnOctetString any;
+    any.SetDerObject(&source);
+    AsnSequenceOf<AsnOctetString> parent;
+    parent.AddElement(any);
+    parent.Get(0)->GetDerObject(&parent);
+    EXPECT_TRUE(parent == source);
+}
+
 TEST(primitive_test, AnAnyTakesTheCacheToo) {
     AsnInteger source(1);
     const MiByte content = bytes("00 01");
