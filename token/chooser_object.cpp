@@ -4,8 +4,8 @@
 
 #include "crypto/alloc_buffer.h"
 #include "crypto/codes.h"
+#include "token/module_calls.h"
 #include "token/module_table.h"
-#include "token/token_side.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 #include "schema/schema.h"
 #include "tests/support/failing_heap.h"
 #include "tests/token/operations.h"
-#include "token/token_side.h"
+#include "token/module_calls.h"
 
 namespace {
 
