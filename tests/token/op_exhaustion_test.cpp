@@ -8,6 +8,7 @@
 #include "schema/schema.h"
 #include "tests/support/failing_heap.h"
 #include "tests/token/operations.h"
+#include "token/chooser_object.h"
 #include "token/module_calls.h"
 
 namespace {
