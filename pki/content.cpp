@@ -80,6 +80,22 @@ const MiByte& contentOctets(const AsnOctetString& content, MiByte& scratch) {
     return scratch;
 }
 
+AsnOctetString octetsOf(const MiByte& bytes) {
+    AsnOctetString octets;
+    octets.SetData(bytes);
+    return octets;
+}
+
+AsnOctetString anyOf(const AsnObject& value) {
+    AsnOctetString any;
+    any.SetDerObject(&value);
+    return any;
+}
+
+bool isVersion(const AsnInteger* version, int expected) {
+    return version != nullptr && *version == AsnInteger(expected);
+}
+
 void encodeDer(const AsnObject& value, MiByte& der) {
     MiByteBuffer buffer;
     value.DerEncode(buffer, 0);

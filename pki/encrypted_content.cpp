@@ -102,8 +102,4 @@ int algorithmOf(const Held<EncryptedContentInfo>& encrypted, AlgorithmIdentifier
     return 0;
 }
 
-bool isVersion(const AsnInteger* version, int expected) {
-    return version != nullptr && *version == AsnInteger(expected);
-}
-
 }  // namespace pki

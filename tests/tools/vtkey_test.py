@@ -545,7 +545,10 @@ class VtkeyTest(unittest.TestCase):
                  "write-signed", "--cert", self.path("leaf.pem"), "--key"]
         refused = subprocess.run([*signs, self.path("least.key")], input=b"text", capture_output=True, timeout=120,
                                  check=False)
-        self.assertIn("-14: ", lines(refused.stderr))
+        said = lines(refused.stderr)
+        self.assertTrue(said.startswith('vtmsg: "' + self.path("least.key")[:60]), said)
+        self.assertIn(": -14: ", said)
+        self.assertIn("`vtkey repair`", said)
         repaired = self.write("repaired.key", self.repairs(given=self.read("least.key"))[0])
         message = run(*signs, repaired, given=b"text")
         self.assertEqual(b"text", openssl("cms", "-verify", "-binary", "-purpose", "any", "-inform", "PEM", "-CAfile",
