@@ -7,7 +7,6 @@
 #include "schema/forward.h"
 
 class MiByte;
-class VT_DigestedDataContentInfo;
 class VT_EncryptedDataContentInfo;
 class VT_EnvelopedDataContentInfo;
 class VT_P11_Alg;
@@ -30,7 +29,6 @@ struct EnvelopedAccess {
     static void forgetSource(VT_SignedAndEnvelopedDataContentInfo& message);
 
     // Each is null where it is not set or not present.
-    static const ContentInfo* content(const VT_DigestedDataContentInfo& message);
     static const ContentInfo* content(const VT_EncryptedDataContentInfo& message);
     static const ContentInfo* content(const VT_EnvelopedDataContentInfo& message);
     static const ContentInfo* content(const VT_SignedAndEnvelopedDataContentInfo& message);

@@ -40,7 +40,7 @@ main() {
     fi
     local -a targets=(all)
     [[ $# -eq 0 ]] || targets=("${@/#/tests_}")
-    [[ -n ${VT_NO_SETUP:-} ]] || bash scripts/setup.sh build test demo coverage || return 1
+    [[ -n ${VT_NO_SETUP:-} ]] || bash scripts/setup.sh build test demo proof || return 1
     cmake --preset coverage -UVT_DEMO &&
         cmake --build --preset coverage -j "$jobs" --target "${targets[@]}" || return 1
     local status=0

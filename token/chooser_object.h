@@ -10,9 +10,9 @@
 
 // The work record: what ChooserOpenSession gives, and what createChooser was given.
 struct CHOOSER_WORK {
-    CK_SESSION_HANDLE session;
-    CK_FUNCTION_LIST* functions;
-    VT_P11_SELECTION selection;
+    CK_SESSION_HANDLE session;    // open in the module
+    CK_FUNCTION_LIST* functions;  // the module's
+    VT_P11_SELECTION selection;   // what createChooser was given
 };
 
 // ChooserOpenSession opens a session for reading and writing on the token of the current module, if there is one and

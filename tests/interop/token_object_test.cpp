@@ -4,7 +4,7 @@
 #include "schema/schema.h"
 #include "tests/interop/soft_token.h"
 
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(VT_LEAK_CHECKER)
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -64,7 +64,7 @@ class TokenObjectTest : public SoftTokenTest {
 // For calls in which SoftHSM itself leaks.
 template <class Call>
 int withLeaks(Call&& call) {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(VT_LEAK_CHECKER)
     const __lsan::ScopedDisabler disabled;
 #endif
     return call();

@@ -16,7 +16,7 @@ namespace support {
 bool inOwnProcess();
 
 // runInOwnProcess runs the present test once more in a new process, with those settings ("A=b C=d", words of a shell)
-// ahead, and fails if it does not pass there.
+// ahead, and fails if it does not pass there. VT_TEST_RUNNER in the environment is a command to run it by (valgrind).
 void runInOwnProcess(const std::string& environment = "");
 
 }  // namespace support

@@ -1,4 +1,4 @@
-// start_up LIBRARY [instance]: prints the nanoseconds that loading the library takes in this fresh process; with
+// bench_start LIBRARY [instance]: prints the nanoseconds that loading the library takes in this fresh process; with
 // "instance" also NP_Initialize and NPP_New, as a browser calls them when a page embeds the plug-in.
 #include <dlfcn.h>
 
@@ -25,7 +25,7 @@ NPError valueOf(NPP /*instance*/, NPNVariable /*variable*/, void* value) {
 }
 
 const char* agent(NPP /*instance*/) {
-    return "start_up";
+    return "bench_start";
 }
 
 NPObject* retain(NPObject* object) {
@@ -61,7 +61,7 @@ bool makeInstance(void* library, NPNetscapeFuncs& browser, NPPluginFuncs& plugin
 }
 
 int fail(const char* what) {
-    static_cast<void>(std::fprintf(stderr, "start_up: %s\n", what));
+    static_cast<void>(std::fprintf(stderr, "bench_start: %s\n", what));
     return EXIT_FAILURE;
 }
 
@@ -69,7 +69,7 @@ int fail(const char* what) {
 
 int main(int argc, char** argv) {
     if (argc < 2)
-        return fail("start_up LIBRARY [instance]");
+        return fail("bench_start LIBRARY [instance]");
     const bool wantsInstance = argc > 2 && std::strcmp(argv[2], "instance") == 0;
     NPNetscapeFuncs browser = browserTable();
     NPPluginFuncs plugin = {};
