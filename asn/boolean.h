@@ -7,14 +7,14 @@
 class VT_API AsnBoolean : public AsnObject {
   public:
     AsnBoolean();
-    AsnBoolean(bool value);
+    AsnBoolean(bool value);  // holds that value
     VT_ASN_VALUE(AsnBoolean);
 
-    void SetData(bool value) { data = value; }
-    bool GetData() const { return data; }
+    void SetData(bool value) { data = value; }  // true goes out as FF
+    bool GetData() const { return data; }       // any byte but 00 was read as true
 
   protected:
-    bool data = false;
+    bool data = false;  // the value
 };
 
 #endif

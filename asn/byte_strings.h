@@ -6,6 +6,7 @@
 #include "foundation/byte.h"
 #include "foundation/string.h"
 
+// IA5String: seven bits a character by its standard, any byte here.
 class VT_API AsnIA5String : public AsnObject {
   public:
     AsnIA5String();
@@ -16,7 +17,7 @@ class VT_API AsnIA5String : public AsnObject {
     void SetData(const char* p, unsigned int offset, unsigned int n);
     void SetVisibleString(const char* text);
 
-    const MiByte& GetByte() const { return data; }
+    const MiByte& GetByte() const { return data; }  // the bytes, which stay the object's
     // As many characters as bytes: those from 0x20 to 0x7E in their places, blanks for all others.
     MiString GetVisibleString() const;
 
@@ -24,9 +25,10 @@ class VT_API AsnIA5String : public AsnObject {
     static bool TestData(const char* p, unsigned int offset, unsigned int n);
 
   protected:
-    MiByte data;
+    MiByte data;  // the bytes as on the wire
 };
 
+// TeletexString, also called T61String: any byte, in whatever character set the writer meant.
 class VT_API AsnTeletexString : public AsnObject {
   public:
     AsnTeletexString();
@@ -37,13 +39,14 @@ class VT_API AsnTeletexString : public AsnObject {
     void SetData(const char* p, unsigned int offset, unsigned int n);
     void SetVisibleString(const char* text);
 
-    const MiByte& GetData() const { return data; }
-    MiString GetVisibleString() const;
+    const MiByte& GetData() const { return data; }  // the bytes, which stay the object's
+    MiString GetVisibleString() const;              // as in AsnIA5String
 
+    // As in AsnIA5String.
     static bool TestData(const char* p, unsigned int offset, unsigned int n);
 
   protected:
-    MiByte data;
+    MiByte data;  // the bytes as on the wire
 };
 
 #endif

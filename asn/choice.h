@@ -44,6 +44,7 @@ class VT_API AsnChoice : public AsnObject {
     void Set(const char* name, const AsnObject* value);
     void Set(const char* name);
 
+    // How many alternatives there are, selected or not; Empty() is whether there are none.
     unsigned int Size() const { return elements == nullptr ? 0 : elements->Size(); }
     bool Empty() const { return Size() == 0; }
 

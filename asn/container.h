@@ -9,7 +9,8 @@ class VT_API AsnContainer : public AsnObject {
     AsnContainer();
     VT_ASN_VALUE(AsnContainer);
 
-    // Stores a clone, or the value itself, which the container then owns. MiInvalidArgumentExp for null.
+    // SetData stores a clone, SetDataSpace the value itself, which the container then owns. MiInvalidArgumentExp for
+    // null.
     void SetData(const AsnObject* value);
     void SetDataSpace(AsnObject* value);
 

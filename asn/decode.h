@@ -40,7 +40,8 @@ class VT_API AsnDecode : public MiObject {
     ~AsnDecode() override = default;
     AsnDecode& operator=(const AsnDecode& other) = default;
 
-    // The order of the overloads is that of the virtual table, and part of the interface.
+    // Decode reads a whole element into a value. The order of the overloads, here and below, is that of the virtual
+    // table, and part of the interface.
     virtual unsigned int Decode(AsnContainer& value, const MiByte& in, unsigned int offset) = 0;
     virtual unsigned int Decode(AsnChoice& value, const MiByte& in, unsigned int offset) = 0;
     virtual unsigned int Decode(AsnSet& value, const MiByte& in, unsigned int offset) = 0;
@@ -63,6 +64,7 @@ class VT_API AsnDecode : public MiObject {
     virtual unsigned int Decode(AsnOctetString& value, const MiByte& in, unsigned int offset) = 0;
     virtual unsigned int Decode(AsnBoolean& value, const MiByte& in, unsigned int offset) = 0;
 
+    // DecodeContent reads content octets alone, which are length bytes.
     virtual unsigned int DecodeContent(AsnContainer& value, const MiByte& in, unsigned int offset,
                                        unsigned int length) = 0;
     virtual unsigned int DecodeContent(AsnChoice& value, const MiByte& in, unsigned int offset,

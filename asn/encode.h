@@ -42,7 +42,8 @@ class VT_API AsnEncode : public MiObject {
     ~AsnEncode() override = default;
     AsnEncode& operator=(const AsnEncode& other) = default;
 
-    // The order of the overloads is that of the virtual table, and part of the interface.
+    // Encode writes the whole element of a value. The order of the overloads, here and below, is that of the virtual
+    // table, and part of the interface.
     virtual unsigned int Encode(const AsnContainer& value, MiByteBuffer& out, unsigned int offset) = 0;
     virtual unsigned int Encode(const AsnChoice& value, MiByteBuffer& out, unsigned int offset) = 0;
     virtual unsigned int Encode(const AsnSet& value, MiByteBuffer& out, unsigned int offset) = 0;
@@ -65,6 +66,7 @@ class VT_API AsnEncode : public MiObject {
     virtual unsigned int Encode(const AsnOctetString& value, MiByteBuffer& out, unsigned int offset) = 0;
     virtual unsigned int Encode(const AsnBoolean& value, MiByteBuffer& out, unsigned int offset) = 0;
 
+    // EncodeContent writes the content octets alone.
     virtual unsigned int EncodeContent(const AsnContainer& value, MiByteBuffer& out, unsigned int offset) = 0;
     virtual unsigned int EncodeContent(const AsnChoice& value, MiByteBuffer& out, unsigned int offset) = 0;
     virtual unsigned int EncodeContent(const AsnSet& value, MiByteBuffer& out, unsigned int offset) = 0;

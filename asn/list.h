@@ -22,11 +22,11 @@ class VT_API AsnList {
     static void* operator new(std::size_t bytes);
     static void operator delete(void* list, std::size_t bytes) noexcept;
 
-    unsigned int Size() const { return size; }
+    unsigned int Size() const { return size; }  // how many items there are
     // An item by its position, which must be below Size(). The list keeps it.
     AsnObject* operator[](unsigned int index) const { return items[index]; }
-    AsnObject* const* begin() const { return items; }
-    AsnObject* const* end() const { return items + size; }
+    AsnObject* const* begin() const { return items; }       // for a range-based for; valid until the list changes
+    AsnObject* const* end() const { return items + size; }  // likewise
 
     // The position of the first item of that name, Size() if there is none.
     unsigned int IndexOf(const char* name) const;
@@ -40,11 +40,12 @@ class VT_API AsnList {
     }
     void Insert(unsigned int index, AsnObject* item);
     void Replace(unsigned int index, AsnObject* item);
-    void Delete(unsigned int index);
-    void Clear();
+    void Delete(unsigned int index);  // deletes the item as well
+    void Clear();                     // deletes all items
     // Makes room for n items in all.
     void Reserve(unsigned int n);
 
+    // Exchanges the items of the two lists; none is moved or copied.
     void Swap(AsnList& other) noexcept;
 
   private:

@@ -5,17 +5,17 @@
 #include "asn/object.h"
 
 struct AsnMember {
-    const char* name;
+    const char* name;      // by which it is found and printed
     AsnObject* (*make)();  // a new value of the member's type; for ASN_EXPLICIT the inner value of its AsnContainer
-    AsnObject::ASN_STATE state = AsnObject::ASN_MANDATORY;
-    bool anyType = false;
+    AsnObject::ASN_STATE state = AsnObject::ASN_MANDATORY;  // its role
+    bool anyType = false;                                   // stands for an ANY and accepts every tag
 
     // A tag in place of that of the type, unless the mode is ASN_NOT_TAGGED. The form stays that of the type, or
     // becomes constructed.
     ASN_TAG_MODE tagMode = ASN_NOT_TAGGED;
-    unsigned int tagNumber = 0;
-    ASN_TAG_CLASS tagClass = ASN_CONTEXT;
-    bool constructed = false;
+    unsigned int tagNumber = 0;            // that of the tag in place
+    ASN_TAG_CLASS tagClass = ASN_CONTEXT;  // that of the tag in place
+    bool constructed = false;              // whether the form becomes constructed
 };
 
 // AsnMake<T> is what a table has for `make`.

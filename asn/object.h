@@ -34,16 +34,18 @@ class MiByteBuffer;
 
 class VT_API AsnObject : public MiObject {
   public:
+    // The role of a value in its parent.
     enum ASN_STATE : int {
-        ASN_MANDATORY = 0,
-        ASN_OPTIONAL = 1,
-        ASN_DEFAULT = 2,
+        ASN_MANDATORY = 0,  // an encode without it fails
+        ASN_OPTIONAL = 1,   // may be absent
+        ASN_DEFAULT = 2,    // may be absent, and no value stands in for it
     };
 
+    // The mode of the byte cache, as told above.
     enum ASN_BYTE_TYPE : int {
-        ASN_NO_BYTE = 0,
-        ASN_CONTENT_BYTE = 1,
-        ASN_WHOLE_BYTE = 2,
+        ASN_NO_BYTE = 0,       // the value counts
+        ASN_CONTENT_BYTE = 1,  // the content octets count
+        ASN_WHOLE_BYTE = 2,    // the whole element counts
     };
 
     ~AsnObject() override;
@@ -76,14 +78,18 @@ class VT_API AsnObject : public MiObject {
     // SetAsnBaseData instead.
     AsnObject& operator=(const AsnObject& other);
 
+    // The name inside the parent, by which members are found and printed; empty for a value that stands alone. Null
+    // empties it.
     void SetAsnName(const char* name);
     void SetAsnName(const MiString& name);
     const MiString& GetAsnName() const { return asnName; }
 
+    // The tag that the value is written with, and after a decode the one that it was read with.
     void SetAsnTag(const AsnTag& tag) { asnTag = tag; }
     void SetAsnTag(ASN_TAG_CLASS tagClass, ASN_TAG_MODE tagMode, ASN_TAG_FORM tagForm, unsigned int tagNumber);
     // Leaves the form as it is.
     void SetAsnTag(ASN_TAG_CLASS tagClass, ASN_TAG_MODE tagMode, unsigned int tagNumber);
+    // One part of the tag, and the tag with its parts.
     void SetAsnTagClass(ASN_TAG_CLASS tagClass) { asnTag.tagClass = tagClass; }
     void SetAsnTagMode(ASN_TAG_MODE tagMode) { asnTag.tagMode = tagMode; }
     void SetAsnTagForm(ASN_TAG_FORM tagForm) { asnTag.tagForm = tagForm; }
@@ -94,6 +100,7 @@ class VT_API AsnObject : public MiObject {
     ASN_TAG_FORM GetAsnTagForm() const { return asnTag.tagForm; }
     unsigned int GetAsnTagNumber() const { return asnTag.tagNumber; }
 
+    // The role in the parent; whether the parent has the value; whether it stands for an ANY and accepts every tag.
     void SetAsnState(ASN_STATE state) { asnState = state; }
     ASN_STATE GetAsnState() const { return asnState; }
     void SetAsnPresent(bool present) { asnPresent = present; }
@@ -123,14 +130,15 @@ class VT_API AsnObject : public MiObject {
     // Deletes the cache and leaves the mode.
     void ClearByte();
 
-    // Copies name, tag, cache (deeply), mode, role and both flags. Null clears them all.
+    // Copies name, tag, cache (deeply), mode, role and both flags, or nothing if memory runs out. Null clears them all.
     void SetAsnBaseData(const AsnObject* other);
 
     // EqualsContent, and the same name, tag (its mode too), role and present flag. MiInvalidArgumentExp for null.
     bool Equals(const AsnObject* other) const;
 
     // DER by a visitor of their own. The results are the bytes written at offset, or consumed; everything that stood
-    // in out at and behind offset is overwritten. Errors: der_encode.h, der_decode.h.
+    // in out at and behind offset is overwritten. `in` must not lie in the value, which is reset before it is read.
+    // Errors: der_encode.h, der_decode.h.
     unsigned int DerEncode(MiByteBuffer& out, unsigned int offset) const;
     unsigned int DerEncodeContent(MiByteBuffer& out, unsigned int offset) const;
     unsigned int DerDecode(const MiByte& in, unsigned int offset);

@@ -14,21 +14,22 @@ class VT_API AsnOctetString : public AsnObject {
     AsnOctetString();
     VT_ASN_VALUE(AsnOctetString);
 
+    // Copies the bytes.
     void SetData(const MiByte& value);
     // Copies the n bytes at p + offset; null or n = 0 empties.
     void SetData(const char* p, unsigned int offset, unsigned int n);
-    const MiByte& GetData() const { return data; }
+    const MiByte& GetData() const { return data; }  // the content, which stays the object's
 
     // Takes name, tag, role, flags and cache of obj, and its encoded content as the value. MiInvalidArgumentExp for
     // null, and what the encoding of obj throws.
     void SetDerObject(const AsnObject* obj);
 
-    // Decodes the value as the content of obj; no tag is looked at. MiInvalidArgumentExp for null, and what the
-    // decoding throws.
+    // Decodes the value as the content of obj, which may be the very value that this is a member of; no tag is looked
+    // at. MiInvalidArgumentExp for null, and what the decoding throws.
     void GetDerObject(AsnObject* obj) const;
 
   protected:
-    MiByte data;
+    MiByte data;  // the content
 };
 
 #endif

@@ -8,15 +8,15 @@
 class VT_API AsnOid : public AsnObject {
   public:
     AsnOid();
-    AsnOid(const char* text);
+    AsnOid(const char* text);  // as SetData
     VT_ASN_VALUE(AsnOid);
 
     // The text is stored untested: it is the encoder that parses it. Null empties.
     void SetData(const char* text);
-    const MiString& GetData() const { return data; }
+    const MiString& GetData() const { return data; }  // the dotted text, which stays the object's
 
   protected:
-    MiString data;
+    MiString data;  // the dotted text
 };
 
 // ToOstream at level 0.

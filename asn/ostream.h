@@ -44,6 +44,7 @@ class VT_API AsnOstream : public MiObject {
   public:
     ~AsnOstream() override;
 
+    // DoVisit prints a value of that type, its members too, with level times four blanks at the start of each line.
     static void DoVisit(const AsnBoolean& value, std::basic_ostream<char>& os, unsigned int level);
     static void DoVisit(const AsnOctetString& value, std::basic_ostream<char>& os, unsigned int level);
     static void DoVisit(const AsnInteger& value, std::basic_ostream<char>& os, unsigned int level);

@@ -44,6 +44,7 @@ class VT_API AsnSequence : public AsnObject {
     // the tag of its value. A later look-up by the old name fails unless value carries it.
     void AddCompleteData(const char* name, const AsnObject* value);
 
+    // How many members there are, present or not; Empty() is whether there are none.
     unsigned int Size() const { return elements == nullptr ? 0 : elements->Size(); }
     bool Empty() const { return Size() == 0; }
 
@@ -62,8 +63,8 @@ class VT_API AsnSequence : public AsnObject {
     // What an override of SetupElements does with its table.
     void SetupMembers(const AsnMember* members, unsigned int count);
 
-    AsnList* elements = nullptr;  // owned; null until the first member exists
-    ASN_BYTE_TYPE componentByteType = ASN_NO_BYTE;
+    AsnList* elements = nullptr;                    // owned; null until the first member exists
+    ASN_BYTE_TYPE componentByteType = ASN_NO_BYTE;  // what a decode sets in each member
 };
 
 #endif

@@ -20,17 +20,18 @@ class AsnSequenceOf : public AsnObject {
     AsnSequenceOf& operator=(const AsnSequenceOf& other);
     ~AsnSequenceOf() override;
 
+    // As EqualsContent.
     bool operator==(const AsnSequenceOf& other) const;
     bool operator!=(const AsnSequenceOf& other) const;
 
-    unsigned int Size() const;
-    bool Empty() const;
+    unsigned int Size() const;  // how many items there are
+    bool Empty() const;         // whether there are none
     // An item, which the list keeps. MiOutOfRangeExp at or past Size().
     T* Get(unsigned int index);
     const T* Get(unsigned int index) const;
     // Appends a clone.
     void AddElement(const T& item);
-    void ClearAllElements();
+    void ClearAllElements();  // deletes all items
 
     // The byte mode (object.h) that a decode gives to each item.
     void OnComponentByte();
@@ -50,8 +51,8 @@ class AsnSequenceOf : public AsnObject {
     void ToOstream(std::basic_ostream<char>& os, unsigned int level) const override;
 
   protected:
-    AsnList items;  // all of them T
-    ASN_BYTE_TYPE componentByteType = ASN_NO_BYTE;
+    AsnList items;                                  // all of them T
+    ASN_BYTE_TYPE componentByteType = ASN_NO_BYTE;  // what a decode sets in each item
 };
 
 // Outside the class, since what is inline would not be exported.
@@ -69,8 +70,9 @@ template <class T>
 AsnSequenceOf<T>& AsnSequenceOf<T>::operator=(const AsnSequenceOf& other) {
     if (this == &other)
         return *this;
+    AsnList clones = other.items;
     SetAsnBaseData(&other);
-    items = other.items;
+    items.Swap(clones);
     componentByteType = ASN_NO_BYTE;
     return *this;
 }

@@ -38,6 +38,7 @@ class VT_API AsnSet : public AsnObject {
     // MiInvalidArgumentExp for null and for an unknown name; nothing has changed then.
     void Set(const char* name, const AsnObject* value);
 
+    // How many members there are, present or not; Empty() is whether there are none.
     unsigned int Size() const { return elements == nullptr ? 0 : elements->Size(); }
     bool Empty() const { return Size() == 0; }
 
@@ -56,8 +57,8 @@ class VT_API AsnSet : public AsnObject {
     // What an override of SetupElements does with its table.
     void SetupMembers(const AsnMember* members, unsigned int count);
 
-    AsnList* elements = nullptr;  // owned; null until the first member exists
-    ASN_BYTE_TYPE componentByteType = ASN_NO_BYTE;
+    AsnList* elements = nullptr;                    // owned; null until the first member exists
+    ASN_BYTE_TYPE componentByteType = ASN_NO_BYTE;  // what a decode sets in each member
 };
 
 #endif

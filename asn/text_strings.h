@@ -13,19 +13,20 @@
 class VT_API AsnNumericString : public AsnObject {
   public:
     AsnNumericString();
-    AsnNumericString(const char* text);
+    AsnNumericString(const char* text);  // stored untested
     VT_ASN_VALUE(AsnNumericString);
 
+    // Copies a text, or the n characters at p + offset.
     void SetData(const char* text);
     void SetData(const char* p, unsigned int offset, unsigned int n);
-    const MiString& GetData() const { return data; }
+    const MiString& GetData() const { return data; }  // the text, which stays the object's
 
     // False for null and empty input.
     static bool TestData(const char* text);
     static bool TestData(const char* p, unsigned int offset, unsigned int n);
 
   protected:
-    MiString data;
+    MiString data;  // the text
 };
 
 // Digits, letters, blank and ( ) + , - . / : = ? and the backquote. Certificates and programs of twenty years depend on
@@ -34,12 +35,13 @@ class VT_API AsnNumericString : public AsnObject {
 class VT_API AsnPrintableString : public AsnObject {
   public:
     AsnPrintableString();
-    AsnPrintableString(const char* text);
+    AsnPrintableString(const char* text);  // stored untested
     VT_ASN_VALUE(AsnPrintableString);
 
+    // Copies a text, or the n characters at p + offset.
     void SetData(const char* text);
     void SetData(const char* p, unsigned int offset, unsigned int n);
-    const MiString& GetData() const { return data; }
+    const MiString& GetData() const { return data; }  // the text, which stays the object's
 
     // False for null and empty input, and for the at sign.
     static bool TestData(const char* text);
@@ -47,25 +49,26 @@ class VT_API AsnPrintableString : public AsnObject {
     static bool TestData(const char* p, unsigned int offset, unsigned int n);
 
   protected:
-    MiString data;
+    MiString data;  // the text
 };
 
 // Bytes from 0x20 to 0x7E, in the form with three arguments; the other stores any text as it stands.
 class VT_API AsnVisibleString : public AsnObject {
   public:
     AsnVisibleString();
-    AsnVisibleString(const char* text);
+    AsnVisibleString(const char* text);  // stored untested
     VT_ASN_VALUE(AsnVisibleString);
 
+    // Copies a text, or the n characters at p + offset.
     void SetData(const char* text);
     void SetData(const char* p, unsigned int offset, unsigned int n);
-    const MiString& GetData() const { return data; }
+    const MiString& GetData() const { return data; }  // the text, which stays the object's
 
     // False for null and empty input.
     static bool TestData(const char* p, unsigned int offset, unsigned int n);
 
   protected:
-    MiString data;
+    MiString data;  // the text
 };
 
 #endif

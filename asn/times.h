@@ -11,6 +11,7 @@
 #include "foundation/calendar_time.h"
 #include "foundation/string.h"
 
+// UTCTime: two digits for the year, 1970 to 2069.
 class VT_API AsnUTCTime : public AsnObject {
   public:
     AsnUTCTime();
@@ -26,14 +27,15 @@ class VT_API AsnUTCTime : public AsnObject {
     // The present, as GMT.
     void SetCurrentTime();
 
-    const MiTime& GetTime() const { return data; }
+    const MiTime& GetTime() const { return data; }  // as GMT, whatever was read; stays the object's
     // "YYMMDDhhmmssZ", whatever was read.
     MiString GetTimeString() const;
 
   protected:
-    MiTime data;
+    MiTime data;  // GMT
 };
 
+// GeneralizedTime: four digits for the year, and fractions of a second.
 class VT_API AsnGeneralizedTime : public AsnObject {
   public:
     AsnGeneralizedTime();
@@ -61,14 +63,14 @@ class VT_API AsnGeneralizedTime : public AsnObject {
     void SetFracSecond(const char* digits);
     void SetFracSecond(const MiString& digits);
 
-    const MiTime& GetTime() const { return data; }
-    const MiString& GetFracSecond() const { return fraction; }
+    const MiTime& GetTime() const { return data; }              // as GMT, whatever was read; stays the object's
+    const MiString& GetFracSecond() const { return fraction; }  // the digits behind the point; stays the object's
     // Fourteen digits, "." and the fraction if there is one, "Z".
     MiString GetTimeString() const;
 
   protected:
-    MiTime data;
-    MiString fraction;
+    MiTime data;        // GMT
+    MiString fraction;  // the digits behind the point, without trailing zeros
 
   private:
     void setZone(const char* text, unsigned int length);

@@ -11,7 +11,7 @@
 
 // One character, most significant byte first.
 struct AsnQuadruple {
-    unsigned char bytes[4];
+    unsigned char bytes[4];  // the code point
 };
 
 // An owned array of characters. Plain storage: the rules are in the classes below.
@@ -20,11 +20,13 @@ class VT_API AsnCharacters {
     AsnCharacters() = default;
     // n characters, the caller's to write.
     explicit AsnCharacters(unsigned int n);
+
     AsnCharacters(const AsnCharacters& other);
     AsnCharacters(AsnCharacters&& other) noexcept;
     AsnCharacters& operator=(AsnCharacters other) noexcept;
     ~AsnCharacters();
 
+    // The characters, null for none, and their number.
     AsnQuadruple* Data() { return data; }
     const AsnQuadruple* Data() const { return data; }
     unsigned int Length() const { return length; }
@@ -34,14 +36,14 @@ class VT_API AsnCharacters {
     unsigned int length = 0;
 };
 
+// The same number of characters, and the same ones.
 VT_API bool operator==(const AsnCharacters& a, const AsnCharacters& b);
 
 // Characters below 0x10000; two bytes each on the wire.
 class VT_API AsnBMPString : public AsnObject {
   public:
     AsnBMPString();
-    // As SetData.
-    AsnBMPString(const AsnQuadruple* characters, unsigned int count);
+    AsnBMPString(const AsnQuadruple* characters, unsigned int count);  // as SetData
     VT_ASN_VALUE(AsnBMPString);
 
     // UCS-2, big-endian. AsnDataExp for an odd length.
@@ -56,6 +58,7 @@ class VT_API AsnBMPString : public AsnObject {
     void SetVisibleString(const char* text);
     void SetVisibleString(const MiString& text);
 
+    // The characters, which stay the object's, and their number.
     const AsnQuadruple* GetData() const { return data.Data(); }
     unsigned int GetDataLength() const { return data.Length(); }
     // Four bytes a character.
@@ -68,7 +71,7 @@ class VT_API AsnBMPString : public AsnObject {
     static bool TestData(const AsnQuadruple* characters, unsigned int count);
 
   protected:
-    AsnCharacters data;
+    AsnCharacters data;  // four bytes a character
 };
 
 // Characters below 0x80000000; four bytes each on the wire.
@@ -84,10 +87,13 @@ class VT_API AsnUniversalString : public AsnObject {
     void SetData(const char* p, unsigned int offset, unsigned int n);
     // AsnDataExp for a character from 0x80000000 on.
     void SetData(const AsnQuadruple* characters, unsigned int count);
+    // A character for each byte.
     void SetVisibleString(const char* text);
 
+    // The characters, which stay the object's, and their number.
     const AsnQuadruple* GetData() const { return data.Data(); }
     unsigned int GetDataLength() const { return data.Length(); }
+    // Four bytes a character.
     MiByte GetByte() const;
     // As many characters as there are: those from 0x20 to 0x7E in their places, blanks for all others.
     MiString GetVisibleString() const;
@@ -98,7 +104,7 @@ class VT_API AsnUniversalString : public AsnObject {
     static bool TestData(const char* p, unsigned int offset, unsigned int n);
 
   protected:
-    AsnCharacters data;
+    AsnCharacters data;  // four bytes a character
 };
 
 // Characters below 0x80000000; the visitors convert from and to UTF-8.
@@ -115,10 +121,13 @@ class VT_API AsnUTF8String : public AsnObject {
     void SetData(const char* p, unsigned int offset, unsigned int n);
     // AsnDataExp for a character from 0x80000000 on.
     void SetData(const AsnQuadruple* characters, unsigned int count);
+    // A character for each byte.
     void SetVisibleString(const char* text);
 
+    // The characters, which stay the object's, and their number.
     const AsnQuadruple* GetData() const { return data.Data(); }
     unsigned int GetDataLength() const { return data.Length(); }
+    // Four bytes a character.
     MiByte GetByte() const;
     // As in AsnUniversalString.
     MiString GetVisibleString() const;
@@ -130,7 +139,7 @@ class VT_API AsnUTF8String : public AsnObject {
     static bool TestData(const char* p, unsigned int offset, unsigned int n);
 
   protected:
-    AsnCharacters data;
+    AsnCharacters data;  // four bytes a character
 };
 
 #endif

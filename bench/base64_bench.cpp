@@ -1,198 +1,154 @@
-// Base64 of 3 KB (a request, a certificate) and of 1 MB: the codec of the script methods and the toolkit's. OpenSSL's
-// block functions know no line breaks; ours write a line break after each 64th character and read any text.
+// Base64 of 3 KB (a request, a certificate) and of 1 MB: the codec of the script methods and the toolkit's, beside
+// other libraries. Ours break lines after each 64th character and read any text; most block functions know no line
+// breaks.
 #include <benchmark/benchmark.h>
-#include <openssl/evp.h>
 
-#include <memory>
 #include <string>
+#include <vector>
 
-#include "bench/key.h"
+#include "bench/base64_peers.h"
 #include "enrol/base64.h"
 #include "foundation/byte.h"
 #include "pki/base64.h"
 
 namespace {
 
-std::string textOf(const bench::Bytes& bytes) {
+using bench::Base64Peer;
+using bench::Bytes;
+
+std::size_t encodeText(const Bytes& bytes, std::string& text) {
     std::size_t size = 0;
-    enrol::EncodeBase64Text(bytes.data(), bytes.size(), nullptr, size);
-    std::string text(size, '\0');
     enrol::EncodeBase64Text(bytes.data(), bytes.size(), text.data(), size);
-    return text.substr(0, text.find('\0'));
+    return size;
 }
 
-std::string oneLine(const bench::Bytes& bytes) {
-    std::string text(bytes.size() / 3 * 4 + 5, '\0');
-    const int length =
-        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), static_cast<int>(bytes.size()));
-    text.resize(static_cast<std::size_t>(length));
+std::size_t decodeText(const std::string& text, Bytes& bytes) {
+    enrol::DecodeBase64Text(text.data(), text.size(), bytes);
+    return bytes.size();
+}
+
+template <bool Wrap>
+std::size_t encodeToolkit(const Bytes& bytes, std::string& text) {
+    int size = 0;
+    VT_Base64::Encode(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()), text.data(), &size,
+                      Wrap);
+    return static_cast<std::size_t>(size);
+}
+
+std::size_t decodeToolkit(const std::string& text, Bytes& bytes) {
+    int size = 0;
+    VT_Base64::Decode(text.data(), static_cast<int>(text.size()), reinterpret_cast<char*>(bytes.data()), &size);
+    return static_cast<std::size_t>(size);
+}
+
+// The byte string to read is there beforehand; inputs of one length are the same.
+const MiByte& valueOf(const void* data, std::size_t length) {
+    static MiByte value;
+    if (value.GetLength() != length)
+        value = MiByte(static_cast<const char*>(data), static_cast<unsigned int>(length));
+    return value;
+}
+
+std::size_t encodeValues(const Bytes& bytes, std::string& /*text*/) {
+    MiByte text;
+    VT_Base64::Encode(valueOf(bytes.data(), bytes.size()), text, true);
+    return text.GetLength();
+}
+
+std::size_t decodeValues(const std::string& text, Bytes& /*bytes*/) {
+    MiByte bytes;
+    VT_Base64::Decode(valueOf(text.data(), text.size()), bytes);
+    return bytes.GetLength();
+}
+
+struct Size {
+    const char* name;
+    std::size_t bytes;
+};
+constexpr Size kSizes[] = {{"3 KB", 3072}, {"1 MB", std::size_t{1} << 20}};
+
+std::string nameOf(const std::string& row, const Size& size, const std::string& who) {
+    return row + ", " + size.name + "/" + who;
+}
+
+using Encode = decltype(Base64Peer::encode);
+using Decode = decltype(Base64Peer::decodeLine);
+
+void addEncode(const std::string& row, const std::string& who, const Encode& encode) {
+    for (const Size& size : kSizes) {
+        benchmark::RegisterBenchmark(nameOf(row, size, who).c_str(), [=](benchmark::State& state) {
+            const Bytes bytes = bench::patternBytes(size.bytes);
+            std::string text(2 * bytes.size() + 4, '\0');
+            std::size_t length = 0;
+            for ([[maybe_unused]] auto round : state) {
+                length = encode(bytes, text);
+                benchmark::DoNotOptimize(text.data());
+                benchmark::ClobberMemory();
+            }
+            if (length < bytes.size() / 3 * 4)
+                state.SkipWithError("too short a text");
+        });
+    }
+}
+
+// The text as one line, or with a line break after each 64th character.
+std::string textOf(const Bytes& bytes, bool lines) {
+    std::string text(2 * bytes.size() + 4, '\0');
+    text.resize(lines ? encodeToolkit<true>(bytes, text) : encodeToolkit<false>(bytes, text));
     return text;
 }
 
-const unsigned char* charsOf(const std::string& text) {
-    return reinterpret_cast<const unsigned char*>(text.data());
-}
-
-bench::Bytes input(const benchmark::State& state) {
-    return bench::patternBytes(static_cast<std::size_t>(state.range(0)));
-}
-
-void count(benchmark::State& state) {
-    state.SetBytesProcessed(state.iterations() * state.range(0));
-}
-
-void encodeOurs(benchmark::State& state) {
-    const bench::Bytes bytes = input(state);
-    std::string text(2 * bytes.size() + 4, '\0');
-    for ([[maybe_unused]] auto round : state) {
-        std::size_t size = 0;
-        enrol::EncodeBase64Text(bytes.data(), bytes.size(), text.data(), size);
-        benchmark::DoNotOptimize(text.data());
-        benchmark::ClobberMemory();
+void addDecode(const std::string& row, const std::string& who, bool lines, const Decode& decode) {
+    for (const Size& size : kSizes) {
+        benchmark::RegisterBenchmark(nameOf(row, size, who).c_str(), [=](benchmark::State& state) {
+            const Bytes bytes = bench::patternBytes(size.bytes);
+            const std::string text = textOf(bytes, lines);
+            Bytes out(text.size());
+            std::size_t length = 0;
+            for ([[maybe_unused]] auto round : state) {
+                length = decode(text, out);
+                benchmark::DoNotOptimize(out.data());
+                benchmark::ClobberMemory();
+            }
+            if (length != bytes.size())
+                state.SkipWithError("not what was encoded");
+        });
     }
-    count(state);
-}
-BENCHMARK(encodeOurs)->Name("base64 encode/ours")->Arg(3072)->Arg(1 << 20);
-
-void encodeOpenssl(benchmark::State& state) {
-    const bench::Bytes bytes = input(state);
-    std::string text(2 * bytes.size() + 4, '\0');
-    for ([[maybe_unused]] auto round : state) {
-        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), static_cast<int>(bytes.size()));
-        benchmark::DoNotOptimize(text.data());
-        benchmark::ClobberMemory();
-    }
-    count(state);
-}
-BENCHMARK(encodeOpenssl)->Name("base64 encode/OpenSSL")->Arg(3072)->Arg(1 << 20);
-
-void decodeOurs(benchmark::State& state, std::string (*write)(const bench::Bytes&)) {
-    const bench::Bytes bytes = input(state);
-    const std::string text = write(bytes);
-    bench::Bytes out;
-    for ([[maybe_unused]] auto round : state) {
-        enrol::DecodeBase64Text(text.data(), text.size(), out);
-        benchmark::DoNotOptimize(out.data());
-        benchmark::ClobberMemory();
-    }
-    if (out != bytes)
-        state.SkipWithError("not what was encoded");
-    count(state);
 }
 
-void decodeOneLineOurs(benchmark::State& state) {
-    decodeOurs(state, oneLine);
-}
-BENCHMARK(decodeOneLineOurs)->Name("base64 decode, one line/ours")->Arg(3072)->Arg(1 << 20);
-
-// A fresh vector each time on our side, so a fresh buffer here.
-void decodeOneLineOpenssl(benchmark::State& state) {
-    const bench::Bytes bytes = input(state);
-    const std::string text = oneLine(bytes);
-    bench::Bytes out(text.size() / 4 * 3);
-    for ([[maybe_unused]] auto round : state) {
-        benchmark::DoNotOptimize(EVP_DecodeBlock(out.data(), charsOf(text), static_cast<int>(text.size())));
-        benchmark::ClobberMemory();
-    }
-    count(state);
-}
-BENCHMARK(decodeOneLineOpenssl)->Name("base64 decode, one line/OpenSSL")->Arg(3072)->Arg(1 << 20);
-
-void decodeLinesOurs(benchmark::State& state) {
-    decodeOurs(state, textOf);
-}
-BENCHMARK(decodeLinesOurs)->Name("base64 decode, lines of 64/ours")->Arg(3072)->Arg(1 << 20);
-
-struct FreeContext {
-    void operator()(EVP_ENCODE_CTX* context) const { EVP_ENCODE_CTX_free(context); }
-};
-
-void decodeLinesOpenssl(benchmark::State& state) {
-    const bench::Bytes bytes = input(state);
-    const std::string text = textOf(bytes);
-    bench::Bytes out(text.size());
-    const std::unique_ptr<EVP_ENCODE_CTX, FreeContext> context(EVP_ENCODE_CTX_new());
-    for ([[maybe_unused]] auto round : state) {
-        int length = 0;
-        int rest = 0;
-        EVP_DecodeInit(context.get());
-        EVP_DecodeUpdate(context.get(), out.data(), &length, charsOf(text), static_cast<int>(text.size()));
-        benchmark::DoNotOptimize(EVP_DecodeFinal(context.get(), out.data() + length, &rest));
-        benchmark::ClobberMemory();
-    }
-    count(state);
-}
-BENCHMARK(decodeLinesOpenssl)->Name("base64 decode, lines of 64/OpenSSL")->Arg(3072)->Arg(1 << 20);
-
-// The toolkit's, with a buffer of the caller's as the block functions have it, and from one byte string to another.
-void encodeToolkit(benchmark::State& state, bool wrap) {
-    const bench::Bytes bytes = input(state);
-    std::string text(2 * bytes.size() + 4, '\0');
-    for ([[maybe_unused]] auto round : state) {
-        int size = 0;
-        VT_Base64::Encode(reinterpret_cast<const char*>(bytes.data()), static_cast<int>(bytes.size()), text.data(),
-                          &size, wrap);
-        benchmark::DoNotOptimize(text.data());
-        benchmark::ClobberMemory();
-    }
-    count(state);
+const std::vector<Base64Peer>& peers() {
+    static const std::vector<Base64Peer> all = {
+        bench::botanBase64(),   bench::cryptoPlusPlusBase64(), bench::gnuTlsBase64(),
+        bench::mbedTlsBase64(), bench::nettleBase64(),         bench::nssBase64(),
+        bench::openSslBase64(), bench::tomCryptBase64(),       bench::wolfSslBase64()};
+    return all;
 }
 
-void decodeToolkit(benchmark::State& state, std::string (*write)(const bench::Bytes&)) {
-    const bench::Bytes bytes = input(state);
-    const std::string text = write(bytes);
-    std::string out(text.size(), '\0');
-    int size = 0;
-    for ([[maybe_unused]] auto round : state) {
-        VT_Base64::Decode(text.data(), static_cast<int>(text.size()), out.data(), &size);
-        benchmark::DoNotOptimize(out.data());
-        benchmark::ClobberMemory();
-    }
-    if (static_cast<std::size_t>(size) != bytes.size())
-        state.SkipWithError("not what was encoded");
-    count(state);
+void addEncodeRow(const std::string& row, const Encode& ours) {
+    addEncode(row, "ours", ours);
+    for (const Base64Peer& peer : peers())
+        if (peer.encode)
+            addEncode(row, peer.who, peer.encode);
 }
 
-void encodeValues(benchmark::State& state) {
-    const bench::Bytes bytes = input(state);
-    const MiByte value(reinterpret_cast<const char*>(bytes.data()), static_cast<unsigned int>(bytes.size()));
-    for ([[maybe_unused]] auto round : state) {
-        MiByte text;
-        VT_Base64::Encode(value, text, true);
-        benchmark::DoNotOptimize(text.GetChars());
-    }
-    count(state);
+void addDecodeRow(const std::string& row, bool lines, const Decode& ours) {
+    addDecode(row, "ours", lines, ours);
+    for (const Base64Peer& peer : peers())
+        if (const Decode& decode = lines ? peer.decodeLines : peer.decodeLine)
+            addDecode(row, peer.who, lines, decode);
 }
 
-void decodeValues(benchmark::State& state) {
-    const std::string text = oneLine(input(state));
-    const MiByte value(text.data(), static_cast<unsigned int>(text.size()));
-    for ([[maybe_unused]] auto round : state) {
-        MiByte bytes;
-        VT_Base64::Decode(value, bytes);
-        benchmark::DoNotOptimize(bytes.GetChars());
-    }
-    count(state);
-}
-
-// Rows of the same peers under names of their own: a table compares what has the same name.
-BENCHMARK_CAPTURE(encodeToolkit, plain, false)->Name("toolkit base64 encode/ours")->Arg(3072)->Arg(1 << 20);
-BENCHMARK(encodeOpenssl)->Name("toolkit base64 encode/OpenSSL")->Arg(3072)->Arg(1 << 20);
-BENCHMARK_CAPTURE(encodeToolkit, wrap, true)->Name("toolkit base64 encode, lines of 64/ours")->Arg(3072)->Arg(1 << 20);
-BENCHMARK(encodeOpenssl)->Name("toolkit base64 encode, lines of 64/OpenSSL")->Arg(3072)->Arg(1 << 20);
-BENCHMARK(encodeValues)->Name("toolkit base64 encode, byte strings/ours")->Arg(3072)->Arg(1 << 20);
-BENCHMARK(encodeOpenssl)->Name("toolkit base64 encode, byte strings/OpenSSL")->Arg(3072)->Arg(1 << 20);
-BENCHMARK_CAPTURE(decodeToolkit, one_line, oneLine)
-    ->Name("toolkit base64 decode, one line/ours")
-    ->Arg(3072)
-    ->Arg(1 << 20);
-BENCHMARK(decodeOneLineOpenssl)->Name("toolkit base64 decode, one line/OpenSSL")->Arg(3072)->Arg(1 << 20);
-BENCHMARK_CAPTURE(decodeToolkit, lines, textOf)
-    ->Name("toolkit base64 decode, lines of 64/ours")
-    ->Arg(3072)
-    ->Arg(1 << 20);
-BENCHMARK(decodeLinesOpenssl)->Name("toolkit base64 decode, lines of 64/OpenSSL")->Arg(3072)->Arg(1 << 20);
-BENCHMARK(decodeValues)->Name("toolkit base64 decode, byte strings/ours")->Arg(3072)->Arg(1 << 20);
-BENCHMARK(decodeOneLineOpenssl)->Name("toolkit base64 decode, byte strings/OpenSSL")->Arg(3072)->Arg(1 << 20);
+const int kAdded = [] {
+    addEncodeRow("base64 encode", encodeText);
+    addDecodeRow("base64 decode, one line", false, decodeText);
+    addDecodeRow("base64 decode, lines of 64", true, decodeText);
+    addEncodeRow("toolkit base64 encode", encodeToolkit<false>);
+    addEncodeRow("toolkit base64 encode, lines of 64", encodeToolkit<true>);
+    addEncodeRow("toolkit base64 encode, byte strings", encodeValues);
+    addDecodeRow("toolkit base64 decode, one line", false, decodeToolkit);
+    addDecodeRow("toolkit base64 decode, lines of 64", true, decodeToolkit);
+    addDecodeRow("toolkit base64 decode, byte strings", false, decodeValues);
+    return 0;
+}();
 
 }  // namespace

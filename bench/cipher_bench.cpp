@@ -134,8 +134,9 @@ void add(const Work& work, const std::string& who, const bench::Run& run, const 
 
 int addEverything() {
     std::vector<Peer> peers;
-    for (const auto& list : {bench::openSslPeers, bench::botanPeers, bench::cryptoPlusPlusPeers, bench::mbedTlsPeers,
-                             bench::nettlePeers, bench::nssPeers, bench::tomCryptPeers})
+    for (const auto& list :
+         {bench::openSslPeers, bench::botanPeers, bench::cryptoPlusPlusPeers, bench::gcryptPeers, bench::mbedTlsPeers,
+          bench::nettlePeers, bench::nssPeers, bench::tomCryptPeers, bench::wolfSslPeers})
         for (const Peer& peer : list())
             peers.push_back(peer);
     for (const Work& work : works()) {

@@ -31,10 +31,12 @@ struct Peer {
 std::vector<Peer> openSslPeers();
 std::vector<Peer> botanPeers();
 std::vector<Peer> cryptoPlusPlusPeers();
+std::vector<Peer> gcryptPeers();
 std::vector<Peer> mbedTlsPeers();
 std::vector<Peer> nettlePeers();
 std::vector<Peer> nssPeers();
 std::vector<Peer> tomCryptPeers();
+std::vector<Peer> wolfSslPeers();
 
 }  // namespace bench
 

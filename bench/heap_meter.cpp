@@ -3,6 +3,7 @@
 #include <malloc.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 
 namespace {
@@ -62,6 +63,10 @@ HeapUse heapUse(const std::function<void()>& work) {
     work();
     counting = false;
     return {calls, most};
+}
+
+void printHeapUse(const std::string& row, const std::string& who, const HeapUse& use) {
+    std::printf("%s\t%s\t%ld\t%ld\n", row.c_str(), who.c_str(), use.calls, use.mostBytes);
 }
 
 }  // namespace bench

@@ -4,6 +4,7 @@
 #define VT_BENCH_HEAP_METER_H
 
 #include <functional>
+#include <string>
 
 namespace bench {
 
@@ -13,6 +14,9 @@ struct HeapUse {
 };
 
 HeapUse heapUse(const std::function<void()>& work);
+
+// Prints one line for the table: row, who, calls and bytes, divided by tabs.
+void printHeapUse(const std::string& row, const std::string& who, const HeapUse& use);
 
 }  // namespace bench
 

@@ -50,13 +50,14 @@ struct Work {
 struct Messages {
     std::size_t length;  // of the content
     std::string size;    // of the content, for people
-    Bytes content, signedData, enveloped;
+    Bytes content, signedData, enveloped, digested;
 };
 
 Messages messagesOf(const MessagePeer& writer, std::size_t length, const std::string& size) {
-    Messages made = {length, size, bench::patternBytes(length), {}, {}};
+    Messages made = {length, size, bench::patternBytes(length), {}, {}, {}};
     writer.sign(made.content, &made.signedData);
     writer.seal(made.content, &made.enveloped);
+    writer.digest(made.content, &made.digested);
     return made;
 }
 
@@ -76,15 +77,20 @@ void checkAll(const std::vector<MessagePeer>& all, const Bytes& content) {
     for (const MessagePeer& writer : all) {
         Bytes signedData;
         Bytes enveloped;
+        Bytes digested;
         if (writer.sign)
             writer.sign(content, &signedData);
         if (writer.seal)
             writer.seal(content, &enveloped);
+        if (writer.digest)
+            writer.digest(content, &digested);
         for (const MessagePeer& reader : all) {
             if (writer.sign && reader.verify && !isAmong(reader.notVerified, writer.who))
                 agree(reader.verify(signedData) == content.size(), writer.who + " to " + reader.who, "signed data");
             if (writer.seal && reader.open && !isAmong(reader.notOpened, writer.who))
                 agree(reader.open(enveloped) == content.size(), writer.who + " to " + reader.who, "enveloped data");
+            if (writer.digest && reader.check)
+                agree(reader.check(digested) == content.size(), writer.who + " to " + reader.who, "digested data");
         }
     }
 }
@@ -100,15 +106,14 @@ void addWork(std::vector<Work>& list, const MessagePeer& peer, const Messages& m
         return;
     add("envelop", peer.seal != nullptr, [&] { peer.seal(messages.content, nullptr); });
     add("open", peer.open != nullptr, [&] { benchmark::DoNotOptimize(peer.open(messages.enveloped)); });
+    add("digest", peer.digest != nullptr, [&] { peer.digest(messages.content, nullptr); });
+    add("check digest", peer.check != nullptr, [&] { benchmark::DoNotOptimize(peer.check(messages.digested)); });
 }
 
 void printMemory(const std::vector<Work>& list) {
-    std::printf("| work | who | allocator calls | most held | of the content |\n|---|---|--:|--:|--:|\n");
     for (const Work& work : list) {
         work.run();
-        const bench::HeapUse use = bench::heapUse(work.run);
-        std::printf("| %s | %s | %ld | %.2f MB | %.2f |\n", work.row.c_str(), work.who.c_str(), use.calls,
-                    static_cast<double>(use.mostBytes) / 1e6, static_cast<double>(use.mostBytes) / kMegabyte);
+        bench::printHeapUse(work.row, work.who, bench::heapUse(work.run));
     }
 }
 

@@ -1,3 +1,4 @@
+#include <openssl/cms.h>
 #include <openssl/pkcs7.h>
 #include <openssl/x509.h>
 
@@ -100,13 +101,39 @@ std::size_t open(const Keys& keys, const Bytes& der) {
     return contentLength(out.get());
 }
 
+// Its PKCS#7 functions have no digested data; that of CMS has the same bytes.
+using Cms = std::unique_ptr<CMS_ContentInfo, Release<CMS_ContentInfo, CMS_ContentInfo_free>>;
+
+void digest(const Bytes& content, Bytes* message) {
+    const Bio in = reader(content);
+    const Cms made = present(Cms(CMS_digest_create(in.get(), EVP_sha1(), CMS_BINARY)));
+    unsigned char* der = nullptr;
+    const int length = i2d_CMS_ContentInfo(made.get(), &der);
+    present(length > 0);
+    if (message != nullptr)
+        message->assign(der, der + length);
+    OPENSSL_free(der);
+}
+
+std::size_t checkDigest(const Bytes& der) {
+    const unsigned char* at = der.data();
+    const Cms read = present(Cms(d2i_CMS_ContentInfo(nullptr, &at, static_cast<long>(der.size()))));
+    const Bio out = present(Bio(BIO_new(BIO_s_mem())));
+    present(CMS_digest_verify(read.get(), nullptr, out.get(), CMS_BINARY));
+    return contentLength(out.get());
+}
+
 }  // namespace
 
 MessagePeer openSslMessages(const MessageInputs& inputs) {
     const Keys keys = load(inputs);
-    return {"OpenSSL", [keys](const Bytes& content, Bytes* message) { sign(keys, content, message); }, verify,
+    return {"OpenSSL",
+            [keys](const Bytes& content, Bytes* message) { sign(keys, content, message); },
+            verify,
             [keys](const Bytes& content, Bytes* message) { seal(keys, content, message); },
-            [keys](const Bytes& der) { return open(keys, der); }};
+            [keys](const Bytes& der) { return open(keys, der); },
+            digest,
+            checkDigest};
 }
 
 }  // namespace bench

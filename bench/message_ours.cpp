@@ -101,6 +101,21 @@ class Ours {
         return content.length;
     }
 
+    void digest(const Bytes& content, Bytes* made) const {
+        const PKCS_Blob in = blob(content);
+        const PKCS_Alg sha1 = {token::kSha1, nullptr, 0, 0};
+        Output message;
+        check(PKCS7_WriteDigestedDataMsg(context_, &in, &sha1, &message));
+        message.give(made);
+    }
+
+    [[nodiscard]] std::size_t checkDigest(const Bytes& der) const {
+        const PKCS_Blob message = blob(der);
+        Output content;
+        check(PKCS7_ReadDigestedDataMsg(context_, &message, &content));
+        return content.length;
+    }
+
   private:
     static constexpr PKCS_Alg kRsa = {token::kRsa, nullptr, 0, 0};
 
@@ -119,6 +134,8 @@ MessagePeer ourMessages(const MessageInputs& inputs) {
             [ours](const Bytes& der) { return ours->verify(der); },
             [ours](const Bytes& content, Bytes* message) { ours->seal(content, message); },
             [ours](const Bytes& der) { return ours->open(der); },
+            [ours](const Bytes& content, Bytes* message) { ours->digest(content, message); },
+            [ours](const Bytes& der) { return ours->checkDigest(der); },
             // NSS writes indefinite lengths, which are no DER; wolfSSL names a digest with RSA where PKCS#7 has RSA.
             {"NSS", "wolfSSL"},
             {"NSS"}};

@@ -28,14 +28,18 @@ struct MessageInputs {
 //              the message; nobody judges the certificates
 //     seal     content to enveloped data: triple DES in CBC mode, one recipient
 //     open     enveloped data to the number of content bytes
+//     digest   content to digested data: SHA-1
+//     check    digested data to the number of content bytes, the digest compared
 //
-// sign and seal make a message in the library's own way, and copy it for who wants it.
+// sign, seal and digest make a message in the library's own way, and copy it for who wants it.
 struct MessagePeer {
     std::string who;
     std::function<void(const Bytes& content, Bytes* message)> sign;
     std::function<std::size_t(const Bytes& message)> verify;
     std::function<void(const Bytes& content, Bytes* message)> seal;
     std::function<std::size_t(const Bytes& message)> open;
+    std::function<void(const Bytes& content, Bytes* message)> digest = nullptr;
+    std::function<std::size_t(const Bytes& message)> check = nullptr;
     std::vector<std::string> notVerified = {};  // whose messages it refuses by design
     std::vector<std::string> notOpened = {};
 };

@@ -1,10 +1,14 @@
-// Products, squares and Montgomery's reduction at the sizes of RSA moduli and primes, beside what the public interfaces
+// Products, squares, Montgomery's reduction, and powers with an exponent as long as the modulus, at the sizes of RSA
+// moduli and primes, beside what the public interfaces
 // of other libraries offer. Each peer gets the same numbers and its results are compared with ours first.
 #include <benchmark/benchmark.h>
 #include <botan/bigint.h>
 #include <botan/monty.h>
+#include <botan/numthry.h>
 #include <cryptopp/integer.h>
 #include <cryptopp/modarith.h>
+#include <cryptopp/nbtheory.h>
+#include <gcrypt.h>
 #include <gmp.h>
 #include <mbedtls/bignum.h>
 #include <openssl/bn.h>
@@ -14,6 +18,7 @@
 #include <string>
 
 #include "bench/key.h"
+#include "bench/mpi_wolfssl.h"
 #include "crypto/mpi.h"
 #include "crypto/mpi_kernels.h"
 
@@ -62,6 +67,7 @@ class Ours {
     void multiply() { MPI_Mul(r_, a_, b_); }
     void square() { MPI_Square(r_, a_); }
     void reduce() { MPI_MontReduce(r_, t_, n_, nPrime_); }
+    void power() { MPI_ModExpNAF(r_, a_, b_, n_); }
     [[nodiscard]] Bytes result() const { return bytesOf(r_, 2 * length_); }
 
   private:
@@ -128,6 +134,36 @@ class Gmp {
     mp_limb_t a_[kLimbs] = {}, b_[kLimbs] = {}, n_[kLimbs] = {}, t_[kLimbs] = {}, r_[kLimbs] = {}, nPrime_ = 0;
 };
 
+// GMP's own power, which reduces too.
+class GmpPower {
+  public:
+    explicit GmpPower(const Numbers& numbers) : length_(numbers.a.size()) {
+        for (mpz_ptr x : {a_, b_, n_, r_})
+            mpz_init(x);
+        read(a_, numbers.a);
+        read(b_, numbers.b);
+        read(n_, numbers.n);
+    }
+    GmpPower(const GmpPower&) = delete;
+    GmpPower& operator=(const GmpPower&) = delete;
+    ~GmpPower() {
+        for (mpz_ptr x : {a_, b_, n_, r_})
+            mpz_clear(x);
+    }
+    void power() { mpz_powm(r_, a_, b_, n_); }
+    [[nodiscard]] Bytes result() const {
+        Bytes bytes(2 * length_);
+        const std::size_t length = (mpz_sizeinbase(r_, 2) + 7) / 8;
+        mpz_export(bytes.data() + (bytes.size() - length), nullptr, 1, 1, 0, 0, r_);
+        return bytes;
+    }
+
+  private:
+    static void read(mpz_t x, const Bytes& bytes) { mpz_import(x, bytes.size(), 1, 1, 0, 0, bytes.data()); }
+    mpz_t a_, b_, n_, r_;
+    std::size_t length_;
+};
+
 template <auto Free>
 struct Freed {
     template <class T>
@@ -152,6 +188,7 @@ class OpenSsl {
     void multiply() { BN_mul(r_.get(), a_.get(), b_.get(), context_.get()); }
     void square() { BN_sqr(r_.get(), a_.get(), context_.get()); }
     void reduce() { BN_from_montgomery(r_.get(), t_.get(), field_.get(), context_.get()); }
+    void power() { BN_mod_exp_mont(r_.get(), a_.get(), b_.get(), n_.get(), context_.get(), field_.get()); }
     [[nodiscard]] Bytes result() const {
         Bytes bytes(2 * length_);
         BN_bn2binpad(r_.get(), bytes.data(), static_cast<int>(bytes.size()));
@@ -174,6 +211,7 @@ class BotanPeer {
     explicit BotanPeer(const Numbers& numbers)
         : a_(numbers.a),
           b_(numbers.b),
+          n_(numbers.n),
           t_(numbers.product),
           field_(Botan::BigInt(numbers.n)),
           length_(numbers.a.size()) {}
@@ -183,13 +221,14 @@ class BotanPeer {
         r_.square(workspace_);
     }
     void reduce() { r_ = field_.redc(t_, workspace_); }
+    void power() { r_ = Botan::power_mod(a_, b_, n_); }
     [[nodiscard]] Bytes result() const {
         const auto bytes = Botan::BigInt::encode_1363(r_, 2 * length_);
         return {bytes.begin(), bytes.end()};
     }
 
   private:
-    Botan::BigInt a_, b_, t_, r_;
+    Botan::BigInt a_, b_, n_, t_, r_;
     Botan::Montgomery_Params field_;
     Botan::secure_vector<Botan::word> workspace_;
     std::size_t length_;
@@ -206,6 +245,7 @@ class CryptoPlusPlus {
     void multiply() { r_ = a_.Times(b_); }
     void square() { r_ = a_.Squared(); }
     void reduce() { r_ = field_.ConvertOut(t_); }
+    void power() { r_ = CryptoPP::ModularExponentiation(a_, b_, field_.GetModulus()); }
     [[nodiscard]] Bytes result() const {
         Bytes bytes(2 * length_);
         r_.Encode(bytes.data(), bytes.size());
@@ -223,19 +263,21 @@ class CryptoPlusPlus {
 class MbedTls {
   public:
     explicit MbedTls(const Numbers& numbers) : length_(numbers.a.size()) {
-        for (mbedtls_mpi* const x : {&a_, &b_, &r_})
+        for (mbedtls_mpi* const x : {&a_, &b_, &n_, &r_})
             mbedtls_mpi_init(x);
         mbedtls_mpi_read_binary(&a_, numbers.a.data(), length_);
         mbedtls_mpi_read_binary(&b_, numbers.b.data(), length_);
+        mbedtls_mpi_read_binary(&n_, numbers.n.data(), length_);
     }
     MbedTls(const MbedTls&) = delete;
     MbedTls& operator=(const MbedTls&) = delete;
     ~MbedTls() {
-        for (mbedtls_mpi* const x : {&a_, &b_, &r_})
+        for (mbedtls_mpi* const x : {&a_, &b_, &n_, &r_})
             mbedtls_mpi_free(x);
     }
     void multiply() { mbedtls_mpi_mul_mpi(&r_, &a_, &b_); }
     void square() { mbedtls_mpi_mul_mpi(&r_, &a_, &a_); }
+    void power() { mbedtls_mpi_exp_mod(&r_, &a_, &b_, &n_, nullptr); }
     [[nodiscard]] Bytes result() const {
         Bytes bytes(2 * length_);
         mbedtls_mpi_write_binary(&r_, bytes.data(), bytes.size());
@@ -243,8 +285,44 @@ class MbedTls {
     }
 
   private:
-    mbedtls_mpi a_, b_, r_;
+    mbedtls_mpi a_, b_, n_, r_;
     std::size_t length_;
+};
+
+// It has no square of its own, and its Montgomery arithmetic is not public.
+class Gcrypt {
+  public:
+    explicit Gcrypt(const Numbers& numbers)
+        : a_(read(numbers.a)),
+          b_(read(numbers.b)),
+          n_(read(numbers.n)),
+          r_(gcry_mpi_new(0)),
+          length_(numbers.a.size()) {}
+    void multiply() { gcry_mpi_mul(r_.get(), a_.get(), b_.get()); }
+    void square() { gcry_mpi_mul(r_.get(), a_.get(), a_.get()); }
+    void power() { gcry_mpi_powm(r_.get(), a_.get(), b_.get(), n_.get()); }
+    [[nodiscard]] Bytes result() const {
+        Bytes bytes(2 * length_);
+        std::size_t length = 0;
+        gcry_mpi_print(GCRYMPI_FMT_USG, nullptr, 0, &length, r_.get());
+        gcry_mpi_print(GCRYMPI_FMT_USG, bytes.data() + (bytes.size() - length), length, nullptr, r_.get());
+        return bytes;
+    }
+
+  private:
+    using Number = std::unique_ptr<gcry_mpi, Freed<gcry_mpi_release>>;
+    static Number read(const Bytes& bytes) {
+        gcry_mpi_t made = nullptr;
+        gcry_mpi_scan(&made, GCRYMPI_FMT_USG, bytes.data(), bytes.size(), nullptr);
+        return Number(made);
+    }
+    Number a_, b_, n_, r_;
+    std::size_t length_;
+};
+
+class WolfSsl : public bench::WolfSslNumbers {
+  public:
+    explicit WolfSsl(const Numbers& numbers) : WolfSslNumbers(numbers.a, numbers.b, numbers.n, numbers.product) {}
 };
 
 // The numbers behind libtomcrypt. Its digits have 60 bits, so its R is another one and the reduced value too.
@@ -265,6 +343,7 @@ class TomMath {
         require(mp_copy(&t_, &r_));
         require(mp_montgomery_reduce(&r_, &n_, rho_));
     }
+    void power() { require(mp_exptmod(&a_, &b_, &n_, &r_)); }
     [[nodiscard]] Bytes result() const {
         Bytes bytes(2 * length_);
         std::size_t written = 0;
@@ -321,6 +400,11 @@ void addReductions(int bits, const std::string& who, bool compare) {
 }
 
 template <class Who>
+void addPowers(int bits, const std::string& who) {
+    add<Who>("power", bits, who, [](auto& numbers) { numbers.power(); });
+}
+
+template <class Who>
 void addAll(int bits, const std::string& who, bool compare = true) {
     addProducts<Who>(bits, who);
     addSquares<Who>(bits, who);
@@ -333,13 +417,28 @@ int addEverything() {
         addAll<OurForm<0>>(bits, "ours, plain");
         if (mpi::kernelForms()[1] != nullptr && mpi::kernelForms()[2] != nullptr)
             addAll<OurForm<1>>(bits, std::string("ours, ") + mpi::kernelForms()[1]->name);
-        addAll<Gmp>(bits, "limit: GMP mpn");
+        addAll<Gmp>(bits, "limit: GMP (mpn)");
         addAll<OpenSsl>(bits, "OpenSSL");
         addAll<BotanPeer>(bits, "Botan");
         addAll<CryptoPlusPlus>(bits, "Crypto++");
         addProducts<MbedTls>(bits, "mbedTLS");
         addSquares<MbedTls>(bits, "mbedTLS");
-        addAll<TomMath>(bits, "libtommath", false);
+        addProducts<Gcrypt>(bits, "libgcrypt");
+        addSquares<Gcrypt>(bits, "libgcrypt");
+        addAll<WolfSsl>(bits, "wolfSSL");
+        addAll<TomMath>(bits, "libtomcrypt (libtommath)", false);
+    }
+    for (const int bits : {512, 1024, 2048}) {
+        addPowers<Ours>(bits, "ours");
+        addPowers<OurForm<0>>(bits, "ours, plain");
+        addPowers<GmpPower>(bits, "GMP");
+        addPowers<OpenSsl>(bits, "OpenSSL");
+        addPowers<BotanPeer>(bits, "Botan");
+        addPowers<CryptoPlusPlus>(bits, "Crypto++");
+        addPowers<MbedTls>(bits, "mbedTLS");
+        addPowers<Gcrypt>(bits, "libgcrypt");
+        addPowers<WolfSsl>(bits, "wolfSSL");
+        addPowers<TomMath>(bits, "libtomcrypt (libtommath)");
     }
     return 0;
 }

@@ -106,7 +106,7 @@ void ours(benchmark::State& state) {
     for ([[maybe_unused]] auto round : state)
         benchmark::DoNotOptimize(ourRequest(blob, signature));
 }
-BENCHMARK(ours)->Name("request/2048/ours");
+BENCHMARK(ours)->Name("request, 2048 bits/ours");
 
 void openssl(benchmark::State& state) {
     const Key key = opensslKey(bench::publicKeyDer());
@@ -116,7 +116,7 @@ void openssl(benchmark::State& state) {
     for ([[maybe_unused]] auto round : state)
         benchmark::DoNotOptimize(opensslRequest(key.get(), signature));
 }
-BENCHMARK(openssl)->Name("request/2048/OpenSSL");
+BENCHMARK(openssl)->Name("request, 2048 bits/OpenSSL");
 
 void opensslFromDer(benchmark::State& state) {
     const bench::Bytes der = bench::publicKeyDer();
@@ -124,6 +124,6 @@ void opensslFromDer(benchmark::State& state) {
     for ([[maybe_unused]] auto round : state)
         benchmark::DoNotOptimize(opensslRequest(opensslKey(der).get(), signature));
 }
-BENCHMARK(opensslFromDer)->Name("request/2048/OpenSSL, key decoded too");
+BENCHMARK(opensslFromDer)->Name("request, 2048 bits/OpenSSL, key decoded too");
 
 }  // namespace

@@ -144,7 +144,8 @@ void addGeneration(int bits, const RsaPeer& peer) {
 
 int addEverything() {
     std::vector<RsaPeer> everybody = {ours("ours", nullptr), ours("ours, plain", &mpi::plainKernels())};
-    for (const auto& list : {openSslRsa, botanRsa, cryptoPlusPlusRsa, mbedTlsRsa, nettleRsa, nssRsa, tomCryptRsa})
+    for (const auto& list :
+         {openSslRsa, botanRsa, cryptoPlusPlusRsa, gcryptRsa, mbedTlsRsa, nettleRsa, nssRsa, tomCryptRsa, wolfSslRsa})
         for (const RsaPeer& peer : list())
             everybody.push_back(peer);
     for (const RsaKeyVector& vector : kRsaKeys) {
@@ -156,7 +157,7 @@ int addEverything() {
             addOperation("RSA public", vector, peer, false);
         }
         for (const RsaPeer& peer : everybody) {
-            if (peer.smallestKey > vector.bits)
+            if (peer.smallestKey > vector.bits || !peer.privateOp)
                 continue;
             addOperation("RSA private", vector, peer, true);
         }

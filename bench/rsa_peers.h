@@ -22,18 +22,20 @@ using RsaRun = std::function<void(const Bytes& in, Bytes& out)>;
 struct RsaPeer {
     std::string who;
     std::function<RsaRun(const RsaNumbers& key)> publicOp;
-    std::function<RsaRun(const RsaNumbers& key)> privateOp;
-    std::function<void(int bits)> generate;  // may be absent
-    int smallestKey;                         // bits of the smallest key it makes and takes
+    std::function<RsaRun(const RsaNumbers& key)> privateOp;  // may be absent
+    std::function<void(int bits)> generate;                  // may be absent
+    int smallestKey;                                         // bits of the smallest key it makes and takes
 };
 
 std::vector<RsaPeer> openSslRsa();
 std::vector<RsaPeer> botanRsa();
 std::vector<RsaPeer> cryptoPlusPlusRsa();
+std::vector<RsaPeer> gcryptRsa();
 std::vector<RsaPeer> mbedTlsRsa();
 std::vector<RsaPeer> nettleRsa();
 std::vector<RsaPeer> nssRsa();
 std::vector<RsaPeer> tomCryptRsa();
+std::vector<RsaPeer> wolfSslRsa();
 
 // RSAPrivateKey of PKCS#1 as DER, for libraries that read a key so; and inside the PrivateKeyInfo of PKCS#8.
 Bytes privateKeyDer(const RsaNumbers& key);

@@ -1,4 +1,4 @@
-// A certificate of 1.1 KB with eight extensions, decoded and encoded, ours beside six libraries.
+// A certificate of 1.1 KB with eight extensions, decoded, encoded and printed, ours beside other libraries.
 //
 //     bench_asn             the benchmarks
 //     bench_asn --memory    calls of the system's allocator, and the most held, for one decode of each
@@ -22,25 +22,18 @@ bench::Bytes certificate() {
 }
 
 std::vector<bench::X509Peer> peers(const bench::Bytes& in) {
-    return {bench::ourX509(in), bench::botanX509(in),   bench::gnuTlsX509(in), bench::ksbaX509(in),
-            bench::nssX509(in), bench::openSslX509(in), bench::tasn1X509(in)};
-}
-
-double kilobytes(const bench::HeapUse& use) {
-    return static_cast<double>(use.mostBytes) / 1024;
+    return {bench::ourX509(in),      bench::botanX509(in),  bench::gnuTlsX509(in),  bench::ksbaX509(in),
+            bench::mbedTlsX509(in),  bench::nssX509(in),    bench::openSslX509(in), bench::tasn1X509(in),
+            bench::tomCryptX509(in), bench::wolfSslX509(in)};
 }
 
 // Ours is cold when its pool is empty. What the libraries take once for themselves is in nobody's first decode, since
 // their set-up decodes already.
 void printMemory(const std::vector<bench::X509Peer>& all) {
-    std::printf("| one decode | allocator calls, first | most held | allocator calls, later | most held |\n");
-    std::printf("|---|--:|--:|--:|--:|\n");
     for (const bench::X509Peer& peer : all) {
         foundation::PoolTrim();
-        const bench::HeapUse first = bench::heapUse(peer.decode);
-        const bench::HeapUse later = bench::heapUse(peer.decode);
-        std::printf("| %s | %ld | %.1f KB | %ld | %.1f KB |\n", peer.who.c_str(), first.calls, kilobytes(first),
-                    later.calls, kilobytes(later));
+        bench::printHeapUse("X.509 decode, first", peer.who, bench::heapUse(peer.decode));
+        bench::printHeapUse("X.509 decode, later", peer.who, bench::heapUse(peer.decode));
     }
 }
 
@@ -72,6 +65,14 @@ int main(int argc, char** argv) {
     for (const bench::X509Peer& peer : all) {
         if (peer.encode != nullptr)
             registerRow("X.509 encode", peer.who, [&peer] { benchmark::DoNotOptimize(peer.encode()); });
+    }
+    for (const bench::X509Peer& peer : all) {
+        if (peer.print != nullptr && peer.print() == 0) {
+            std::fprintf(stderr, "%s prints nothing\n", peer.who.c_str());
+            return 1;
+        }
+        if (peer.print != nullptr)
+            registerRow("X.509 print", peer.who, [&peer] { benchmark::DoNotOptimize(peer.print()); });
     }
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

@@ -2,6 +2,7 @@
 #include <gnutls/x509.h>
 
 #include <cstdlib>
+#include <memory>
 
 #include "bench/x509_peers.h"
 
@@ -21,7 +22,14 @@ gnutls_x509_crt_t decoded(const Bytes& certificate) {
 }  // namespace
 
 X509Peer gnuTlsX509(const Bytes& certificate) {
-    return {"GnuTLS", [certificate] { gnutls_x509_crt_deinit(decoded(certificate)); }, nullptr};
+    const std::shared_ptr<gnutls_x509_crt_int> held(decoded(certificate), gnutls_x509_crt_deinit);
+    return {"GnuTLS", [certificate] { gnutls_x509_crt_deinit(decoded(certificate)); }, nullptr,
+            [held] {
+                gnutls_datum_t text = {nullptr, 0};
+                gnutls_x509_crt_print(held.get(), GNUTLS_CRT_PRINT_FULL, &text);
+                gnutls_free(text.data);
+                return std::size_t{text.size};
+            }};
 }
 
 }  // namespace bench

@@ -28,6 +28,11 @@ X509Peer openSslX509(const Bytes& certificate) {
             [held, out] {
                 unsigned char* at = out->data();
                 return static_cast<std::size_t>(i2d_X509(held.get(), &at));
+            },
+            [held] {
+                const std::unique_ptr<BIO, decltype(&BIO_free)> text(BIO_new(BIO_s_mem()), BIO_free);
+                X509_print(text.get(), held.get());
+                return static_cast<std::size_t>(BIO_pending(text.get()));
             }};
 }
 

@@ -1,5 +1,6 @@
 #include <cstdlib>
 #include <memory>
+#include <sstream>
 
 #include "bench/x509_peers.h"
 #include "foundation/foundation.h"
@@ -21,6 +22,11 @@ X509Peer ourX509(const Bytes& certificate) {
             [held] {
                 MiByteBuffer out;
                 return std::size_t{held->DerEncode(out, 0)};
+            },
+            [held] {
+                std::ostringstream out;
+                held->ToOstream(out, 0);
+                return out.str().size();
             }};
 }
 

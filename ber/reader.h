@@ -41,8 +41,8 @@
 #include <cstdint>
 
 struct BerReader {
-    std::int32_t fd;  // -1: the reader is over memory, and there is no other kind
-    std::uint8_t* buffer;
+    std::int32_t fd;        // -1: the reader is over memory, and there is no other kind
+    std::uint8_t* buffer;   // the reader's copy of the input
     std::int32_t capacity;  // bytes in buffer, at least 1
     std::int32_t position;  // offset of the next byte to read: all that is kept from call to call
     std::int32_t end;       // offset just past the last byte

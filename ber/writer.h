@@ -54,7 +54,7 @@
 
 // An element that is opened and not yet closed. The last of the list is the innermost.
 struct BerOpenElement {
-    std::int32_t tag;
+    std::int32_t tag;        // number
     std::uint8_t classBits;  // as given at opening; the closing letter adds its own
     std::int32_t start;      // offset in the buffer of the first content byte
     std::int32_t cursor;     // offset of the next one
@@ -64,12 +64,12 @@ struct BerOpenElement {
 // buffer and used are the finished value once every element is closed; callers read them directly. The buffer is the
 // writer's and moves when it grows.
 struct BerWriter {
-    std::int32_t tagPending;  // 1 only inside a call, between "t" or "T" and the end of its step
-    std::int32_t pendingTag;  // the waiting tag, -1 for none
-    std::uint8_t* buffer;
-    std::int32_t used;
-    std::int32_t capacity;  // bytes in buffer; grows by 8192 at a time
-    BerOpenElement* openElements;
+    std::int32_t tagPending;       // 1 only inside a call, between "t" or "T" and the end of its step
+    std::int32_t pendingTag;       // the waiting tag, -1 for none
+    std::uint8_t* buffer;          // the value, owned
+    std::int32_t used;             // bytes of it
+    std::int32_t capacity;         // bytes in buffer; grows by 8192 at a time
+    BerOpenElement* openElements;  // the outermost, or null
 };
 
 // BerWriterCreate makes an empty writer, which the caller frees with BerWriterFree. Null when memory is exhausted.

@@ -1,10 +1,16 @@
-# vt_room(<room> SOURCES ... HEADERS ... [USES <room>...])
+# vt_room(<room> SOURCES ... HEADERS ... [INTERNAL ...] [USES <room>...])
 #
 # Makes the static library vt_<room> from the files of one room (vt_flat for pki/flat). USES names the rooms that it
-# may call; tests/rooms holds the whole table and checks the #include lines against it. The headers form a file set,
-# so that CMake can compile each alone.
+# may call; tests/rooms holds the whole table and checks the #include lines against it. The headers form file sets, so
+# that CMake can compile each alone. INTERNAL are headers for our own sources alone: packaging/ installs those of the
+# toolkit's rooms that are not.
 function(vt_room room)
-  cmake_parse_arguments(ARG "" "" "SOURCES;HEADERS;USES" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "SOURCES;HEADERS;INTERNAL;USES" ${ARGN})
+  foreach(header IN LISTS ARG_INTERNAL)
+    if(header IN_LIST ARG_HEADERS)
+      message(FATAL_ERROR "vt_room(${room}): ${header} is listed as installed and as internal")
+    endif()
+  endforeach()
   set(target vt_${room})
   if(ARG_SOURCES)
     add_library(${target} STATIC ${ARG_SOURCES})
@@ -17,10 +23,32 @@ function(vt_room room)
   endif()
   target_sources(${target} ${scope}
     FILE_SET HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ARG_HEADERS})
+  if(ARG_INTERNAL)
+    target_sources(${target} ${scope}
+      FILE_SET internal TYPE HEADERS BASE_DIRS "${PROJECT_SOURCE_DIR}" FILES ${ARG_INTERNAL})
+  endif()
   set_target_properties(${target} PROPERTIES VERIFY_INTERFACE_HEADER_SETS ON)
   foreach(used IN LISTS ARG_USES)
     target_link_libraries(${target} ${scope} vt_${used})
   endforeach()
+endfunction()
+
+# vt_exporting_library(<target>)
+#
+# A shared library of ours exports what is marked VT_API and nothing of the C++ library, and is quick to load: little to
+# relocate, nothing bound before it is called. (A browser loads the plug-in for every page that embeds it.)
+function(vt_exporting_library target)
+  if(WIN32)
+    return()
+  endif()
+  include(CheckLinkerFlag)
+  check_linker_flag(CXX "-Wl,-z,pack-relative-relocs" VT_LINKER_PACKS_RELOCS)
+  set(map "${PROJECT_SOURCE_DIR}/plugin/npvemtrel_certenroll.map")
+  target_link_options(${target} PRIVATE
+    "-Wl,--version-script=${map}"
+    -Wl,-z,lazy -Wl,--as-needed -Wl,-O1 -Wl,-Bsymbolic-functions
+    $<$<BOOL:${VT_LINKER_PACKS_RELOCS}>:-Wl,-z,pack-relative-relocs>)
+  set_target_properties(${target} PROPERTIES LINK_DEPENDS "${map}")
 endfunction()
 
 # vt_room_tests(<room> SOURCES ... [LIBRARIES ...] [NAME <program>])
@@ -61,6 +89,10 @@ function(vt_add_gtest program label)
     add_test(NAME ${label}.${program} COMMAND ${program})
     # One Wine prefix, one certificate store: programs take turns.
     set_tests_properties(${label}.${program} PROPERTIES LABELS ${label} RUN_SERIAL ON TIMEOUT 900)
+  elseif(VT_COVERAGE)
+    # Each process adds its counters to some hundred files when it ends; one a program is enough.
+    add_test(NAME ${label}.${program} COMMAND ${program})
+    set_tests_properties(${label}.${program} PROPERTIES LABELS ${label} TIMEOUT 900)
   else()
     gtest_discover_tests(${program} TEST_PREFIX ${label}. DISCOVERY_TIMEOUT 60
       PROPERTIES LABELS ${label} TIMEOUT 300)

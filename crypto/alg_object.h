@@ -14,6 +14,8 @@
 
 struct ALG_OBJ;
 
+// What an object is built with: an allocator fills a shell, a setter stores parameters, a getter gives a copy of them.
+// Results are codes.
 using AlgAllocator = int (*)(ALG_OBJ* object);
 using AlgSetter = int (*)(ALG_OBJ* object, const void* parameter);
 using AlgGetter = int (*)(const ALG_OBJ* object, KEY_ITEM* parameter);
@@ -37,14 +39,14 @@ static_assert(offsetof(ALG_OBJ, mechanism) == sizeof(void*) && offsetof(ALG_OBJ,
 
 // The context of a digest with RSA.
 struct DIGEST_RSA_PAIR {
-    void* digest;
-    RSA_CTX* rsa;
+    void* digest;  // the context of the digest, owned
+    RSA_CTX* rsa;  // owned
 };
 
 // What the setter of RC2 is given.
 struct RC2_SETTING {
-    std::int32_t effectiveBits;
-    KEY_ITEM iv;
+    std::int32_t effectiveBits;  // of the key
+    KEY_ITEM iv;                 // 8 bytes of initial value
 };
 
 // AlgShell gives an object of zeros, for AlgSetup or for an allocator; null for exhausted memory.

@@ -13,30 +13,32 @@
 #include "crypto/pkcs11.h"
 #include "crypto/rsa.h"
 
+// As RSA_GenerateKeyItems (rsa.h).
 using KeyPairGenerate = int (*)(KEY_ITEM** items, std::int32_t bits);
 
+// What an operation runs in software, by its shapes (entries.h); null where the operation at hand has no such step.
 struct SOFT_TABLE {
-    DigestInit digestInit;
-    DigestUpdate digestUpdate;
-    DigestFinal digestFinal;
-    CipherInit encryptInit;
-    CipherUpdate encryptUpdate;
-    CipherFinal encryptFinal;
-    CipherInit decryptInit;
-    CipherUpdate decryptUpdate;
-    CipherFinal decryptFinal;
-    RandomSeed seed;
-    RandomGenerate generate;
-    void (*unused)();
-    KeyPairGenerate generateKeyPair;
+    DigestInit digestInit;            // of the digest, also under a signature
+    DigestUpdate digestUpdate;        // likewise
+    DigestFinal digestFinal;          // likewise
+    CipherInit encryptInit;           // of the cipher, or of RSA when it encrypts or signs
+    CipherUpdate encryptUpdate;       // likewise
+    CipherFinal encryptFinal;         // likewise
+    CipherInit decryptInit;           // of the cipher, or of RSA when it decrypts or verifies
+    CipherUpdate decryptUpdate;       // likewise
+    CipherFinal decryptFinal;         // likewise
+    RandomSeed seed;                  // of the seeded generator
+    RandomGenerate generate;          // likewise
+    void (*unused)();                 // keeps the place of the slots behind it
+    KeyPairGenerate generateKeyPair;  // of RSA
 };
 static_assert(sizeof(SOFT_TABLE) == 13 * sizeof(void*), "thirteen slots");
 
 struct CHOOSER {
-    CK_SESSION_HANDLE session;
-    CK_FUNCTION_LIST* functions;
-    SOFT_TABLE* soft;
-    std::int32_t useToken;
+    CK_SESSION_HANDLE session;    // open in the module, or 0
+    CK_FUNCTION_LIST* functions;  // the module's, or null
+    SOFT_TABLE* soft;             // owned, or null
+    std::int32_t useToken;        // 1 for a token, 0 for software
 };
 static_assert(offsetof(CHOOSER, functions) == sizeof(void*) && offsetof(CHOOSER, soft) == 2 * sizeof(void*) &&
                   offsetof(CHOOSER, useToken) == 3 * sizeof(void*),

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
+// What DES in CBC mode keeps from one call to the next. It owns no memory.
 struct DES_CTX {
     std::uint32_t subkeys[32];  // pairs, in the order of the direction; crypto/des_rounds.h draws them
     std::uint32_t chain[2];     // current chaining value, big-endian words

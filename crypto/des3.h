@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 
+// What triple DES in CBC mode keeps from one call to the next. It owns no memory.
 struct DES3_CTX {
     std::uint32_t subkeys1[32];  // first stage, as in DES_CTX
     std::uint32_t subkeys2[32];  // second stage

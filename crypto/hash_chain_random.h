@@ -17,9 +17,10 @@ constexpr std::uint32_t HASH_CHAIN_RANDOM_MD2 = 0x80000100;
 constexpr std::uint32_t HASH_CHAIN_RANDOM_MD5 = 0x80000200;
 constexpr std::uint32_t HASH_CHAIN_RANDOM_SHA1 = 0x80000300;
 
+// What the generator keeps from the seed to the output. It owns no memory.
 struct HASH_CHAIN_RANDOM_CTX {
     const std::uint8_t* seed;  // borrowed: it must outlive the generation
-    std::uint32_t seedLength;
+    std::uint32_t seedLength;  // in bytes
 };
 
 // HashChainRandom_..._Seed stores seed and length, without copying. An empty seed may be null. 0, or -2 for a missing

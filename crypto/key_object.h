@@ -19,6 +19,8 @@
 
 struct KEY_OBJ;
 
+// What an object is built with: an allocator fills a shell, a setter stores a key, a getter gives a copy of it. Results
+// are codes.
 using KeyAllocator = int (*)(KEY_OBJ* object);
 using KeySetter = int (*)(KEY_OBJ* object, const KEY_ITEM* value);
 using KeyGetter = int (*)(const KEY_OBJ* object, KEY_ITEM** value);

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+// What MD2 keeps from one call to the next. It owns no memory.
 struct MD2_CTX {
     std::uint8_t state[16];     // digest state
     std::uint8_t checksum[16];  // running checksum

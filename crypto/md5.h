@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+// What MD5 keeps from one call to the next. It owns no memory.
 struct MD5_CTX {
     std::uint32_t state[4];   // chaining value
     std::uint32_t bitsLow;    // message length in bits, low word: the standard stores it first

@@ -32,9 +32,9 @@
 
 #include <cstdint>
 
-constexpr int MPI_HALF_WORDS = 129;
-constexpr int MPI_FULL_WORDS = 257;
-constexpr int MPI_DOUBLE_WORDS = 513;
+constexpr int MPI_HALF_WORDS = 129;    // an array of half capacity, word 0 included
+constexpr int MPI_FULL_WORDS = 257;    // an array of full capacity
+constexpr int MPI_DOUBLE_WORDS = 513;  // an array of double capacity
 
 // The longest byte string that MPI_FromBytes takes: what a full MPI holds.
 constexpr int MPI_MAX_BYTES = 1024;
@@ -120,8 +120,8 @@ std::uint32_t MPI_ModWord(const std::uint32_t* x, std::uint32_t w);
 // for coprimality alone. r may be x or m; without an inverse it is left as it was.
 int MPI_ModInverse(const std::uint32_t* x, const std::uint32_t* m, std::uint32_t* r);
 
-// Montgomery arithmetic (P. L. Montgomery, Modular multiplication without trial division, 1985), with R = 2^(32 m) and
-// m the limb count of the modulus n.
+// Montgomery arithmetic: P. L. Montgomery, Modular multiplication without trial division, 1985. R is 2^(32 m), with m
+// the limb count of the modulus n.
 
 // MPI_MontConstant returns n' = -1/n mod 2^32 for an odd n. For an even one, which has no inverse, it is the number
 // that lifting bit by bit gives all the same.

@@ -9,16 +9,17 @@
 //
 // What follows holds for the software side.
 //
-//   * An output must have the room that a query of the size reports: an output length is only given, never read. A null
-//     output is such a query, wherever a size can be told beforehand, and changes nothing.
-//   * Codes common to all:
-//       -2  an absent object, output length, chooser at an init, or input of more than no bytes
-//       -4  at an init: a key that is missing, empty, or of a kind that does not fit the mechanism
-//       -5  at what follows: no chooser attached, or none whose init succeeded
-//       -6  a mechanism that the operation does not have
-//       -7  at an init: a key shorter than what the cipher reads
-//     and whatever the entries give.
-//   * A failed init leaves the operation closed. After a final another message needs another init.
+// - An output must have the room that a query of the size reports: an output length is only given, never read. A null
+//   output is such a query, wherever a size can be told beforehand, and changes nothing.
+// - A failed init leaves the operation closed. After a final another message needs another init.
+//
+// Codes common to all, besides whatever the entries give:
+//
+//     -2  an absent object, output length, chooser at an init, or input of more than no bytes
+//     -4  at an init: a key that is missing, empty, or of a kind that does not fit the mechanism
+//     -5  at what follows: no chooser attached, or none whose init succeeded
+//     -6  a mechanism that the operation does not have
+//     -7  at an init: a key shorter than what the cipher reads
 #ifndef VT_CRYPTO_OPERATION_H
 #define VT_CRYPTO_OPERATION_H
 
@@ -66,6 +67,8 @@ int VerifyUpdateOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t length
 // VerifyFinalOp gives 0 for a signature of the data, and -13 for any other. A signature that the RSA operation cannot
 // open is -13 under CKM_RSA_PKCS; under a digest mechanism it is that operation's own code.
 int VerifyFinalOp(ALG_OBJ* alg, const std::uint8_t* signature, std::uint32_t signatureLength);
+
+// VerifyOp is VerifyUpdateOp and VerifyFinalOp.
 int VerifyOp(ALG_OBJ* alg, const std::uint8_t* input, std::uint32_t length, const std::uint8_t* signature,
              std::uint32_t signatureLength);
 

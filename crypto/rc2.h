@@ -8,9 +8,10 @@
 // The parameter record, laid out as CK_RC2_CBC_PARAMS.
 struct RC2_PARAMETER {
     unsigned long effectiveBits;  // below 1 or above 1024 counts as 1024
-    std::uint8_t iv[8];
+    std::uint8_t iv[8];           // initial value
 };
 
+// What RC2 in CBC mode keeps from one call to the next. It owns no memory.
 struct RC2_CTX {
     std::uint16_t expandedKey[64];  // key schedule
     std::uint8_t chain[8];          // current chaining value

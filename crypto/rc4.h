@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
+// What RC4 keeps from one call to the next. It owns no memory.
 struct RC4_CTX {
     std::int32_t x;       // first index
     std::int32_t y;       // second index

@@ -10,10 +10,11 @@
 struct RC5_PARAMETER {
     unsigned long wordSize;  // ignored: words are 32 bits
     unsigned long rounds;    // 8, 12 or 16; any other number counts as 16
-    const std::uint8_t* iv;
+    const std::uint8_t* iv;  // initial value
     unsigned long ivLength;  // a value below 8 bytes is followed by zeros; of a longer one the first 8 bytes count
 };
 
+// What RC5 in CBC mode keeps from one call to the next. It owns no memory.
 struct RC5_CTX {
     std::int32_t rounds;        // 8, 12 or 16
     std::uint32_t subkeys[34];  // 2 (rounds + 1) of them in use

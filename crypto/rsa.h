@@ -21,11 +21,12 @@
 
 #include "crypto/mpi.h"
 
+// A key and what is kept from one call to the next. It owns no memory.
 struct RSA_CTX {
-    std::uint8_t signature[1025];  // block kept between update and final of a signature or a verification
-    std::int32_t signatureLength;  // bytes held in signature
-    std::uint32_t modulus[MPI_FULL_WORDS];
-    std::uint32_t publicExponent[MPI_FULL_WORDS];
+    std::uint8_t signature[1025];           // block kept between update and final of a signature or a verification
+    std::int32_t signatureLength;           // bytes held in signature
+    std::uint32_t modulus[MPI_FULL_WORDS];  // n
+    std::uint32_t publicExponent[MPI_FULL_WORDS];   // e
     std::uint32_t privateExponent[MPI_FULL_WORDS];  // loaded and checked; the private operation does without
     std::uint32_t prime1[MPI_HALF_WORDS];           // p
     std::uint32_t prime2[MPI_HALF_WORDS];           // q; either may be the larger
@@ -44,24 +45,24 @@ static_assert(offsetof(RSA_CTX, signatureLength) == 1028 && offsetof(RSA_CTX, mo
 
 // A pair of big-endian bytes and their number.
 struct KEY_ITEM {
-    std::uint8_t* bytes;
-    std::uint32_t length;
+    std::uint8_t* bytes;   // most significant first
+    std::uint32_t length;  // of them
 };
 
 // The byte-string form of a key: an array of eight pairs in this order; a public key is the first two alone.
 enum RsaItem {
-    RSA_MODULUS,
-    RSA_PUBLIC_EXPONENT,
-    RSA_PRIVATE_EXPONENT,
-    RSA_PRIME_1,
-    RSA_PRIME_2,
-    RSA_EXPONENT_1,
-    RSA_EXPONENT_2,
-    RSA_COEFFICIENT
+    RSA_MODULUS,           // n
+    RSA_PUBLIC_EXPONENT,   // e
+    RSA_PRIVATE_EXPONENT,  // d
+    RSA_PRIME_1,           // p
+    RSA_PRIME_2,           // q
+    RSA_EXPONENT_1,        // d mod (p - 1)
+    RSA_EXPONENT_2,        // d mod (q - 1)
+    RSA_COEFFICIENT        // inverse of q modulo p
 };
-constexpr std::uint32_t RSA_ITEM_COUNT = 8;
-using RSA_KEY_ITEMS = KEY_ITEM[RSA_ITEM_COUNT];
-constexpr std::uint32_t RSA_PUBLIC_ITEM_COUNT = 2;
+constexpr std::uint32_t RSA_ITEM_COUNT = 8;         // pairs of a private key
+using RSA_KEY_ITEMS = KEY_ITEM[RSA_ITEM_COUNT];     // the numbers of a private key, by RsaItem
+constexpr std::uint32_t RSA_PUBLIC_ITEM_COUNT = 2;  // pairs of a public key
 
 // Which of the two an array is, is told by its length in bytes. These are the sizes with 32-bit pointers, and they
 // stand for the kind of key where pointers are longer too.

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
+// What SHA-1 keeps from one call to the next. It owns no memory.
 struct SHA1_CTX {
     std::uint32_t state[5];   // chaining value
     std::uint32_t bitsHigh;   // message length in bits, high word: the standard stores it first

@@ -10,26 +10,32 @@
 // One entry for each operation, with the operation's own arguments. The inits find the chooser attached. Arguments
 // other than the algorithm object are passed on as they came.
 struct TOKEN_SIDE {
+    // A digest, in the order of its steps; digest is all of it at once.
     int (*digestInit)(ALG_OBJ* alg);
     decltype(&DigestUpdateOp) digestUpdate;
     decltype(&DigestFinalOp) digestFinal;
     decltype(&DigestOp) digest;
+    // Encryption; encrypt is all of it at once.
     int (*encryptInit)(ALG_OBJ* alg, KEY_OBJ* key);
     decltype(&EncryptUpdateOp) encryptUpdate;
     decltype(&EncryptFinalOp) encryptFinal;
     decltype(&EncryptOp) encrypt;
+    // Decryption; decrypt is all of it at once.
     int (*decryptInit)(ALG_OBJ* alg, KEY_OBJ* key);
     decltype(&DecryptUpdateOp) decryptUpdate;
     decltype(&DecryptFinalOp) decryptFinal;
     decltype(&DecryptOp) decrypt;
+    // Signing; sign is all of it at once.
     int (*signInit)(ALG_OBJ* alg, KEY_OBJ* key);
     decltype(&SignUpdateOp) signUpdate;
     decltype(&SignFinalOp) signFinal;
     decltype(&SignOp) sign;
+    // The check of a signature; verify is all of it at once.
     int (*verifyInit)(ALG_OBJ* alg, KEY_OBJ* key);
     decltype(&VerifyUpdateOp) verifyUpdate;
     decltype(&VerifyFinalOp) verifyFinal;
     decltype(&VerifyOp) verify;
+    // Random bytes: the seed is mixed in, and the bytes are given.
     int (*randomInit)(ALG_OBJ* alg, const std::uint8_t* seed, std::uint32_t seedLength);
     decltype(&RandomOp) random;
 };

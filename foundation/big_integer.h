@@ -28,9 +28,9 @@
 
 class VT_API MiBigInteger : public MiObject {
   public:
-    MiBigInteger() = default;  // zero
-    MiBigInteger(unsigned int number);
-    MiBigInteger(int number);
+    MiBigInteger() = default;                             // zero
+    MiBigInteger(unsigned int number);                    // that number
+    MiBigInteger(int number);                             // that number
     MiBigInteger(const MiByte& bytes);                    // as SetData(bytes)
     MiBigInteger(char newSign, const MiByte& magnitude);  // as SetData(sign, bytes)
     MiBigInteger(const MiBigInteger& other) = default;
@@ -39,9 +39,10 @@ class VT_API MiBigInteger : public MiObject {
 
     MiBigInteger& operator=(const MiBigInteger& other) = default;
     MiBigInteger& operator=(MiBigInteger&& other) noexcept;
-    MiBigInteger& operator=(int number);
-    MiBigInteger& operator=(unsigned int number);
+    MiBigInteger& operator=(int number);           // as SetData(number)
+    MiBigInteger& operator=(unsigned int number);  // as SetData(number)
 
+    // The value becomes the number.
     MiBigInteger& SetData(unsigned int number);
     MiBigInteger& SetData(int number);
 
@@ -67,6 +68,7 @@ class VT_API MiBigInteger : public MiObject {
     [[nodiscard]] const MiByte& GetByte() const { return value; }  // valid as long as the object is and does not change
     [[nodiscard]] unsigned int GetBitLength() const;  // eight for each byte of the value, leading sign bits too
 
+    // The exact sum, difference and product.
     [[nodiscard]] MiBigInteger Add(const MiBigInteger& other) const;
     [[nodiscard]] MiBigInteger Add(unsigned int other) const;
     [[nodiscard]] MiBigInteger Add(int other) const;
@@ -95,6 +97,7 @@ class VT_API MiBigInteger : public MiObject {
     [[nodiscard]] MiBigInteger ShiftLeft(unsigned int n) const;
     [[nodiscard]] MiBigInteger ShiftRight(unsigned int n) const;
 
+    // The number with the other sign, and without one.
     static MiBigInteger Negate(const MiBigInteger& number);
     static MiBigInteger Abs(const MiBigInteger& number);
 
@@ -102,6 +105,7 @@ class VT_API MiBigInteger : public MiObject {
     // text gives the empty string; a character that is no digit, signs too, throws MiInvalidArgumentExp.
     static MiString AddChars(const char* a, const char* b);
 
+    // Add, Subtract, Multiply, Divide and Mod.
     MiBigInteger operator+(const MiBigInteger& other) const { return Add(other); }
     MiBigInteger operator+(unsigned int other) const { return Add(other); }
     MiBigInteger operator+(int other) const { return Add(other); }
@@ -118,6 +122,7 @@ class VT_API MiBigInteger : public MiObject {
     MiBigInteger operator%(unsigned int other) const { return Mod(other); }
     MiBigInteger operator%(int other) const { return Mod(other); }
 
+    // Add and Subtract in place.
     MiBigInteger& operator+=(const MiBigInteger& other) { return *this = Add(other); }
     MiBigInteger& operator+=(unsigned int other) { return *this = Add(other); }
     MiBigInteger& operator+=(int other) { return *this = Add(other); }
@@ -125,6 +130,7 @@ class VT_API MiBigInteger : public MiObject {
     MiBigInteger& operator-=(unsigned int other) { return *this = Subtract(other); }
     MiBigInteger& operator-=(int other) { return *this = Subtract(other); }
 
+    // And, Or, ShiftLeft, ShiftRight, Negate; one more or less, as with int.
     MiBigInteger operator&(const MiBigInteger& other) const { return And(other); }
     MiBigInteger operator|(const MiBigInteger& other) const { return Or(other); }
     MiBigInteger operator<<(unsigned int n) const { return ShiftLeft(n); }
@@ -150,8 +156,8 @@ class VT_API MiBigInteger : public MiObject {
     void ToOstream(std::basic_ostream<char>& os, unsigned int level) const;
 
   protected:
-    MiByte value;
-    signed char sign = 0;
+    MiByte value;          // two's complement, most significant byte first, in the shortest form; empty for zero
+    signed char sign = 0;  // -1, 0 or 1
 };
 
 // ToOstream(os, 0).

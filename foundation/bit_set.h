@@ -20,10 +20,10 @@
 class VT_API MiBitSet : public MiObject {
   public:
     MiBitSet() = default;
-    MiBitSet(unsigned int count);  // all zero
-    MiBitSet(const char* text);    // as SetBitsString
-    MiBitSet(const MiByte& source, unsigned int count);
-    MiBitSet(const MiByte& source, unsigned int offset, unsigned int count);
+    MiBitSet(unsigned int count);                                             // all zero
+    MiBitSet(const char* text);                                               // as SetBitsString
+    MiBitSet(const MiByte& source, unsigned int count);                       // as SetBits
+    MiBitSet(const MiByte& source, unsigned int offset, unsigned int count);  // as SetBits
     MiBitSet(const MiBitSet& other) = default;
     MiBitSet(MiBitSet&& other) noexcept;
     ~MiBitSet() override = default;
@@ -63,7 +63,7 @@ class VT_API MiBitSet : public MiObject {
     // And and Or have the length of the shorter operand.
     [[nodiscard]] MiBitSet And(const MiBitSet& other) const;
     [[nodiscard]] MiBitSet Or(const MiBitSet& other) const;
-    [[nodiscard]] MiBitSet Not() const;
+    [[nodiscard]] MiBitSet Not() const;  // each bit the other way round; the padding stays zero
 
     // A set of the same length with each bit n places nearer to the front (left) or the end; the vacated bits are 0,
     // all of them for n at or above the length.
@@ -80,16 +80,16 @@ class VT_API MiBitSet : public MiObject {
     MiBitSet& CutLeft(unsigned int n);
 
     [[nodiscard]] const MiByte& GetByte() const { return bytes; }  // valid as long as the object is and does not change
-    [[nodiscard]] unsigned int GetBitLength() const { return bits; }
-    [[nodiscard]] bool Empty() const { return bits == 0; }
+    [[nodiscard]] unsigned int GetBitLength() const { return bits; }  // the number of bits, padding left out
+    [[nodiscard]] bool Empty() const { return bits == 0; }            // whether there is no bit
 
     // Each bit as '0' or '1', a blank behind each eighth of a line, a line feed and a flush behind the thirty-second
     // unless it is the last bit; level times four blanks at the start of each line. Nothing for no bits.
     void ToOstream(std::basic_ostream<char>& os, unsigned int level) const;
 
   protected:
-    MiByte bytes;
-    unsigned int bits = 0;
+    MiByte bytes;           // (bits + 7) / 8 of them
+    unsigned int bits = 0;  // how many
 };
 
 #endif

@@ -18,10 +18,10 @@
 class VT_API MiByte : public MiObject {
   public:
     MiByte() noexcept : data(nullptr), length(0) {}
-    MiByte(const char* p, unsigned int n);
-    MiByte(const char* p, unsigned int offset, unsigned int n);
-    explicit MiByte(unsigned int n);  // n zero bytes
-    MiByte(unsigned int n, unsigned char v);
+    MiByte(const char* p, unsigned int n);                       // as SetByte
+    MiByte(const char* p, unsigned int offset, unsigned int n);  // as SetByte
+    explicit MiByte(unsigned int n);                             // n zero bytes
+    MiByte(unsigned int n, unsigned char v);                     // n bytes of value v
     MiByte(const MiByte& other);
     MiByte(MiByte&& other) noexcept;
     MiByte& operator=(const MiByte& other);
@@ -54,9 +54,9 @@ class VT_API MiByte : public MiObject {
 
     // The storage, which lives until the value changes; null when empty.
     [[nodiscard]] const char* GetChars() const { return data; }
-    [[nodiscard]] const MiByte& GetByte() const { return *this; }
-    [[nodiscard]] unsigned int GetLength() const { return length; }
-    [[nodiscard]] bool Empty() const { return length == 0; }
+    [[nodiscard]] const MiByte& GetByte() const { return *this; }    // the object itself
+    [[nodiscard]] unsigned int GetLength() const { return length; }  // in bytes
+    [[nodiscard]] bool Empty() const { return length == 0; }         // whether there is no byte
 
     // -1, 0 or 1 by the order above. A null p stands for no data, whatever n; a p that is not null for data, also with
     // n = 0.
@@ -92,13 +92,14 @@ class VT_API MiByte : public MiObject {
             Release();
     }
 
-    char* data;
-    unsigned int length;
+    char* data;           // owned; null when the length is 0
+    unsigned int length;  // in bytes, the zero behind them left out
 
   private:
     void Release() noexcept;
 };
 
+// ToOstream(os, 0).
 VT_API std::basic_ostream<char>& operator<<(std::basic_ostream<char>& os, MiByte& value);
 VT_API std::basic_ostream<char>& operator<<(std::basic_ostream<char>& os, const MiByte& value);
 

@@ -27,10 +27,10 @@ class MiByte;
 class VT_API MiByteBuffer : public MiObject {
   public:
     MiByteBuffer();
-    explicit MiByteBuffer(unsigned int n);  // n zero bytes
-    MiByteBuffer(const MiByte& src);
-    MiByteBuffer(const char* p, unsigned int n);  // a null p gives length 0, with room for n
-    MiByteBuffer(const char* p, unsigned int offset, unsigned int n);
+    explicit MiByteBuffer(unsigned int n);                             // n zero bytes
+    MiByteBuffer(const MiByte& src);                                   // as SetByte
+    MiByteBuffer(const char* p, unsigned int n);                       // a null p gives length 0, with room for n
+    MiByteBuffer(const char* p, unsigned int offset, unsigned int n);  // the same from p + offset
     MiByteBuffer(const MiByteBuffer& other);
     MiByteBuffer& operator=(const MiByteBuffer& other);
     ~MiByteBuffer() override { Delt(); }
@@ -135,9 +135,10 @@ class VT_API MiByteBuffer : public MiObject {
 
     // The storage, which lives until the buffer changes; never null. It is not terminated.
     [[nodiscard]] const char* GetChars() const { return data; }
-    [[nodiscard]] unsigned int GetLength() const { return length; }
-    [[nodiscard]] bool Empty() const { return length == 0; }
+    [[nodiscard]] unsigned int GetLength() const { return length; }  // the bytes in use
+    [[nodiscard]] bool Empty() const { return length == 0; }         // whether no byte is in use
 
+    // The contents, by the order above; the capacity does not count.
     bool operator==(const MiByteBuffer& other) const;
     bool operator!=(const MiByteBuffer& other) const { return !(*this == other); }
     bool operator>=(const MiByteBuffer& other) const;
@@ -160,9 +161,9 @@ class VT_API MiByteBuffer : public MiObject {
     // ReAllocate sets the capacity by the rule above and returns it; the storage is the caller's business.
     unsigned int ReAllocate(unsigned int needed);
 
-    char* data;
-    unsigned int length;
-    unsigned int capacity;
+    char* data;             // owned, never null
+    unsigned int length;    // the bytes in use
+    unsigned int capacity;  // 1024 times a power of two
 
   private:
     // Whether n more bytes fit and leave the capacity as it is.
@@ -174,6 +175,7 @@ class VT_API MiByteBuffer : public MiObject {
     MiByteBuffer& Grow(unsigned int n);
 };
 
+// ToOstream(os, 0).
 VT_API std::basic_ostream<char>& operator<<(std::basic_ostream<char>& os, MiByteBuffer& value);
 VT_API std::basic_ostream<char>& operator<<(std::basic_ostream<char>& os, const MiByteBuffer& value);
 

@@ -61,6 +61,7 @@ class VT_API MiTime : public MiObject {
     // of letters throw MiInvalidArgumentExp.
     [[nodiscard]] MiString GetTimeString(const char* format) const;
 
+    // The fields as they are stored: year in full, month and day counted from 1, hour, minute and second from 0.
     [[nodiscard]] unsigned int GetYear() const { return year; }
     [[nodiscard]] unsigned char GetMonth() const { return month; }
     [[nodiscard]] unsigned char GetDay() const { return day; }
@@ -136,12 +137,12 @@ class VT_API MiTime : public MiObject {
     void ToOstream(std::basic_ostream<char>& os, unsigned int level) const;
 
   protected:
-    unsigned int year = 1970;
-    unsigned char month = 1;
-    unsigned char day = 1;
-    unsigned char hour = 0;
-    unsigned char minute = 0;
-    unsigned char second = 0;
+    unsigned int year = 1970;  // in full
+    unsigned char month = 1;   // from 1
+    unsigned char day = 1;     // from 1
+    unsigned char hour = 0;    // 0 to 23 in a value that TestTime takes
+    unsigned char minute = 0;  // 0 to 59, likewise
+    unsigned char second = 0;  // 0 to 59, likewise
 };
 
 #endif

@@ -23,6 +23,7 @@
 
 #include "foundation/object.h"
 
+// The root: catch it by reference to take every exception of the library but exhausted memory.
 class VT_API MiException : public MiObject {
   public:
     MiException();
@@ -31,54 +32,64 @@ class VT_API MiException : public MiObject {
     ~MiException() override;
 
   protected:
-    std::string message;
+    std::string message;  // one of the texts above; nothing reads it
 };
 
+// What a caller could have known beforehand. Never thrown itself.
 class VT_API MiLogicExp : public MiException {
   public:
     MiLogicExp();
 };
 
+// Null or empty where something is required, an inverted range, a name that is not there.
 class VT_API MiInvalidArgumentExp : public MiLogicExp {
   public:
     MiInvalidArgumentExp();
 };
 
+// An index, offset or length past the end.
 class VT_API MiOutOfRangeExp : public MiLogicExp {
   public:
     MiOutOfRangeExp();
 };
 
+// A division by zero.
 class VT_API MiDomainExp : public MiLogicExp {
   public:
     MiDomainExp();
 };
 
+// What only the values at hand bring up. Never thrown itself.
 class VT_API MiRuntimeExp : public MiException {
   public:
     MiRuntimeExp();
 };
 
+// A tag, length, number text or month beyond its limits.
 class VT_API MiRangeExp : public MiRuntimeExp {
   public:
     MiRangeExp();
 };
 
+// What the ASN.1 runtime finds wrong with a value or its encoding. Never thrown itself.
 class VT_API AsnException : public MiException {
   public:
     AsnException();
 };
 
+// A value with missing or malformed data.
 class VT_API AsnDataExp : public AsnException {
   public:
     AsnDataExp();
 };
 
+// DER that does not fit the type.
 class VT_API AsnDecodeExp : public AsnException {
   public:
     AsnDecodeExp();
 };
 
+// A mandatory member or a selection is missing, so that there is nothing to write.
 class VT_API AsnEncodeExp : public AsnException {
   public:
     AsnEncodeExp();

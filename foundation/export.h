@@ -6,6 +6,7 @@
 #ifndef VT_FOUNDATION_EXPORT_H
 #define VT_FOUNDATION_EXPORT_H
 
+/* Stands in front of what is exported. */
 #if defined(_WIN32)
 #if defined(VT_USE_DLL)
 #define VT_API __declspec(dllimport)

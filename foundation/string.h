@@ -17,13 +17,14 @@
 class VT_API MiString : public MiObject {
   public:
     MiString() noexcept : data(nullptr), length(0) {}
-    MiString(const char* text);
+    MiString(const char* text);                                    // as SetChars
     MiString(const char* p, unsigned int offset, unsigned int n);  // as SetChars
-    MiString(unsigned int n, char c);
+    MiString(unsigned int n, char c);                              // n times c
     MiString(const MiString& other);
     MiString(MiString&& other) noexcept;
     MiString& operator=(const MiString& other);
     MiString& operator=(MiString&& other) noexcept;
+    // As SetChars.
     MiString& operator=(const char* text) {
         SetChars(text);
         return *this;
@@ -46,9 +47,9 @@ class VT_API MiString : public MiObject {
     [[nodiscard]] const char* GetChars() const { return data; }
     operator char*() { return data; }
     operator const char*() const { return data; }
-    [[nodiscard]] const MiString& GetString() const { return *this; }
-    [[nodiscard]] unsigned int GetLength() const { return length; }
-    [[nodiscard]] bool Empty() const { return length == 0; }
+    [[nodiscard]] const MiString& GetString() const { return *this; }  // the object itself
+    [[nodiscard]] unsigned int GetLength() const { return length; }    // in characters, which are bytes
+    [[nodiscard]] bool Empty() const { return length == 0; }           // whether there is no character
 
     // Each throws MiOutOfRangeExp for a position at or past the end. The templates are for positions of other integer
     // types, which would else be an ambiguity with a subscript of the char pointer.
@@ -120,6 +121,7 @@ class VT_API MiString : public MiObject {
     [[nodiscard]] int IndexOf(const char* text) const { return IndexOf(text, 0U); }
     [[nodiscard]] int IndexOf(const char* text, unsigned int start) const;
 
+    // The text from its last character to its first: in place, or as a new text (empty for null).
     MiString& Reverse();
     static MiString Reverse(const char* text);
 
@@ -148,8 +150,8 @@ class VT_API MiString : public MiObject {
             Release();
     }
 
-    char* data;
-    unsigned int length;
+    char* data;           // owned, zero-terminated; null when the length is 0
+    unsigned int length;  // in characters, the zero left out
 
   private:
     static unsigned int Position(unsigned long long i) { return i > 0xFFFFFFFFU ? 0xFFFFFFFFU : unsigned(i); }
@@ -158,9 +160,11 @@ class VT_API MiString : public MiObject {
     void Release() noexcept;
 };
 
+// As MiString's own, with the text in front.
 inline bool operator==(const char* text, const MiString& string) {
     return string == text;
 }
+// As MiString's own, with the text in front.
 inline bool operator!=(const char* text, const MiString& string) {
     return string != text;
 }

@@ -19,30 +19,33 @@
 class VT_API MiStringBuffer : public MiObject {
   public:
     MiStringBuffer();
-    explicit MiStringBuffer(unsigned int n);  // n characters of value zero
-    MiStringBuffer(const MiString& src);
-    MiStringBuffer(const char* text);
+    explicit MiStringBuffer(unsigned int n);                             // n characters of value zero
+    MiStringBuffer(const MiString& src);                                 // as SetString
+    MiStringBuffer(const char* text);                                    // as SetChars
     MiStringBuffer(const char* p, unsigned int offset, unsigned int n);  // as SetChars
     MiStringBuffer(const MiStringBuffer& other);
     MiStringBuffer& operator=(const MiStringBuffer& other);
+    // As SetString.
     MiStringBuffer& operator=(const MiString& src) {
         SetString(src);
         return *this;
     }
+    // As SetChars.
     MiStringBuffer& operator=(const char* text) {
         SetChars(text);
         return *this;
     }
     ~MiStringBuffer() override { Delt(); }
 
+    // The texts alone; the capacity does not count.
     bool operator==(const MiStringBuffer& other) const;
     bool operator!=(const MiStringBuffer& other) const { return !(*this == other); }
 
     // Reset takes the text of src. Null sets the length to 0 and keeps the storage.
     MiStringBuffer& Reset(const MiStringBuffer* src);
 
-    // SetChars replaces the text. A null p or n = 0 gives length 0. Throws MiOutOfRangeExp for an offset at or past the
-    // end of the text at p.
+    // SetChars and SetString replace the text. A null p or n = 0 gives length 0. Throws MiOutOfRangeExp for an offset
+    // at or past the end of the text at p.
     MiStringBuffer& SetChars(const char* text);
     MiStringBuffer& SetChars(const char* p, unsigned int offset, unsigned int n);
     MiStringBuffer& SetString(const MiString& src);
@@ -103,8 +106,8 @@ class VT_API MiStringBuffer : public MiObject {
 
     // The storage, which lives until the buffer changes; never null.
     [[nodiscard]] const char* GetChars() const { return data; }
-    [[nodiscard]] unsigned int GetLength() const { return length; }
-    [[nodiscard]] bool Empty() const { return length == 0; }
+    [[nodiscard]] unsigned int GetLength() const { return length; }  // in characters, the zero left out
+    [[nodiscard]] bool Empty() const { return length == 0; }         // whether there is no character
 
     // ToOstream writes `level` times four blanks, then the text.
     void ToOstream(std::basic_ostream<char>& os, unsigned int level) const;
@@ -121,9 +124,9 @@ class VT_API MiStringBuffer : public MiObject {
     // ReAllocate sets the capacity by the rule above and returns it; the storage is the caller's business.
     unsigned int ReAllocate(unsigned int needed);
 
-    char* data;
-    unsigned int length;
-    unsigned int capacity;
+    char* data;             // owned, never null, zero-terminated
+    unsigned int length;    // in characters, the zero left out
+    unsigned int capacity;  // 1024 times a power of two
 
   private:
     MiStringBuffer& Change(unsigned int start, unsigned int removed, const char* p, std::size_t n, unsigned int room,

@@ -1,8 +1,7 @@
 #include "pki/digested_data_content_info.h"
 
 #include "pki/collection.h"
-#include "pki/encrypted_content.h"
-#include "pki/enveloped_access.h"
+#include "pki/digested_parts.h"
 #include "token/token.h"
 
 VT_DigestedDataContentInfo::VT_DigestedDataContentInfo() = default;
@@ -29,17 +28,7 @@ int VT_DigestedDataContentInfo::getInnerContentInfo(ContentInfo& content) const 
 }
 
 int VT_DigestedDataContentInfo::digestContent(VT_P11_OP& op, MiByte& result) const {
-    if (!innerContent || !digestAlgorithm)
-        return token::kMaterialMissing;
-    const AsnOctetString* content = innerContent->GetContent();
-    if (content == nullptr)
-        return token::kElementAbsent;
-    VT_P11_Alg alg;
-    const int code = alg.setAlgorithmIdentifier(*digestAlgorithm);
-    if (code != 0)
-        return code;
-    MiByte scratch;
-    return op.Digest(alg, pki::contentOctets(*content, scratch), result);
+    return pki::digestContent({digestAlgorithm.get(), innerContent.get(), nullptr}, op, result);
 }
 
 int VT_DigestedDataContentInfo::makeDigest(VT_P11_OP& op) {
@@ -52,42 +41,26 @@ int VT_DigestedDataContentInfo::makeDigest(VT_P11_OP& op) {
 }
 
 int VT_DigestedDataContentInfo::Verify(VT_P11_OP& op) const {
-    MiByte computed;
-    const int result = digestContent(op, computed);
-    if (result != 0)
-        return result;
-    if (!digest)
-        return token::kMaterialMissing;
-    MiByte scratch;
-    return computed == pki::contentOctets(*digest, scratch) ? 0 : token::kDigestMismatch;
+    return pki::verifyContent({digestAlgorithm.get(), innerContent.get(), digest.get()}, op);
 }
 
 int VT_DigestedDataContentInfo::composeDigestedDataContentInfo(ContentInfo& content) {
     DigestedData& value = digestedData.renew();
-    value.SetVersion(AsnInteger(0));
-    if (!digestAlgorithm || !innerContent || !digest)
-        return token::kMaterialMissing;
-    value.SetDigestAlgorithm(*digestAlgorithm);
-    value.SetContentInfo(*innerContent);
-    value.SetDigest(*digest);
-    pki::storeContent(content, pki::kDigestedDataType, value);
-    return 0;
+    const int result = pki::writeDigestedData({digestAlgorithm.get(), innerContent.get(), digest.get()}, value);
+    if (result == 0)
+        pki::storeContent(content, pki::kDigestedDataType, value);
+    return result;
 }
 
 int VT_DigestedDataContentInfo::decomposeDigestedDataContentInfo(const ContentInfo& content) {
-    const AsnOctetString* body = nullptr;
-    int result = pki::openContent(content, pki::kDigestedDataType, body);
-    if (result != 0)
-        return result;
-    DigestedData& value = digestedData.renew();
-    body->GetDerObject(&value);
-    if (!pki::isVersion(value.GetVersion(), 0))
-        return token::kWrongVersion;
-    result = pki::storeField(digest, value.GetDigest());
+    pki::DigestedParts found;
+    int result = pki::readDigestedData(content, digestedData.renew(), found);
     if (result == 0)
-        result = pki::storeField(digestAlgorithm, value.GetDigestAlgorithm());
+        result = pki::storeField(digest, found.digest);
     if (result == 0)
-        result = pki::storeField(innerContent, value.GetContentInfo());
+        result = pki::storeField(digestAlgorithm, found.algorithm);
+    if (result == 0)
+        result = pki::storeField(innerContent, found.content);
     return result;
 }
 
@@ -95,8 +68,51 @@ void VT_DigestedDataContentInfo::Reset() {
     *this = VT_DigestedDataContentInfo();
 }
 
-// ---- For the flat functions
+// ---- The elements
 
-const ContentInfo* pki::EnvelopedAccess::content(const VT_DigestedDataContentInfo& message) {
-    return message.innerContent.get();
+int pki::readDigestedData(const ContentInfo& message, DigestedData& value, DigestedParts& parts) {
+    const AsnOctetString* encoded = nullptr;
+    const int result = openContent(message, kDigestedDataType, encoded);
+    if (result != 0)
+        return result;
+    encoded->GetDerObject(&value);
+    if (!isVersion(value.GetVersion(), 0))
+        return token::kWrongVersion;
+    parts = {value.GetDigestAlgorithm(), value.GetContentInfo(), value.GetDigest()};
+    return 0;
+}
+
+int pki::digestContent(const DigestedParts& parts, VT_P11_OP& op, MiByte& digest) {
+    if (parts.content == nullptr || parts.algorithm == nullptr)
+        return token::kMaterialMissing;
+    const AsnOctetString* const content = parts.content->GetContent();
+    if (content == nullptr)
+        return token::kElementAbsent;
+    VT_P11_Alg alg;
+    const int code = alg.setAlgorithmIdentifier(*parts.algorithm);
+    if (code != 0)
+        return code;
+    MiByte scratch;
+    return op.Digest(alg, contentOctets(*content, scratch), digest);
+}
+
+int pki::verifyContent(const DigestedParts& parts, VT_P11_OP& op) {
+    MiByte computed;
+    const int result = digestContent(parts, op, computed);
+    if (result != 0)
+        return result;
+    if (parts.digest == nullptr)
+        return token::kMaterialMissing;
+    MiByte scratch;
+    return computed == contentOctets(*parts.digest, scratch) ? 0 : token::kDigestMismatch;
+}
+
+int pki::writeDigestedData(const DigestedParts& parts, DigestedData& value) {
+    value.SetVersion(AsnInteger(0));
+    if (parts.algorithm == nullptr || parts.content == nullptr || parts.digest == nullptr)
+        return token::kMaterialMissing;
+    value.SetDigestAlgorithm(*parts.algorithm);
+    value.SetContentInfo(*parts.content);
+    value.SetDigest(*parts.digest);
+    return 0;
 }

@@ -17,10 +17,6 @@ class DigestedData;
 class MiByte;
 class VT_P11_OP;
 
-namespace pki {
-struct EnvelopedAccess;
-}
-
 // Setters copy in, getters copy out. Each operation gives 0 or a code (token/codes.def); codes of the token layer pass
 // through, and so do the exceptions of malformed DER.
 //
@@ -33,8 +29,11 @@ class VT_API VT_DigestedDataContentInfo {
     VT_DigestedDataContentInfo& operator=(const VT_DigestedDataContentInfo& other);
     ~VT_DigestedDataContentInfo();
 
+    // The digest: SHA-1, MD5 or MD2.
     int setDigestAlgorithmIdentifier(const AlgorithmIdentifier& identifier);
     int getDigestAlgorithmIdentifier(AlgorithmIdentifier& identifier) const;
+
+    // The content that is digested.
     int setInnerContentInfo(const ContentInfo& content);
     int getInnerContentInfo(ContentInfo& content) const;
 
@@ -57,8 +56,6 @@ class VT_API VT_DigestedDataContentInfo {
     void Reset();
 
   private:
-    friend struct pki::EnvelopedAccess;
-
     int digestContent(VT_P11_OP& op, MiByte& result) const;
 
     Held<AlgorithmIdentifier> digestAlgorithm;

@@ -28,11 +28,13 @@ class Held {
         return *value;
     }
 
+    // clear deletes what was there.
     void clear() { value.reset(); }
 
     // Null if there is nothing.
     const T* get() const { return value.get(); }
 
+    // Whether there is something, and access to it: only if there is.
     explicit operator bool() const { return value != nullptr; }
     const T& operator*() const { return *value; }
     T& operator*() { return *value; }

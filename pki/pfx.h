@@ -31,7 +31,12 @@ class VT_P11_OP;
 
 // Copies are deep. Operations give 0 or a code; codes of the token layer pass through, and so do the exceptions of
 // malformed DER. Passwords are strings of single bytes, with no zero byte behind them; the empty one is a password like
-// any other. pbeType and iterations are those of pki/pkcs12_pbe.h.
+// any other.
+//
+// pbeType is the last arc of the algorithm's identifier (RFC 7292 appendix C): 1 RC4 with a key of 128 bits, 2 RC4 with
+// 40, 3 triple DES, 4 two-key triple DES, which the engine refuses with -7, 5 RC2 with 128 bits, 6 RC2 with 40.
+// iterations is the count of the key derivation: fewer than 1 count as 1, more than 10,000,000 give
+// -1006.
 //
 //     -1001   an element is absent
 //     -1005   an index that is negative, or past the contents of its type
@@ -63,6 +68,8 @@ class VT_API VT_PFX {
     int getEncryptSafeContentsByIndex(VT_P11_OP& op, const MiByte& password, int index,
                                       AsnSequenceOf<SafeBag>& bags) const;
     int getEncryptSafeContentsByIndex(VT_P11_OP& op, const MiByte& password, int index, MiByte& der) const;
+
+    // getEncryptSafeContentsTotal counts the contents that are encrypted. Always 0.
     int getEncryptSafeContentsTotal(int& total) const;
 
     // getPFXType gives 1 for a file with a MAC, 2 for one without.

@@ -84,6 +84,8 @@ class VT_API VT_SafeContents {
     int getShroudedKeyDerByIndex(int index, MiByte& key) const;
     int getShroudedKeyDerByIndex(int index, EncryptedPrivateKeyInfo& key, AsnSetOf<PKCS12Attribute>& attributes) const;
     int getShroudedKeyDerByIndex(int index, MiByte& key, MiByte& id) const;
+
+    // getShroudedKeyDerTotal counts these keys. Always 0.
     int getShroudedKeyDerTotal(int& total) const;
 
     // composeSafeContents gives all bags, in the order in which they came.
@@ -101,7 +103,7 @@ class VT_API VT_SafeContents {
     static int P8DecodePrivateKeyInfo(const MiByte& pkcs8, MiByte& pkcs1);
 
     // P8EncryptPrivateKeyInfo encrypts a PKCS#1 RSAPrivateKey under a password, into an EncryptedPrivateKeyInfo.
-    // P8DecryptPrivateKeyInfo is the way back. pbeType and iterations are those of pki/pkcs12_pbe.h. There is no check
+    // P8DecryptPrivateKeyInfo is the way back. pbeType and iterations are those of VT_PFX. There is no check
     // of integrity: a wrong password gives other bytes, and their decoding fails, with a code or an exception.
     static int P8EncryptPrivateKeyInfo(VT_P11_OP& op, const MiByte& password, int pbeType, int iterations,
                                        const MiByte& pkcs1, MiByte& encrypted);

@@ -69,6 +69,7 @@ class VT_API VT_SignedAndEnvelopedDataContentInfo {
     int getEncryptedSignerInfoByIndex(int index, SignerInfo& signer) const;
     int getEncryptedSignerInfoByIndex(int index, MiByte& der) const;
 
+    // The digest algorithms of the signers. Nothing adds them by itself.
     int addDigestAlgorithmIdentifier(const AlgorithmIdentifier& identifier);
     int addDigestAlgorithmIdentifier(const MiByte& der);
     int getDigestAlgorithmIdentifierTotal() const;
@@ -83,12 +84,14 @@ class VT_API VT_SignedAndEnvelopedDataContentInfo {
     int getCertificateByIndex(int index, Certificate& certificate) const;
     int getCertificateByIndex(int index, MiByte& der) const;
 
+    // The certificates, by the CHOICE around each.
     int addExtendedCertificateOrCertificate(const ExtendedCertificateOrCertificate& choice);
     int addExtendedCertificateOrCertificate(const MiByte& der);
     int getExtendedCertificateOrCertificateTotal() const;
     int getExtendedCertificateOrCertificateByIndex(int index, ExtendedCertificateOrCertificate& choice) const;
     int getExtendedCertificateOrCertificateByIndex(int index, MiByte& der) const;
 
+    // Revocation lists.
     int addCertificateList(const CertificateList& list);
     int addCertificateList(const MiByte& der);
     int getCertificateListTotal() const;

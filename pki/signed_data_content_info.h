@@ -40,12 +40,14 @@ class VT_API VT_SignedDataContentInfo {
     VT_SignedDataContentInfo& operator=(const VT_SignedDataContentInfo& other);
     ~VT_SignedDataContentInfo();
 
+    // Signers, as VT_SignerInfo composes them.
     int addSignerInfo(const SignerInfo& signer);
     int addSignerInfo(const MiByte& der);
     int getSignerInfoTotal() const;
     int getSignerInfoByIndex(int index, SignerInfo& signer) const;
     int getSignerInfoByIndex(int index, MiByte& der) const;
 
+    // The digest algorithms of the signers. Nothing adds them by itself.
     int addDigestAlgorithmIdentifier(const AlgorithmIdentifier& algorithm);
     int addDigestAlgorithmIdentifier(const MiByte& der);
     int getDigestAlgorithmIdentifierTotal() const;
@@ -61,6 +63,7 @@ class VT_API VT_SignedDataContentInfo {
     int getCertificateByIndex(int index, Certificate& certificate) const;
     int getCertificateByIndex(int index, MiByte& der) const;
 
+    // The same collection, by its choices.
     int addExtendedCertificateOrCertificate(const ExtendedCertificateOrCertificate& choice);
     int addExtendedCertificateOrCertificate(const MiByte& der);
     int getExtendedCertificateOrCertificateTotal() const;

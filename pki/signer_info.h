@@ -49,6 +49,8 @@ class VT_API VT_SignerInfo {
     // setInnerContentInfo stores the content that is signed or verified.
     int setInnerContentInfo(const ContentInfo& content);
 
+    // By issuer and serial number the signer's certificate is known; the data are digested by the digest algorithm, and
+    // the digest is signed by the digest encryption algorithm.
     int setIssuerAndSerialNumber(const IssuerAndSerialNumber& value);
     int getIssuerAndSerialNumber(IssuerAndSerialNumber& value) const;
     int setDigestAlgorithmIdentifier(const AlgorithmIdentifier& value);

@@ -4,6 +4,7 @@
 
 class AsnObject;
 
+// One class of this room.
 struct AsnSchemaType {
     const char* name;      // that of the class
     AsnObject* (*make)();  // a new empty value, which the caller owns

@@ -13,15 +13,15 @@ set -euo pipefail
 declare -A packages=(
     [build]="build-essential cmake ninja-build pkg-config ccache libnss3-dev libnspr4-dev googletest libgtest-dev
         libgmock-dev python3"
-    [windows]="g++-mingw-w64-i686-posix mingw-w64-i686-dev wine wine32:i386 xvfb xauth fonts-liberation"
-    [test]="libnss3-tools softhsm2 opensc openssl gnutls-bin xvfb xauth clang-format clang-tidy shellcheck git
-        clang llvm libclang-rt-dev"
+    [windows]="g++-mingw-w64-i686-posix mingw-w64-i686-dev nsis wine wine32:i386 xvfb xauth fonts-liberation"
+    [test]="libnss3-tools softhsm2 opensc openssl gnutls-bin xvfb xauth clang clang-format clang-tidy llvm
+        libclang-rt-dev doxygen mandoc shellcheck git fakeroot"
     [demo]="libqt5webkit5-dev qtbase5-dev xvfb xauth openssl libnss3-tools fonts-dejavu-core"
     [bench]="libbenchmark-dev libssl-dev libgmp-dev libbotan-2-dev libcrypto++-dev libmbedtls-dev nettle-dev
         libtomcrypt-dev libtommath-dev libnss3-dev libksba-dev libtasn1-6-dev libgnutls28-dev libwolfssl-dev
-        libgcrypt20-dev pkg-config"
+        libgcrypt20-dev pkg-config python3-matplotlib fonts-dejavu-core"
     [fuzz]="clang llvm libclang-rt-dev"
-    [proof]="valgrind"
+    [proof]="gcovr valgrind"
 )
 pin_file=/etc/apt/preferences.d/vemtrel-certenroll
 

@@ -5,7 +5,7 @@
 #   scripts/test.sh native              one build, all its rooms
 #   scripts/test.sh native asan ber     two builds, one room
 #   scripts/test.sh ber                 one room on all three builds
-#   scripts/test.sh style               formatting, clang-tidy, shellcheck
+#   scripts/test.sh style               formatting, clang-tidy, shellcheck, every public name documented
 #   scripts/test.sh scripts             the scripts' own tests
 #
 # A room is a ctest label. The last line is "N passed, N failed", with ", N skipped" where something could not be had
@@ -173,6 +173,7 @@ run_style() {
     section "style"
     check "style shellcheck" bash tests/style/shell.sh
     check "style format" bash tests/style/format.sh
+    check "style api reference" scripts/api.sh
     [[ -e build/native/compile_commands.json ]] || configure native
     # Generated headers must exist, and the build's own list of dependencies is the key of the cache.
     step "native build" cmake --build --preset native -j "$jobs" || return 1

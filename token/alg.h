@@ -28,6 +28,7 @@ class MiByte;
 
 namespace token {
 
+// The codes of algorithms, as in the table above.
 enum AlgorithmCode : std::int32_t {
     kSha1 = 1,
     kMd5 = 2,

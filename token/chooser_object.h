@@ -10,9 +10,9 @@
 
 // The work record: what ChooserOpenSession gives, and what createChooser was given.
 struct CHOOSER_WORK {
-    CK_SESSION_HANDLE session;
-    CK_FUNCTION_LIST* functions;
-    VT_P11_SELECTION selection;
+    CK_SESSION_HANDLE session;    // open in the module
+    CK_FUNCTION_LIST* functions;  // the module's
+    VT_P11_SELECTION selection;   // what createChooser was given
 };
 
 // ChooserOpenSession opens a session for reading and writing on the token of the current module, if there is one and
@@ -35,5 +35,8 @@ int CreateChooserObject(CHOOSER** chooser, CHOOSER_WORK* work);
 // null argument or a field that is null; or the code of C_CloseSession, when nothing is freed and the chooser remains
 // the caller's.
 int DestroyChooserObject(CHOOSER** chooser);
+
+// FreeChooser frees a chooser of either kind, without a word to its module. Null is accepted.
+void FreeChooser(CHOOSER* chooser);
 
 #endif

@@ -31,6 +31,7 @@ class RSAPublicKey;
 
 namespace token {
 
+// The codes of keys, as in the table above.
 enum KeyCode : std::int32_t {
     kDes3Key = 1,
     kDesKey = 2,
@@ -49,30 +50,32 @@ enum KeyCode : std::int32_t {
 //
 // The two RSA structures have the layouts of PKCS_PubKey and PKCS_PriKey.
 struct VT_PKCS11_BYTES {
-    unsigned char* data;
-    std::uint32_t length;
+    unsigned char* data;   // null for none
+    std::uint32_t length;  // in bytes
 };
 
+// The key of a cipher.
 struct VT_PKCS11_SESSION_KEY {
-    VT_PKCS11_BYTES bytes;
-    std::int32_t use;  // the integer given with the key; for RC2 the number of its bytes in use
+    VT_PKCS11_BYTES bytes;  // the key
+    std::int32_t use;       // the integer given with the key; for RC2 the number of its bytes in use
 };
 
+// An RSA public key (PKCS#1 RSAPublicKey).
 struct VT_PKCS11_RSA_PUBLIC_KEY {
-    VT_PKCS11_BYTES modulus;
-    VT_PKCS11_BYTES publicExponent;
+    VT_PKCS11_BYTES modulus;         // n
+    VT_PKCS11_BYTES publicExponent;  // e
 };
 
-// In the order of RSA_KEY_ITEMS.
+// An RSA private key (PKCS#1 RSAPrivateKey), in the order of RSA_KEY_ITEMS.
 struct VT_PKCS11_RSA_PRIVATE_KEY {
-    VT_PKCS11_BYTES modulus;
-    VT_PKCS11_BYTES publicExponent;
-    VT_PKCS11_BYTES privateExponent;
-    VT_PKCS11_BYTES prime1;
-    VT_PKCS11_BYTES prime2;
-    VT_PKCS11_BYTES exponent1;    // privateExponent mod (prime1 - 1)
-    VT_PKCS11_BYTES exponent2;    // privateExponent mod (prime2 - 1)
-    VT_PKCS11_BYTES coefficient;  // inverse of prime2 mod prime1
+    VT_PKCS11_BYTES modulus;          // n
+    VT_PKCS11_BYTES publicExponent;   // e
+    VT_PKCS11_BYTES privateExponent;  // d
+    VT_PKCS11_BYTES prime1;           // p
+    VT_PKCS11_BYTES prime2;           // q
+    VT_PKCS11_BYTES exponent1;        // privateExponent mod (prime1 - 1)
+    VT_PKCS11_BYTES exponent2;        // privateExponent mod (prime2 - 1)
+    VT_PKCS11_BYTES coefficient;      // inverse of prime2 mod prime1
 };
 
 // Each frees what a getter gave, and fills the structure with zeros, so that freeing it again does no harm. Null is

@@ -42,20 +42,23 @@ struct StoredCertificate;
 // What createChooser is given. A length counts only if its text is there. With both texts there, and a module loaded,
 // the chooser is on the token; what they say does not matter. The first word is carried along for the caller.
 struct VT_P11_SELECTION {
-    std::uint32_t first;
-    const char* text1;
-    std::uint32_t length1;
-    const char* text2;
-    std::uint32_t length2;
+    std::uint32_t first;    // the caller's own
+    const char* text1;      // borrowed; null for none
+    std::uint32_t length1;  // in bytes
+    const char* text2;      // borrowed; null for none
+    std::uint32_t length2;  // in bytes
 };
 
 class VT_API VT_P11_OP {
   public:
-    // A new object has no chooser. A copy shares the chooser, which runs one operation at a time and is to be destroyed
-    // through one of its holders, once. The destructor and Reset let go of the chooser without destroying it.
-    VT_P11_OP();
+    VT_P11_OP();  // without a chooser
+
+    // A copy shares the chooser, which runs one operation at a time and is to be destroyed through one of its holders,
+    // once.
     VT_P11_OP(const VT_P11_OP& other);
     VT_P11_OP& operator=(const VT_P11_OP& other);
+
+    // The destructor and Reset let go of the chooser without destroying it.
     ~VT_P11_OP();
     void Reset();
 

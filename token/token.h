@@ -3,7 +3,6 @@
 #define VT_TOKEN_TOKEN_H
 
 #include "token/alg.h"
-#include "token/chooser_object.h"
 #include "token/codes.h"
 #include "token/key.h"
 #include "token/module.h"

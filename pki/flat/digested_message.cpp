@@ -1,5 +1,6 @@
-#include "pki/digested_data_content_info.h"
-#include "pki/enveloped_access.h"
+#include "foundation/byte_buffer.h"
+#include "pki/content.h"
+#include "pki/digested_parts.h"
 #include "pki/flat/flat.h"
 #include "pki/flat/message.h"
 #include "schema/schema.h"
@@ -7,43 +8,59 @@
 
 namespace {
 
-int32_t readDigested(PKCS_Ctx* ctx, const PKCS_Blob& message, PKCS_Blob& data) {
+// The message around the value is let go of once it is taken apart.
+int32_t openDigested(PKCS_Ctx* ctx, const PKCS_Blob& message, DigestedData& value, pki::DigestedParts& parts) {
     ContentInfo content;
     flat::decodeBlob(message, content);
     if (ctx->operation == nullptr)
         return token::kNoOperation;
-    VT_DigestedDataContentInfo digested;
-    int32_t result = digested.decomposeDigestedDataContentInfo(content);
-    if (result == 0)
-        result = digested.Verify(*ctx->operation);
-    return result != 0 ? result : flat::unwrapOutput(*pki::EnvelopedAccess::content(digested), data);
+    const int32_t result = pki::readDigestedData(content, value, parts);
+    if (result != 0)
+        return result;
+    return flat::anyNull(parts.digest, parts.algorithm, parts.content) ? int32_t{token::kElementAbsent} : 0;
 }
 
-int32_t writeDigested(PKCS_Ctx* ctx, const PKCS_Blob& data, const PKCS_Alg& record, PKCS_Blob& message) {
+int32_t readDigested(PKCS_Ctx* ctx, const PKCS_Blob& message, PKCS_Blob& data) {
+    DigestedData value;
+    pki::DigestedParts parts;
+    int32_t result = openDigested(ctx, message, value, parts);
+    if (result == 0)
+        result = pki::verifyContent(parts, *ctx->operation);
+    return result != 0 ? result : flat::unwrapOutput(*parts.content, data);
+}
+
+int32_t encodeDigested(PKCS_Ctx* ctx, const PKCS_Blob& data, const PKCS_Alg& record, MiByteBuffer& der) {
     VT_P11_Alg alg;
     int32_t result = flat::readAlg(record, alg);
     if (result != 0)
         return result;
     if (data.data == nullptr)
         return token::kMaterialMissing;
-    ContentInfo content;
+    // The content is read to where it goes in the message: it is the large part, and is not copied again.
+    DigestedData value;
+    auto& content = *static_cast<ContentInfo*>(value.Find("contentInfo"));
     result = flat::wrapInput(ctx, data, content);
     if (result == 0 && ctx->operation == nullptr)
         result = token::kNoOperation;
     AlgorithmIdentifier identifier;
     if (result == 0)
         result = alg.getAlgorithmIdentifier(identifier);
-    if (result != 0)
-        return result;
-
-    VT_DigestedDataContentInfo digested;
-    digested.setInnerContentInfo(content);
-    content = ContentInfo();  // the members of a nested message keep the tags that they came with
-    digested.setDigestAlgorithmIdentifier(identifier);
-    result = digested.makeDigest(*ctx->operation);
+    MiByte octets;
     if (result == 0)
-        result = digested.composeDigestedDataContentInfo(content);
-    return result != 0 ? result : flat::giveDer(content, message);
+        result = pki::digestContent({&identifier, &content, nullptr}, *ctx->operation, octets);
+    const AsnOctetString digest = pki::octetsOf(octets);
+    if (result == 0)
+        result = pki::writeDigestedData({&identifier, &content, &digest}, value);
+    constexpr uint32_t kRoomForTheRest = 128;
+    if (result == 0)
+        pki::encodeMessage(pki::kDigestedDataType, value, data.length + kRoomForTheRest, der);
+    return result;
+}
+
+int32_t writeDigested(PKCS_Ctx* ctx, const PKCS_Blob& data, const PKCS_Alg& record, PKCS_Blob& message) {
+    MiByteBuffer der;
+    const int32_t result = encodeDigested(ctx, data, record, der);
+    return result != 0 ? result : flat::giveBlob(der.GetChars(), der.GetLength(), message);
 }
 
 }  // namespace

@@ -6,6 +6,22 @@
  *  - Every buffer that a function hands out comes from T_malloc, with a zero byte behind its data that the length does
  *    not count. The caller frees it with T_free. An output record is overwritten, never read or freed first.
  *  - Nothing takes a lock. A record or a list belongs to one caller at a time.
+ *
+ * What stands where, by the headings below:
+ *
+ *     Codes                              the codes that this interface gives by itself
+ *     Records                            PKCS_Blob, PKCS_Alg, PKCS_*Key; PKCS_Init*, PKCS_Free*
+ *     Memory and text                    T_malloc, T_free and their like
+ *     Lists                              VT_List, VT_CreateList to VT_DestroyList
+ *     Keys                               public keys out of Microsoft blobs
+ *     Libraries, files and diagnostics   VT_LoadLibrary, VT_GetFileLen, VT_Log, VT_PrintBuf
+ *     Contexts and PKCS#11 modules       PKCS_Ctx; PKCS_Initialize, PKCS_Finalize, PKCS_CreateCtx, PKCS_DestroyCtx
+ *     Data and signed messages           PKCS7_GetMsgType; PKCS7_Read*, PKCS7_Write*; PKCS7_GetLeafCert
+ *     Digested, encrypted and enveloped messages   the rest of PKCS7_Read* and PKCS7_Write*
+ *     PFX files and certificates         VT_GenPFX, VT_Get*FromPFX; VT_Verify*, VT_Check*, VT_Get*FromCert
+ *     Forms of RSA keys                  between Microsoft blobs, records and the DER of PKCS#1; VT_RSABig*
+ *     Key objects and tokens             VTPKCS_KeyObj
+ *     Work with key objects and tokens   VTPKCS_*: key objects, signed messages, requests, tokens, base64
  */
 #ifndef VT_PKI_FLAT_FLAT_H
 #define VT_PKI_FLAT_FLAT_H
@@ -43,41 +59,41 @@ enum {
 
 /* Bytes and their number. */
 typedef struct PKCS_Blob {
-    uint8_t* data;
-    uint32_t length;
+    uint8_t* data;   /* null for none */
+    uint32_t length; /* in bytes */
 } PKCS_Blob;
 
 /* An algorithm with its parameters. iv may be null. */
 typedef struct PKCS_Alg {
-    int32_t algType;
-    uint8_t* iv;
-    uint32_t ivLength;
-    uint32_t effectiveBits;
+    int32_t algType;        /* 1 SHA-1, 2 MD5, 3 MD2, 4 DES, 5 triple DES, 6 RC2, 7 RC4, 8 RSA (token/alg.h) */
+    uint8_t* iv;            /* initial value of a block cipher */
+    uint32_t ivLength;      /* in bytes */
+    uint32_t effectiveBits; /* of an RC2 key */
 } PKCS_Alg;
 
 /* A session key. keyLength is the length that the cipher is told, which can differ from the bytes at hand. */
 typedef struct PKCS_Key {
-    uint8_t* data;
-    uint32_t length;
-    uint32_t keyLength;
+    uint8_t* data;      /* the key */
+    uint32_t length;    /* in bytes */
+    uint32_t keyLength; /* the length that the cipher is told, in bytes */
 } PKCS_Key;
 
 /* An RSA public key (PKCS#1 RSAPublicKey). */
 typedef struct PKCS_PubKey {
-    PKCS_Blob modulus;
-    PKCS_Blob publicExponent;
+    PKCS_Blob modulus;        /* n */
+    PKCS_Blob publicExponent; /* e */
 } PKCS_PubKey;
 
 /* An RSA private key (PKCS#1 RSAPrivateKey). */
 typedef struct PKCS_PriKey {
-    PKCS_Blob modulus;
-    PKCS_Blob publicExponent;
-    PKCS_Blob privateExponent;
-    PKCS_Blob prime1;
-    PKCS_Blob prime2;
-    PKCS_Blob exponent1;   /* privateExponent mod (prime1 - 1) */
-    PKCS_Blob exponent2;   /* privateExponent mod (prime2 - 1) */
-    PKCS_Blob coefficient; /* inverse of prime2 mod prime1 */
+    PKCS_Blob modulus;         /* n */
+    PKCS_Blob publicExponent;  /* e */
+    PKCS_Blob privateExponent; /* d */
+    PKCS_Blob prime1;          /* p */
+    PKCS_Blob prime2;          /* q */
+    PKCS_Blob exponent1;       /* privateExponent mod (prime1 - 1) */
+    PKCS_Blob exponent2;       /* privateExponent mod (prime2 - 1) */
+    PKCS_Blob coefficient;     /* inverse of prime2 mod prime1 */
 } PKCS_PriKey;
 
 /* PKCS_InitAlg, PKCS_InitKey, PKCS_InitPubKey, PKCS_InitPriKey fill a record with zeros, whatever it held. A null
@@ -126,10 +142,10 @@ VT_API int T_strcmp(const char* left, const char* right);
  * remembers where the list ends and where the last look-up stood, so that filling a list and reading it in order take
  * time in proportion to its length. */
 typedef struct VT_List {
-    uint8_t* data;
-    uint32_t length;
-    struct VT_List* next;
-    uint8_t spare;
+    uint8_t* data;        /* the node's own copy */
+    uint32_t length;      /* in bytes */
+    struct VT_List* next; /* null for the last */
+    uint8_t spare;        /* not used */
 } VT_List;
 
 /* VT_CreateList stores an empty list. -1 if the head cannot be allocated or list is null; -2 if its text cannot; *list
@@ -187,6 +203,7 @@ VT_API int32_t VT_FreeLibrary(void* library);
 /* VT_GetFileLen gives the size of a file as stat has it. A file that cannot be looked at, or a null path, has 0. */
 VT_API int64_t VT_GetFileLen(const char* path);
 
+/* Has the compiler check the arguments of VT_Log against its format. */
 #if defined(__clang__)
 #define VT_PRINTF_LIKE __attribute__((format(printf, 1, 2)))
 #elif defined(__GNUC__)
@@ -215,20 +232,20 @@ typedef struct VT_P11_OP VT_P11_OP;
 
 /* A context: what the message functions compute with. It belongs to one caller at a time. */
 typedef struct PKCS_Ctx {
-    VT_P11_OP* operation; /* owned */
-    uint32_t chooserCreated;
-    uint8_t spare[2];
+    VT_P11_OP* operation;    /* owned */
+    uint32_t chooserCreated; /* 1 if the operation has a chooser */
+    uint8_t spare[2];        /* not used */
 } PKCS_Ctx;
 
 /* Where a context computes. If both texts are there and a module is loaded, that is the token of the newest module;
  * else this library's own engine. The other words are carried along. */
 typedef struct PKCS_Settings {
-    uint32_t first;
-    const char* text1;
-    uint32_t length1;
-    const char* text2;
-    uint32_t length2;
-    uint32_t unused;
+    uint32_t first;    /* not looked at */
+    const char* text1; /* borrowed; null for none */
+    uint32_t length1;  /* in bytes */
+    const char* text2; /* borrowed; null for none */
+    uint32_t length2;  /* in bytes */
+    uint32_t unused;   /* not looked at */
 } PKCS_Settings;
 
 /* PKCS_GetVersion gives a constant text that begins "VTF4C 0.99(beta) Build20030320". */
@@ -560,14 +577,16 @@ enum {
 /* A key object: one key of any kind. The fields are the object's own, and independent of each other; kind says which of
  * them is meant. Callers may read them, and change them through the functions alone. */
 typedef struct VTPKCS_KeyObj {
-    int32_t kind;
-    PKCS_Key sessionKey;
-    PKCS_PriKey privateKey;
-    PKCS_PubKey publicKey;
-    char* tokenKeyLabel;
+    int32_t kind;           /* VTPKCS_UNSET to VTPKCS_TOKEN_KEY */
+    PKCS_Key sessionKey;    /* VTPKCS_SESSION_KEY */
+    PKCS_PriKey privateKey; /* VTPKCS_PRIVATE_KEY */
+    PKCS_PubKey publicKey;  /* VTPKCS_PUBLIC_KEY */
+    char* tokenKeyLabel;    /* VTPKCS_TOKEN_KEY: zero-terminated, null for none */
 } VTPKCS_KeyObj;
 
-/* What the functions down to the end have in common:
+/* ---- Work with key objects and tokens --------------------------------------------------------------------------- */
+
+/* What these functions have in common:
  *
  *     -1003    a blob that must have data has none
  *     -1006    an algorithm that is not supported

@@ -342,6 +342,9 @@ TEST(der_decoder_test, EmptyStrings) {
     utf8.SetVisibleString("x");
     EXPECT_EQ(decode(utf8, "0C 00"), 2U);
     EXPECT_EQ(utf8.GetDataLength(), 0U);
+    utf8.SetVisibleString("x");
+    EXPECT_EQ(utf8.DerDecodeContent(bytes("00"), 0, 0), 0U);
+    EXPECT_EQ(utf8.GetDataLength(), 0U);
     AsnBMPString bmp;
     bmp.SetVisibleString("x");
     EXPECT_EQ(bmp.DerDecodeContent(bytes("00"), 0, 0), 0U);
@@ -755,6 +758,61 @@ TEST(der_decoder_test, ContentBytesKeepTheContent) {
     EXPECT_THROW(decode(value, "02 00"), MiInvalidArgumentExp);  // the length is looked at first
 }
 
+// Content that no such value may have, which shows that nothing reads it.
+template <class T>
+void contentBytesAreNotRead(std::string_view content) {
+    SCOPED_TRACE(content);
+    T value;
+    const std::string before = encoded(value);
+    value.OnContentByte();
+    EXPECT_EQ(decodeContent(value, content), support::hex(content).size());
+    ASSERT_NE(value.GetAsnContentByte(), nullptr);
+    EXPECT_EQ(toHex(*value.GetAsnContentByte()), content);
+    value.OffContentByte();
+    EXPECT_EQ(encoded(value), before) << "the value itself is untouched";
+}
+
+TEST(der_decoder_test, ContentBytesAreNotRead) {
+    contentBytesAreNotRead<AsnBoolean>("00 01 02");
+    contentBytesAreNotRead<AsnEnumerated>("01 02 03 04 05 06");
+    contentBytesAreNotRead<AsnBitString>("FF");
+    contentBytesAreNotRead<AsnOctetString>("01 02");
+    contentBytesAreNotRead<AsnUTF8String>("FF FE");
+    contentBytesAreNotRead<AsnPrintableString>("00 FF");
+    contentBytesAreNotRead<AsnNumericString>("41");
+    contentBytesAreNotRead<AsnVisibleString>("00");
+    contentBytesAreNotRead<AsnTeletexString>("80");
+    contentBytesAreNotRead<AsnIA5String>("FF");
+    contentBytesAreNotRead<AsnBMPString>("00 41 00");
+    contentBytesAreNotRead<AsnUniversalString>("00 00 41");
+}
+
+// These cannot be written while they are empty.
+TEST(der_decoder_test, ContentBytesOfTimesAndOidsAreNotRead) {
+    AsnUTCTime utc;
+    utc.OnContentByte();
+    EXPECT_EQ(decodeContent(utc, "00"), 1U);
+    EXPECT_EQ(encoded(utc), "17 01 00");
+    AsnGeneralizedTime time;
+    time.OnContentByte();
+    EXPECT_EQ(decodeContent(time, "FF FF"), 2U);
+    EXPECT_EQ(encoded(time), "18 02 FF FF");
+    AsnOid oid;
+    oid.OnContentByte();
+    EXPECT_EQ(decodeContent(oid, "FF"), 1U);
+    EXPECT_EQ(encoded(oid), "06 01 FF");
+}
+
+// A role that is none of the three can only be met by an element of the member's own tag.
+TEST(der_decoder_test, AMemberOfAnUnknownRoleIsNotPassedOver) {
+    auto value = composite<AsnSequence>(member("a", AsnInteger()), member("b", AsnBoolean()));
+    value.Find("a")->SetAsnState(static_cast<AsnObject::ASN_STATE>(3));
+    EXPECT_EQ(decode(value, "30 06 02 01 05 01 01 FF"), 8U);
+    EXPECT_THROW(decode(value, "30 03 01 01 FF"), AsnDecodeExp);
+    value.Find("a")->SetAsnState(AsnObject::ASN_DEFAULT);
+    EXPECT_EQ(decode(value, "30 03 01 01 FF"), 5U);
+}
+
 TEST(der_decoder_test, ContentBytesOfComposites) {
     auto sequence = composite<AsnSequence>(member("a", AsnInteger()));
     sequence.OnContentByte();
@@ -853,42 +911,6 @@ TEST(der_decoder_test, ADecodedMemberDiffersFromABuiltOneByItsMode) {
     EXPECT_TRUE(value.EqualsContent(&other));
     EXPECT_FALSE(value.Get("o")->Equals(other.Get("o")));
     EXPECT_EQ(other.Get("o")->GetAsnTagMode(), ASN_NOT_TAGGED);
-}
-
-TEST(der_decoder_test, SlotOrder) {
-    using der_io::slotOf;
-    std::size_t slot = 1;
-#define EXPECT_SLOT(T)                                                                                               \
-    EXPECT_EQ(slotOf(static_cast<unsigned int (AsnDecode::*)(T&, const MiByte&, unsigned int)>(&AsnDecode::Decode)), \
-              slot);                                                                                                 \
-    EXPECT_EQ(slotOf(static_cast<unsigned int (AsnDecode::*)(T&, const MiByte&, unsigned int, unsigned int)>(        \
-                  &AsnDecode::DecodeContent)),                                                                       \
-              slot + 21);                                                                                            \
-    ++slot
-    EXPECT_SLOT(AsnContainer);
-    EXPECT_SLOT(AsnChoice);
-    EXPECT_SLOT(AsnSet);
-    EXPECT_SLOT(AsnSequence);
-    EXPECT_SLOT(AsnTeletexString);
-    EXPECT_SLOT(AsnVisibleString);
-    EXPECT_SLOT(AsnPrintableString);
-    EXPECT_SLOT(AsnNumericString);
-    EXPECT_SLOT(AsnUTF8String);
-    EXPECT_SLOT(AsnUniversalString);
-    EXPECT_SLOT(AsnIA5String);
-    EXPECT_SLOT(AsnBMPString);
-    EXPECT_SLOT(AsnNull);
-    EXPECT_SLOT(AsnUTCTime);
-    EXPECT_SLOT(AsnGeneralizedTime);
-    EXPECT_SLOT(AsnOid);
-    EXPECT_SLOT(AsnEnumerated);
-    EXPECT_SLOT(AsnBitString);
-    EXPECT_SLOT(AsnInteger);
-    EXPECT_SLOT(AsnOctetString);
-    EXPECT_SLOT(AsnBoolean);
-#undef EXPECT_SLOT
-    EXPECT_EQ(slotOf(&AsnDecode::DecodeTag), 43U);
-    EXPECT_EQ(slotOf(&AsnDecode::DecodeLength), 44U);
 }
 
 TEST(der_decoder_test, TheVisitorHasNoData) {

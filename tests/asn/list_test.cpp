@@ -9,6 +9,7 @@
 #include <sstream>
 #include <string>
 #include <typeinfo>
+#include <utility>
 #include <vector>
 
 #include "tests/asn/der_io.h"
@@ -175,7 +176,12 @@ AsnSequence mixed(int number) {
         items.AddElement(AsnInteger(number % 5));
         return items;
     }();
+    AsnPrintableString text;
+    text.SetData(std::to_string(number % 11).c_str());
+    AsnIA5String mail;
+    mail.SetVisibleString(std::to_string(number % 13).c_str());
     return der_io::composite<AsnSequence>(
+        der_io::member("text", text), der_io::member("set", der_io::composite<AsnSet>(der_io::member("mail", mail))),
         der_io::member("oid", AsnOid(("1.2." + std::to_string(number / 4)).c_str())), der_io::member("null", AsnNull()),
         der_io::member("choice", choice), der_io::member("list", list),
         der_io::explicitly(0, "explicit", AsnInteger(number % 7)), der_io::member("flag", AsnBoolean(number % 2 == 0)));
@@ -223,6 +229,82 @@ TEST(list_test, LongSetsOfUnlikeItemsCompareByTheSameRule) {
     EXPECT_FALSE(b == a);
 }
 
+TEST(list_test, LongSetsOfUnlikeItemsMayBeEqual) {
+    const auto item = [](const auto& first, bool flag) {
+        return der_io::composite<AsnSequence>(der_io::member("first", first), der_io::member("flag", AsnBoolean(flag)));
+    };
+    AsnSetOf<AsnSequence> a;
+    AsnSetOf<AsnSequence> b;
+    for (int i = 0; i < 40; ++i) {
+        a.AddElement(item(AsnInteger(i), true));
+        b.AddElement(item(AsnInteger(i), true));
+    }
+    // NULL equals the identifier, and by its flag none of the others.
+    a.AddElement(item(AsnNull(), false));
+    b.AddElement(item(AsnOid("1.2"), false));
+    EXPECT_TRUE(a == b);
+    EXPECT_FALSE(b == a);
+}
+
+TEST(list_test, LongSetsOfEmptyContainersCompareByTheSameRule) {
+    AsnSetOf<AsnSequence> a;
+    AsnSetOf<AsnSequence> b;
+    for (int i = 0; i < 40; ++i) {
+        a.AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnInteger(i)),
+                                                    der_io::member("nothing", AsnContainer())));
+        b.AddElement(*a.Get(static_cast<unsigned int>(i)));
+    }
+    EXPECT_TRUE(a == b);
+}
+
+// Of such items nothing but the one string tells them apart.
+void set(AsnPrintableString& item, int number) {
+    item.SetData(std::to_string(number).c_str());
+}
+void set(AsnIA5String& item, int number) {
+    item.SetVisibleString(std::to_string(number).c_str());
+}
+
+template <class String>
+void longSetsOfStringsCompare() {
+    AsnSetOf<String> a;
+    AsnSetOf<String> b;
+    String item;
+    for (int i = 0; i < 40; ++i) {
+        set(item, i);
+        a.AddElement(item);
+        set(item, 39 - i);
+        b.AddElement(item);
+    }
+    EXPECT_TRUE(a == b);
+    set(item, 40);
+    a.AddElement(item);
+    set(item, 0);
+    b.AddElement(item);
+    EXPECT_FALSE(a == b) << "0 stands twice in b, and 40 not at all";
+    EXPECT_FALSE(b == a);
+}
+
+TEST(list_test, LongSetsOfStringsCompareInAnyOrder) {
+    longSetsOfStringsCompare<AsnPrintableString>();
+    longSetsOfStringsCompare<AsnIA5String>();
+}
+
+TEST(list_test, AListMovesItsItems) {
+    for (const unsigned int size : {0U, 1U, 4U, 5U, 40U}) {
+        AsnList list;
+        for (unsigned int i = 0; i < size; ++i)
+            list.Append(new AsnInteger(static_cast<int>(i)));
+        const std::vector<AsnObject*> items(list.begin(), list.end());
+        const AsnList moved(std::move(list));
+        EXPECT_EQ(std::vector<AsnObject*>(moved.begin(), moved.end()), items);
+        EXPECT_EQ(list.Size(), 0U);  // NOLINT(bugprone-use-after-move): what is left can be filled again
+        list.Append(new AsnInteger(7));
+        EXPECT_EQ(list.Size(), 1U);
+        EXPECT_EQ(moved.Size(), size);
+    }
+}
+
 TEST(list_test, AHundredThousandItemsCompareInAnyOrder) {
     OctetSet a;
     OctetSet b;
@@ -238,6 +320,24 @@ TEST(list_test, AHundredThousandItemsCompareInAnyOrder) {
     b.Get(0)->SetData(MiByte());
     EXPECT_FALSE(a == b);
     EXPECT_FALSE(b == a);
+}
+
+// Each item against each other would take minutes.
+TEST(list_test, FiftyThousandSequencesThatDifferInTheirLastMemberCompareInAnyOrder) {
+    const auto item = [](int number) {
+        return der_io::composite<AsnSequence>(der_io::member("version", AsnInteger(0)),
+                                              der_io::member("number", AsnInteger(number)));
+    };
+    AsnSetOf<AsnSequence> a;
+    AsnSetOf<AsnSequence> b;
+    for (int i = 0; i < 50000; ++i) {
+        a.AddElement(item(i));
+        b.AddElement(item(49999 - i));
+    }
+    EXPECT_TRUE(a == b);
+    b.AddElement(item(50000));
+    a.AddElement(item(50001));
+    EXPECT_FALSE(a == b);
 }
 
 TEST(list_test, SequencesAreWrittenInTheirOrder) {

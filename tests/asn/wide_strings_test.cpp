@@ -2,7 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "tests/asn/der_io.h"
@@ -101,6 +103,24 @@ TYPED_TEST(wide_strings_test_each, LongTextsGoThrough) {
     value.SetVisibleString(long_.c_str());
     EXPECT_EQ(value.GetDataLength(), 100000U);
     EXPECT_EQ(text(value.GetVisibleString()), long_);
+}
+
+TEST(wide_strings_test, CharactersThatWereMovedAwayAreNone) {
+    AsnCharacters characters(3);
+    for (unsigned int i = 0; i < 3; ++i)
+        characters.Data()[i] = {{0, 0, 0, static_cast<unsigned char>('a' + i)}};
+    const AsnCharacters copy(characters);
+    const AsnQuadruple* const data = characters.Data();
+    const AsnCharacters moved(std::move(characters));
+    EXPECT_TRUE(moved == copy);
+    EXPECT_EQ(moved.Data(), data);
+    EXPECT_EQ(characters.Length(), 0U);  // NOLINT(bugprone-use-after-move)
+    EXPECT_EQ(characters.Data(), nullptr);
+}
+
+TEST(wide_strings_test, ACountThatNoByteStringCouldHoldIsAMemoryFailure) {
+    EXPECT_THROW(AsnCharacters(0x40000000U), std::bad_alloc);
+    EXPECT_THROW(AsnCharacters(UINT32_MAX), std::bad_alloc);
 }
 
 TEST(wide_strings_test, BmpReadsUcs2) {

@@ -28,11 +28,15 @@ inline std::string output(const Writer& writer) {
     return support::toHex(writer->buffer, static_cast<std::size_t>(writer->used));
 }
 
-// The hex of what one format writes, or "failed".
+// The hex of what one format writes, or "failed". Once nothing is open, the result must count what stands there.
 template <class... Args>
 std::string written(const char* format, Args... arguments) {
     const Writer writer = makeWriter();
-    return BerWriterPrintf(writer.get(), format, arguments...) < 0 ? "failed" : output(writer);
+    const int result = BerWriterPrintf(writer.get(), format, arguments...);
+    if (result < 0)
+        return "failed";
+    const bool counted = writer->openElements != nullptr || result == writer->used;
+    return counted ? output(writer) : "counted as " + std::to_string(result);
 }
 
 inline Reader readerOf(const support::Bytes& bytes) {

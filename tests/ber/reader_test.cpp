@@ -154,6 +154,17 @@ TEST(reader_test, ALengthInMoreBytesThanNeededIsTaken) {
     }
 }
 
+TEST(reader_test, AnElementOfIndefiniteLengthReadsAsEmpty) {
+    const Reader reader = readerOf("04 80 01 02 00 00");
+    Output<std::uint8_t> bytes;
+    EXPECT_EQ(BerReaderScanf(reader.get(), "o", bytes.pointer(), bytes.length()), 0);
+    EXPECT_EQ(bytes.count(), 0);
+    EXPECT_EQ(reader->position, 2);
+    std::int32_t value = 77;
+    EXPECT_EQ(BerReaderScanf(readerOf("02 80 05").get(), "i", &value), 0);
+    EXPECT_EQ(value, 0);
+}
+
 TEST(reader_test, PeekingLeavesTheInputWhereItWas) {
     const struct {
         const char* input;
@@ -358,6 +369,7 @@ TEST(reader_test, BitStrings) {
         const auto size = static_cast<std::int32_t>(hex(row.bytes).size());
         EXPECT_EQ(toHex(bytes, size), row.bytes) << row.input;
         EXPECT_EQ(bytes[static_cast<std::size_t>(reader->end - 2)], 0) << row.input;  // the NUL at offset L
+        EXPECT_EQ(bytes[static_cast<std::size_t>(size)], 0) << row.input;             // and right behind the bits
     }
 }
 

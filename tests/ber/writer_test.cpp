@@ -461,8 +461,10 @@ TEST(writer_test, NullArgumentsFail) {
     EXPECT_EQ(BerWriterPrintf(nullptr, "n"), -1);
     const Writer writer = makeWriter();
     EXPECT_EQ(BerWriterPrintf(writer.get(), nullptr), -1);
-    for (const char* format : {"o", "a", "P", "6", "M", "U", "m", "A", "B", "I"})
+    for (const char* format : {"o", "a", "P", "6", "M", "U", "m", "A", "B", "I"}) {
         EXPECT_EQ(written(format, static_cast<const std::uint8_t*>(nullptr), 3), "failed") << format;
+        EXPECT_EQ(written(format, static_cast<const std::uint8_t*>(nullptr), 1), "failed") << format;
+    }
     for (const char* format : {"u", "g", "I"})
         EXPECT_EQ(written(format, static_cast<const char*>(nullptr), 0), "failed") << format;
 }
@@ -476,6 +478,13 @@ TEST(writer_test, LettersOutsideTheTableFail) {
         EXPECT_EQ(BerWriterPrintf(writer.get(), format), -1) << c;
         EXPECT_EQ(output(writer), "05 00") << c;
     }
+}
+
+TEST(writer_test, RawBytesOfLengthZeroWriteNothing) {
+    const Bytes bytes = {0x41};
+    EXPECT_EQ(written("A", bytes.data(), 0), "");
+    EXPECT_EQ(written("A", static_cast<const std::uint8_t*>(nullptr), 0), "");
+    EXPECT_EQ(written("nA", static_cast<const std::uint8_t*>(nullptr), 0), "05 00");
 }
 
 TEST(writer_test, ClosingWithNothingOpenFailsAndWritesNothing) {
@@ -532,6 +541,19 @@ TEST(writer_test, ContentBeyondTheBufferGrowsIt) {
     EXPECT_EQ(toHex(writer->buffer + 8192, 7), "05 00 04 83 01 86 A0");
     EXPECT_EQ(std::memcmp(writer->buffer + 4, content.data(), 8188), 0);
     EXPECT_EQ(std::memcmp(writer->buffer + 8199, content.data(), 100000), 0);
+}
+
+TEST(writer_test, TheBufferGrowsByTheLeastNumberOfWholeSteps) {
+    const Bytes content(2 * 8192 + 1, 0x5A);
+    const struct {
+        std::int32_t length;
+        std::int32_t capacity;
+    } rows[] = {{8192, 8192}, {8193, 2 * 8192}, {2 * 8192, 2 * 8192}, {2 * 8192 + 1, 3 * 8192}};
+    for (const auto& row : rows) {
+        const Writer writer = makeWriter();
+        ASSERT_EQ(BerWriterPrintf(writer.get(), "A", content.data(), row.length), row.length);
+        EXPECT_EQ(writer->capacity, row.capacity) << row.length;
+    }
 }
 
 TEST(writer_test, OpeningGrowsTheBufferForItsReserve) {

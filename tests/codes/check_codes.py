@@ -1,6 +1,7 @@
 #!/usr/bin/env python3
-"""check_codes.py codes.def seen not_produced.txt: every code of the one list is produced by a test through the script
-object, except those that not_produced.txt names; and nothing is produced that is no code of the list."""
+"""check_codes.py codes.def seen not_produced.txt script-interface.md: every code of the one list is produced by a test
+through the script object, except those that not_produced.txt names; nothing is produced that is no code of the list; and
+the document tells of each method the codes that it was seen to give, and no others."""
 
 import re
 import sys
@@ -11,9 +12,33 @@ def rows(path):
         return [line.split() for line in file if line.strip() and not line.startswith("#")]
 
 
+def told(document):
+    """[methods, codes] of each table of codes: a paragraph "Codes of `method` ...:" and the first column behind it."""
+    tables = re.findall(r"^Codes of ((?:.+\n)+)\n\| code .*\n\|[-|]*\|\n((?:\|.*\n)+)", document, re.M)
+    for methods, body in tables:
+        codes = [code for row in re.findall(r"^\| (.*?) \|", body, re.M) for code in row.split(", ")]
+        yield re.findall(r"`(\w+)`", methods), codes
+
+
+def untold(document, seen):
+    """Where the document and what was seen differ, in words; success goes without saying."""
+    tables = list(told(document))
+    if len(tables) < 9:
+        yield f"{len(tables)} tables of codes in the document"
+    for methods, codes in tables:
+        given = {code for code, way in seen if way in methods} - {"0"}
+        for code in sorted(given - set(codes)):
+            yield f"the document does not tell {code} of {', '.join(methods)}"
+        for code in sorted(set(codes) - given):
+            yield f"the document tells {code} of {', '.join(methods)}, which was never seen"
+    covered = {method for methods, _ in tables for method in methods}
+    for method in sorted({way for code, way in seen if way != "direct"} - covered):
+        yield f"the document has no codes of {method}"
+
+
 def problems(listed, seen, not_produced):
     """What is wrong, in words. listed: codes; seen: [code, way]; not_produced: [code, reason]."""
-    by_page = {code for code, way in seen if way == "page"}
+    by_page = {code for code, way in seen if way != "direct"}
     by_call = {code for code, way in seen if way == "direct"}
     excused = {code for code, _ in not_produced}
     for code in sorted(listed - by_page - excused):
@@ -29,10 +54,12 @@ def problems(listed, seen, not_produced):
 
 
 def main():
-    definitions, seen, not_produced = sys.argv[1:]
+    definitions, seen, not_produced, interface = sys.argv[1:]
     with open(definitions, encoding="utf-8") as file:
         listed = set(re.findall(r"^VT_CODE\((-?\d+),", file.read(), re.M))
-    found = list(problems(listed, rows(seen), rows(not_produced)))
+    with open(interface, encoding="utf-8") as file:
+        document = file.read()
+    found = list(problems(listed, rows(seen), rows(not_produced))) + list(untold(document, rows(seen)))
     print("\n".join(found) or f"{len(listed)} codes, all produced or excused")
     return 1 if found or len(listed) < 60 else 0
 

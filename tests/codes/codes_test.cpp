@@ -40,13 +40,13 @@ constexpr char kOther[] = "Example Token Provider";
 constexpr char kContainer[] = "01234567-89AB-cdef-FEDC-BA9876543210";
 constexpr char kSubject[] = "C=DE,O=Example,OU=Quality,CN=Alice";
 
-// The codes seen, one a line with the way to them: "page" or "direct".
+// The codes seen, one a line with the way to them: the method that gave them, or "direct".
 class SeenCodes {
   public:
-    static void note(std::int32_t code, const char* way) {
+    static void note(std::int32_t code, const std::string& way) {
         static std::FILE* const file = std::fopen(VT_SEEN_CODES, "w");
         ASSERT_NE(file, nullptr) << VT_SEEN_CODES;
-        (void)std::fprintf(file, "%d %s\n", static_cast<int>(code), way);
+        (void)std::fprintf(file, "%d %s\n", static_cast<int>(code), way.c_str());
         (void)std::fflush(file);
     }
 };
@@ -109,7 +109,7 @@ class codes_test : public testing::Test {
         if (outcome.isText() && code != 0) {
             EXPECT_EQ(outcome.text, "") << "a text comes with a code";
         }
-        SeenCodes::note(code, "page");
+        SeenCodes::note(code, method);
         return code;
     }
 
@@ -156,7 +156,7 @@ class codes_test : public testing::Test {
                 break;
         }
         if (found)
-            SeenCodes::note(wanted, "page");
+            SeenCodes::note(wanted, method);
         plugin::NPNFuncs.memalloc = browser.table().memalloc;
         plugin::NPNFuncs.memfree = browser.table().memfree;
         return found;
@@ -188,7 +188,11 @@ TEST_F(codes_test, Success) {
 
 TEST_F(codes_test, RefusedInThePluginContainer) {
     hostName = "plugin-container.exe";
-    EXPECT_EQ(seen("writeClientCert", {certificate()}), -333);
+    for (const char* method : {"writeClientCert", "writeClientCert_noprotect", "writeClientCert_exp_X509"})
+        EXPECT_EQ(seen(method, {certificate()}), -333);
+    EXPECT_EQ(seen("SetHashAlgorithm", {"sha1"}), -333);
+    for (const char* method : {"deleteCert", "IsCertExist", "CheckCertValid", "leavingMostRecentCert"})
+        EXPECT_EQ(seen(method, {"1", "01"}), -333);
 }
 
 TEST_F(codes_test, ChoosingAProvider) {

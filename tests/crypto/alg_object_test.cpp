@@ -208,6 +208,21 @@ TEST(AlgObjectTest, AGetterGivesAFreshCopy) {
     }
 }
 
+TEST(AlgObjectTest, AccessorsNeedAMechanism) {
+    const Parameters parameters;
+    for (const Row& row : kRows) {
+        if (row.takes == Takes::kNothing)
+            continue;
+        const Alg alg(row.allocator, parameters.of(row));
+        ALG_OBJ shell = {};
+        KEY_ITEM read = {};
+        EXPECT_EQ(alg->setter(&shell, parameters.of(row)), -2);
+        EXPECT_EQ(alg->setter(nullptr, parameters.of(row)), -2);
+        EXPECT_EQ(alg->getter(&shell, &read), -2);
+        EXPECT_EQ(shell.mechanism, nullptr);
+    }
+}
+
 TEST(AlgObjectTest, ASecondSettingTakesThePlaceOfTheFirst) {
     const Bytes first = hex("01 01 01 01 01 01 01 01");
     const Bytes second = hex("02 02 02 02 02 02 02 02");

@@ -100,6 +100,17 @@ TEST(mpi_prime_test, AStrongPseudoprimeToManyBases) {
     });
 }
 
+// Carmichael numbers (6k + 1)(12k + 1)(18k + 1) of three primes above the table, k = 2040, 1000051 and
+// 1152921504606847306 (python3): x^(n - 1) is 1 for any x without a factor of n, and the squarings to it meet a root of
+// 1 that is not -1.
+TEST(mpi_prime_test, CarmichaelNumbersAreNotPrime) {
+    inEveryForm([] {
+        EXPECT_FALSE(isProbablePrime(number("0a02209161e1")));
+        EXPECT_FALSE(isProbablePrime(number("46445ed4c703fc1749")));
+        EXPECT_FALSE(isProbablePrime(number("51000000000013956c000000019409bd4000000ada9e6b99")));
+    });
+}
+
 TEST(mpi_prime_test, Searches) {
     inEveryForm([] {
         for (const mpi_numbers::Search& search : mpi_numbers::kSearches) {

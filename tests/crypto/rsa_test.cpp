@@ -252,6 +252,27 @@ TEST(RsaTest, PublicOpOfZeroAndOne) {
     }
 }
 
+// What the steps of the common exponent give where there is no Montgomery form: 16 squarings and a product, each
+// reduced by the constant that lifting finds for an even number (worked out in python3). It is not x^65537.
+TEST(RsaTest, PublicOpOfTheCommonExponentWithAnEvenModulusFollowsTheSteps) {
+    const struct {
+        const char* modulus;
+        const char* input;
+        const char* result;
+    } rows[] = {
+        {"fedcba98765432100123456789abcdee", "0123456789abcdef0f1e2d3c4b5a6978", "4438f45c36667f902e79cba69cd651c9"},
+        {"fedcba98765432100123456789abcdee", "02", "c0906e7a31351ce8db12ba8ed3307ed5"},
+        {"c0000000000000010000000000000006", "0123456789abcdef0f1e2d3c4b5a6978", "3325f63e9b1fd9de931054113c72d69a"},
+        {"c0000000000000010000000000000006", "02", "2c8b3fbbd14eb92b5ffe55ea8bfa939a"},
+    };
+    const Number exponent = number({1, 0, 1});
+    for (const auto& row : rows) {
+        Number result;
+        RSA_PublicOp(result.data(), number(hex(row.input)).data(), exponent.data(), number(hex(row.modulus)).data());
+        EXPECT_EQ(bytesOf(result.data(), 16), hex(row.result)) << row.modulus << " " << row.input;
+    }
+}
+
 void privateOp(const RSA_CTX& context, Number& result, const Number& input) {
     RSA_PrivateOp(result.data(), input.data(), context.prime1, context.prime2, context.exponent1, context.exponent2,
                   context.coefficient);

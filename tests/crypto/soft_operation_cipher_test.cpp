@@ -5,6 +5,7 @@
 #include <cstring>
 #include <memory>
 #include <string>
+#include <utility>
 
 #include "crypto/alloc_buffer.h"
 #include "crypto/rc2.h"
@@ -351,6 +352,45 @@ TEST(SoftOperationCipherTest, NothingRunsWithoutAnInit) {
         EXPECT_EQ(direction.final(nullptr, nullptr, &length), -2);
         EXPECT_EQ(direction.whole(nullptr, nullptr, 0, nullptr, &length), -2);
     }
+}
+
+// Whoever fills an object by hand may leave any part of it out.
+TEST(SoftOperationCipherTest, AHalfMadeObjectIsAnAbsentArgument) {
+    ALG_OBJ shell = {};
+    SoftChooser chooser;
+    const Key key(KeyAllocDes, Bytes(8, 1));
+    CHOOSER empty = {0, nullptr, nullptr, 0};
+    Bytes bytes(32);
+    std::uint32_t length = 0;
+    const Alg alg(AlgAllocRc4);
+    for (const Direction& direction : {kEncrypt, kDecrypt}) {
+        EXPECT_EQ(direction.init(&shell, key, chooser), -2);
+        EXPECT_EQ(direction.init(alg, key, &empty), -2) << "neither a token nor a table";
+        EXPECT_EQ(direction.update(&shell, bytes.data(), 8, bytes.data(), &length), -2);
+        EXPECT_EQ(direction.final(&shell, bytes.data(), &length), -2);
+        EXPECT_EQ(direction.whole(&shell, bytes.data(), 8, bytes.data(), &length), -2);
+        alg->chooser = &empty;
+        EXPECT_EQ(direction.update(alg, bytes.data(), 8, bytes.data(), &length), -5);
+        EXPECT_EQ(direction.final(alg, bytes.data(), &length), -5);
+        alg->chooser = nullptr;
+    }
+}
+
+TEST(SoftOperationCipherTest, EveryStepNeedsTheContext) {
+    rsakeys::Key source(ofBits(512));
+    const Key key(KeyAllocRsaPublic, source.items());
+    SoftChooser chooser;
+    const Alg alg(AlgAllocRsa);
+    ASSERT_EQ(EncryptInitOp(alg, key, chooser), 0);
+    void* const context = std::exchange(alg->context, nullptr);
+    Bytes bytes(64, 1);
+    std::uint32_t length = 7;
+    EXPECT_EQ(EncryptOp(alg, bytes.data(), 8, nullptr, &length), -2);
+    EXPECT_EQ(EncryptOp(alg, bytes.data(), 8, bytes.data(), &length), -2);
+    EXPECT_EQ(EncryptUpdateOp(alg, bytes.data(), 8, bytes.data(), &length), -2);
+    EXPECT_EQ(EncryptInitOp(alg, key, chooser), -2);
+    EXPECT_EQ(length, 7U);
+    alg->context = context;
 }
 
 TEST(SoftOperationCipherTest, StepsNeedInputAndLength) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <thread>
+#include <utility>
 
 #include "crypto/hash_chain_random.h"
 #include "tests/crypto/engine_objects.h"
@@ -100,6 +101,16 @@ TEST(SoftOperationDigestTest, StepsNeedTheirArgumentsAndAnInit) {
     EXPECT_EQ(DigestOp(alg, nullptr, 3, output.data(), &length), -2);
     EXPECT_EQ(DigestOp(alg, kAbc, 3, output.data(), nullptr), -2);
     EXPECT_TRUE(chooser.table.digestInit != nullptr && chooser.table.encryptUpdate == nullptr);
+}
+
+TEST(SoftOperationDigestTest, AnInitNeedsTheContext) {
+    SoftChooser chooser;
+    const Alg alg(AlgAllocSha1);
+    void* const context = std::exchange(alg->context, nullptr);
+    EXPECT_EQ(DigestInitOp(alg, chooser), -2);
+    EXPECT_EQ(chooser.table.digestInit, nullptr);
+    alg->context = context;
+    EXPECT_EQ(DigestInitOp(alg, chooser), 0);
 }
 
 // By Python: W = bytearray((b"seed" + bytes(range(4, 256)))[:n]), then W[b * 20:b * 20 + 20] =

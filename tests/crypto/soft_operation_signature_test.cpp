@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "crypto/codes.h"
 #include "tests/crypto/engine_objects.h"
@@ -309,6 +310,18 @@ TEST(SoftOperationSignatureTest, AnInitNeedsObjectChooserAndAKeyThatFits) {
             EXPECT_EQ(init(alg, empty, pair.chooser), -4);
             EXPECT_EQ(init(alg, secret, pair.chooser), -4);
         }
+    }
+}
+
+TEST(SoftOperationSignatureTest, AnInitNeedsTheContext) {
+    Pair pair(512);
+    for (const AlgAllocator allocator : {AlgAllocRsa, AlgAllocSha1Rsa}) {
+        const Alg alg(allocator);
+        void* const context = std::exchange(alg->context, nullptr);
+        EXPECT_EQ(SignInitOp(alg, pair.privateKey, pair.chooser), -2);
+        EXPECT_EQ(VerifyInitOp(alg, pair.publicKey, pair.chooser), -2);
+        alg->context = context;
+        EXPECT_EQ(SignInitOp(alg, pair.privateKey, pair.chooser), 0);
     }
 }
 

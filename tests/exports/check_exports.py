@@ -1,12 +1,14 @@
 #!/usr/bin/env python3
 """Compares what a built shared library exports and needs with golden files.
 
-    check_exports.py [--write] LIBRARY NAMES NEEDS OBJDUMP [NM]
+    check_exports.py [--write] [--without PREFIX] LIBRARY NAMES NEEDS OBJDUMP [NM]
 
 LIBRARY is a DLL, or with NM an ELF library. NAMES lists every exported name, one a line; the library must export these
-and no others. NEEDS lists the libraries that it may load; it may need fewer. Prints a line per fault and ends with 1 if
-there is any. With --write the names in NAMES are replaced by those that the library exports.
+and no others: with --without, those that do not begin with the prefix. NEEDS lists the libraries that it may load; it
+may need fewer. Prints a line per fault and ends with 1 if there is any. With --write the names in NAMES are replaced by
+those that the library exports.
 """
+import argparse
 import re
 import subprocess
 import sys
@@ -33,8 +35,8 @@ def golden(path):
         return [line.strip() for line in lines if line.strip() and not line.startswith("#")]
 
 
-def faults(names, needs, names_path, needs_path):
-    expected = golden(names_path)
+def faults(names, needs, names_path, needs_path, without):
+    expected = [name for name in golden(names_path) if without is None or not name.startswith(without)]
     if expected != sorted(set(expected)):
         yield f"{names_path}: not sorted, or a name is there twice"
     for name in sorted(set(names) - set(expected)):
@@ -55,14 +57,20 @@ def write(names, path):
 
 
 def main():
-    arguments = [argument for argument in sys.argv[1:] if argument != "--write"]
-    if len(arguments) not in (4, 5):
-        sys.exit(__doc__)
-    library, names_path, needs_path, *tools = arguments
-    names, needs = read_elf(library, *tools) if len(tools) == 2 else read_dll(library, *tools)
-    if "--write" in sys.argv:
-        write(names, names_path)
-    found = list(faults(names, needs, names_path, needs_path))
+    parser = argparse.ArgumentParser(usage=__doc__)
+    parser.add_argument("--write", action="store_true")
+    parser.add_argument("--without")
+    for name in ("library", "names", "needs", "objdump"):
+        parser.add_argument(name)
+    parser.add_argument("nm", nargs="?")
+    given = parser.parse_args()
+    if given.nm:
+        names, needs = read_elf(given.library, given.objdump, given.nm)
+    else:
+        names, needs = read_dll(given.library, given.objdump)
+    if given.write:
+        write(names, given.names)
+    found = list(faults(names, needs, given.names, given.needs, given.without))
     print("\n".join(found) if found else f"{len(names)} names as expected")
     sys.exit(1 if found else 0)
 

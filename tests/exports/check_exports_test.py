@@ -19,15 +19,15 @@ def lines_of(path):
 
 
 class CheckExportsTest(unittest.TestCase):
-    def expect_fault(self, names, needs, reason):
+    def expect_fault(self, names, needs, reason, *options):
         with tempfile.TemporaryDirectory() as folder:
             paths = []
             for name, lines in (("names", names), ("needs", needs)):
                 paths.append(os.path.join(folder, name))
                 with open(paths[-1], "w", encoding="utf-8") as out:
                     out.write("\n".join(lines) + "\n")
-            done = subprocess.run([sys.executable, CHECKER, LIBRARY, *paths, *TOOLS], capture_output=True, text=True,
-                                  check=False)
+            done = subprocess.run([sys.executable, CHECKER, *options, LIBRARY, *paths, *TOOLS], capture_output=True,
+                                  text=True, check=False)
         self.assertEqual(done.returncode, 1, done.stdout + done.stderr)
         self.assertIn(reason, done.stdout)
 
@@ -37,6 +37,9 @@ class CheckExportsTest(unittest.TestCase):
 
     def test_a_name_too_few(self):
         self.expect_fault(lines_of(NAMES) + ["VT_Zero"], lines_of(NEEDS), "but not exported: VT_Zero")
+
+    def test_a_name_with_the_prefix_that_is_left_out(self):
+        self.expect_fault(lines_of(NAMES), lines_of(NEEDS), "exported, but not in", "--without", "NP_")
 
     def test_names_out_of_order(self):
         self.expect_fault(lines_of(NAMES)[::-1], lines_of(NEEDS), "not sorted")

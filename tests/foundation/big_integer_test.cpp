@@ -241,6 +241,9 @@ TEST(big_integer_test, WhatWasMovedAwayIsZero) {
     original = std::move(other);
     EXPECT_EQ(shown(original), "-1 FD");
     EXPECT_EQ(shown(other), "0 ");  // NOLINT(bugprone-use-after-move)
+    MiBigInteger& self = original;
+    original = std::move(self);
+    EXPECT_EQ(shown(original), "-1 FD");
 }
 
 TEST(big_integer_test, GetInt32CutsWithoutAWord) {

@@ -146,6 +146,9 @@ TEST(bit_set_test, WhatWasMovedAwayIsEmpty) {
     original = std::move(other);
     EXPECT_EQ(textOf(original), "10");
     EXPECT_EQ(shown(other), "0: ");  // NOLINT(bugprone-use-after-move)
+    MiBitSet& self = original;
+    original = std::move(self);
+    EXPECT_EQ(textOf(original), "10");
 }
 
 TEST(bit_set_test, EqualityIsOfCountAndBytes) {

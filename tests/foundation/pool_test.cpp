@@ -174,6 +174,15 @@ TEST(pool_test, AThreadWithoutListsGivesItsBlocksToTheSystem) {
     EXPECT_EQ(PoolIsOn() ? 2 : 1, runs);
 }
 
+TEST(pool_test, AFreshThreadKeepsNothing) {
+    PoolGive(PoolTake(100), 100);
+    std::thread([] {
+        EXPECT_EQ(0U, PoolKept());
+        PoolTrim();
+        EXPECT_EQ(0U, PoolKept());
+    }).join();
+}
+
 TEST(pool_test, BlocksMayBeGivenBackOnAnotherThread) {
     std::vector<std::unique_ptr<MiByte>> objects;
     for (unsigned int i = 1; i < 500; ++i)

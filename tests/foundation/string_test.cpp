@@ -13,6 +13,11 @@
 #include "tests/support/failing_heap.h"
 #include "tests/support/vtable.h"
 
+#if defined(__linux__)
+#include <sys/mman.h>
+#include <unistd.h>
+#endif
+
 namespace {
 
 using Peek = Fields<MiString>;
@@ -191,6 +196,9 @@ TEST(string_test, CompareToIgnoreCaseComparesUpperCase) {
     EXPECT_EQ(-1, MiString("\xE4").CompareToIgnoreCase("\xE5"));
     EXPECT_EQ(1, MiString("\xE4").CompareToIgnoreCase("\xC4")) << "A to Z alone";
     EXPECT_EQ(1, MiString("aa").CompareToIgnoreCase("Z"));
+    EXPECT_EQ(-1, MiString("`").CompareToIgnoreCase("{")) << "below a and above z";
+    EXPECT_EQ(1, MiString("{").CompareToIgnoreCase("z"));
+    EXPECT_FALSE(MiString("{").EqualsIgnoreCase("["));
     EXPECT_EQ(0, MiString().CompareToIgnoreCase(kNull));
     EXPECT_EQ(1, MiString("a").CompareToIgnoreCase(kNull));
     EXPECT_EQ(-1, MiString().CompareToIgnoreCase(MiString("a")));
@@ -485,5 +493,51 @@ TEST(string_test, ExhaustedMemoryChangesNothing) {
     survives([&](MiString& value) { value.SetLength(30000, 'c'); });
     survives([&](MiString& value) { value.Reset(&source); });
 }
+
+#if defined(__linux__)
+// A text of 2^32 characters, which are the same 4 MB over and over.
+class HugeText {
+  public:
+    HugeText() {
+        file_ = memfd_create("text", 0);
+        EXPECT_EQ(0, ftruncate(file_, kPiece));
+        void* const start =
+            mmap(nullptr, kLength + kPiece, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+        text_ = static_cast<char*>(start);
+        void* const piece = mmap(text_, kPiece, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, file_, 0);
+        EXPECT_EQ(start, piece);
+        std::memset(piece, 'a', kPiece);
+        // What is left behind them is zero.
+        for (std::size_t at = kPiece; at < kLength; at += kPiece)
+            EXPECT_NE(MAP_FAILED, mmap(text_ + at, kPiece, PROT_READ, MAP_SHARED | MAP_FIXED, file_, 0));
+    }
+    ~HugeText() {
+        munmap(text_, kLength + kPiece);
+        close(file_);
+    }
+    HugeText(const HugeText&) = delete;
+    HugeText& operator=(const HugeText&) = delete;
+
+    // The last n characters.
+    [[nodiscard]] const char* last(std::size_t n) const { return text_ + kLength - n; }
+
+    static constexpr std::size_t kPiece = std::size_t{4} << 20;
+    static constexpr std::size_t kLength = std::size_t{1} << 32;
+
+  private:
+    int file_;
+    char* text_;
+};
+
+TEST(string_test, ALengthBeyond32BitsIsAMemoryFailure) {
+    const HugeText text;
+    EXPECT_EQ(UINT32_MAX, MiString::StringSize(text.last(UINT32_MAX)));
+    EXPECT_THROW(MiString::StringSize(text.last(HugeText::kLength)), std::bad_alloc);
+    EXPECT_THROW(MiString(text.last(HugeText::kLength)), std::bad_alloc);
+    MiString value("b");
+    EXPECT_THROW(value.Concat(text.last(UINT32_MAX)), std::bad_alloc);
+    expectContent("b", value);
+}
+#endif
 
 }  // namespace

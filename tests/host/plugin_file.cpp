@@ -13,11 +13,14 @@ namespace {
 
 #if defined(_WIN32)
 
-void* loadFile(const std::string& path) {
-    HMODULE const module = LoadLibraryA(path.c_str());
+void* loaded(const std::string& name, HMODULE module) {
     if (module == nullptr)
-        throw std::runtime_error(path + ": LoadLibrary fails with " + std::to_string(GetLastError()));
+        throw std::runtime_error(name + ": LoadLibrary fails with " + std::to_string(GetLastError()));
     return reinterpret_cast<void*>(module);
+}
+
+void* loadFile(const std::string& path) {
+    return loaded(path, LoadLibraryA(path.c_str()));
 }
 
 template <class Function>
@@ -52,16 +55,25 @@ void demand(NPError error, const char* what) {
         throw std::runtime_error(std::string(what) + " gives " + std::to_string(error));
 }
 
-}  // namespace
-
-EntryPoints loadPluginFile(const std::string& path) {
-    void* const file = loadFile(path);
+EntryPoints entryPointsOf(void* file) {
     EntryPoints entries;
     find(file, "NP_GetEntryPoints", entries.getEntryPoints);
     find(file, "NP_Initialize", entries.initialize);
     find(file, "NP_Shutdown", entries.shutdown);
     return entries;
 }
+
+}  // namespace
+
+EntryPoints loadPluginFile(const std::string& path) {
+    return entryPointsOf(loadFile(path));
+}
+
+#if defined(_WIN32)
+EntryPoints loadPluginFile(const std::wstring& path) {
+    return entryPointsOf(loaded("the plug-in", LoadLibraryW(path.c_str())));
+}
+#endif
 
 NPPluginFuncs start(const EntryPoints& entries, Browser& browser) {
     NPPluginFuncs plugin = {};

@@ -27,6 +27,10 @@ struct EntryPoints {
 // loadPluginFile loads the file for the rest of the process and finds its entry points. Throws std::runtime_error with
 // the loader's words.
 EntryPoints loadPluginFile(const std::string& path);
+#if defined(_WIN32)
+// The same with a name of any letters.
+EntryPoints loadPluginFile(const std::wstring& path);
+#endif
 
 // start calls NP_Initialize and NP_GetEntryPoints in the order of the platform's browsers and gives the operations.
 // Throws std::runtime_error when one of them fails.

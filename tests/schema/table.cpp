@@ -93,6 +93,11 @@ Value sampleOf() {
     return value;
 }
 
+template <class T>
+void assignTo(AsnObject& to, const AsnObject& from) {
+    static_cast<T&>(to) = static_cast<const T&>(from);
+}
+
 constexpr Mode mode_untagged = Mode::untagged;
 constexpr Mode mode_implicit = Mode::implicit_;
 constexpr Mode mode_explicit = Mode::explicit_;
@@ -101,7 +106,7 @@ constexpr Role role_optional = Role::optional;
 constexpr Role role_default = Role::default_;
 
 // clang-format off
-#define TYPE(CLASS, BASE) all.push_back({#CLASS, &typeid(CLASS), Base::BASE, emptyOf<CLASS>, {}});
+#define TYPE(CLASS, BASE) all.push_back({#CLASS, &typeid(CLASS), Base::BASE, emptyOf<CLASS>, assignTo<CLASS>, {}});
 #define MEMBER(CLASS, NAME, ACCESSOR, VALUE, MODE, NUMBER, ROLE, FLAG)                                              \
     all.back().members.push_back({#NAME, &typeid(VALUE), mode_##MODE, NUMBER, role_##ROLE, Flag::FLAG,              \
         emptyOf<VALUE>, sampleOf<VALUE>,                                                                            \
@@ -110,7 +115,7 @@ constexpr Role role_default = Role::default_;
         },                                                                                                          \
         [](const AsnObject& of) -> const AsnObject* { return static_cast<const CLASS&>(of).Get##ACCESSOR(); }});
 #define WRAPPER(CLASS, NUMBER, VALUE)                                                                               \
-    all.push_back({#CLASS, &typeid(CLASS), Base::Wrapper, emptyOf<CLASS>, {}});                                     \
+    all.push_back({#CLASS, &typeid(CLASS), Base::Wrapper, emptyOf<CLASS>, assignTo<CLASS>, {}});                    \
     all.back().members.push_back({"", &typeid(VALUE), Mode::explicit_, NUMBER, Role::mandatory, Flag::plain,        \
         emptyOf<VALUE>, sampleOf<VALUE>,                                                                            \
         [](AsnObject& of, const AsnObject& value) {                                                                 \

@@ -43,6 +43,7 @@ struct Type {
     const std::type_info* type;
     Base base;
     Value (*make)();
+    void (*assign)(AsnObject& to, const AsnObject& from);  // both of the type
     std::vector<Member> members;
 };
 

@@ -276,6 +276,24 @@ TEST(TablesTest, ACloneIsTheSame) {
     forEachType(aCloneIsTheSame);
 }
 
+void anAssignedValueIsTheSame(const Type& type) {
+    const Value source = table::makeFilled(type);
+    const std::string encoding = table::toHex(*source);
+    const Value value = table::makeFilled(type, 1);
+    type.assign(*value, *source);
+    EXPECT_TRUE(value->Equals(source.get()));
+    EXPECT_EQ(table::toHex(*value), encoding);
+    source->Reset(nullptr);
+    EXPECT_EQ(table::toHex(*value), encoding) << "the copy is deep";
+    type.assign(*value, *value);
+    EXPECT_EQ(table::toHex(*value), encoding);
+    type.assign(*value, *table::make(type));
+    EXPECT_TRUE(value->Equals(table::make(type).get()));
+}
+TEST(TablesTest, AnAssignedValueIsTheSame) {
+    forEachType(anAssignedValueIsTheSame);
+}
+
 void resetKeepsTheMembersAndEmptiesThem(const Type& type) {
     const Value value = table::makeFilled(type);
     const AsnObject* first = table::memberAt(*value, type, 0);

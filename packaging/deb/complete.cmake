@@ -1,0 +1,67 @@
+# What Debian asks for beyond installed files, done to each package's tree before CPack packs it: stripped programs,
+# compressed manual pages and change logs, the licence under its own name, and Depends from the libraries that programs
+# need. (CPack's own way to the latter adds scripts that call ldconfig, where Debian has a trigger.)
+set(top "${CMAKE_CURRENT_LIST_DIR}/../..")
+
+function(vt_run)
+  execute_process(COMMAND ${ARGN} OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
+  set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+function(vt_compress source target)
+  configure_file("${source}" "${target}" COPYONLY FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+  vt_run(gzip -9nf "${target}")
+endfunction()
+
+function(vt_add_documents tree package)
+  set(documents "${tree}/usr/share/doc/${package}")
+  if(EXISTS "${tree}/usr/share/doc/vemtrel_certenroll")
+    file(RENAME "${tree}/usr/share/doc/vemtrel_certenroll" "${documents}")
+    file(REMOVE "${documents}/LICENSE" "${documents}/CHANGELOG.md")
+  endif()
+  configure_file("${top}/packaging/deb/copyright" "${documents}/copyright" COPYONLY
+    FILE_PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+  vt_compress("${top}/packaging/deb/changelog" "${documents}/changelog.Debian")
+  vt_compress("${top}/CHANGELOG.md" "${documents}/changelog")
+  file(GLOB pages "${tree}/usr/share/man/man?/*")
+  foreach(page IN LISTS pages)
+    vt_run(gzip -9nf "${page}")
+  endforeach()
+endfunction()
+
+# The programs and shared libraries of a tree, without links to them.
+function(vt_programs tree result)
+  file(GLOB programs "${tree}/usr/bin/*" "${tree}/usr/lib/mozilla/plugins/*.so" "${tree}/usr/lib/*/lib*.so.*")
+  foreach(program IN LISTS programs)
+    if(IS_SYMLINK "${program}")
+      list(REMOVE_ITEM programs "${program}")
+    endif()
+  endforeach()
+  set(${result} "${programs}" PARENT_SCOPE)
+endfunction()
+
+# The packages whose libraries programs need: "libc6 (>= 2.34), libstdc++6 (>= 11)".
+function(vt_library_packages programs result)
+  file(WRITE "${CPACK_TEMPORARY_DIRECTORY}/debian/control" "")
+  vt_run("${CMAKE_COMMAND}" -E chdir "${CPACK_TEMPORARY_DIRECTORY}" dpkg-shlibdeps --warnings=0 -O ${programs})
+  string(REGEX REPLACE "^shlibs:Depends=|\n" "" packages "${output}")
+  # The packed form of relocations is no symbol, by which dpkg-shlibdeps would know that it came with this version.
+  vt_run(readelf -V ${programs})
+  if(output MATCHES "GLIBC_ABI_DT_RELR")
+    string(REGEX REPLACE "libc6 \\([^)]*\\)" "libc6 (>= 2.36)" packages "${packages}")
+  endif()
+  set(${result} "${packages}" PARENT_SCOPE)
+endfunction()
+
+foreach(part plugin library headers tools)
+  string(TOUPPER "CPACK_DEBIAN_${part}_PACKAGE" package)
+  set(tree "${CPACK_TEMPORARY_DIRECTORY}/${part}")
+  vt_add_documents("${tree}" "${${package}_NAME}")
+  vt_programs("${tree}" programs)
+  if(programs)
+    vt_run(strip --strip-unneeded --remove-section=.comment ${programs})
+    vt_library_packages("${programs}" needed)
+    list(PREPEND ${package}_DEPENDS "${needed}")
+    list(JOIN ${package}_DEPENDS ", " ${package}_DEPENDS)
+  endif()
+endforeach()
