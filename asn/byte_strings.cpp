@@ -22,27 +22,6 @@ AsnIA5String::AsnIA5String() {
     asnTag.tagNumber = 22;
 }
 
-AsnIA5String::AsnIA5String(const AsnIA5String& other) = default;
-
-AsnIA5String::~AsnIA5String() = default;
-
-AsnIA5String& AsnIA5String::operator=(const AsnIA5String& other) {
-    if (this == &other)
-        return *this;
-    SetAsnBaseData(&other);
-    data = other.data;
-    return *this;
-}
-
-bool AsnIA5String::EqualsContent(const AsnObject* other) const {
-    const auto* that = dynamic_cast<const AsnIA5String*>(other);
-    return that != nullptr && data == that->data;
-}
-
-void AsnIA5String::Reset(const AsnObject* other) {
-    data.Reset(other == nullptr ? nullptr : &static_cast<const AsnIA5String*>(other)->data);
-}
-
 void AsnIA5String::SetData(const MiByte& value) {
     data = value;
 }
@@ -63,31 +42,11 @@ bool AsnIA5String::TestData(const char* /*p*/, unsigned int /*offset*/, unsigned
     return true;
 }
 
+VT_ASN_DATUM(AsnIA5String)
 VT_ASN_DISPATCH(AsnIA5String)
 
 AsnTeletexString::AsnTeletexString() {
     asnTag.tagNumber = 20;
-}
-
-AsnTeletexString::AsnTeletexString(const AsnTeletexString& other) = default;
-
-AsnTeletexString::~AsnTeletexString() = default;
-
-AsnTeletexString& AsnTeletexString::operator=(const AsnTeletexString& other) {
-    if (this == &other)
-        return *this;
-    SetAsnBaseData(&other);
-    data = other.data;
-    return *this;
-}
-
-bool AsnTeletexString::EqualsContent(const AsnObject* other) const {
-    const auto* that = dynamic_cast<const AsnTeletexString*>(other);
-    return that != nullptr && data == that->data;
-}
-
-void AsnTeletexString::Reset(const AsnObject* other) {
-    data.Reset(other == nullptr ? nullptr : &static_cast<const AsnTeletexString*>(other)->data);
 }
 
 void AsnTeletexString::SetData(const MiByte& value) {
@@ -110,4 +69,5 @@ bool AsnTeletexString::TestData(const char* /*p*/, unsigned int /*offset*/, unsi
     return true;
 }
 
+VT_ASN_DATUM(AsnTeletexString)
 VT_ASN_DISPATCH(AsnTeletexString)

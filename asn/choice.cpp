@@ -1,12 +1,31 @@
 #include "asn/choice.h"
 
 #include <algorithm>
+#include <memory>
+#include <utility>
 
 #include "asn/decode.h"
 #include "asn/encode.h"
 #include "asn/members.h"
 #include "asn/ostream.h"
 #include "foundation/exceptions.h"
+
+namespace {
+
+// The alternatives of a choice, cloned, and the clone of the selected one.
+struct Clones {
+    Clones(const AsnList* from, const AsnObject* selectedFrom) : elements(AsnMembers::Clones(from)) {
+        if (selectedFrom == nullptr)
+            return;
+        const auto position = std::find(from->begin(), from->end(), selectedFrom) - from->begin();
+        selected = (*elements)[static_cast<unsigned int>(position)];
+    }
+
+    std::unique_ptr<AsnList> elements;
+    AsnObject* selected = nullptr;
+};
+
+}  // namespace
 
 AsnChoice::AsnChoice() = default;
 
@@ -21,19 +40,18 @@ AsnChoice::~AsnChoice() {
 AsnChoice& AsnChoice::operator=(const AsnChoice& other) {
     if (this == &other)
         return *this;
+    Clones clones(other.elements, other.selected);
     SetAsnBaseData(&other);
-    copyAlternatives(other);
+    delete std::exchange(elements, clones.elements.release());
+    selected = clones.selected;
     return *this;
 }
 
-// other may lie inside one of the old alternatives, so its selection is looked for before those go.
+// other may lie inside one of the old alternatives, so those go last.
 void AsnChoice::copyAlternatives(const AsnChoice& other) {
-    const bool selects = other.selected != nullptr;
-    const auto position =
-        selects ? std::find(other.elements->begin(), other.elements->end(), other.selected) - other.elements->begin()
-                : 0;
-    AsnMembers::Copy(elements, other.elements);
-    selected = selects ? (*elements)[static_cast<unsigned int>(position)] : nullptr;
+    Clones clones(other.elements, other.selected);
+    delete std::exchange(elements, clones.elements.release());
+    selected = clones.selected;
 }
 
 void AsnChoice::Reset(const AsnObject* other) {

@@ -1,5 +1,7 @@
 #include "asn/container.h"
 
+#include <memory>
+
 #include "asn/decode.h"
 #include "asn/encode.h"
 #include "asn/ostream.h"
@@ -24,8 +26,9 @@ AsnContainer::~AsnContainer() {
 AsnContainer& AsnContainer::operator=(const AsnContainer& other) {
     if (this == &other)
         return *this;
+    std::unique_ptr<AsnObject> clone(cloneOf(other.data));
     SetAsnBaseData(&other);
-    replace(cloneOf(other.data));
+    replace(clone.release());
     return *this;
 }
 

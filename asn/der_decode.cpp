@@ -7,6 +7,7 @@
 
 #include "asn/bit_string.h"
 #include "asn/boolean.h"
+#include "asn/byte_cache.h"
 #include "asn/byte_strings.h"
 #include "asn/choice.h"
 #include "asn/container.h"
@@ -22,6 +23,9 @@
 #include "foundation/exceptions.h"
 
 namespace {
+
+using AsnByteCache::KeepContent;
+using AsnByteCache::KeepElement;
 
 // A number of bytes as a result.
 unsigned int count(std::uint64_t bytes) {
@@ -137,14 +141,6 @@ void markAbsent(AsnObject& member) {
     member.SetAsnPresent(false);
 }
 
-// Keeps the content unparsed, if the value is in that mode.
-bool keptContent(AsnObject& value, const MiByte& in, unsigned int offset, unsigned int length) {
-    if (value.GetAsnByteType() != AsnObject::ASN_CONTENT_BYTE)
-        return false;
-    value.SetAsnContentByte(in.GetChars(), offset, length);
-    return true;
-}
-
 template <class Composite>
 void handDownByteType(Composite& value) {
     if (value.GetComponentByteType() == AsnObject::ASN_NO_BYTE)
@@ -163,24 +159,29 @@ void converting(Setter set) {
     }
 }
 
-template <class String>
-unsigned int stringContent(String& value, const MiByte& in, unsigned int offset, unsigned int length) {
+template <class Setter>
+unsigned int stringContent(AsnObject& value, const MiByte& in, unsigned int offset, unsigned int length, Setter set) {
     requireInput(in);
     if (length == 0) {
         value.Reset(nullptr);
         return 0;
     }
     requireWithin(in, offset, length);
-    // Positions count from the start of the input: some strings walk from offset to length in it.
-    if (!keptContent(value, in, offset, length))
-        converting([&] { value.SetData(in.GetChars(), offset, length); });
+    if (!KeepContent(value, in, offset, length))
+        converting(set);
     return length;
+}
+
+template <class String>
+unsigned int stringContent(String& value, const MiByte& in, unsigned int offset, unsigned int length) {
+    // Positions count from the start of the input: some strings walk from offset to length in it.
+    return stringContent(value, in, offset, length, [&] { value.SetData(in.GetChars(), offset, length); });
 }
 
 template <class Time>
 unsigned int timeContent(Time& value, const MiByte& in, unsigned int offset, unsigned int length) {
     requireSome(in, offset, length);
-    if (!keptContent(value, in, offset, length))
+    if (!KeepContent(value, in, offset, length))
         converting([&] { value.SetTimeBytes(in.GetChars(), offset, length); });
     return length;
 }
@@ -324,7 +325,7 @@ class FreshDecode final : public AsnDecode {
     VT_DECODE(AsnChoice) {
         requireInput(in);
         requireWithin(in, offset, length);
-        if (keptContent(value, in, offset, length))
+        if (KeepContent(value, in, offset, length))
             return length;
         AsnObject* alternative = alternativeOf(value, value.GetAsnTag());
         if (alternative == nullptr)
@@ -389,15 +390,7 @@ class FreshDecode final : public AsnDecode {
         return stringContent(value, in, offset, length);
     }
     VT_DECODE(AsnUTF8String) {
-        requireInput(in);
-        if (length == 0) {
-            value.Reset(nullptr);
-            return 0;
-        }
-        requireWithin(in, offset, length);
-        if (!keptContent(value, in, offset, length))
-            converting([&] { setUtf8(value, in, offset, length); });
-        return length;
+        return stringContent(value, in, offset, length, [&] { setUtf8(value, in, offset, length); });
     }
     VT_DECODE(AsnUniversalString) {
         return stringContent(value, in, offset, length);
@@ -417,14 +410,14 @@ class FreshDecode final : public AsnDecode {
 
     VT_DECODE(AsnOid) {
         requireSome(in, offset, length);
-        if (!keptContent(value, in, offset, length))
+        if (!KeepContent(value, in, offset, length))
             setOid(value, in, offset, length);
         return length;
     }
 
     VT_DECODE(AsnEnumerated) {
         requireSome(in, offset, length);
-        if (keptContent(value, in, offset, length))
+        if (KeepContent(value, in, offset, length))
             return length;
         MiBigInteger number;
         number.SetData(in.GetChars(), offset, length);
@@ -434,7 +427,7 @@ class FreshDecode final : public AsnDecode {
 
     VT_DECODE(AsnBitString) {
         requireSome(in, offset, length);
-        if (keptContent(value, in, offset, length))
+        if (KeepContent(value, in, offset, length))
             return length;
         const std::uint64_t unused = byteAt(in, offset);
         const std::uint64_t bits = (std::uint64_t{length} - 1) * 8;
@@ -446,7 +439,7 @@ class FreshDecode final : public AsnDecode {
 
     VT_DECODE(AsnInteger) {
         requireSome(in, offset, length);
-        if (!keptContent(value, in, offset, length))
+        if (!KeepContent(value, in, offset, length))
             value.SetData(in.GetChars(), offset, length);
         return length;
     }
@@ -458,7 +451,7 @@ class FreshDecode final : public AsnDecode {
     // Any byte but zero is true. One byte is reported, however many there are.
     VT_DECODE(AsnBoolean) {
         requireSome(in, offset, length);
-        if (keptContent(value, in, offset, length))
+        if (KeepContent(value, in, offset, length))
             return length;
         value.SetData(byteAt(in, offset) != 0);
         return 1;
@@ -476,7 +469,7 @@ class FreshDecode final : public AsnDecode {
     unsigned int DecodeContent(AsnNull& value, const MiByte& in, unsigned int offset, unsigned int length) override {
         requireInput(in);
         requireWithin(in, offset, length);
-        if (keptContent(value, in, offset, length))
+        if (KeepContent(value, in, offset, length))
             return length;
         if (length != 0)
             throw MiInvalidArgumentExp();
@@ -492,8 +485,7 @@ class FreshDecode final : public AsnDecode {
     }
 
   private:
-    // The value takes the tag that it meets. Whole bytes are kept as far as they are there; the length is not held
-    // against the input.
+    // The value takes the tag that it meets.
     template <class Content>
     static unsigned int element(AsnObject& value, const MiByte& in, unsigned int offset, Content decodeContent) {
         AsnTag tag;
@@ -501,12 +493,9 @@ class FreshDecode final : public AsnDecode {
         value.SetAsnTag(tag);
         unsigned int length = 0;
         header += readLength(length, in, offset + header);
-        const std::uint64_t whole = std::uint64_t{header} + length;
-        if (value.GetAsnByteType() == AsnObject::ASN_WHOLE_BYTE) {
-            const unsigned int size = count(whole);
-            value.SetAsnByte(in.GetChars(), offset, std::min(size, in.GetLength() - offset));
-            return size;
-        }
+        const std::uint64_t size = std::uint64_t{header} + length;
+        if (KeepElement(value, in, offset, size))
+            return static_cast<unsigned int>(size);
         return count(std::uint64_t{header} + decodeContent(offset + header, length));
     }
 
@@ -517,7 +506,7 @@ class FreshDecode final : public AsnDecode {
             return false;  // whatever members are mandatory
         requireInput(in);
         requireWithin(in, offset, length);
-        if (keptContent(value, in, offset, length))
+        if (KeepContent(value, in, offset, length))
             return false;
         if (value.Empty())
             throw AsnDecodeExp();

@@ -6,6 +6,7 @@
 
 #include "asn/bit_string.h"
 #include "asn/boolean.h"
+#include "asn/byte_cache.h"
 #include "asn/byte_strings.h"
 #include "asn/choice.h"
 #include "asn/container.h"
@@ -22,6 +23,9 @@
 #include "foundation/exceptions.h"
 
 namespace {
+
+using AsnByteCache::WriteContent;
+using AsnByteCache::WriteElement;
 
 constexpr unsigned int kConstructed = 0x20;
 constexpr unsigned int kHighTagNumber = 0x1F;
@@ -119,27 +123,9 @@ unsigned int element(AsnDerEncode& encoder, const T& value, const AsnTag& tag, M
     return writtenSince(out, offset);
 }
 
-// Step one of every element: what the cache holds instead, if the value is in that mode.
-bool wholeFromCache(const AsnObject& value, MiByteBuffer& out, unsigned int offset) {
-    out.SetLength(offset);
-    if (value.GetAsnByteType() != AsnObject::ASN_WHOLE_BYTE)
-        return false;
-    out.Append(value.GetAsnByte());
-    return true;
-}
-
-// The same of every content.
-bool contentFromCache(const AsnObject& value, MiByteBuffer& out, unsigned int offset) {
-    out.SetLength(offset);
-    if (value.GetAsnByteType() != AsnObject::ASN_CONTENT_BYTE)
-        return false;
-    out.Append(value.GetAsnContentByte());
-    return true;
-}
-
 template <class T>
 unsigned int elementOrCache(AsnDerEncode& encoder, const T& value, MiByteBuffer& out, unsigned int offset) {
-    if (wholeFromCache(value, out, offset))
+    if (WriteElement(value, out, offset))
         return writtenSince(out, offset);
     return element(encoder, value, value.GetAsnTag(), out, offset);
 }
@@ -147,7 +133,7 @@ unsigned int elementOrCache(AsnDerEncode& encoder, const T& value, MiByteBuffer&
 // Stored bytes or text, as they are.
 template <class Stored>
 unsigned int storedContent(const AsnObject& value, const Stored& stored, MiByteBuffer& out, unsigned int offset) {
-    if (!contentFromCache(value, out, offset))
+    if (!WriteContent(value, out, offset))
         out.Append(static_cast<const char*>(stored.GetChars()), stored.GetLength());
     return writtenSince(out, offset);
 }
@@ -306,7 +292,7 @@ VT_ENCODE(AsnBoolean)
 
 // The tag written is that of the selection; one that a schema puts on the choice itself has no effect.
 unsigned int AsnDerEncode::Encode(const AsnChoice& value, MiByteBuffer& out, unsigned int offset) {
-    if (wholeFromCache(value, out, offset))
+    if (WriteElement(value, out, offset))
         return writtenSince(out, offset);
     if (value.Get() == nullptr)
         throw AsnEncodeExp();
@@ -315,7 +301,7 @@ unsigned int AsnDerEncode::Encode(const AsnChoice& value, MiByteBuffer& out, uns
 
 // Without a content step, so that cached content has no effect here.
 unsigned int AsnDerEncode::Encode(const AsnNull& value, MiByteBuffer& out, unsigned int offset) {
-    if (wholeFromCache(value, out, offset))
+    if (WriteElement(value, out, offset))
         return writtenSince(out, offset);
     const unsigned int identifier = putIdentifier(value.GetAsnTag(), out);
     out.Append(static_cast<unsigned char>(0));
@@ -323,7 +309,7 @@ unsigned int AsnDerEncode::Encode(const AsnNull& value, MiByteBuffer& out, unsig
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnContainer& value, MiByteBuffer& out, unsigned int offset) {
-    if (contentFromCache(value, out, offset))
+    if (WriteContent(value, out, offset))
         return writtenSince(out, offset);
     if (value.GetData() == nullptr)
         throw AsnDataExp();
@@ -331,7 +317,7 @@ unsigned int AsnDerEncode::EncodeContent(const AsnContainer& value, MiByteBuffer
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnChoice& value, MiByteBuffer& out, unsigned int offset) {
-    if (contentFromCache(value, out, offset))
+    if (WriteContent(value, out, offset))
         return writtenSince(out, offset);
     if (value.Get() == nullptr)
         throw AsnEncodeExp();
@@ -339,7 +325,7 @@ unsigned int AsnDerEncode::EncodeContent(const AsnChoice& value, MiByteBuffer& o
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnSet& value, MiByteBuffer& out, unsigned int offset) {
-    if (contentFromCache(value, out, offset))
+    if (WriteContent(value, out, offset))
         return writtenSince(out, offset);
     std::vector<const AsnObject*> members(value.Size());
     for (unsigned int i = 0; i < value.Size(); ++i)
@@ -352,7 +338,7 @@ unsigned int AsnDerEncode::EncodeContent(const AsnSet& value, MiByteBuffer& out,
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnSequence& value, MiByteBuffer& out, unsigned int offset) {
-    if (contentFromCache(value, out, offset))
+    if (WriteContent(value, out, offset))
         return writtenSince(out, offset);
     unsigned int written = 0;
     for (unsigned int i = 0; i < value.Size(); ++i)
@@ -377,7 +363,7 @@ unsigned int AsnDerEncode::EncodeContent(const AsnNumericString& value, MiByteBu
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnUTF8String& value, MiByteBuffer& out, unsigned int offset) {
-    if (contentFromCache(value, out, offset))
+    if (WriteContent(value, out, offset))
         return writtenSince(out, offset);
     Collector octets(out);
     for (unsigned int i = 0; i < value.GetDataLength(); ++i)
@@ -387,7 +373,7 @@ unsigned int AsnDerEncode::EncodeContent(const AsnUTF8String& value, MiByteBuffe
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnUniversalString& value, MiByteBuffer& out, unsigned int offset) {
-    if (contentFromCache(value, out, offset))
+    if (WriteContent(value, out, offset))
         return writtenSince(out, offset);
     static_assert(sizeof(AsnQuadruple) == 4);
     out.Append(reinterpret_cast<const char*>(value.GetData()), value.GetDataLength() * 4);
@@ -399,7 +385,7 @@ unsigned int AsnDerEncode::EncodeContent(const AsnIA5String& value, MiByteBuffer
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnBMPString& value, MiByteBuffer& out, unsigned int offset) {
-    if (contentFromCache(value, out, offset))
+    if (WriteContent(value, out, offset))
         return writtenSince(out, offset);
     Collector octets(out);
     for (unsigned int i = 0; i < value.GetDataLength(); ++i) {
@@ -411,7 +397,7 @@ unsigned int AsnDerEncode::EncodeContent(const AsnBMPString& value, MiByteBuffer
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnNull& value, MiByteBuffer& out, unsigned int offset) {
-    (void)contentFromCache(value, out, offset);
+    (void)WriteContent(value, out, offset);
     return writtenSince(out, offset);
 }
 
@@ -424,20 +410,20 @@ unsigned int AsnDerEncode::EncodeContent(const AsnGeneralizedTime& value, MiByte
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnOid& value, MiByteBuffer& out, unsigned int offset) {
-    if (contentFromCache(value, out, offset))
+    if (WriteContent(value, out, offset))
         return writtenSince(out, offset);
     putOid(value.GetData().GetChars(), value.GetData().GetLength(), out);
     return writtenSince(out, offset);
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnEnumerated& value, MiByteBuffer& out, unsigned int offset) {
-    if (!contentFromCache(value, out, offset))
+    if (!WriteContent(value, out, offset))
         putInt32(value.GetData(), out);
     return writtenSince(out, offset);
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnBitString& value, MiByteBuffer& out, unsigned int offset) {
-    if (contentFromCache(value, out, offset))
+    if (WriteContent(value, out, offset))
         return writtenSince(out, offset);
     const MiBitSet& bits = value.GetData();
     out.Append(static_cast<unsigned char>((8 - bits.GetBitLength() % 8) % 8));
@@ -446,7 +432,7 @@ unsigned int AsnDerEncode::EncodeContent(const AsnBitString& value, MiByteBuffer
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnInteger& value, MiByteBuffer& out, unsigned int offset) {
-    if (contentFromCache(value, out, offset))
+    if (WriteContent(value, out, offset))
         return writtenSince(out, offset);
     if (value.GetBigInteger().GetSign() == 0)
         out.Append(static_cast<unsigned char>(0));
@@ -460,7 +446,7 @@ unsigned int AsnDerEncode::EncodeContent(const AsnOctetString& value, MiByteBuff
 }
 
 unsigned int AsnDerEncode::EncodeContent(const AsnBoolean& value, MiByteBuffer& out, unsigned int offset) {
-    if (!contentFromCache(value, out, offset))
+    if (!WriteContent(value, out, offset))
         out.Append(static_cast<unsigned char>(value.GetData() ? 0xFF : 0x00));
     return writtenSince(out, offset);
 }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <vector>
 
+#include "asn/byte_cache.h"
 #include "asn/decode.h"
 #include "asn/encode.h"
 #include "foundation/byte_buffer.h"
@@ -14,15 +15,6 @@
 namespace AsnListCodec {
 
 namespace {
-
-// In ASN_CONTENT_BYTE mode, the cached content at offset.
-bool encodeCachedContent(const AsnObject& list, MiByteBuffer& out, unsigned int offset) {
-    out.SetLength(offset);
-    if (list.GetAsnByteType() != AsnObject::ASN_CONTENT_BYTE)
-        return false;
-    out.Append(list.GetAsnContentByte());
-    return true;
-}
 
 // Where the encoding of an item stands in the buffer.
 struct Piece {
@@ -53,11 +45,8 @@ AsnObject* At(const AsnList& items, unsigned int index) {
 }
 
 unsigned int Encode(const AsnObject& list, AsnEncode& enc, MiByteBuffer& out, unsigned int offset) {
-    out.SetLength(offset);
-    if (list.GetAsnByteType() == AsnObject::ASN_WHOLE_BYTE) {
-        out.Append(list.GetAsnByte());
+    if (AsnByteCache::WriteElement(list, out, offset))
         return out.GetLength() - offset;
-    }
     // The content leaves one octet free for the length, which most lists need no more than.
     const unsigned int at = offset + enc.EncodeTag(list.GetAsnTag(), out, offset);
     const MiByte length = enc.EncodeLength(list.EncodeContent(enc, out, at + 1));
@@ -68,7 +57,7 @@ unsigned int Encode(const AsnObject& list, AsnEncode& enc, MiByteBuffer& out, un
 
 unsigned int EncodeInOrder(const AsnObject& list, const AsnList& items, AsnEncode& enc, MiByteBuffer& out,
                            unsigned int offset) {
-    if (!encodeCachedContent(list, out, offset))
+    if (!AsnByteCache::WriteContent(list, out, offset))
         for (const AsnObject* item : items)
             encodeItem(*item, enc, out);
     return out.GetLength() - offset;
@@ -99,15 +88,10 @@ unsigned int Decode(AsnObject& list, AsnDecode& dec, const MiByte& in, unsigned 
     unsigned int length = 0;
     unsigned int header = dec.DecodeTag(tag, in, offset);
     header += dec.DecodeLength(length, in, offset + header);
-    if (list.GetAsnByteType() != AsnObject::ASN_WHOLE_BYTE)
-        return header + list.DecodeContent(dec, in, offset + header, length);
     const std::uint64_t size = std::uint64_t{header} + length;
-    if (size > UINT32_MAX)
-        throw MiOutOfRangeExp();
-    // The length is not held against the input, and what is there of the element is kept.
-    const std::uint64_t kept = std::min<std::uint64_t>(size, in.GetLength() - offset);
-    list.SetAsnByte(in.GetChars(), offset, static_cast<unsigned int>(kept));
-    return static_cast<unsigned int>(size);
+    if (AsnByteCache::KeepElement(list, in, offset, size))
+        return static_cast<unsigned int>(size);
+    return header + list.DecodeContent(dec, in, offset + header, length);
 }
 
 unsigned int DecodeContent(AsnObject& list, AsnList& items, AsnObject* (*make)(),
@@ -120,10 +104,8 @@ unsigned int DecodeContent(AsnObject& list, AsnList& items, AsnObject* (*make)()
         throw MiInvalidArgumentExp();
     if (std::uint64_t{offset} + length > in.GetLength())
         throw MiOutOfRangeExp();
-    if (list.GetAsnByteType() == AsnObject::ASN_CONTENT_BYTE) {
-        list.SetAsnContentByte(in.GetChars(), offset, length);
+    if (AsnByteCache::KeepContent(list, in, offset, length))
         return length;
-    }
     std::uint64_t consumed = 0;
     while (consumed < length) {
         std::unique_ptr<AsnObject> item(make());

@@ -114,9 +114,12 @@ void SetComplete(const AsnList* elements, const char* name, const AsnObject* val
     take(member, value);
 }
 
+std::unique_ptr<AsnList> Clones(const AsnList* from) {
+    return from == nullptr || from->Size() == 0 ? nullptr : std::make_unique<AsnList>(*from);
+}
+
 void Copy(AsnList*& to, const AsnList* from) {
-    AsnList* copy = from == nullptr || from->Size() == 0 ? nullptr : new AsnList(*from);
-    delete std::exchange(to, copy);
+    delete std::exchange(to, Clones(from).release());
 }
 
 bool EqualContents(const AsnList* a, const AsnList* b) {

@@ -3,6 +3,8 @@
 #ifndef VT_ASN_MEMBERS_H
 #define VT_ASN_MEMBERS_H
 
+#include <memory>
+
 #include "asn/list.h"
 
 class AsnObject;
@@ -29,7 +31,8 @@ void Set(const AsnList* elements, const char* name, const AsnObject* value);
 // The same, and before that it takes name, tag, role and flags.
 void SetComplete(const AsnList* elements, const char* name, const AsnObject* value);
 
-// Clones of all members in place of those in `to`; no list for no members.
+// Clones of all members; no list for no members. Copy puts them in place of those in `to`.
+std::unique_ptr<AsnList> Clones(const AsnList* from);
 void Copy(AsnList*& to, const AsnList* from);
 
 bool EqualContents(const AsnList* a, const AsnList* b);

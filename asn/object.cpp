@@ -1,5 +1,7 @@
 #include "asn/object.h"
 
+#include <memory>
+
 #include "asn/der_decode.h"
 #include "asn/der_encode.h"
 #include "foundation/byte_buffer.h"
@@ -69,9 +71,10 @@ void AsnObject::SetAsnBaseData(const AsnObject* other) {
         Delt();
         return;
     }
-    asnName = other->asnName;
+    std::unique_ptr<MiByte> cache(other->asnByte == nullptr ? nullptr : new MiByte(*other->asnByte));
+    asnName = other->asnName;  // the last that memory can run out in
     asnTag = other->asnTag;
-    replaceCache(other->asnByte == nullptr ? nullptr : new MiByte(*other->asnByte), other->asnByteType);
+    replaceCache(cache.release(), other->asnByteType);
     asnState = other->asnState;
     asnPresent = other->asnPresent;
     asnAnyType = other->asnAnyType;

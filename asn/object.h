@@ -130,14 +130,15 @@ class VT_API AsnObject : public MiObject {
     // Deletes the cache and leaves the mode.
     void ClearByte();
 
-    // Copies name, tag, cache (deeply), mode, role and both flags. Null clears them all.
+    // Copies name, tag, cache (deeply), mode, role and both flags, or nothing if memory runs out. Null clears them all.
     void SetAsnBaseData(const AsnObject* other);
 
     // EqualsContent, and the same name, tag (its mode too), role and present flag. MiInvalidArgumentExp for null.
     bool Equals(const AsnObject* other) const;
 
     // DER by a visitor of their own. The results are the bytes written at offset, or consumed; everything that stood
-    // in out at and behind offset is overwritten. Errors: der_encode.h, der_decode.h.
+    // in out at and behind offset is overwritten. `in` must not lie in the value, which is reset before it is read.
+    // Errors: der_encode.h, der_decode.h.
     unsigned int DerEncode(MiByteBuffer& out, unsigned int offset) const;
     unsigned int DerEncodeContent(MiByteBuffer& out, unsigned int offset) const;
     unsigned int DerDecode(const MiByte& in, unsigned int offset);

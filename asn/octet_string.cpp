@@ -1,5 +1,7 @@
 #include "asn/octet_string.h"
 
+#include <utility>
+
 #include "asn/decode.h"
 #include "asn/encode.h"
 #include "asn/ostream.h"
@@ -8,27 +10,6 @@
 
 AsnOctetString::AsnOctetString() {
     asnTag.tagNumber = 4;
-}
-
-AsnOctetString::AsnOctetString(const AsnOctetString& other) = default;
-
-AsnOctetString::~AsnOctetString() = default;
-
-AsnOctetString& AsnOctetString::operator=(const AsnOctetString& other) {
-    if (this == &other)
-        return *this;
-    SetAsnBaseData(&other);
-    data = other.data;
-    return *this;
-}
-
-bool AsnOctetString::EqualsContent(const AsnObject* other) const {
-    const auto* that = dynamic_cast<const AsnOctetString*>(other);
-    return that != nullptr && data == that->data;
-}
-
-void AsnOctetString::Reset(const AsnObject* other) {
-    data.Reset(other == nullptr ? nullptr : &static_cast<const AsnOctetString*>(other)->data);
 }
 
 void AsnOctetString::SetData(const MiByte& value) {
@@ -44,14 +25,18 @@ void AsnOctetString::SetDerObject(const AsnObject* obj) {
         throw MiInvalidArgumentExp();
     MiByteBuffer content;
     obj->DerEncodeContent(content, 0);
+    MiByte copy = content.GetByte();
     SetAsnBaseData(obj);
-    data.SetByte(content.GetChars(), content.GetLength());
+    data = std::move(copy);
 }
 
 void AsnOctetString::GetDerObject(AsnObject* obj) const {
     if (obj == nullptr)
         throw MiInvalidArgumentExp();
-    obj->DerDecodeContent(data, 0, data.GetLength());
+    // A copy, since this octet string is gone once obj is reset if it is a member of it.
+    const MiByte content = data;
+    obj->DerDecodeContent(content, 0, content.GetLength());
 }
 
+VT_ASN_DATUM(AsnOctetString)
 VT_ASN_DISPATCH(AsnOctetString)

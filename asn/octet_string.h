@@ -24,8 +24,8 @@ class VT_API AsnOctetString : public AsnObject {
     // null, and what the encoding of obj throws.
     void SetDerObject(const AsnObject* obj);
 
-    // Decodes the value as the content of obj; no tag is looked at. MiInvalidArgumentExp for null, and what the
-    // decoding throws.
+    // Decodes the value as the content of obj, which may be the very value that this is a member of; no tag is looked
+    // at. MiInvalidArgumentExp for null, and what the decoding throws.
     void GetDerObject(AsnObject* obj) const;
 
   protected:

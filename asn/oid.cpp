@@ -12,27 +12,6 @@ AsnOid::AsnOid(const char* text) : AsnOid() {
     data = text;
 }
 
-AsnOid::AsnOid(const AsnOid& other) = default;
-
-AsnOid::~AsnOid() = default;
-
-AsnOid& AsnOid::operator=(const AsnOid& other) {
-    if (this == &other)
-        return *this;
-    SetAsnBaseData(&other);
-    data = other.data;
-    return *this;
-}
-
-bool AsnOid::EqualsContent(const AsnObject* other) const {
-    const auto* that = dynamic_cast<const AsnOid*>(other);
-    return that != nullptr && data == that->data;
-}
-
-void AsnOid::Reset(const AsnObject* other) {
-    data.Reset(other == nullptr ? nullptr : &static_cast<const AsnOid*>(other)->data);
-}
-
 void AsnOid::SetData(const char* text) {
     data = text;
 }
@@ -42,4 +21,5 @@ std::basic_ostream<char>& operator<<(std::basic_ostream<char>& os, AsnOid& oid) 
     return os;
 }
 
+VT_ASN_DATUM(AsnOid)
 VT_ASN_DISPATCH(AsnOid)

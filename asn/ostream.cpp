@@ -22,20 +22,17 @@
 #include "asn/times.h"
 #include "asn/wide_strings.h"
 #include "foundation/exceptions.h"
+#include "foundation/indent.h"
 
 namespace {
 
+using foundation::WriteMargin;
 using Stream = std::basic_ostream<char>;
 
 constexpr unsigned int kMostBytes = 64;  // of an OCTET STRING
 constexpr unsigned int kMostBits = 128;  // of a BIT STRING
 // What stands in an explicit tag is moved further in than anything else.
 constexpr unsigned int kContainerLevels = 5;
-
-void indent(Stream& os, unsigned int level) {
-    for (; level > 0; --level)
-        os << "    ";
-}
 
 void text(Stream& os, const MiString& value) {
     if (!value.Empty())
@@ -48,7 +45,7 @@ void name(Stream& os, const AsnObject& value) {
 
 // What every value starts with.
 void head(const AsnObject& value, const char* label, Stream& os, unsigned int level) {
-    indent(os, level);
+    WriteMargin(os, level);
     if (!value.GetAsnName().Empty()) {
         name(os, value);
         os << "  ";
@@ -71,7 +68,7 @@ void quoted(const AsnObject& value, const char* label, bool empty, const MiStrin
 // Notice of what a dump has left out.
 void absentHere(unsigned int more, const char* unit, Stream& os, unsigned int level) {
     os << std::endl;
-    indent(os, level);
+    WriteMargin(os, level);
     os << "( more " << std::to_string(more) << ' ' << unit << " are absent here )";
 }
 
@@ -87,7 +84,7 @@ const char* absence(const AsnObject& member) {
 }
 
 void absentMember(const AsnObject& member, Stream& os, unsigned int level) {
-    indent(os, level);
+    WriteMargin(os, level);
     name(os, member);
     os << absence(member);
 }
@@ -95,7 +92,7 @@ void absentMember(const AsnObject& member, Stream& os, unsigned int level) {
 // The notice goes to the standard output of the process, whatever the stream of all the rest is: programs that print to
 // a file have long done without it there.
 void absentMemberOfInstance(const AsnObject& member, Stream& os, unsigned int level) {
-    indent(os, level);
+    WriteMargin(os, level);
     name(os, member);
     std::cout << "  ( EMPTY )";
 }

@@ -1,5 +1,8 @@
 #include "asn/set.h"
 
+#include <memory>
+#include <utility>
+
 #include "asn/decode.h"
 #include "asn/encode.h"
 #include "asn/members.h"
@@ -21,8 +24,9 @@ AsnSet::~AsnSet() {
 AsnSet& AsnSet::operator=(const AsnSet& other) {
     if (this == &other)
         return *this;
+    auto clones = AsnMembers::Clones(other.elements);
     SetAsnBaseData(&other);
-    AsnMembers::Copy(elements, other.elements);
+    delete std::exchange(elements, clones.release());
     componentByteType = ASN_NO_BYTE;
     return *this;
 }

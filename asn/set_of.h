@@ -70,8 +70,9 @@ template <class T>
 AsnSetOf<T>& AsnSetOf<T>::operator=(const AsnSetOf& other) {
     if (this == &other)
         return *this;
+    AsnList clones = other.items;
     SetAsnBaseData(&other);
-    items = other.items;
+    items.Swap(clones);
     componentByteType = ASN_NO_BYTE;
     return *this;
 }

@@ -47,6 +47,13 @@ bool allOf(const char* p, unsigned int offset, unsigned int n, unsigned char alp
     return true;
 }
 
+// Null and nothing empty the text; else every byte has to be of the alphabet.
+void store(MiString& text, const char* p, unsigned int offset, unsigned int n, unsigned char alphabet) {
+    if (p != nullptr && n != 0 && !allOf(p, offset, n, alphabet))
+        throw MiInvalidArgumentExp();
+    text.SetChars(p == nullptr ? nullptr : p + offset, 0, n);
+}
+
 }  // namespace
 
 AsnNumericString::AsnNumericString() {
@@ -57,47 +64,23 @@ AsnNumericString::AsnNumericString(const char* text) : AsnNumericString() {
     data = text;
 }
 
-AsnNumericString::AsnNumericString(const AsnNumericString& other) = default;
-
-AsnNumericString::~AsnNumericString() = default;
-
-AsnNumericString& AsnNumericString::operator=(const AsnNumericString& other) {
-    if (this == &other)
-        return *this;
-    SetAsnBaseData(&other);
-    data = other.data;
-    return *this;
-}
-
-bool AsnNumericString::EqualsContent(const AsnObject* other) const {
-    const auto* that = dynamic_cast<const AsnNumericString*>(other);
-    return that != nullptr && data == that->data;
-}
-
-void AsnNumericString::Reset(const AsnObject* other) {
-    data.Reset(other == nullptr ? nullptr : &static_cast<const AsnNumericString*>(other)->data);
-}
-
 void AsnNumericString::SetData(const char* text) {
-    if (text != nullptr && *text != '\0' && !TestData(text))
-        throw MiInvalidArgumentExp();
-    data = text;
+    store(data, text, 0, MiString::StringSize(text), kNumeric);
+}
+
+void AsnNumericString::SetData(const char* p, unsigned int offset, unsigned int n) {
+    store(data, p, offset, n, kNumeric);
 }
 
 bool AsnNumericString::TestData(const char* text) {
     return allOf(text, 0, MiString::StringSize(text), kNumeric);
 }
 
-void AsnNumericString::SetData(const char* p, unsigned int offset, unsigned int n) {
-    if (p != nullptr && n != 0 && !TestData(p, offset, n))
-        throw MiInvalidArgumentExp();
-    data.SetChars(p == nullptr ? nullptr : p + offset, 0, n);
-}
-
 bool AsnNumericString::TestData(const char* p, unsigned int offset, unsigned int n) {
     return allOf(p, offset, n, kNumeric);
 }
 
+VT_ASN_DATUM(AsnNumericString)
 VT_ASN_DISPATCH(AsnNumericString)
 
 AsnPrintableString::AsnPrintableString() {
@@ -108,47 +91,23 @@ AsnPrintableString::AsnPrintableString(const char* text) : AsnPrintableString() 
     data = text;
 }
 
-AsnPrintableString::AsnPrintableString(const AsnPrintableString& other) = default;
-
-AsnPrintableString::~AsnPrintableString() = default;
-
-AsnPrintableString& AsnPrintableString::operator=(const AsnPrintableString& other) {
-    if (this == &other)
-        return *this;
-    SetAsnBaseData(&other);
-    data = other.data;
-    return *this;
-}
-
-bool AsnPrintableString::EqualsContent(const AsnObject* other) const {
-    const auto* that = dynamic_cast<const AsnPrintableString*>(other);
-    return that != nullptr && data == that->data;
-}
-
-void AsnPrintableString::Reset(const AsnObject* other) {
-    data.Reset(other == nullptr ? nullptr : &static_cast<const AsnPrintableString*>(other)->data);
-}
-
 void AsnPrintableString::SetData(const char* text) {
-    if (text != nullptr && *text != '\0' && !TestData(text))
-        throw MiInvalidArgumentExp();
-    data = text;
+    store(data, text, 0, MiString::StringSize(text), kPrintable);
+}
+
+void AsnPrintableString::SetData(const char* p, unsigned int offset, unsigned int n) {
+    store(data, p, offset, n, kPrintableRead);
 }
 
 bool AsnPrintableString::TestData(const char* text) {
     return allOf(text, 0, MiString::StringSize(text), kPrintable);
 }
 
-void AsnPrintableString::SetData(const char* p, unsigned int offset, unsigned int n) {
-    if (p != nullptr && n != 0 && !TestData(p, offset, n))
-        throw MiInvalidArgumentExp();
-    data.SetChars(p == nullptr ? nullptr : p + offset, 0, n);
-}
-
 bool AsnPrintableString::TestData(const char* p, unsigned int offset, unsigned int n) {
     return allOf(p, offset, n, kPrintableRead);
 }
 
+VT_ASN_DATUM(AsnPrintableString)
 VT_ASN_DISPATCH(AsnPrintableString)
 
 AsnVisibleString::AsnVisibleString() {
@@ -159,40 +118,18 @@ AsnVisibleString::AsnVisibleString(const char* text) : AsnVisibleString() {
     data = text;
 }
 
-AsnVisibleString::AsnVisibleString(const AsnVisibleString& other) = default;
-
-AsnVisibleString::~AsnVisibleString() = default;
-
-AsnVisibleString& AsnVisibleString::operator=(const AsnVisibleString& other) {
-    if (this == &other)
-        return *this;
-    SetAsnBaseData(&other);
-    data = other.data;
-    return *this;
-}
-
-bool AsnVisibleString::EqualsContent(const AsnObject* other) const {
-    const auto* that = dynamic_cast<const AsnVisibleString*>(other);
-    return that != nullptr && data == that->data;
-}
-
-void AsnVisibleString::Reset(const AsnObject* other) {
-    data.Reset(other == nullptr ? nullptr : &static_cast<const AsnVisibleString*>(other)->data);
-}
-
 // Untested: callers store control characters by it.
 void AsnVisibleString::SetData(const char* text) {
     data = text;
 }
 
 void AsnVisibleString::SetData(const char* p, unsigned int offset, unsigned int n) {
-    if (p != nullptr && n != 0 && !TestData(p, offset, n))
-        throw MiInvalidArgumentExp();
-    data.SetChars(p == nullptr ? nullptr : p + offset, 0, n);
+    store(data, p, offset, n, kVisible);
 }
 
 bool AsnVisibleString::TestData(const char* p, unsigned int offset, unsigned int n) {
     return allOf(p, offset, n, kVisible);
 }
 
+VT_ASN_DATUM(AsnVisibleString)
 VT_ASN_DISPATCH(AsnVisibleString)

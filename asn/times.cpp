@@ -1,6 +1,7 @@
 #include "asn/times.h"
 
 #include <cstring>
+#include <utility>
 
 #include "asn/decode.h"
 #include "asn/encode.h"
@@ -57,27 +58,6 @@ AsnUTCTime::AsnUTCTime() {
     asnTag.tagNumber = 23;
 }
 
-AsnUTCTime::AsnUTCTime(const AsnUTCTime& other) = default;
-
-AsnUTCTime::~AsnUTCTime() = default;
-
-AsnUTCTime& AsnUTCTime::operator=(const AsnUTCTime& other) {
-    if (this == &other)
-        return *this;
-    SetAsnBaseData(&other);
-    data = other.data;
-    return *this;
-}
-
-void AsnUTCTime::Reset(const AsnObject* other) {
-    data.Reset(other == nullptr ? nullptr : &static_cast<const AsnUTCTime*>(other)->data);
-}
-
-bool AsnUTCTime::EqualsContent(const AsnObject* other) const {
-    const auto* that = dynamic_cast<const AsnUTCTime*>(other);
-    return that != nullptr && data == that->data;
-}
-
 void AsnUTCTime::SetTime(const char* text) {
     data.Reset(nullptr);
     if (text == nullptr || *text == '\0')
@@ -121,6 +101,7 @@ MiString AsnUTCTime::GetTimeString() const {
     return data.GetTimeString("YYMMDDhhmmssZ");
 }
 
+VT_ASN_DATUM(AsnUTCTime)
 VT_ASN_DISPATCH(AsnUTCTime)
 
 AsnGeneralizedTime::AsnGeneralizedTime() {
@@ -134,16 +115,17 @@ AsnGeneralizedTime::~AsnGeneralizedTime() = default;
 AsnGeneralizedTime& AsnGeneralizedTime::operator=(const AsnGeneralizedTime& other) {
     if (this == &other)
         return *this;
+    MiString digits = other.fraction;
     SetAsnBaseData(&other);
     data = other.data;
-    fraction = other.fraction;
+    fraction = std::move(digits);
     return *this;
 }
 
 void AsnGeneralizedTime::Reset(const AsnObject* other) {
     const auto* that = static_cast<const AsnGeneralizedTime*>(other);
-    data.Reset(that == nullptr ? nullptr : &that->data);
     fraction.Reset(that == nullptr ? nullptr : &that->fraction);
+    data.Reset(that == nullptr ? nullptr : &that->data);
 }
 
 bool AsnGeneralizedTime::EqualsContent(const AsnObject* other) const {

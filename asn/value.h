@@ -2,9 +2,12 @@
 #ifndef VT_ASN_VALUE_H
 #define VT_ASN_VALUE_H
 
+#include <utility>
+
 #include "asn/object.h"
 
-// In the class: copying, equality of the values alone, and the virtual operations of AsnObject in their order.
+// In the class: copying, equality of the values alone, and the virtual operations of AsnObject in their order. An
+// assignment that runs out of memory has changed nothing.
 #define VT_ASN_VALUE(T)                                                                                              \
     T(const T& other);                                                                                               \
     T& operator=(const T& other);                                                                                    \
@@ -23,6 +26,30 @@
     unsigned int DecodeContent(AsnDecode& dec, const MiByte& in, unsigned int offset, unsigned int length) override; \
     AsnObject* Clone() const override;                                                                               \
     void ToOstream(std::basic_ostream<char>& os, unsigned int level) const override
+
+// In the source of a value that consists of its field `data`: copying, equality and Reset. An assignment makes its
+// copies before it changes anything.
+#define VT_ASN_DATUM(T)                                   \
+    T::T(const T& other) = default;                       \
+    T::~T() = default;                                    \
+    T& T::operator=(const T& other) {                     \
+        if (this == &other)                               \
+            return *this;                                 \
+        auto copy = other.data;                           \
+        SetAsnBaseData(&other);                           \
+        std::swap(data, copy);                            \
+        return *this;                                     \
+    }                                                     \
+    void T::Reset(const AsnObject* other) {               \
+        if (other == nullptr)                             \
+            data = decltype(data)();                      \
+        else if (other != this)                           \
+            data = static_cast<const T*>(other)->data;    \
+    }                                                     \
+    bool T::EqualsContent(const AsnObject* other) const { \
+        const auto* that = dynamic_cast<const T*>(other); \
+        return that != nullptr && data == that->data;     \
+    }
 
 // In the source, which includes encode.h, decode.h and ostream.h: what only names the type.
 #define VT_ASN_DISPATCH(T)                                                                                      \

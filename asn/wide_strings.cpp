@@ -87,6 +87,20 @@ AsnCharacters widened(const char* text, unsigned int n) {
     return made;
 }
 
+// The alphabets. Functions proper would be called for each character.
+constexpr auto isBmp = [](const AsnQuadruple& c) { return c.bytes[0] == 0 && c.bytes[1] == 0; };
+constexpr auto isUcs4 = [](const AsnQuadruple& c) { return c.bytes[0] <= 0x7F; };
+
+// What the setters from characters do. Null and no characters empty the value.
+template <class Test>
+void store(AsnCharacters& data, const AsnQuadruple* characters, unsigned int count, Test isAllowed) {
+    if (characters == nullptr)
+        count = 0;
+    if (!std::all_of(characters, characters + count, isAllowed))
+        fail<AsnDataExp>(data);
+    data = ofQuadruples(characters, count);
+}
+
 // False for no characters at all.
 template <class Test>
 bool all(const AsnQuadruple* characters, unsigned int count, Test test) {
@@ -103,7 +117,7 @@ MiByte bytesOf(const AsnCharacters& data) {
 }
 
 bool visible(const AsnQuadruple& c) {
-    return c.bytes[0] == 0 && c.bytes[1] == 0 && c.bytes[2] == 0 && c.bytes[3] >= 0x20 && c.bytes[3] <= 0x7E;
+    return isBmp(c) && c.bytes[2] == 0 && c.bytes[3] >= 0x20 && c.bytes[3] <= 0x7E;
 }
 
 MiString visibleOnly(const AsnCharacters& data) {
@@ -134,30 +148,6 @@ AsnBMPString::AsnBMPString(const AsnQuadruple* characters, unsigned int count) :
     SetData(characters, count);
 }
 
-AsnBMPString::AsnBMPString(const AsnBMPString& other) = default;
-
-AsnBMPString::~AsnBMPString() = default;
-
-AsnBMPString& AsnBMPString::operator=(const AsnBMPString& other) {
-    if (this == &other)
-        return *this;
-    SetAsnBaseData(&other);
-    data = other.data;
-    return *this;
-}
-
-void AsnBMPString::Reset(const AsnObject* other) {
-    if (other == nullptr)
-        data = AsnCharacters();
-    else if (other != this)
-        data = static_cast<const AsnBMPString*>(other)->data;
-}
-
-bool AsnBMPString::EqualsContent(const AsnObject* other) const {
-    const auto* that = dynamic_cast<const AsnBMPString*>(other);
-    return that != nullptr && data == that->data;
-}
-
 void AsnBMPString::SetData(const MiByte& ucs2) {
     if (ucs2.GetLength() % 2 != 0)
         fail<AsnDataExp>(data);
@@ -171,21 +161,13 @@ void AsnBMPString::SetData(const char* p, unsigned int offset, unsigned int n) {
 }
 
 void AsnBMPString::SetData(const AsnQuadruple* characters, unsigned int count) {
-    if (characters == nullptr || count == 0)
-        data = AsnCharacters();
-    else if (TestData(characters, count))
-        data = ofQuadruples(characters, count);
-    else
-        fail<AsnDataExp>(data);
+    store(data, characters, count, isBmp);
 }
 
 void AsnBMPString::SetUniversalData(const MiByte& bytes) {
-    if (bytes.Empty())
-        data = AsnCharacters();
-    else if (TestData(bytes))
-        data = ofQuadruples(bytes.GetChars(), bytes.GetLength() / kSize);
-    else
+    if (bytes.GetLength() % kSize != 0)
         fail<AsnDataExp>(data);
+    store(data, quadruples(bytes.GetChars()), bytes.GetLength() / kSize, isBmp);
 }
 
 void AsnBMPString::SetVisibleString(const char* text) {
@@ -209,45 +191,20 @@ bool AsnBMPString::TestData(const MiByte& bytes) {
 }
 
 bool AsnBMPString::TestData(const AsnQuadruple* characters, unsigned int count) {
-    return all(characters, count, [](const AsnQuadruple& c) { return c.bytes[0] == 0 && c.bytes[1] == 0; });
+    return all(characters, count, isBmp);
 }
 
+VT_ASN_DATUM(AsnBMPString)
 VT_ASN_DISPATCH(AsnBMPString)
 
 AsnUniversalString::AsnUniversalString() {
     asnTag.tagNumber = 28;
 }
 
-AsnUniversalString::AsnUniversalString(const AsnUniversalString& other) = default;
-
-AsnUniversalString::~AsnUniversalString() = default;
-
-AsnUniversalString& AsnUniversalString::operator=(const AsnUniversalString& other) {
-    if (this == &other)
-        return *this;
-    SetAsnBaseData(&other);
-    data = other.data;
-    return *this;
-}
-
-void AsnUniversalString::Reset(const AsnObject* other) {
-    if (other == nullptr)
-        data = AsnCharacters();
-    else if (other != this)
-        data = static_cast<const AsnUniversalString*>(other)->data;
-}
-
-bool AsnUniversalString::EqualsContent(const AsnObject* other) const {
-    const auto* that = dynamic_cast<const AsnUniversalString*>(other);
-    return that != nullptr && data == that->data;
-}
-
 void AsnUniversalString::SetData(const MiByte& bytes) {
     if (bytes.GetLength() % kSize != 0)
         fail<MiInvalidArgumentExp>(data);
-    if (!bytes.Empty() && !AsnUTF8String::TestData(bytes))
-        fail<AsnDataExp>(data);
-    data = ofQuadruples(bytes.GetChars(), bytes.GetLength() / kSize);
+    store(data, quadruples(bytes.GetChars()), bytes.GetLength() / kSize, isUcs4);
 }
 
 void AsnUniversalString::SetData(const char* p, unsigned int offset, unsigned int n) {
@@ -259,12 +216,7 @@ void AsnUniversalString::SetData(const char* p, unsigned int offset, unsigned in
 }
 
 void AsnUniversalString::SetData(const AsnQuadruple* characters, unsigned int count) {
-    if (characters == nullptr || count == 0)
-        data = AsnCharacters();
-    else if (AsnUTF8String::TestData(characters, count))
-        data = ofQuadruples(characters, count);
-    else
-        fail<AsnDataExp>(data);
+    store(data, characters, count, isUcs4);
 }
 
 void AsnUniversalString::SetVisibleString(const char* text) {
@@ -283,40 +235,17 @@ bool AsnUniversalString::TestData(const char* p, unsigned int offset, unsigned i
     return n % kSize == 0 && AsnUTF8String::TestData(p, offset, n);
 }
 
+VT_ASN_DATUM(AsnUniversalString)
 VT_ASN_DISPATCH(AsnUniversalString)
 
 AsnUTF8String::AsnUTF8String() {
     asnTag.tagNumber = 12;
 }
 
-AsnUTF8String::AsnUTF8String(const AsnUTF8String& other) = default;
-
-AsnUTF8String::~AsnUTF8String() = default;
-
-AsnUTF8String& AsnUTF8String::operator=(const AsnUTF8String& other) {
-    if (this == &other)
-        return *this;
-    SetAsnBaseData(&other);
-    data = other.data;
-    return *this;
-}
-
-void AsnUTF8String::Reset(const AsnObject* other) {
-    if (other == nullptr)
-        data = AsnCharacters();
-    else if (other != this)
-        data = static_cast<const AsnUTF8String*>(other)->data;
-}
-
-bool AsnUTF8String::EqualsContent(const AsnObject* other) const {
-    const auto* that = dynamic_cast<const AsnUTF8String*>(other);
-    return that != nullptr && data == that->data;
-}
-
 void AsnUTF8String::SetData(const MiByte& bytes) {
-    if (!bytes.Empty() && !TestData(bytes))
+    if (bytes.GetLength() % kSize != 0)
         fail<AsnDataExp>(data);
-    data = ofQuadruples(bytes.GetChars(), bytes.GetLength() / kSize);
+    store(data, quadruples(bytes.GetChars()), bytes.GetLength() / kSize, isUcs4);
 }
 
 void AsnUTF8String::SetData(const char* p, unsigned int offset, unsigned int n) {
@@ -331,12 +260,7 @@ void AsnUTF8String::SetData(const char* p, unsigned int offset, unsigned int n) 
 }
 
 void AsnUTF8String::SetData(const AsnQuadruple* characters, unsigned int count) {
-    if (characters == nullptr || count == 0)
-        data = AsnCharacters();
-    else if (TestData(characters, count))
-        data = ofQuadruples(characters, count);
-    else
-        fail<AsnDataExp>(data);
+    store(data, characters, count, isUcs4);
 }
 
 void AsnUTF8String::SetVisibleString(const char* text) {
@@ -356,7 +280,7 @@ bool AsnUTF8String::TestData(const MiByte& bytes) {
 }
 
 bool AsnUTF8String::TestData(const AsnQuadruple* characters, unsigned int count) {
-    return all(characters, count, [](const AsnQuadruple& c) { return c.bytes[0] <= 0x7F; });
+    return all(characters, count, isUcs4);
 }
 
 bool AsnUTF8String::TestData(const char* p, unsigned int offset, unsigned int n) {
@@ -368,4 +292,5 @@ bool AsnUTF8String::TestData(const char* p, unsigned int offset, unsigned int n)
     return true;
 }
 
+VT_ASN_DATUM(AsnUTF8String)
 VT_ASN_DISPATCH(AsnUTF8String)

@@ -24,7 +24,7 @@ to the first that fails. It is
     not compiled   when it does not compile
 
 of which only the first two count. build/mutation/ROOM.json has all results, build/mutation/ROOM-survivors.txt the
-survivors with their lines. Exit status: 0 when none survived.
+survivors with their lines. Ctrl-C ends a run early and reports what was judged. Exit status: 0 when none survived.
 """
 
 import argparse
@@ -516,7 +516,8 @@ class Bench:
 def judged(bench, mutants, count, jobs):
     """Judges mutants in their order until count of them were killed or survived."""
     results, lock, order = {}, threading.Lock(), iter(mutants)
-    started = time.monotonic()
+    started, interrupted = time.monotonic(), threading.Event()
+    signal.signal(signal.SIGINT, lambda *_: interrupted.set())
 
     def work(number):
         while True:
@@ -526,6 +527,8 @@ def judged(bench, mutants, count, jobs):
             if mutant is None:
                 return
             result = bench.judge(mutant, number)
+            if interrupted.is_set():  # its compiler may have been interrupted too
+                return
             with lock:
                 results[mutant] = result
                 if result == SURVIVED:

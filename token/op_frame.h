@@ -25,8 +25,8 @@ inline bool isOnToken(const CHOOSER* chooser) {
 
 // The objects of one operation. The algorithm object goes last: it takes a session key out of the token.
 struct Frame {
-    HeldAlg alg;
-    HeldKey key;
+    OwnedAlg alg;
+    OwnedKey key;
 
     // build sets both objects up, with the class that the key has; a code ends the operation.
     int build(const VT_P11_Alg& algorithm, const VT_P11_Key& value) {

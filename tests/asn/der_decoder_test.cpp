@@ -913,42 +913,6 @@ TEST(der_decoder_test, ADecodedMemberDiffersFromABuiltOneByItsMode) {
     EXPECT_EQ(other.Get("o")->GetAsnTagMode(), ASN_NOT_TAGGED);
 }
 
-TEST(der_decoder_test, SlotOrder) {
-    using der_io::slotOf;
-    std::size_t slot = 1;
-#define EXPECT_SLOT(T)                                                                                               \
-    EXPECT_EQ(slotOf(static_cast<unsigned int (AsnDecode::*)(T&, const MiByte&, unsigned int)>(&AsnDecode::Decode)), \
-              slot);                                                                                                 \
-    EXPECT_EQ(slotOf(static_cast<unsigned int (AsnDecode::*)(T&, const MiByte&, unsigned int, unsigned int)>(        \
-                  &AsnDecode::DecodeContent)),                                                                       \
-              slot + 21);                                                                                            \
-    ++slot
-    EXPECT_SLOT(AsnContainer);
-    EXPECT_SLOT(AsnChoice);
-    EXPECT_SLOT(AsnSet);
-    EXPECT_SLOT(AsnSequence);
-    EXPECT_SLOT(AsnTeletexString);
-    EXPECT_SLOT(AsnVisibleString);
-    EXPECT_SLOT(AsnPrintableString);
-    EXPECT_SLOT(AsnNumericString);
-    EXPECT_SLOT(AsnUTF8String);
-    EXPECT_SLOT(AsnUniversalString);
-    EXPECT_SLOT(AsnIA5String);
-    EXPECT_SLOT(AsnBMPString);
-    EXPECT_SLOT(AsnNull);
-    EXPECT_SLOT(AsnUTCTime);
-    EXPECT_SLOT(AsnGeneralizedTime);
-    EXPECT_SLOT(AsnOid);
-    EXPECT_SLOT(AsnEnumerated);
-    EXPECT_SLOT(AsnBitString);
-    EXPECT_SLOT(AsnInteger);
-    EXPECT_SLOT(AsnOctetString);
-    EXPECT_SLOT(AsnBoolean);
-#undef EXPECT_SLOT
-    EXPECT_EQ(slotOf(&AsnDecode::DecodeTag), 43U);
-    EXPECT_EQ(slotOf(&AsnDecode::DecodeLength), 44U);
-}
-
 TEST(der_decoder_test, TheVisitorHasNoData) {
     EXPECT_EQ(sizeof(AsnDecode), sizeof(MiObject));
     EXPECT_EQ(sizeof(AsnDerDecode), sizeof(MiObject));

@@ -540,44 +540,6 @@ TEST(der_encoder_test, AHundredThousandItems) {
     EXPECT_TRUE(encodedBytes(set) == der::tlv(0x31, sorted));
 }
 
-// The order of the virtual operations is what callers of the library were linked against.
-TEST(der_encoder_test, SlotOrder) {
-    using der_io::slotOf;
-    std::size_t slot = 1;
-#define EXPECT_SLOT(T)                                                                                               \
-    EXPECT_EQ(                                                                                                       \
-        slotOf(static_cast<unsigned int (AsnEncode::*)(const T&, MiByteBuffer&, unsigned int)>(&AsnEncode::Encode)), \
-        slot);                                                                                                       \
-    EXPECT_EQ(slotOf(static_cast<unsigned int (AsnEncode::*)(const T&, MiByteBuffer&, unsigned int)>(                \
-                  &AsnEncode::EncodeContent)),                                                                       \
-              slot + 21);                                                                                            \
-    ++slot
-    EXPECT_SLOT(AsnContainer);
-    EXPECT_SLOT(AsnChoice);
-    EXPECT_SLOT(AsnSet);
-    EXPECT_SLOT(AsnSequence);
-    EXPECT_SLOT(AsnTeletexString);
-    EXPECT_SLOT(AsnVisibleString);
-    EXPECT_SLOT(AsnPrintableString);
-    EXPECT_SLOT(AsnNumericString);
-    EXPECT_SLOT(AsnUTF8String);
-    EXPECT_SLOT(AsnUniversalString);
-    EXPECT_SLOT(AsnIA5String);
-    EXPECT_SLOT(AsnBMPString);
-    EXPECT_SLOT(AsnNull);
-    EXPECT_SLOT(AsnUTCTime);
-    EXPECT_SLOT(AsnGeneralizedTime);
-    EXPECT_SLOT(AsnOid);
-    EXPECT_SLOT(AsnEnumerated);
-    EXPECT_SLOT(AsnBitString);
-    EXPECT_SLOT(AsnInteger);
-    EXPECT_SLOT(AsnOctetString);
-    EXPECT_SLOT(AsnBoolean);
-#undef EXPECT_SLOT
-    EXPECT_EQ(slotOf(&AsnEncode::EncodeTag), 43U);
-    EXPECT_EQ(slotOf(&AsnEncode::EncodeLength), 44U);
-}
-
 TEST(der_encoder_test, TheVisitorHasNoData) {
     EXPECT_EQ(sizeof(AsnEncode), sizeof(MiObject));
     EXPECT_EQ(sizeof(AsnDerEncode), sizeof(MiObject));

@@ -141,16 +141,6 @@ inline AsnInteger big(std::string_view hexText) {
     return value;
 }
 
-// Where in the table of virtual operations a member function stands, in slots after the destructor. Both compilers of
-// this tree lay a pointer to a virtual member out as 1 + its offset, and give the destructor two entries.
-template <class Class, class Result, class... Arguments>
-std::size_t slotOf(Result (Class::*member)(Arguments...)) {
-    std::ptrdiff_t offset = 0;
-    static_assert(sizeof(member) >= sizeof(offset));
-    std::memcpy(&offset, &member, sizeof(offset));
-    return (static_cast<std::size_t>(offset) - 1) / sizeof(void*) - 1;
-}
-
 }  // namespace der_io
 
 #endif

@@ -4,23 +4,16 @@
 #include <gtest/gtest.h>
 
 #include <cstddef>
-#include <cstring>
 #include <memory>
 #include <typeinfo>
 #include <vector>
 
 #include "asn/asn.h"
+#include "tests/support/vtable.h"
 
 namespace {
 
-// The slot of a virtual operation, that of the destructor being 0. On both platforms a pointer to a virtual member is
-// its offset in the table plus 1, and the destructor has two entries.
-template <class Member>
-std::size_t slotOf(Member member) {
-    std::ptrdiff_t offset = 0;
-    std::memcpy(&offset, &member, sizeof(offset));
-    return (static_cast<std::size_t>(offset) - 1) / sizeof(void*) - 1;
-}
+using support::slotOf;
 
 // The only base of a class, as the class itself says.
 const std::type_info& baseOf(const std::type_info& type) {
@@ -37,15 +30,15 @@ void expectAscending(const std::vector<const void*>& fields) {
 template <class T>
 void expectSlots() {
     SCOPED_TRACE(typeid(T).name());
-    EXPECT_EQ(slotOf(&T::Reset), 1U);
-    EXPECT_EQ(slotOf(&T::EqualsContent), 2U);
-    EXPECT_EQ(slotOf(&T::Encode), 3U);
-    EXPECT_EQ(slotOf(&T::EncodeContent), 4U);
-    EXPECT_EQ(slotOf(&T::Decode), 5U);
-    EXPECT_EQ(slotOf(&T::DecodeContent), 6U);
-    EXPECT_EQ(slotOf(&T::IsAsnChoice), 7U);
-    EXPECT_EQ(slotOf(&T::Clone), 8U);
-    EXPECT_EQ(slotOf(&T::ToOstream), 9U);
+    EXPECT_EQ(slotOf(&T::Reset), 1);
+    EXPECT_EQ(slotOf(&T::EqualsContent), 2);
+    EXPECT_EQ(slotOf(&T::Encode), 3);
+    EXPECT_EQ(slotOf(&T::EncodeContent), 4);
+    EXPECT_EQ(slotOf(&T::Decode), 5);
+    EXPECT_EQ(slotOf(&T::DecodeContent), 6);
+    EXPECT_EQ(slotOf(&T::IsAsnChoice), 7);
+    EXPECT_EQ(slotOf(&T::Clone), 8);
+    EXPECT_EQ(slotOf(&T::ToOstream), 9);
 }
 
 template <class... T>
@@ -68,53 +61,53 @@ TEST(layout_test, VirtualOperationsOfValues) {
 
 template <class T>
 struct OwnSetup : T {
-    static std::size_t slot() { return slotOf(&OwnSetup::SetupElements); }
+    static std::ptrdiff_t slot() { return slotOf(&OwnSetup::SetupElements); }
 };
 
 TEST(layout_test, SetupElementsComesTenth) {
-    EXPECT_EQ(OwnSetup<AsnSequence>::slot(), 10U);
-    EXPECT_EQ(OwnSetup<AsnSet>::slot(), 10U);
-    EXPECT_EQ(OwnSetup<AsnChoice>::slot(), 10U);
-    EXPECT_EQ(OwnSetup<AsnInstanceOf>::slot(), 10U);
+    EXPECT_EQ(OwnSetup<AsnSequence>::slot(), 10);
+    EXPECT_EQ(OwnSetup<AsnSet>::slot(), 10);
+    EXPECT_EQ(OwnSetup<AsnChoice>::slot(), 10);
+    EXPECT_EQ(OwnSetup<AsnInstanceOf>::slot(), 10);
 }
 
 template <class Visitor, class T>
-std::size_t encodeSlot() {
+std::ptrdiff_t encodeSlot() {
     return slotOf(static_cast<unsigned int (Visitor::*)(const T&, MiByteBuffer&, unsigned int)>(&Visitor::Encode));
 }
 template <class Visitor, class T>
-std::size_t encodeContentSlot() {
+std::ptrdiff_t encodeContentSlot() {
     return slotOf(
         static_cast<unsigned int (Visitor::*)(const T&, MiByteBuffer&, unsigned int)>(&Visitor::EncodeContent));
 }
 template <class Visitor, class T>
-std::size_t decodeSlot() {
+std::ptrdiff_t decodeSlot() {
     return slotOf(static_cast<unsigned int (Visitor::*)(T&, const MiByte&, unsigned int)>(&Visitor::Decode));
 }
 template <class Visitor, class T>
-std::size_t decodeContentSlot() {
+std::ptrdiff_t decodeContentSlot() {
     return slotOf(
         static_cast<unsigned int (Visitor::*)(T&, const MiByte&, unsigned int, unsigned int)>(&Visitor::DecodeContent));
 }
 
 template <class Encoder, class Decoder, class... T>
 void expectVisitorSlots() {
-    std::size_t slot = 1;
-    for (const std::size_t found : {encodeSlot<Encoder, T>()...})
+    std::ptrdiff_t slot = 1;
+    for (const std::ptrdiff_t found : {encodeSlot<Encoder, T>()...})
         EXPECT_EQ(found, slot++);
-    for (const std::size_t found : {encodeContentSlot<Encoder, T>()...})
+    for (const std::ptrdiff_t found : {encodeContentSlot<Encoder, T>()...})
         EXPECT_EQ(found, slot++);
     EXPECT_EQ(slotOf(&Encoder::EncodeTag), slot++);
     EXPECT_EQ(slotOf(&Encoder::EncodeLength), slot++);
-    EXPECT_EQ(slot, 45U);
+    EXPECT_EQ(slot, 45);
     slot = 1;
-    for (const std::size_t found : {decodeSlot<Decoder, T>()...})
+    for (const std::ptrdiff_t found : {decodeSlot<Decoder, T>()...})
         EXPECT_EQ(found, slot++);
-    for (const std::size_t found : {decodeContentSlot<Decoder, T>()...})
+    for (const std::ptrdiff_t found : {decodeContentSlot<Decoder, T>()...})
         EXPECT_EQ(found, slot++);
     EXPECT_EQ(slotOf(&Decoder::DecodeTag), slot++);
     EXPECT_EQ(slotOf(&Decoder::DecodeLength), slot++);
-    EXPECT_EQ(slot, 45U);
+    EXPECT_EQ(slot, 45);
 }
 
 template <class Encoder, class Decoder>

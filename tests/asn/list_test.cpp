@@ -230,18 +230,31 @@ TEST(list_test, LongSetsOfUnlikeItemsCompareByTheSameRule) {
 }
 
 TEST(list_test, LongSetsOfUnlikeItemsMayBeEqual) {
+    const auto item = [](const auto& first, bool flag) {
+        return der_io::composite<AsnSequence>(der_io::member("first", first), der_io::member("flag", AsnBoolean(flag)));
+    };
     AsnSetOf<AsnSequence> a;
     AsnSetOf<AsnSequence> b;
     for (int i = 0; i < 40; ++i) {
-        for (AsnSetOf<AsnSequence>* set : {&a, &b})
-            set->AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnInteger(i)),
-                                                           der_io::member("flag", AsnBoolean(true))));
+        a.AddElement(item(AsnInteger(i), true));
+        b.AddElement(item(AsnInteger(i), true));
     }
-    // NULL equals the identifier, and as the only one of a single member nothing else.
-    a.AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnNull())));
-    b.AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnOid("1.2"))));
+    // NULL equals the identifier, and by its flag none of the others.
+    a.AddElement(item(AsnNull(), false));
+    b.AddElement(item(AsnOid("1.2"), false));
     EXPECT_TRUE(a == b);
     EXPECT_FALSE(b == a);
+}
+
+TEST(list_test, LongSetsOfEmptyContainersCompareByTheSameRule) {
+    AsnSetOf<AsnSequence> a;
+    AsnSetOf<AsnSequence> b;
+    for (int i = 0; i < 40; ++i) {
+        a.AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnInteger(i)),
+                                                    der_io::member("nothing", AsnContainer())));
+        b.AddElement(*a.Get(static_cast<unsigned int>(i)));
+    }
+    EXPECT_TRUE(a == b);
 }
 
 // Of such items nothing but the one string tells them apart.

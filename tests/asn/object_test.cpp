@@ -8,7 +8,9 @@
 #include <sstream>
 #include <string>
 
+#include "foundation/pool.h"
 #include "tests/asn/der_io.h"
+#include "tests/support/failing_heap.h"
 
 namespace {
 
@@ -397,6 +399,91 @@ TEST(object_test, DerReadsFromAnOffset) {
     EXPECT_EQ(value.GetInteger(), 5);
     EXPECT_EQ(value.DerDecodeContent(in, 2, 2), 2U);
     EXPECT_EQ(value.GetInteger(), 0x0105);
+}
+
+// Whatever allocation of an assignment fails, the target is still what it was; the last round assigns all of the
+// source.
+template <class T>
+void expectAllOrNothing(T source, T before) {
+    SCOPED_TRACE(typeid(T).name());
+    const MiByte cache = bytes("30 03 02 01 05");
+    source.SetAsnName("source");
+    source.SetAsnTag(ASN_CONTEXT, ASN_IMPLICIT, 7);
+    source.SetAsnByte(&cache);
+    before.SetAsnName("target of the assignment");
+    T target(before);
+    bool kept = true;
+    const long failures = support::forEachExhaustion([&] {
+        foundation::PoolTrim();
+        try {
+            target = source;
+        } catch (const std::bad_alloc&) {
+            kept = kept && target.Equals(&before) && target.GetAsnByteType() == AsnObject::ASN_NO_BYTE;
+        }
+    });
+    EXPECT_GE(failures, 2);
+    EXPECT_TRUE(kept);
+    EXPECT_TRUE(target.Equals(&source));
+    EXPECT_EQ(toHex(*target.GetAsnByte()), "30 03 02 01 05");
+}
+
+template <class T>
+T visible(const char* text) {
+    T value;
+    value.SetVisibleString(text);
+    return value;
+}
+
+template <class T>
+T timeOf(const char* text) {
+    T value;
+    value.SetTime(text);
+    return value;
+}
+
+template <class T>
+T listOf(const AsnInteger& item) {
+    T value;
+    value.AddElement(item);
+    return value;
+}
+
+template <class T>
+T withInteger(const char* name) {
+    return der_io::composite<T>(der_io::member(name, AsnInteger(300)));
+}
+
+AsnChoice choiceOf(const char* name) {
+    auto value = withInteger<AsnChoice>(name);
+    value.Set(name);
+    return value;
+}
+
+TEST(object_test, AnAssignmentWithoutMemoryChangesNothing) {
+    expectAllOrNothing(AsnBitString(MiBitSet("101")), AsnBitString(MiBitSet("0")));
+    expectAllOrNothing(AsnBoolean(true), AsnBoolean(false));
+    expectAllOrNothing(AsnInteger(300), AsnInteger(7));
+    expectAllOrNothing(AsnEnumerated(3), AsnEnumerated(4));
+    expectAllOrNothing(AsnNull(), AsnNull());
+    expectAllOrNothing(der_io::octets("01 02 03"), der_io::octets("04"));
+    expectAllOrNothing(AsnOid("1.2.840"), AsnOid("1.3"));
+    expectAllOrNothing(AsnNumericString("123"), AsnNumericString("4"));
+    expectAllOrNothing(AsnPrintableString("abc"), AsnPrintableString("d"));
+    expectAllOrNothing(AsnVisibleString("abc"), AsnVisibleString("d"));
+    expectAllOrNothing(visible<AsnIA5String>("abc"), visible<AsnIA5String>("d"));
+    expectAllOrNothing(visible<AsnTeletexString>("abc"), visible<AsnTeletexString>("d"));
+    expectAllOrNothing(visible<AsnBMPString>("abc"), visible<AsnBMPString>("d"));
+    expectAllOrNothing(visible<AsnUniversalString>("abc"), visible<AsnUniversalString>("d"));
+    expectAllOrNothing(visible<AsnUTF8String>("abc"), visible<AsnUTF8String>("d"));
+    expectAllOrNothing(timeOf<AsnUTCTime>("1410221200Z"), timeOf<AsnUTCTime>("1310221200Z"));
+    expectAllOrNothing(timeOf<AsnGeneralizedTime>("20141022120000.25Z"),
+                       timeOf<AsnGeneralizedTime>("20131022120000.5Z"));
+    expectAllOrNothing(der_io::explicitly(1, "", AsnInteger(300)), der_io::explicitly(2, "", AsnOid("1.2")));
+    expectAllOrNothing(withInteger<AsnSequence>("a"), AsnSequence());
+    expectAllOrNothing(withInteger<AsnSet>("a"), AsnSet());
+    expectAllOrNothing(choiceOf("a"), choiceOf("b"));
+    expectAllOrNothing(listOf<AsnSequenceOf<AsnInteger>>(1), listOf<AsnSequenceOf<AsnInteger>>(2));
+    expectAllOrNothing(listOf<AsnSetOf<AsnInteger>>(1), listOf<AsnSetOf<AsnInteger>>(2));
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <new>
+#include <stdexcept>
 #include <string>
 
 #include "enrol/state.h"
@@ -100,6 +102,23 @@ TEST_F(install_test, AProviderForgottenDuringTheInstallationDoesNotChangeIt) {
         ASSERT_EQ(store_.ders("MY").size(), 1U);
         EXPECT_EQ(store_.stores["MY"][0]->key->provider,
                   std::wstring(kMicrosoft, kMicrosoft + std::strlen(kMicrosoft)));
+    }
+}
+
+// Whatever a provider's or a store's code throws.
+TEST_F(install_test, AnExceptionEndsTheInstallation) {
+    const Replaced<&platform::CryptoApi::CryptAcquireContextW> acquire(
+        [](HCRYPTPROV*, LPCWSTR, LPCWSTR, DWORD, DWORD) -> BOOL { throw std::runtime_error("of another kind"); });
+    for (const Operation operation : kAll) {
+        system_.writeMarker(kContainer);
+        EXPECT_EQ(run(operation, hex(vectors::kAlice)), 22068311);
+        EXPECT_TRUE(store_.ders("MY").empty());
+    }
+    const Replaced<&platform::CryptoApi::CertCreateCertificateContext> create(
+        [](DWORD, const BYTE*, DWORD) -> PCCERT_CONTEXT { throw std::bad_alloc(); });
+    for (const Operation operation : kAll) {
+        system_.writeMarker(kContainer);
+        EXPECT_EQ(run(operation, hex(vectors::kAlice)), 22068311);
     }
 }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <random>
 
+#include "crypto/codes.h"
 #include "token/codes.h"
 #include "tools/common/input.h"
 #include "tools/common/keys.h"
@@ -24,6 +25,7 @@ using tools::InputError;
 using tools::lend;
 using tools::List;
 using tools::needed;
+using tools::OtherFileError;
 using tools::Output;
 using tools::PrivateKey;
 using tools::quoted;
@@ -37,6 +39,13 @@ std::string contentOf(const std::string& file) {
 
 std::unique_ptr<PrivateKey> privateKey(const Arguments& arguments) {
     return from(needed(arguments, "--key"), [](const std::string& file) { return std::make_unique<PrivateKey>(file); });
+}
+
+// As require, for a call with the private key: one that is not consistent is the fault of its file, not of the message.
+void requireWithKey(const Arguments& arguments, std::int32_t code) {
+    if (code == crypto::kInconsistentKey)
+        throw OtherFileError(needed(arguments, "--key"), Failure(code).what());
+    require(code);
 }
 
 std::string asMessage(const Arguments& arguments, const std::string& der) {
@@ -132,7 +141,7 @@ std::string sessionKey(const Arguments& arguments) {
     digits.erase(std::remove_if(digits.begin(), digits.end(), [](unsigned char c) { return c <= ' '; }), digits.end());
     std::string key = fromHex("--session-key", digits);
     if (key.empty())
-        throw InputError(quoted(file) + ": empty");
+        throw OtherFileError(file, "empty");
     return key;
 }
 
@@ -233,9 +242,10 @@ std::string writeSigned(const Arguments& arguments, const std::string& input) {
     const PKCS_Blob data = lend(input);
     const PKCS_Blob signer = lend(certificate);
     Output message;
-    require(PKCS7_WriteSignedDataMsg(Context(), &data, &digest, &signature,
-                                     arguments.has("--detached") ? PKCS7_DETACHED : PKCS7_ATTACHED, &signer,
-                                     key->record(), certificates, certificateLists, message));
+    requireWithKey(arguments,
+                   PKCS7_WriteSignedDataMsg(Context(), &data, &digest, &signature,
+                                            arguments.has("--detached") ? PKCS7_DETACHED : PKCS7_ATTACHED, &signer,
+                                            key->record(), certificates, certificateLists, message));
     return asMessage(arguments, message.bytes());
 }
 
@@ -245,12 +255,14 @@ std::string readEnveloped(const Arguments& arguments, const std::string& input) 
     const std::unique_ptr<PrivateKey> key = privateKey(arguments);
     Output data;
     if (!arguments.has("--ciphertext")) {
-        require(PKCS7_ReadEnvelopedDataMsg(Context(), &blob, PKCS7_ATTACHED, key->record(), nullptr, data));
+        requireWithKey(arguments,
+                       PKCS7_ReadEnvelopedDataMsg(Context(), &blob, PKCS7_ATTACHED, key->record(), nullptr, data));
         return data.bytes();
     }
     const std::string ciphertext = contentOf(arguments.value("--ciphertext"));
     const PKCS_Blob given = lend(ciphertext);
-    require(PKCS7_ReadEnvelopedDataMsg(Context(), &blob, PKCS7_DETACHED, key->record(), &given, data));
+    requireWithKey(arguments,
+                   PKCS7_ReadEnvelopedDataMsg(Context(), &blob, PKCS7_DETACHED, key->record(), &given, data));
     return "decrypts\n";
 }
 
@@ -276,14 +288,14 @@ std::string readSignedAndEnveloped(const Arguments& arguments, const std::string
     const std::unique_ptr<PrivateKey> key = privateKey(arguments);
     if (!arguments.has("--ciphertext")) {
         Output data;
-        require(PKCS7_ReadSignedAndEnvelopedDataMsg(Context(), &blob, PKCS7_ATTACHED, key->record(), nullptr, nullptr,
-                                                    nullptr, data));
+        requireWithKey(arguments, PKCS7_ReadSignedAndEnvelopedDataMsg(Context(), &blob, PKCS7_ATTACHED, key->record(),
+                                                                      nullptr, nullptr, nullptr, data));
         return data.bytes();
     }
     const std::string ciphertext = contentOf(arguments.value("--ciphertext"));
     PKCS_Blob given = lend(ciphertext);
-    require(PKCS7_ReadSignedAndEnvelopedDataMsg(Context(), &blob, PKCS7_DETACHED, key->record(), nullptr, nullptr,
-                                                nullptr, &given));
+    requireWithKey(arguments, PKCS7_ReadSignedAndEnvelopedDataMsg(Context(), &blob, PKCS7_DETACHED, key->record(),
+                                                                  nullptr, nullptr, nullptr, &given));
     return "verified\n";
 }
 
