@@ -1,6 +1,5 @@
 // The form `plain`: 32-bit limbs with 64-bit sums, as a textbook has it.
-#include "crypto/mpi_kernels.h"
-#include "crypto/mpi_limbs.h"
+#include "crypto/mpi_limb_form.h"
 
 namespace mpi {
 namespace {
@@ -23,18 +22,6 @@ std::uint32_t addRow(std::uint32_t* r, const std::uint32_t* a, int limbs, std::u
         carry += static_cast<std::uint64_t>(a[i]) * w + r[i];
         r[i] = low(carry);
         carry = high(carry);
-    }
-    return low(carry);
-}
-
-// subtractRow: r -= a w; it returns what is to be taken from the limb above.
-std::uint32_t subtractRow(std::uint32_t* r, const std::uint32_t* a, int limbs, std::uint32_t w) {
-    std::uint64_t carry = 0;
-    for (int i = 0; i < limbs; ++i) {
-        carry += static_cast<std::uint64_t>(a[i]) * w;
-        const std::uint32_t taken = low(carry);
-        carry = high(carry) + (r[i] < taken ? 1U : 0U);
-        r[i] -= taken;
     }
     return low(carry);
 }
@@ -71,18 +58,6 @@ void square(std::uint32_t* r, const std::uint32_t* a, int limbs) {
     clearLimbs(r, 2 * limbs);
     for (int i = 0; i < limbs; ++i, r += 2)
         squareRow(r, a[i], a + i + 1, limbs - i - 1);
-}
-
-void reduce(std::uint32_t* t, const std::uint32_t* n, int limbs, std::uint32_t nPrime) {
-    std::uint32_t* const upper = t + limbs;
-    std::uint32_t overflow = 0;
-    for (int i = 0; i < limbs; ++i) {
-        const std::uint64_t sum =
-            static_cast<std::uint64_t>(upper[i]) + addRow(t + i, n, limbs, t[i] * nPrime) + overflow;
-        upper[i] = low(sum);
-        overflow = high(sum);
-    }
-    upper[limbs] = overflow;
 }
 
 // shiftUp: r = a 2^bits, bits below 32; it returns what is pushed out.
@@ -135,22 +110,9 @@ void divide(std::uint32_t* q, std::uint32_t* a, int aLimbs, const std::uint32_t*
     shiftDown(a, dLimbs, shift);
 }
 
-void montMultiply(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* b, const std::uint32_t* n, int limbs,
-                  std::uint64_t nPrime) {
-    std::uint32_t t[2 * kFullLimbs + 2];
-    multiply(t, a, limbs, b, limbs);
-    reduce(t, n, limbs, low(nPrime));
-    subtractOnce(r, t + limbs, n, limbs);
-}
-
-void montSquare(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* n, int limbs, std::uint64_t nPrime) {
-    std::uint32_t t[2 * kFullLimbs + 2];
-    square(t, a, limbs);
-    reduce(t, n, limbs, low(nPrime));
-    subtractOnce(r, t + limbs, n, limbs);
-}
-
-constexpr Kernels kPlain = {"plain", usable, multiply, square, reduce, divide, montMultiply, montSquare};
+using Form = LimbForm<multiply, square, addRow>;
+constexpr Kernels kPlain = {"plain",      usable, multiply,           square,
+                            Form::reduce, divide, Form::montMultiply, Form::montSquare};
 
 }  // namespace
 
