@@ -90,9 +90,9 @@ class codes_test : public testing::Test {
     static std::string signedData() {
         const Bytes data = support::hex("06 09 2A 86 48 86 F7 0D 01 07 01");
         const Bytes inner =
-            support::join({support::hex("02 01 01"), tlv(0x31, {}), tlv(0x30, data), tlv(0xA0, {}), tlv(0x31, {})});
+            der::join({support::hex("02 01 01"), tlv(0x31, {}), tlv(0x30, data), tlv(0xA0, {}), tlv(0x31, {})});
         return base64(
-            tlv(0x30, support::join({support::hex("06 09 2A 86 48 86 F7 0D 01 07 02"), tlv(0xA0, tlv(0x30, inner))})));
+            tlv(0x30, der::join({support::hex("06 09 2A 86 48 86 F7 0D 01 07 02"), tlv(0xA0, tlv(0x30, inner))})));
     }
 
     // A chain for the waiting key, and one of a single certificate.
