@@ -47,9 +47,8 @@ AsnObject* At(const AsnList& items, unsigned int index) {
 unsigned int Encode(const AsnObject& list, AsnEncode& enc, MiByteBuffer& out, unsigned int offset) {
     if (AsnByteCache::WriteElement(list, out, offset))
         return out.GetLength() - offset;
-    // One octet is held free for the length, which most lists need no more than.
+    // The content leaves one octet free for the length, which most lists need no more than.
     const unsigned int at = offset + enc.EncodeTag(list.GetAsnTag(), out, offset);
-    out.Append(static_cast<unsigned char>(0));
     const MiByte length = enc.EncodeLength(list.EncodeContent(enc, out, at + 1));
     out.SetCharAt(at, length[0]);
     out.Insert(at + 1, length.GetChars(), 1, length.GetLength() - 1);

@@ -1,18 +1,21 @@
 #!/usr/bin/env python3
 """Runs benchmarks beside their peers and writes one table of figures, and a picture of the ratios.
 
-    figures.py [--quick] [--rounds=N] [--rows=REGEX] BUILD [PART]...
+    figures.py [--quick] [--rounds=N] [--rows=REGEX] [--publish] BUILD [PART]...
 
 BUILD is the build tree with the programs bin/bench_<part>; without a PART all of them run. Results: BUILD/figures.md,
-BUILD/ratios.svg and BUILD/ratios.png. Exit status 1 when a peer failed. scripts/bench.sh builds everything first.
+BUILD/ratios.svg and BUILD/ratios.png; --publish renews docs/figures.md and its picture too. Exit status 1 when a peer
+failed. scripts/bench.sh builds everything first.
 """
 import argparse
 import datetime
+import itertools
 import math
 import os
 import pathlib
 import platform
 import re
+import shutil
 import subprocess
 import sys
 import time
@@ -96,8 +99,9 @@ def version_of(package):
 
 def processor():
     description = pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8")
-    found = re.search(r"^model name\s*:\s*(.*)", description, re.MULTILINE)
-    return f"{platform.machine()}, {os.cpu_count()} processors ({found[1] if found else 'unknown'})"
+    model = re.search(r"^model name\s*:\s*(.*)", description, re.MULTILINE)
+    virtual = "virtual " if re.search(r"^flags\s*:.*\bhypervisor\b", description, re.MULTILINE) else ""
+    return f"{os.cpu_count()}-core {platform.machine()} {virtual}machine ({model[1] if model else 'unknown'})"
 
 
 def compiler(build):
@@ -106,13 +110,26 @@ def compiler(build):
     return subprocess.run([path, "--version"], capture_output=True, text=True, check=True).stdout.splitlines()[0]
 
 
+def page(rows, memory, head):
+    """The short form, for docs/: without who else was measured."""
+    text = f"# Figures\n\n{PAGE_EXPLANATION}\n{head}\n![The best peer's time over ours](pictures/ratios.svg)\n"
+    for room, group in itertools.groupby((row for row in rows if row.comparable()), key=lambda row: row.room):
+        lines = [[row.work, row.size, time_text(row.ours), row.peers()[0][1], ratio_text(row.ratio()),
+                  ratio_text(row.median_ratio())] for row in group]
+        titles = ["work", "size", "ours", "best peer", "best / ours", "median / ours"]
+        text += f"\n## {room}\n\n{table(titles, 'llrlrr', lines)}"
+    if memory:
+        text += f"\n## Memory\n\n{MEMORY_EXPLANATION}\n{memory_table(memory)}"
+    return text
+
+
 def introduction(build, rounds, seconds, loads):
     versions = {who: version_of(package) for who, (package, _) in PEERS.items()}
     missing = [who for who, version in versions.items() if version is None]
     lines = [
         f"- {datetime.date.today().isoformat()}, {rounds} rounds, {seconds / 60:.0f} minutes; load of the machine "
         f"{loads[0]:.1f} at the start, {loads[1]:.1f} at the end, of which 1.0 is ours",
-        f"- {processor()}, {platform.system()} {platform.release()}, {compiler(build)}",
+        f"- {processor()}, {platform.system()}, {compiler(build)}",
         "- peers: " + ", ".join(f"{who} {version}" for who, version in versions.items() if version),
     ]
     if missing:
@@ -137,6 +154,14 @@ What the system's allocator is asked for: the most that is held at once, and the
 """
 
 
+PAGE_EXPLANATION = """\
+What the hot paths cost beside other libraries, in one run of `scripts/bench.sh --publish`, which renews this page. Each
+line is one piece of work, done by ours and by every library that offers it in turn; times are medians. "best / ours" is
+the best peer's time over ours, "median / ours" the median peer's: above 1.0 ours is ahead. Ratios carry over to another
+machine better than times do. [bench](../bench/README.md) says what is measured, and what to know when reading it.
+"""
+
+
 def document(rows, memory, head):
     """The whole text."""
     text = f"# Figures\n\n{head}\n"
@@ -151,6 +176,13 @@ def document(rows, memory, head):
     return text
 
 
+def publish(build, rows, memory, head):
+    docs = pathlib.Path(__file__).resolve().parents[1] / "docs"
+    (docs / "pictures").mkdir(exist_ok=True)
+    (docs / "figures.md").write_text(page(rows, memory, head), encoding="utf-8")
+    shutil.copy(build / "ratios.svg", docs / "pictures" / "ratios.svg")
+
+
 def parse(arguments):
     parser = argparse.ArgumentParser(description="Runs benchmarks beside their peers.")
     parser.add_argument("build", type=pathlib.Path)
@@ -158,10 +190,13 @@ def parse(arguments):
     parser.add_argument("--quick", action="store_true", help="3 rounds")
     parser.add_argument("--rounds", type=int, default=15, help="how often each benchmark runs; 15 by default")
     parser.add_argument("--rows", default=".", help="a regular expression for the rows to run")
+    parser.add_argument("--publish", action="store_true", help="renew docs/figures.md and its picture")
     options = parser.parse_intermixed_args(arguments)
     unknown = [part for part in options.parts if part not in PARTS]
     if unknown:
         parser.error(f"no such part: {' '.join(unknown)} (there are {' '.join(PARTS)})")
+    if options.publish and (options.parts or options.rows != "."):
+        parser.error("a page is published of a run of everything")
     if options.quick:
         options.rounds = 3
     options.parts = [part for part in PARTS if part in options.parts] or list(PARTS)
@@ -186,6 +221,8 @@ def main():
     if compared:
         import ratios  # needs python3-matplotlib, which nothing else here does
         ratios.draw(compared, options.build, f"{datetime.date.today().isoformat()}, {processor()}")
+    if options.publish:
+        publish(options.build, rows, memory, head)
     return 1 if any(row.failed for row in rows) else 0
 
 

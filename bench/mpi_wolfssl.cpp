@@ -1,5 +1,6 @@
 #include "bench/mpi_wolfssl.h"
 
+#define SP_WORD_SIZE 64  // as the library was built, which its options do not say
 #include <wolfssl/options.h>
 // The options first.
 #include <wolfssl/wolfcrypt/settings.h>

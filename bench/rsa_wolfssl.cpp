@@ -1,5 +1,6 @@
 // wolfSSL by its operation without padding. The private operation and key generation call an mp_rand, which libtommath
 // exports too, so they cannot run in one process with it.
+#define SP_WORD_SIZE 64  // as the library was built, which its options do not say
 #include <wolfssl/options.h>
 // The options first.
 #include <wolfssl/wolfcrypt/asn_public.h>

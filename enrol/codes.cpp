@@ -16,11 +16,6 @@ constexpr CodeText kTexts[] = {
 
 }  // namespace
 
-const CodeText* codeTexts(std::size_t& count) {
-    count = std::size(kTexts);
-    return kTexts;
-}
-
 const CodeText* findCodeText(std::int32_t value) {
     const auto* found = std::find_if(std::begin(kTexts), std::end(kTexts),
                                      [value](const CodeText& text) { return text.value == value; });

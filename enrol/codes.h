@@ -2,7 +2,6 @@
 #ifndef VT_ENROL_CODES_H
 #define VT_ENROL_CODES_H
 
-#include <cstddef>
 #include <cstdint>
 
 namespace enrol {
@@ -35,9 +34,6 @@ struct CodeText {
     const char* cause;
     const char* remedy;
 };
-
-// codeTexts gives every code in the list's order; count receives their number.
-const CodeText* codeTexts(std::size_t& count);
 
 // findCodeText gives the code's entry, or null for a number that is no code.
 const CodeText* findCodeText(std::int32_t value);

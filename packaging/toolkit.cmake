@@ -1,7 +1,7 @@
 # The toolkit's libraries, its headers, and what outside projects ask for them.
-set(toolkit_rooms foundation asn schema token pki flat)  # those with headers for strangers
+set(toolkit_rooms foundation ber crypto asn schema token pki flat)  # those with headers for strangers
 set(objects)
-foreach(room IN LISTS toolkit_rooms ITEMS crypto platform)
+foreach(room IN LISTS toolkit_rooms ITEMS platform)
   list(APPEND objects $<TARGET_OBJECTS:vt_${room}>)
 endforeach()
 
@@ -42,7 +42,9 @@ foreach(room IN LISTS toolkit_rooms)
   list(TRANSFORM headers PREPEND "${PROJECT_SOURCE_DIR}/${folder}/" REGEX "^[^/]+$")
   install(FILES ${headers} DESTINATION "${headers_folder}/${folder}" COMPONENT development)
 endforeach()
-install(FILES "${PROJECT_SOURCE_DIR}/token/codes.def" DESTINATION "${headers_folder}/token" COMPONENT development)
+foreach(room crypto token)
+  install(FILES "${PROJECT_SOURCE_DIR}/${room}/codes.def" DESTINATION "${headers_folder}/${room}" COMPONENT development)
+endforeach()
 get_target_property(headers vt_schema HEADER_SET_generated)
 install(FILES ${headers} DESTINATION "${headers_folder}/schema" COMPONENT development)
 

@@ -1,35 +1,36 @@
 #include "pki/certificate.h"
 
 #include "foundation/byte.h"
-#include "foundation/byte_buffer.h"
 #include "pki/certificate_elements.h"
+#include "pki/content.h"
 #include "pki/element.h"
 #include "pki/name_nodes.h"
 #include "schema/pkcs.h"
 #include "token/codes.h"
+#include "token/key.h"
 
-using pki::Element;
+using pki::elementOf;
 
 namespace {
 
 constexpr const char* kRsaEncryption = "1.2.840.113549.1.1.1";
 
 const TBSCertificate* bodyOf(const Certificate& certificate) {
-    return Element<TBSCertificate>(certificate, "tBSCertificate");
+    return elementOf<TBSCertificate>(certificate, "tBSCertificate");
 }
 
 // An element of the tBSCertificate, null where either is missing.
 template <class T>
 const T* bodyElement(const Certificate& certificate, const char* name) {
     const TBSCertificate* body = bodyOf(certificate);
-    return body == nullptr ? nullptr : Element<T>(*body, name);
+    return body == nullptr ? nullptr : elementOf<T>(*body, name);
 }
 
 // The relative names of the subject, null where there are none to read. They are not copied: callers ask for one node
 // after the other, and a hostile subject has thousands.
 const pki::RdnSequence* subjectOf(const Certificate& certificate) {
     const Name* name = bodyElement<Name>(certificate, "subject");
-    return name == nullptr ? nullptr : pki::RdnSequenceOf(*name);
+    return name == nullptr ? nullptr : pki::rdnSequenceOf(*name);
 }
 
 // readBound leaves the time alone when it fails.
@@ -47,26 +48,39 @@ int readBound(const X509Time& bound, MiTime& time) {
 
 }  // namespace
 
-const Name* pki::IssuerOf(const Certificate& certificate) {
+const Name* pki::issuerOf(const Certificate& certificate) {
     return bodyElement<Name>(certificate, "issuer");
 }
 
-int pki::ReadRsaPublicKey(const Certificate& certificate, RSAPublicKey& target) {
-    const auto* info = bodyElement<SubjectPublicKeyInfo>(certificate, "subjectPublicKeyInfo");
+int pki::readRsaPublicKey(const Certificate& certificate, RSAPublicKey& target) {
+    return readRsaPublicKey(bodyElement<SubjectPublicKeyInfo>(certificate, "subjectPublicKeyInfo"), target);
+}
+
+int pki::readRsaPublicKey(const SubjectPublicKeyInfo* info, RSAPublicKey& target) {
     if (info == nullptr)
         return token::kElementAbsent;
-    const auto* algorithm = Element<AlgorithmIdentifier>(*info, "algorithm");
-    const auto* oid = algorithm == nullptr ? nullptr : Element<AsnOid>(*algorithm, "algorithm");
+    const auto* algorithm = elementOf<AlgorithmIdentifier>(*info, "algorithm");
+    const auto* oid = algorithm == nullptr ? nullptr : elementOf<AsnOid>(*algorithm, "algorithm");
     if (oid == nullptr)
         return token::kElementAbsent;
     if (oid->GetData() != kRsaEncryption)
         return token::kUnsupported;
-    const auto* key = Element<AsnBitString>(*info, "subjectPublicKey");
+    const auto* key = elementOf<AsnBitString>(*info, "subjectPublicKey");
     if (key == nullptr)
         return token::kElementAbsent;
     target.Reset(nullptr);
-    target.DerDecode(key->GetData().GetByte(), 0);
+    decodeDer(key->GetData().GetByte(), target);
     return 0;
+}
+
+int pki::readRsaKey(const Certificate& certificate, VT_P11_Key& key) {
+    return readRsaKey(bodyElement<SubjectPublicKeyInfo>(certificate, "subjectPublicKeyInfo"), key);
+}
+
+int pki::readRsaKey(const SubjectPublicKeyInfo* info, VT_P11_Key& key) {
+    RSAPublicKey numbers;
+    const int result = readRsaPublicKey(info, numbers);
+    return result != 0 ? result : key.setRSAPublicKey(numbers);
 }
 
 VT_Certificate::VT_Certificate() = default;
@@ -85,14 +99,12 @@ int VT_Certificate::getCertificate(Certificate& value) const {
 }
 
 int VT_Certificate::setCertificate(const MiByte& der) {
-    certificate.DerDecode(der, 0);
+    pki::decodeDer(der, certificate);
     return 0;
 }
 
 int VT_Certificate::getCertificate(MiByte& der) const {
-    MiByteBuffer buffer;
-    certificate.DerEncode(buffer, 0);
-    der = buffer.GetByte();
+    pki::encodeDer(certificate, der);
     return 0;
 }
 
@@ -108,7 +120,7 @@ int VT_Certificate::getExtendedCertificate(ExtendedCertificateOrCertificate& cho
 }
 
 int VT_Certificate::getIssuerAndSerialNumber(IssuerAndSerialNumber& target) const {
-    const Name* issuer = pki::IssuerOf(certificate);
+    const Name* issuer = pki::issuerOf(certificate);
     const auto* serialNumber = bodyElement<AsnInteger>(certificate, "serialNumber");
     if (issuer == nullptr || serialNumber == nullptr)
         return token::kElementAbsent;
@@ -119,7 +131,7 @@ int VT_Certificate::getIssuerAndSerialNumber(IssuerAndSerialNumber& target) cons
 }
 
 int VT_Certificate::getRSAPublicKey(RSAPublicKey& target) const {
-    return pki::ReadRsaPublicKey(certificate, target);
+    return pki::readRsaPublicKey(certificate, target);
 }
 
 int VT_Certificate::getSubjectsTotal(int& total) const {
@@ -132,26 +144,26 @@ int VT_Certificate::getSubjectsTotal(int& total) const {
 
 int VT_Certificate::getSubjectsByIndex(int index, MiByte& node) const {
     const pki::RdnSequence* subject = subjectOf(certificate);
-    return subject == nullptr ? token::kElementAbsent : pki::ReadNameNode(*subject, index, node);
+    return subject == nullptr ? token::kElementAbsent : pki::readNameNode(*subject, index, node);
 }
 
 int VT_Certificate::VerifyValidityPeriod() const {
     const TBSCertificate* body = bodyOf(certificate);
     if (body == nullptr)
         return token::kMaterialMissing;
-    const auto* validity = Element<Validity>(*body, "validity");
+    const auto* validity = elementOf<Validity>(*body, "validity");
     if (validity == nullptr)
         return token::kElementAbsent;
-    const auto* from = Element<X509Time>(*validity, "notBefore");
-    const auto* to = Element<X509Time>(*validity, "notAfter");
+    const auto* from = elementOf<X509Time>(*validity, "notBefore");
+    const auto* to = elementOf<X509Time>(*validity, "notAfter");
     if (from == nullptr || to == nullptr)
         return token::kElementAbsent;
 
     MiTime notBefore;
     MiTime notAfter;
-    if (const int result = readBound(*from, notBefore); result != 0)
+    if (const int result = readBound(*from, notBefore))
         return result;
-    if (const int result = readBound(*to, notAfter); result != 0)
+    if (const int result = readBound(*to, notAfter))
         return result;
     MiTime now;
     now.SetCurrentTime();

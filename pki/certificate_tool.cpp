@@ -1,103 +1,54 @@
 #include "pki/certificate_tool.h"
 
 #include "foundation/byte.h"
-#include "foundation/byte_buffer.h"
 #include "pki/certificate_elements.h"
+#include "pki/content.h"
 #include "pki/element.h"
+#include "pki/signature.h"
 #include "schema/pkcs.h"
 #include "token/alg.h"
 #include "token/codes.h"
 #include "token/key.h"
 #include "token/op.h"
 
-using pki::Element;
+using pki::elementOf;
 
 namespace {
 
-constexpr int kNoDigest = 0;
-
-// What an RSA-1024 block holds.
-constexpr unsigned int kTooLongWithoutDigest = 117;
-
-struct Signature {
-    const char* type;
-    int digest;  // the code of VT_P11_Alg
-};
-constexpr Signature kSignatures[] = {
-    {"1.2.840.113549.1.1.1", kNoDigest},
-    {"1.2.840.113549.1.1.4", token::kMd5},
-    {"1.2.840.113549.1.1.2", token::kMd2},
-    {"1.2.840.113549.1.1.5", token::kSha1},
-};
-
 // What the signature of a certificate is checked with.
 struct Signed {
-    MiString type;  // of the signature, as the certificate tells it outside what is signed
+    const AsnOid* type = nullptr;  // of the signature, as the certificate tells it outside what is signed
     MiByte signature;
     MiByte body;  // the DER of the tBSCertificate
 };
 
 int readSigned(const Certificate& certificate, Signed& parts) {
-    const auto* identifier = Element<AlgorithmIdentifier>(certificate, "algorithmIdentifier");
+    const auto* identifier = elementOf<AlgorithmIdentifier>(certificate, "algorithmIdentifier");
     if (identifier == nullptr)
         return token::kElementAbsent;
     VT_P11_Alg known;
-    if (const int result = known.setAlgorithmIdentifier(*identifier); result != 0)
+    if (const int result = known.setAlgorithmIdentifier(*identifier))
         return result;
-    const auto* type = Element<AsnOid>(*identifier, "algorithm");
-    const auto* signature = Element<AsnBitString>(certificate, "encrypted");
-    const auto* body = Element<TBSCertificate>(certificate, "tBSCertificate");
+    const auto* type = elementOf<AsnOid>(*identifier, "algorithm");
+    const auto* signature = elementOf<AsnBitString>(certificate, "encrypted");
+    const auto* body = elementOf<TBSCertificate>(certificate, "tBSCertificate");
     if (type == nullptr || signature == nullptr || body == nullptr)
         return token::kElementAbsent;
-    MiByteBuffer buffer;
-    body->DerEncode(buffer, 0);
-    parts = {type->GetData(), signature->GetData().GetByte(), buffer.GetByte()};
+    parts.type = type;
+    parts.signature = signature->GetData().GetByte();
+    pki::encodeDer(*body, parts.body);
     return 0;
 }
 
-// expectedDigest gives what the signature must hold.
-int expectedDigest(VT_P11_OP& op, const Signed& parts, MiByte& expected) {
-    for (const Signature& known : kSignatures) {
-        if (parts.type != known.type)
-            continue;
-        if (known.digest == kNoDigest) {
-            expected = parts.body;
-            return parts.body.GetLength() >= kTooLongWithoutDigest ? token::kTooLong : 0;
-        }
-        VT_P11_Alg digest;
-        if (const int result = digest.setAlgType(known.digest); result != 0)
-            return result;
-        return op.Digest(digest, parts.body, expected);
-    }
-    return token::kUnsupported;
-}
-
-int digestInside(VT_P11_OP& op, const VT_P11_Key& key, const MiByte& signature, MiByte& digest) {
+int openSignature(VT_P11_OP& op, const VT_P11_Key& key, const MiByte& signature, MiByte& opened) {
     VT_P11_Alg rsa;
-    if (const int result = rsa.setAlgType(token::kRsa); result != 0)
-        return result;
-    MiByte opened;
-    if (const int result = op.Decrypt(rsa, key, signature, opened); result != 0)
-        return result;
-    DigestInfo info;
-    info.DerDecode(opened, 0);
-    const AsnOctetString* found = info.GetDigest();
-    if (found == nullptr)
-        return token::kElementAbsent;
-    digest = found->GetData();
-    return 0;
-}
-
-int readKey(const Certificate& holder, VT_P11_Key& key) {
-    RSAPublicKey numbers;
-    if (const int result = pki::ReadRsaPublicKey(holder, numbers); result != 0)
-        return result;
-    return key.setRSAPublicKey(numbers);
+    const int result = rsa.setAlgType(token::kRsa);
+    return result != 0 ? result : op.Decrypt(rsa, key, signature, opened);
 }
 
 int checkIssuers(const Certificate& issuerCert, const Certificate& cert) {
-    const Name* first = pki::IssuerOf(issuerCert);
-    const Name* second = pki::IssuerOf(cert);
+    const Name* first = pki::issuerOf(issuerCert);
+    const Name* second = pki::issuerOf(cert);
     if (first == nullptr || second == nullptr)
         return token::kElementAbsent;
     return first->EqualsContent(second) ? 0 : token::kIssuersDiffer;
@@ -105,16 +56,22 @@ int checkIssuers(const Certificate& issuerCert, const Certificate& cert) {
 
 int checkSignature(VT_P11_OP& op, const Certificate& keyHolder, const Certificate& cert) {
     VT_P11_Key key;
-    if (const int result = readKey(keyHolder, key); result != 0)
+    if (const int result = pki::readRsaKey(keyHolder, key))
         return result;
     Signed parts;
-    if (const int result = readSigned(cert, parts); result != 0)
+    if (const int result = readSigned(cert, parts))
         return result;
+    const pki::SignatureAlgorithm* const algorithm = pki::signatureAlgorithmOf(*parts.type);
+    if (algorithm == nullptr)
+        return token::kUnsupported;
     MiByte expected;
-    if (const int result = expectedDigest(op, parts, expected); result != 0)
+    if (const int result = pki::signedValue(op, *algorithm, parts.body, expected))
+        return result;
+    MiByte opened;
+    if (const int result = openSignature(op, key, parts.signature, opened))
         return result;
     MiByte found;
-    if (const int result = digestInside(op, key, parts.signature, found); result != 0)
+    if (const int result = pki::valueInside(opened, found))
         return result;
     return found == expected ? 0 : token::kSignatureMismatch;
 }
@@ -128,7 +85,7 @@ int VT_Certificate_Tool::VerifyCertificateChain(VT_P11_OP& op, const Certificate
         return checkSignature(op, *cert, *cert);
     if (cert == nullptr)
         return checkSignature(op, *issuerCert, *issuerCert);
-    if (const int result = checkIssuers(*issuerCert, *cert); result != 0)
+    if (const int result = checkIssuers(*issuerCert, *cert))
         return result;
     return checkSignature(op, *issuerCert, *cert);
 }
@@ -137,10 +94,10 @@ int VT_Certificate_Tool::VerifyCertificateChain(VT_P11_OP& op, const MiByte* iss
     if (issuerDer == nullptr && certDer == nullptr)
         return token::kNullArgument;
     Certificate first;
-    first.DerDecode(issuerDer == nullptr ? *certDer : *issuerDer, 0);
+    pki::decodeDer(issuerDer == nullptr ? *certDer : *issuerDer, first);
     if (issuerDer == nullptr || certDer == nullptr)
         return VerifyCertificateChain(op, &first, nullptr);
     Certificate second;
-    second.DerDecode(*certDer, 0);
+    pki::decodeDer(*certDer, second);
     return VerifyCertificateChain(op, &first, &second);
 }

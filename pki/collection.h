@@ -139,11 +139,9 @@ inline int raiseFlag(bool& present, int result) {
 // wrapSet puts a copy of the set, as the alternative of that name, into the choice that is the member of that name.
 template <class T>
 void wrapSet(AsnSequence& value, const char* member, const char* alternative, const AsnSetOf<T>& set) {
-    auto* const choice = dynamic_cast<AsnChoice*>(value.Find(member));
-    if (choice == nullptr)
-        throw AsnDataExp();
-    choice->Set(alternative, &set);
-    choice->SetAsnPresent(true);
+    auto& choice = dynamic_cast<AsnChoice&>(*value.Find(member));
+    choice.Set(alternative, &set);
+    choice.SetAsnPresent(true);
 }
 
 // selectedSet gives the set that a choice between a SET and a SEQUENCE holds: null for an absent choice and for a

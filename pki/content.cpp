@@ -17,11 +17,9 @@ namespace {
 void giveContent(ContentInfo& message, const char* type, std::unique_ptr<AsnOctetString> content) {
     message.Reset(nullptr);
     message.SetContentType(AsnOid(type));
-    auto* const around = dynamic_cast<AsnContainer*>(message.Find("content"));
-    if (around == nullptr)
-        throw AsnDataExp();
-    around->SetDataSpace(content.release());
-    around->SetAsnPresent(true);
+    auto& around = dynamic_cast<AsnContainer&>(*message.Find("content"));
+    around.SetDataSpace(content.release());
+    around.SetAsnPresent(true);
 }
 
 }  // namespace
@@ -80,6 +78,22 @@ const MiByte& contentOctets(const AsnOctetString& content, MiByte& scratch) {
     content.DerEncodeContent(octets, 0);
     scratch = octets.GetByte();
     return scratch;
+}
+
+AsnOctetString octetsOf(const MiByte& bytes) {
+    AsnOctetString octets;
+    octets.SetData(bytes);
+    return octets;
+}
+
+AsnOctetString anyOf(const AsnObject& value) {
+    AsnOctetString any;
+    any.SetDerObject(&value);
+    return any;
+}
+
+bool isVersion(const AsnInteger* version, int expected) {
+    return version != nullptr && *version == AsnInteger(expected);
 }
 
 void encodeDer(const AsnObject& value, MiByte& der) {

@@ -1,5 +1,5 @@
-// What the classes of the PKCS#7 content types share: the types, and a ContentInfo around a value. For the sources of
-// this room and of pki/flat.
+// What the classes of the PKCS#7 content types share: the types, a ContentInfo around a value, and values in and out of
+// their elements. For the sources of this room and of pki/flat.
 #ifndef VT_PKI_CONTENT_H
 #define VT_PKI_CONTENT_H
 
@@ -37,6 +37,14 @@ int openContent(const ContentInfo& message, const char* type, const AsnOctetStri
 // contentOctets gives the octets of a content without its tag and length. The result is the content's own storage, or
 // scratch.
 const MiByte& contentOctets(const AsnOctetString& content, MiByte& scratch);
+
+// octetsOf gives an OCTET STRING of the bytes; anyOf a value in the place of an ANY, which our schemas hold as octets
+// with the value's tag.
+AsnOctetString octetsOf(const MiByte& bytes);
+AsnOctetString anyOf(const AsnObject& value);
+
+// isVersion says whether a version is there and has that value.
+bool isVersion(const AsnInteger* version, int expected);
 
 // encodeDer gives the DER of a value, decodeDer reads a value from the front of its DER.
 void encodeDer(const AsnObject& value, MiByte& der);

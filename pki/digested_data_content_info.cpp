@@ -2,7 +2,6 @@
 
 #include "pki/collection.h"
 #include "pki/digested_parts.h"
-#include "pki/encrypted_content.h"
 #include "token/token.h"
 
 VT_DigestedDataContentInfo::VT_DigestedDataContentInfo() = default;

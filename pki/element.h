@@ -6,10 +6,10 @@
 
 namespace pki {
 
-// Element gives the member of that name; null where it is absent, where the schema has no such member, and where it is
-// of another type, which only a caller's own schema can cause.
+// elementOf gives the member of that name; null where it is absent, where the schema has no such member, and where it
+// is of another type, which only a caller's own schema can cause.
 template <class T>
-const T* Element(const AsnSequence& of, const char* name) {
+const T* elementOf(const AsnSequence& of, const char* name) {
     const AsnObject* member = of.Get(name);
     return member != nullptr && member->IsAsnPresent() ? dynamic_cast<const T*>(member) : nullptr;
 }

@@ -37,11 +37,9 @@ int encryptAttached(VT_P11_OP& op, const VT_P11_Alg& alg, const VT_P11_Key& key,
     const int result = encryptDetached(op, alg, key, content, encrypted, ciphertext);
     if (result != 0)
         return result;
-    auto* const octets = dynamic_cast<AsnOctetString*>(encrypted->Find("encryptedContent"));
-    if (octets == nullptr)
-        throw AsnDataExp();
-    octets->SetData(ciphertext);
-    octets->SetAsnPresent(true);
+    auto& octets = dynamic_cast<AsnOctetString&>(*encrypted->Find("encryptedContent"));
+    octets.SetData(ciphertext);
+    octets.SetAsnPresent(true);
     return 0;
 }
 
@@ -102,10 +100,6 @@ int algorithmOf(const Held<EncryptedContentInfo>& encrypted, AlgorithmIdentifier
         return token::kElementAbsent;
     identifier = *named;
     return 0;
-}
-
-bool isVersion(const AsnInteger* version, int expected) {
-    return version != nullptr && *version == AsnInteger(expected);
 }
 
 }  // namespace pki

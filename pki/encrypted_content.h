@@ -6,7 +6,6 @@
 #include "pki/held.h"
 
 class AlgorithmIdentifier;
-class AsnInteger;
 class ContentInfo;
 class EncryptedContentInfo;
 class MiByte;
@@ -40,9 +39,6 @@ int decryptDetached(VT_P11_OP& op, const VT_P11_Key& key, const Held<EncryptedCo
 
 // algorithmOf copies out the algorithm that encrypted names: -1003 if there is no encrypted, -1001 if it names none.
 int algorithmOf(const Held<EncryptedContentInfo>& encrypted, AlgorithmIdentifier& identifier);
-
-// isVersion says whether a version is there and has that value.
-bool isVersion(const AsnInteger* version, int expected);
 
 }  // namespace pki
 

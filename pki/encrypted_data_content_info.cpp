@@ -79,6 +79,8 @@ int pki::EnvelopedAccess::encrypt(VT_EncryptedDataContentInfo& message, VT_P11_O
     return pki::encryptDetached(op, alg, key, &content, message.encryptedContent, ciphertext);
 }
 
-void pki::EnvelopedAccess::forgetSource(VT_EncryptedDataContentInfo& message) {
+int pki::EnvelopedAccess::decompose(VT_EncryptedDataContentInfo& message, const ContentInfo& from) {
+    const int result = message.decomposeEncryptedDataContentInfo(from);
     message.encryptedData.clear();
+    return result;
 }

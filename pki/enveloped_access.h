@@ -23,10 +23,10 @@ struct EnvelopedAccess {
     static int encrypt(VT_EnvelopedDataContentInfo& message, VT_P11_OP& op, const VT_P11_Alg& alg,
                        const VT_P11_Key& key, const ContentInfo& content, MiByte& ciphertext);
 
-    // forgetSource lets go of the value that was decomposed: its parts are held beside it.
-    static void forgetSource(VT_EncryptedDataContentInfo& message);
-    static void forgetSource(VT_EnvelopedDataContentInfo& message);
-    static void forgetSource(VT_SignedAndEnvelopedDataContentInfo& message);
+    // decompose takes a message apart, and lets go of the decoded value: its parts are held beside it.
+    static int decompose(VT_EncryptedDataContentInfo& message, const ContentInfo& from);
+    static int decompose(VT_EnvelopedDataContentInfo& message, const ContentInfo& from);
+    static int decompose(VT_SignedAndEnvelopedDataContentInfo& message, const ContentInfo& from);
 
     // Each is null where it is not set or not present.
     static const ContentInfo* content(const VT_EncryptedDataContentInfo& message);

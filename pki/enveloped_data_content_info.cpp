@@ -105,6 +105,8 @@ int pki::EnvelopedAccess::encrypt(VT_EnvelopedDataContentInfo& message, VT_P11_O
     return pki::encryptDetached(op, alg, key, &content, message.encryptedContent, ciphertext);
 }
 
-void pki::EnvelopedAccess::forgetSource(VT_EnvelopedDataContentInfo& message) {
+int pki::EnvelopedAccess::decompose(VT_EnvelopedDataContentInfo& message, const ContentInfo& from) {
+    const int result = message.decomposeEnvelopedDataContentInfo(from);
     message.envelopedData.clear();
+    return result;
 }

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "foundation/byte.h"
-#include "foundation/byte_buffer.h"
+#include "pki/content.h"
 #include "pki/element.h"
 #include "pki/name_nodes.h"
 #include "token/codes.h"
@@ -61,14 +61,14 @@ AsnOctetString holderOf(const Label& label, const char* bytes, unsigned int leng
 
 }  // namespace
 
-const pki::RdnSequence* pki::RdnSequenceOf(const Name& name) {
+const pki::RdnSequence* pki::rdnSequenceOf(const Name& name) {
     return dynamic_cast<const RdnSequence*>(name.Get("rdnSequence"));
 }
 
-int pki::ReadNameNode(const RdnSequence& names, int index, MiByte& node) {
+int pki::readNameNode(const RdnSequence& names, int index, MiByte& node) {
     const AttributeTypeAndDistinguishedValue& attribute = *names.Get(static_cast<unsigned int>(index))->Get(0);
-    const auto* type = Element<AsnOid>(attribute, "type");
-    const auto* value = Element<AsnOctetString>(attribute, "value");
+    const auto* type = elementOf<AsnOid>(attribute, "type");
+    const auto* value = elementOf<AsnOctetString>(attribute, "value");
     if (type == nullptr || value == nullptr)
         return token::kElementAbsent;
     const MiByte& bytes = value->GetData();
@@ -112,7 +112,7 @@ int VT_Name::addNameNode(const MiByte& node) {
 }
 
 int VT_Name::getNameNodeByIndex(int index, MiByte& node) const {
-    return pki::ReadNameNode(*rdnSequence, index, node);
+    return pki::readNameNode(*rdnSequence, index, node);
 }
 
 int VT_Name::getNameNodeTotal(int& total) const {
@@ -127,7 +127,7 @@ int VT_Name::getName(Name& target) const {
 }
 
 int VT_Name::setName(const Name& source) {
-    const RdnSequence* names = pki::RdnSequenceOf(source);
+    const RdnSequence* names = pki::rdnSequenceOf(source);
     if (names == nullptr)
         return token::kElementAbsent;
     rdnSequence->Reset(names);
@@ -136,16 +136,13 @@ int VT_Name::setName(const Name& source) {
 
 int VT_Name::getName(MiByte& der) const {
     Name name;
-    if (const int result = getName(name); result != 0)
-        return result;
-    MiByteBuffer buffer;
-    name.DerEncode(buffer, 0);
-    der = buffer.GetByte();
+    getName(name);
+    pki::encodeDer(name, der);
     return 0;
 }
 
 int VT_Name::setName(const MiByte& der) {
     Name name;
-    name.DerDecode(der, 0);
+    pki::decodeDer(der, name);
     return setName(name);
 }

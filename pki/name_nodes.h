@@ -10,11 +10,11 @@ namespace pki {
 
 using RdnSequence = AsnSequenceOf<AsnSetOf<AttributeTypeAndDistinguishedValue>>;
 
-// RdnSequenceOf gives the relative names, null for a Name without a selection.
-const RdnSequence* RdnSequenceOf(const Name& name);
+// rdnSequenceOf gives the relative names, null for a Name without a selection.
+const RdnSequence* rdnSequenceOf(const Name& name);
 
-// ReadNameNode is VT_Name::getNameNodeByIndex.
-int ReadNameNode(const RdnSequence& names, int index, MiByte& node);
+// readNameNode is VT_Name::getNameNodeByIndex.
+int readNameNode(const RdnSequence& names, int index, MiByte& node);
 
 }  // namespace pki
 

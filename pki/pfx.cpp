@@ -22,12 +22,6 @@ constexpr const char* kSha1 = "1.3.14.3.2.26";
 // By type, from 3.
 constexpr const char* kContentTypes[] = {pki::kDataType, pki::kEncryptedDataType, pki::kEnvelopedDataType};
 
-AsnOctetString octetsOf(const MiByte& bytes) {
-    AsnOctetString octets;
-    octets.SetData(bytes);
-    return octets;
-}
-
 // The number of a content's type; 0 for one that is not known.
 int typeOf(const AsnOid& type) {
     const auto* const found = std::find_if(std::begin(kContentTypes), std::end(kContentTypes),
@@ -59,7 +53,7 @@ int composeEncrypted(VT_P11_OP& op, const MiByte& password, int pbeType, int ite
     EncryptedContentInfo inner;
     inner.SetContentType(AsnOid(pki::kDataType));
     inner.SetContentEncryptionAlgorithm(algorithm);
-    inner.SetEncryptedContent(octetsOf(encrypted));
+    inner.SetEncryptedContent(pki::octetsOf(encrypted));
     EncryptedData value;
     value.SetVersion(AsnInteger(0));
     value.SetEncryptedContentInfo(inner);
@@ -117,8 +111,8 @@ int composeMac(VT_P11_OP& op, const MiByte& password, int iterations, const MiBy
         return result;
     DigestInfo info;
     info.SetDigestAlgorithm(algorithm);
-    info.SetDigest(octetsOf(mac));
-    macData.SetMacSalt(octetsOf(salt));
+    info.SetDigest(pki::octetsOf(mac));
+    macData.SetMacSalt(pki::octetsOf(salt));
     macData.SetIterations(AsnInteger(iterations));
     macData.SetMac(info);
     return 0;

@@ -1,6 +1,8 @@
 #include "pki/pkcs10.h"
 
+#include "pki/certificate_elements.h"
 #include "pki/collection.h"
+#include "pki/signature.h"
 #include "pki/software.h"
 #include "token/token.h"
 
@@ -12,44 +14,6 @@ constexpr const char* kRsa = "1.2.840.113549.1.1.1";
 constexpr char kFiller[] = "There is not a Signature\0\0\0\0\x20\x43";
 constexpr unsigned int kFillerLength = sizeof kFiller - 1;
 static_assert(kFillerLength == 30, "24 characters, four zeros, two bytes");
-
-// What RSA alone takes in one block under a key of 1024 bits is 117 bytes.
-constexpr unsigned int kBareLimit = 117;
-
-struct SignatureAlgorithm {
-    const char* identifier;
-    int digestType;  // 0 for none
-};
-
-constexpr SignatureAlgorithm kSignatureAlgorithms[] = {
-    {kRsa, 0},
-    {"1.2.840.113549.1.1.4", token::kMd5},
-    {"1.2.840.113549.1.1.2", token::kMd2},
-    {"1.2.840.113549.1.1.5", token::kSha1},
-};
-
-int findSignatureAlgorithm(const AsnOid& identifier, const SignatureAlgorithm*& found) {
-    for (const SignatureAlgorithm& candidate : kSignatureAlgorithms) {
-        if (identifier.GetData() == candidate.identifier) {
-            found = &candidate;
-            return 0;
-        }
-    }
-    return token::kUnsupported;
-}
-
-// signedValue gives what the signature covers: the digest of the text, or the text itself.
-int signedValue(VT_P11_OP& op, const SignatureAlgorithm& algorithm, const MiByte& text, MiByte& value) {
-    if (algorithm.digestType == 0) {
-        if (text.GetLength() >= kBareLimit)
-            return token::kTooLong;
-        value = text;
-        return 0;
-    }
-    VT_P11_Alg digest;
-    const int result = digest.setAlgType(algorithm.digestType);
-    return result != 0 ? result : op.Digest(digest, text, value);
-}
 
 const AsnOid* oidOf(const AlgorithmIdentifier* algorithm) {
     return algorithm == nullptr ? nullptr : algorithm->GetAlgorithm();
@@ -83,12 +47,9 @@ int VT_PKCS10::setRSAPublickKey(const RSAPublicKey& key) {
     MiByte der;
     pki::encodeDer(key, der);
 
-    const AsnNull null;
-    AsnOctetString parameters;
-    parameters.SetDerObject(&null);
     AlgorithmIdentifier algorithm;
     algorithm.SetAlgorithm(AsnOid(kRsa));
-    algorithm.SetParameters(parameters);
+    algorithm.SetParameters(pki::anyOf(AsnNull()));
 
     SubjectPublicKeyInfo info;
     info.SetAlgorithm(algorithm);
@@ -164,10 +125,9 @@ int VT_PKCS10::composePKCS10(VT_P11_OP& op, const VT_P11_Key* key, const VT_P11_
     const AsnOid* oid = identifier.GetAlgorithm();
     if (oid == nullptr)
         return token::kElementAbsent;
-    const SignatureAlgorithm* algorithm = nullptr;
-    result = findSignatureAlgorithm(*oid, algorithm);
-    if (result != 0)
-        return result;
+    const pki::SignatureAlgorithm* const algorithm = pki::signatureAlgorithmOf(*oid);
+    if (algorithm == nullptr)
+        return token::kUnsupported;
     request.SetSignatureAlgorithm(identifier);
 
     MiByte text;
@@ -178,7 +138,7 @@ int VT_PKCS10::composePKCS10(VT_P11_OP& op, const VT_P11_Key* key, const VT_P11_
     } else {
         // Callers put the signature in. That there can be one is tested here, and nothing is signed.
         MiByte unused;
-        result = signedValue(op, *algorithm, text, unused);
+        result = pki::signedValue(op, *algorithm, text, unused);
         if (result != 0)
             return result;
     }
@@ -217,27 +177,13 @@ int VT_PKCS10::decomposePKCS10(VT_P11_OP& op, const MiByte& der) {
 
 namespace {
 
-int loadKey(const SubjectPublicKeyInfo* info, VT_P11_Key& key) {
-    const AsnOid* algorithm = info == nullptr ? nullptr : oidOf(info->GetAlgorithm());
-    if (algorithm == nullptr)
-        return token::kElementAbsent;
-    if (algorithm->GetData() != kRsa)
-        return token::kUnsupported;
-    const AsnBitString* bits = info->GetSubjectPublicKey();
-    if (bits == nullptr)
-        return token::kElementAbsent;
-    RSAPublicKey numbers;
-    pki::decodeDer(bits->GetData().GetByte(), numbers);
-    return key.setRSAPublicKey(numbers);
-}
-
-int loadSignatureAlgorithm(const AlgorithmIdentifier* identifier, const SignatureAlgorithm*& algorithm) {
+int loadSignatureAlgorithm(const AlgorithmIdentifier* identifier, const pki::SignatureAlgorithm*& algorithm) {
     const AsnOid* oid = oidOf(identifier);
     if (oid == nullptr)
         return token::kElementAbsent;
-    const int result = findSignatureAlgorithm(*oid, algorithm);
-    if (result != 0)
-        return result;
+    algorithm = pki::signatureAlgorithmOf(*oid);
+    if (algorithm == nullptr)
+        return token::kUnsupported;
     VT_P11_Alg alg;
     return alg.setAlgorithmIdentifier(*identifier);
 }
@@ -252,10 +198,10 @@ int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request) 
     pki::encodeDer(*info, text);
 
     VT_P11_Key key;
-    int result = loadKey(info->GetSubjectPKInfo(), key);
+    int result = pki::readRsaKey(info->GetSubjectPKInfo(), key);
     if (result != 0)
         return result;
-    const SignatureAlgorithm* algorithm = nullptr;
+    const pki::SignatureAlgorithm* algorithm = nullptr;
     result = loadSignatureAlgorithm(request.GetSignatureAlgorithm(), algorithm);
     if (result != 0)
         return result;
@@ -263,7 +209,7 @@ int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request) 
     if (signature == nullptr)
         return token::kElementAbsent;
     MiByte expected;
-    result = signedValue(op, *algorithm, text, expected);
+    result = pki::signedValue(op, *algorithm, text, expected);
     if (result != 0)
         return result;
 
@@ -271,12 +217,11 @@ int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const CertificationRequest& request) 
     result = openSignature(key, signature->GetData().GetByte(), opened);
     if (result != 0)
         return result;
-    DigestInfo digestInfo;
-    pki::decodeDer(opened, digestInfo);
-    const AsnOctetString* digest = digestInfo.GetDigest();
-    if (digest == nullptr)
-        return token::kElementAbsent;
-    return digest->GetData() == expected ? 0 : token::kSignatureMismatch;
+    MiByte found;
+    result = pki::valueInside(opened, found);
+    if (result != 0)
+        return result;
+    return found == expected ? 0 : token::kSignatureMismatch;
 }
 
 int VT_PKCS10::verifyPKCS10(VT_P11_OP& op, const MiByte& der) {

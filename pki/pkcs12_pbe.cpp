@@ -76,16 +76,12 @@ int deriveCipher(VT_P11_OP& op, const Encryption& encryption, const MiByte& pass
 }
 
 AlgorithmIdentifier identifierFor(const Encryption& encryption, const MiByte& salt, int iterations) {
-    AsnOctetString octets;
-    octets.SetData(salt);
     PKCS12PbeParams parameters;
-    parameters.SetSalt(octets);
+    parameters.SetSalt(octetsOf(salt));
     parameters.SetIterations(AsnInteger(iterations));
-    AsnOctetString any;
-    any.SetDerObject(&parameters);
     AlgorithmIdentifier identifier;
     identifier.SetAlgorithm(AsnOid(encryption.identifier));
-    identifier.SetParameters(any);
+    identifier.SetParameters(anyOf(parameters));
     return identifier;
 }
 

@@ -1,7 +1,6 @@
 #include "pki/recipient_info.h"
 
 #include "pki/collection.h"
-#include "pki/encrypted_content.h"
 #include "token/token.h"
 
 VT_RecipientInfo::VT_RecipientInfo() = default;

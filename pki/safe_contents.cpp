@@ -27,18 +27,6 @@ constexpr const char* kRsaEncryption = "1.2.840.113549.1.1.1";
 
 using Attributes = AsnSetOf<PKCS12Attribute>;
 
-AsnOctetString octetsOf(const MiByte& bytes) {
-    AsnOctetString octets;
-    octets.SetData(bytes);
-    return octets;
-}
-
-AsnOctetString anyOf(const AsnObject& value) {
-    AsnOctetString any;
-    any.SetDerObject(&value);
-    return any;
-}
-
 // The bytes of a certificate without what follows it.
 MiByte certificateIn(const MiByte& bytes) {
     Certificate certificate;
@@ -183,8 +171,8 @@ int VT_SafeContents::addCertDer(const MiByte& certificate, const MiByte& id, con
 int VT_SafeContents::appendCertificate(const MiByte& der, const Attributes* attributes) {
     CertBag value;
     value.SetCertId(AsnOid(kX509Certificate));
-    value.SetCertValue(octetsOf(der));
-    return append(bagOf(kBagIds[kCertificate - 1], anyOf(value), attributes), kCertificate);
+    value.SetCertValue(pki::octetsOf(der));
+    return append(bagOf(kBagIds[kCertificate - 1], pki::anyOf(value), attributes), kCertificate);
 }
 
 int VT_SafeContents::getCertDerByIndex(int index, Certificate& certificate) const {
@@ -264,7 +252,7 @@ int VT_SafeContents::findCertificate(int index, const SafeBag*& bag, MiByte& der
 // ---- Shrouded keys
 
 int VT_SafeContents::addShroudedKeyDer(const EncryptedPrivateKeyInfo& key, const Attributes& attributes) {
-    return append(bagOf(kBagIds[kShroudedKey - 1], anyOf(key), &attributes), kShroudedKey);
+    return append(bagOf(kBagIds[kShroudedKey - 1], pki::anyOf(key), &attributes), kShroudedKey);
 }
 
 int VT_SafeContents::addShroudedKeyDer(const MiByte& key, const MiByte& id) {
@@ -425,7 +413,7 @@ int VT_SafeContents::P8EncodePrivateKeyInfo(const MiByte& pkcs1, MiByte& pkcs8) 
     PrivateKeyInfo info;
     info.SetVersion(AsnInteger(0));
     info.SetPrivateKeyAlgorithm(algorithm);
-    info.SetPrivateKey(octetsOf(pkcs1));
+    info.SetPrivateKey(pki::octetsOf(pkcs1));
     pki::encodeDer(info, pkcs8);
     return 0;
 }
@@ -457,7 +445,7 @@ int VT_SafeContents::P8EncryptPrivateKeyInfo(VT_P11_OP& op, const MiByte& passwo
         return result;
     EncryptedPrivateKeyInfo info;
     info.SetEncryptionAlgorithm(algorithm);
-    info.SetEncryptedData(octetsOf(octets));
+    info.SetEncryptedData(pki::octetsOf(octets));
     pki::encodeDer(info, encrypted);
     return 0;
 }
@@ -478,14 +466,14 @@ int VT_SafeContents::P8DecryptPrivateKeyInfo(VT_P11_OP& op, const MiByte& passwo
 // ---- Attributes
 
 int VT_SafeContents::addIDAttribute(Attributes& attributes, const MiByte& id) {
-    addAttribute(kLocalKeyId, octetsOf(id), attributes);
+    addAttribute(kLocalKeyId, pki::octetsOf(id), attributes);
     return 0;
 }
 
 int VT_SafeContents::addNameAttribute(Attributes& attributes, const MiByte& name) {
     AsnBMPString text;
     text.SetVisibleString(name.GetChars());
-    addAttribute(kFriendlyName, anyOf(text), attributes);
+    addAttribute(kFriendlyName, pki::anyOf(text), attributes);
     return 0;
 }
 

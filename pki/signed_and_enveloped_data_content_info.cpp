@@ -238,6 +238,8 @@ const AsnSetOf<CertificateList>* pki::EnvelopedAccess::certificateLists(
     return message.certificateListsPresent ? message.certificateLists.get() : nullptr;
 }
 
-void pki::EnvelopedAccess::forgetSource(VT_SignedAndEnvelopedDataContentInfo& message) {
+int pki::EnvelopedAccess::decompose(VT_SignedAndEnvelopedDataContentInfo& message, const ContentInfo& from) {
+    const int result = message.decomposeSignedAndEnvelopedDataContentInfo(from);
     message.signedAndEnvelopedData.clear();
+    return result;
 }

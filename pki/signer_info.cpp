@@ -50,10 +50,8 @@ int digestAttributes(VT_P11_OP& op, const VT_P11_Alg& alg, const Attributes& att
 }
 
 PKCS7Attribute makeAttribute(const char* type, const AsnObject& value) {
-    AsnOctetString holder;
-    holder.SetDerObject(&value);
     AsnSetOf<AsnOctetString> values;
-    values.AddElement(holder);
+    values.AddElement(pki::anyOf(value));
     PKCS7Attribute attribute;
     attribute.SetType(AsnOid(type));
     attribute.SetValues(values);
@@ -101,24 +99,20 @@ int readDigestInfo(const MiByte& der, const AlgorithmIdentifier& expected, MiByt
 }
 
 void writeDigestInfo(const AlgorithmIdentifier& algorithm, const MiByte& digest, MiByte& der) {
-    AsnOctetString octets;
-    octets.SetData(digest);
     DigestInfo info;
     info.SetDigestAlgorithm(algorithm);
-    info.SetDigest(octets);
+    info.SetDigest(pki::octetsOf(digest));
     pki::encodeDer(info, der);
 }
 
 int loadSignersKey(const Certificate& certificate, const IssuerAndSerialNumber& signer, VT_P11_Key& key) {
     bool matches = false;
-    int result = pki::matchSigner(certificate, signer, matches);
+    const int result = pki::matchSigner(certificate, signer, matches);
     if (result != 0)
         return result;
     if (!matches)
         return token::kNotTheSigner;
-    RSAPublicKey numbers;
-    result = pki::ReadRsaPublicKey(certificate, numbers);
-    return result != 0 ? result : key.setRSAPublicKey(numbers);
+    return pki::readRsaKey(certificate, key);
 }
 
 }  // namespace
@@ -221,8 +215,7 @@ int VT_SignerInfo::decomposeSignerInfo(const SignerInfo& value) {
     pki::emptySet(authenticatedAttributes);
     pki::emptySet(unauthenticatedAttributes);
     signer.set(value);
-    const AsnInteger* const version = value.GetVersion();
-    if (version == nullptr || *version != AsnInteger(kVersion))
+    if (!pki::isVersion(value.GetVersion(), kVersion))
         return token::kWrongVersion;
     int result = pki::storeField(issuerAndSerialNumber, value.GetIssuerAndSerialNumber());
     if (result == 0)
@@ -284,10 +277,8 @@ int VT_SignerInfo::addContentAttributes(const ContentInfo& content, const MiByte
         return token::kElementAbsent;
     if (!authenticatedAttributes)
         return token::kMaterialMissing;
-    AsnOctetString octets;
-    octets.SetData(digest);
     authenticatedAttributes->AddElement(makeAttribute(kContentTypeAttribute, *contentType));
-    authenticatedAttributes->AddElement(makeAttribute(kMessageDigestAttribute, octets));
+    authenticatedAttributes->AddElement(makeAttribute(kMessageDigestAttribute, pki::octetsOf(digest)));
     return 0;
 }
 

@@ -4,11 +4,11 @@
 #
 #   scripts/bench.sh                    everything
 #   scripts/bench.sh --quick            everything in 3 rounds instead of 15: a first look
-#   scripts/bench.sh crypto asn         parts: crypto token asn ber base64 request message pfx start
+#   scripts/bench.sh crypto asn         parts: foundation crypto token asn ber base64 request message pfx start
 #   scripts/bench.sh --rounds=5 --rows='^(product|square)' crypto
 #
-# --rounds=N says how often each benchmark runs, --rows=REGEX which rows of the table. Exit status: 0 when all of them
-# ran. VT_NO_SETUP=1: install nothing.
+# --rounds=N says how often each benchmark runs, --rows=REGEX which rows of the table; --publish renews docs/figures.md
+# and its picture. Exit status: 0 when all of them ran. VT_NO_SETUP=1: install nothing.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 

@@ -7,7 +7,7 @@
 ROOM        ber, asn, crypto, ... : a folder of sources with a test program test_ROOM
 --count N   how many mutants to judge, a random sample (default 100; 0: all)
 --seed S    of the sample; printed when it is not given
---file P    only mutants of this source or header; may be repeated
+--file P    only mutants of this source or header, may be repeated; else headers that many sources include are left out
 --again     judge the survivors of the last run again, after tests were added or sources changed
 --build B   as which preset the mutants are built: native (default) or asan, under which reads and writes out of bounds
             are falls too
@@ -24,7 +24,7 @@ to the first that fails. It is
     not compiled   when it does not compile
 
 of which only the first two count. build/mutation/ROOM.json has all results, build/mutation/ROOM-survivors.txt the
-survivors with their lines. Exit status: 0 when none survived.
+survivors with their lines. Ctrl-C ends a run early and reports what was judged. Exit status: 0 when none survived.
 """
 
 import argparse
@@ -32,6 +32,7 @@ import concurrent.futures
 import dataclasses
 import functools
 import hashlib
+import itertools
 import json
 import pathlib
 import random
@@ -47,9 +48,11 @@ import time
 
 TOP = pathlib.Path(__file__).resolve().parents[1]
 WORK = TOP / "build" / "mutation"
-# A test that takes longer runs after the others.
-QUICK_SECONDS = 0.03
+# The quickest tests, which together take this part of the time, run before the others.
+QUICK_PART = 0.2
 MOST_MEMORY = 4 << 30
+# A header that more objects include is left out unless --file names it: each of its mutants would take minutes.
+MOST_INCLUDERS = 4
 KILLED, SURVIVED, SAME_CODE, NOT_COMPILED = "killed", "survived", "same code", "not compiled"
 
 # ---- Reading C++ ----
@@ -353,6 +356,7 @@ class Bench:
         self.folder = next((self.tree / "tests").rglob(f"{self.program}.dir")).parents[1]
         self.members = self.objects_of_program()
         self.slow, self.seconds = self.time_tests()
+        self.check_original()
 
     def read_compile_commands(self):
         commands = {}
@@ -394,9 +398,21 @@ class Bench:
         before = resource.getrusage(resource.RUSAGE_CHILDREN)
         run([self.tree / "bin" / self.program], cwd=self.folder)
         after = resource.getrusage(resource.RUSAGE_CHILDREN)
-        slow = [f"{suite['name']}.{case['name']}" for suite in json.loads(report.read_text())["testsuites"]
-                for case in suite["testsuite"] if float(case["time"].removesuffix("s")) > QUICK_SECONDS]
+        times = sorted((float(case["time"].removesuffix("s")), f"{suite['name']}.{case['name']}")
+                       for suite in json.loads(report.read_text())["testsuites"] for case in suite["testsuite"])
+        slow, whole = [], sum(seconds for seconds, _ in times)
+        for sum_so_far, (_, name) in zip(itertools.accumulate(seconds for seconds, _ in times), times):
+            if sum_so_far > QUICK_PART * whole:
+                slow.append(name)
         return slow, after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
+
+    def check_original(self):
+        """The program must link and pass without a mutant, in the same way, or nothing would be learned."""
+        folder = self.scratch / "original"
+        folder.mkdir(parents=True)
+        program = self.make_program(folder, {})
+        if program is None or not self.passes(program, "*", 8):
+            sys.exit(f"{self.program} does not {'link' if program is None else 'pass'} as it is")
 
     def outputs(self, path):
         return sorted(self.includers.get((TOP / path).resolve(), set()) & self.members)
@@ -468,8 +484,8 @@ class Bench:
         done = subprocess.run(words, cwd=self.tree, capture_output=True, check=False)
         return folder / "program" if done.returncode == 0 else None
 
-    def passes(self, program, selection):
-        seconds = int(10 * self.seconds + 5)
+    def passes(self, program, selection, patience):
+        seconds = int(patience * self.seconds + 2)
 
         def limits():
             resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds))
@@ -502,9 +518,11 @@ class Bench:
         program = self.make_program(folder, made)
         if program is None:
             return NOT_COMPILED
-        slow = ":".join(self.slow)
-        if not self.passes(program, f"-{slow}") or slow and not self.passes(program, slow):
-            return KILLED
+        # First the suites named like the source, then all others, then what takes long.
+        slow, name = ":".join(self.slow), pathlib.Path(mutant.path).stem.split("_")[0]
+        for selection, patience in ((f"{name}*:{name.capitalize()}*-{slow}", 1), (f"-{slow}", 1), (slow or "-*", 8)):
+            if not self.passes(program, selection, patience):
+                return KILLED
         return SAME_CODE if self.optimises_to_the_same(mutant, folder) else SURVIVED
 
 
@@ -514,7 +532,8 @@ class Bench:
 def judged(bench, mutants, count, jobs):
     """Judges mutants in their order until count of them were killed or survived."""
     results, lock, order = {}, threading.Lock(), iter(mutants)
-    started = time.monotonic()
+    started, interrupted = time.monotonic(), threading.Event()
+    signal.signal(signal.SIGINT, lambda *_: interrupted.set())
 
     def work(number):
         while True:
@@ -524,6 +543,8 @@ def judged(bench, mutants, count, jobs):
             if mutant is None:
                 return
             result = bench.judge(mutant, number)
+            if interrupted.is_set():  # its compiler may have been interrupted too
+                return
             with lock:
                 results[mutant] = result
                 if result == SURVIVED:
@@ -596,8 +617,8 @@ def main():
         return 0
     WORK.mkdir(parents=True, exist_ok=True)
     bench = Bench(arguments.room, arguments.build, arguments.jobs)
-    # A header is only worth a mutant where an object is made of it.
-    mutants = [mutant for mutant in mutants if bench.outputs(mutant.path)]
+    most = len(bench.members) if arguments.file or arguments.again else MOST_INCLUDERS
+    mutants = [mutant for mutant in mutants if 0 < len(bench.outputs(mutant.path)) <= most]
     count = len(mutants) if arguments.again or not arguments.count else arguments.count
     return 1 if report(arguments.room, judged(bench, mutants, count, arguments.jobs), earlier) else 0
 

@@ -4,18 +4,12 @@
 
 #include "crypto/alloc_buffer.h"
 #include "crypto/codes.h"
+#include "token/module_calls.h"
 #include "token/module_table.h"
-#include "token/token_side.h"
 
 namespace {
 
 constexpr int kGoToSoftware = 1;
-
-void freeChooser(CHOOSER* chooser) {
-    if (chooser != nullptr)
-        FreeBuffer(chooser->soft);
-    FreeBuffer(chooser);
-}
 
 CHOOSER* makeSoftware() {
     auto* made = AllocStructure<CHOOSER>();
@@ -24,7 +18,7 @@ CHOOSER* makeSoftware() {
     made->soft = AllocStructure<SOFT_TABLE>();
     if (made->soft != nullptr)
         return made;
-    freeChooser(made);
+    FreeChooser(made);
     return nullptr;
 }
 
@@ -75,6 +69,12 @@ int CreateChooserObject(CHOOSER** chooser, CHOOSER_WORK* work) {
     return 0;
 }
 
+void FreeChooser(CHOOSER* chooser) {
+    if (chooser != nullptr)
+        FreeBuffer(chooser->soft);
+    FreeBuffer(chooser);
+}
+
 int DestroyChooserObject(CHOOSER** chooser) {
     if (chooser == nullptr || *chooser == nullptr)
         return crypto::kArgumentAbsent;
@@ -84,7 +84,7 @@ int DestroyChooserObject(CHOOSER** chooser) {
         if (const CK_RV code = object.functions->C_CloseSession(object.session))
             return static_cast<int>(code);
     }
-    freeChooser(&object);
+    FreeChooser(&object);
     *chooser = nullptr;
     return 0;
 }

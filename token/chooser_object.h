@@ -36,4 +36,7 @@ int CreateChooserObject(CHOOSER** chooser, CHOOSER_WORK* work);
 // the caller's.
 int DestroyChooserObject(CHOOSER** chooser);
 
+// FreeChooser frees a chooser of either kind, without a word to its module. Null is accepted.
+void FreeChooser(CHOOSER* chooser);
+
 #endif

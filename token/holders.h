@@ -10,6 +10,14 @@
 
 namespace token {
 
+// Bytes and their number have two kinds beside the exchange structures of callers (VT_PKCS11_BYTES, key.h) and of the
+// engine (KEY_ITEM, crypto/rsa.h), which do not say whose the bytes are: a View borrows what is only read, a Buffer
+// owns what an operation makes.
+struct View {
+    const std::uint8_t* bytes;
+    std::uint32_t length;
+};
+
 struct BufferFree {
     void operator()(void* buffer) const { FreeBuffer(buffer); }
 };
@@ -25,16 +33,18 @@ struct Buffer {
         length = bytes == nullptr ? 0 : size;
         return bytes != nullptr;
     }
+
+    operator View() const { return {bytes.get(), length}; }
 };
 
 // An object of the engine, which VT_P11_Alg and VT_P11_Key know as an untyped pointer.
 template <class Object, Object* (*shell)(), void (*release)(Object**)>
-class Held {
+class Owned {
   public:
-    Held() : object_(shell()) {}
-    ~Held() { release(&object_); }
-    Held(const Held&) = delete;
-    Held& operator=(const Held&) = delete;
+    Owned() : object_(shell()) {}
+    ~Owned() { release(&object_); }
+    Owned(const Owned&) = delete;
+    Owned& operator=(const Owned&) = delete;
 
     operator Object*() const { return object_; }
     Object* operator->() const { return object_; }
@@ -53,8 +63,8 @@ class Held {
     Object* object_;
 };
 
-using HeldAlg = Held<ALG_OBJ, AlgShell, AlgFree>;
-using HeldKey = Held<KEY_OBJ, KeyShell, KeyFree>;
+using OwnedAlg = Owned<ALG_OBJ, AlgShell, AlgFree>;
+using OwnedKey = Owned<KEY_OBJ, KeyShell, KeyFree>;
 
 }  // namespace token
 

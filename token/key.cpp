@@ -19,49 +19,36 @@ constexpr int kNoObjectKey = 8;
 // Keys of 16 bytes were recorded apart from those of 24, under one identifier.
 constexpr int kTwoKeyUse = 16;
 
+struct SessionKeyKind {
+    int keyCode;
+    int algorithmCode;
+    KeyAllocator allocator;
+};
+
+// The key of 16 bytes comes behind the one that its algorithm stands for otherwise.
+constexpr SessionKeyKind kSessionKeys[] = {
+    {token::kDes3Key, token::kDes3Cbc, KeyAllocDes3},    {token::kDesKey, token::kDesCbc, KeyAllocDes},
+    {token::kRc2Key, token::kRc2Cbc, KeyAllocRc2},       {token::kRc4Key, token::kRc4, KeyAllocRc4},
+    {token::kDes3TwoKey, token::kDes3Cbc, KeyAllocDes3},
+};
+
+const SessionKeyKind* sessionKeyKindOf(int keyCode) {
+    for (const SessionKeyKind& kind : kSessionKeys) {
+        if (kind.keyCode == keyCode)
+            return &kind;
+    }
+    return nullptr;
+}
+
+// The code of a session key for an algorithm, -1 for other algorithms.
 int keyCodeOf(int algorithmCode, int use) {
-    switch (algorithmCode) {
-        case token::kDesCbc:
-            return token::kDesKey;
-        case token::kDes3Cbc:
-            return use == kTwoKeyUse ? token::kDes3TwoKey : token::kDes3Key;
-        case token::kRc2Cbc:
-            return token::kRc2Key;
-        case token::kRc4:
-            return token::kRc4Key;
-        default:
-            return -1;
+    if (algorithmCode == token::kDes3Cbc && use == kTwoKeyUse)
+        return token::kDes3TwoKey;
+    for (const SessionKeyKind& kind : kSessionKeys) {
+        if (kind.algorithmCode == algorithmCode)
+            return kind.keyCode;
     }
-}
-
-// The algorithm of a session key's code, 0 for other codes.
-int algorithmCodeOf(int keyCode) {
-    switch (keyCode) {
-        case token::kDesKey:
-            return token::kDesCbc;
-        case token::kDes3Key:
-        case token::kDes3TwoKey:
-            return token::kDes3Cbc;
-        case token::kRc2Key:
-            return token::kRc2Cbc;
-        case token::kRc4Key:
-            return token::kRc4;
-        default:
-            return 0;
-    }
-}
-
-KeyAllocator sessionKeyAllocator(int keyCode) {
-    switch (keyCode) {
-        case token::kDesKey:
-            return KeyAllocDes;
-        case token::kRc2Key:
-            return KeyAllocRc2;
-        case token::kRc4Key:
-            return KeyAllocRc4;
-        default:
-            return KeyAllocDes3;
-    }
+    return -1;
 }
 
 KEY_ITEM item(const VT_PKCS11_BYTES& bytes) {
@@ -167,8 +154,8 @@ int VT_P11_Key::getSessionKey(MiByte& key, int& use, AlgorithmIdentifier& identi
         return token::kMaterialMissing;
     key.SetByte(reinterpret_cast<const char*>(sessionKey), sessionKeyLength);
     use = sessionKeyUse;
-    if (const char* algorithm = token::identifierOf(algorithmCodeOf(keyType)))
-        identifier.SetAlgorithm(AsnOid(algorithm));
+    if (const SessionKeyKind* kind = sessionKeyKindOf(keyType))
+        identifier.SetAlgorithm(AsnOid(token::identifierOf(kind->algorithmCode)));
     return 0;
 }
 
@@ -176,11 +163,6 @@ int VT_P11_Key::GetVCKKIObj(unsigned char** object, int /*keyClass*/) const {
     if (isTokenKey == 1)
         return setUpTokenKey(object, label);
     switch (keyType) {
-        case token::kDes3Key:
-        case token::kDes3TwoKey:
-        case token::kDesKey:
-        case token::kRc4Key:
-            return setUp(object, sessionKeyAllocator(keyType), {{sessionKey, sessionKeyLength}});
         case token::kRc2Key:
             if (sessionKey != nullptr && static_cast<std::uint32_t>(sessionKeyUse) > sessionKeyLength)
                 return token::kRc2LengthInUse;
@@ -194,6 +176,8 @@ int VT_P11_Key::GetVCKKIObj(unsigned char** object, int /*keyClass*/) const {
         case kNoObjectKey:
             return sessionKey == nullptr ? token::kMaterialMissing : 0;
         default:
-            return token::kUnsupported;
+            break;
     }
+    const SessionKeyKind* kind = sessionKeyKindOf(keyType);
+    return kind == nullptr ? token::kUnsupported : setUp(object, kind->allocator, {{sessionKey, sessionKeyLength}});
 }

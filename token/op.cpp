@@ -1,6 +1,5 @@
 #include "token/op.h"
 
-#include "crypto/alloc_buffer.h"
 #include "crypto/codes.h"
 #include "token/chooser_object.h"
 
@@ -42,9 +41,7 @@ int VT_P11_OP::destroyChooser() {
     if (object == nullptr)
         return 0;
     // A module that does not close the session keeps the chooser alive, which nobody could destroy any more.
-    if (DestroyChooserObject(&object) != 0 && object != nullptr) {
-        FreeBuffer(object->soft);
-        FreeBuffer(object);
-    }
+    if (DestroyChooserObject(&object) != 0)
+        FreeChooser(object);
     return 0;
 }

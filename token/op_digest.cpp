@@ -14,7 +14,7 @@ constexpr std::uint32_t kLongestDigest = 256;
 }  // namespace
 
 int VT_P11_OP::Digest(const VT_P11_Alg& alg, const MiByte& input, MiByte& output) {
-    token::HeldAlg object;
+    token::OwnedAlg object;
     if (object == nullptr)
         return crypto::kNoMemory;
     if (const int code =
@@ -33,7 +33,7 @@ int VT_P11_OP::Digest(const VT_P11_Alg& alg, const MiByte& input, MiByte& output
 int VT_P11_OP::GenerateRandom(MiByte& output, int length, const MiByte& seed) {
     if (length < 0)
         return crypto::kWrongLength;
-    token::HeldAlg object;
+    token::OwnedAlg object;
     if (object == nullptr)
         return crypto::kNoMemory;
     if (const int code = AlgSetup(object.address(), AlgAllocHashChainRandom, nullptr))

@@ -5,19 +5,16 @@
 #include "token/op_frame.h"
 #include "token/token_object.h"
 
-using token::HeldAlg;
-using token::HeldKey;
+using token::OwnedAlg;
+using token::OwnedKey;
+using token::View;
 
 namespace {
 
 constexpr std::int32_t kUsualBits = 1024;
 
-TOKEN_BYTES bytesOf(const VT_PKCS11_BYTES& number) {
+View viewOf(const VT_PKCS11_BYTES& number) {
     return {number.data, number.length};
-}
-
-TOKEN_BYTES bytesOf(const token::Buffer& buffer) {
-    return {buffer.bytes.get(), buffer.length};
 }
 
 VT_PKCS11_BYTES numberOf(const token::Buffer& buffer) {
@@ -36,14 +33,14 @@ int copyLabel(const MiByte& label, token::Buffer& copy) {
     return 0;
 }
 
-int checkIsFree(const CHOOSER* chooser, const TOKEN_BYTES& label, int codeIfTaken) {
+int checkIsFree(const CHOOSER* chooser, const View& label, int codeIfTaken) {
     const int code = LabelSearchOp(chooser, label);
     return code == crypto::kLabelExists ? codeIfTaken : code;
 }
 
 // The setters do not tell when memory runs out: the key is empty then.
 int checkIsThere(const VT_P11_Key& key) {
-    HeldKey object;
+    OwnedKey object;
     const auto builder = [&](unsigned char** shell) { return key.GetVCKKIObj(shell, key.getAK()); };
     return object == nullptr || object.build(builder) != 0 ? token::kOutOfMemory : 0;
 }
@@ -105,7 +102,7 @@ int giveNumbers(const KEY_OBJ* publicObject, const KEY_OBJ* privateObject, VT_P1
     return givePrivateKey(privateItems, privateKey);
 }
 
-int readPublicKey(const CHOOSER* chooser, const TOKEN_BYTES& label, VT_P11_Key& key) {
+int readPublicKey(const CHOOSER* chooser, const View& label, VT_P11_Key& key) {
     TOKEN_PUBLIC_KEY numbers;
     if (const int code = ReadPublicKeyOp(chooser, label, numbers))
         return code;
@@ -120,7 +117,7 @@ int VT_P11_OP::GetHardPubKey(const MiByte& label, VT_P11_Key& key) {
     token::Buffer copy;
     if (const int code = copyLabel(label, copy))
         return code;
-    return readPublicKey(static_cast<CHOOSER*>(chooser), bytesOf(copy), key);
+    return readPublicKey(static_cast<CHOOSER*>(chooser), copy, key);
 }
 
 int VT_P11_OP::GenRSAKeyPair(VT_P11_Key& publicKey, const MiByte& publicLabel, VT_P11_Key& privateKey,
@@ -136,26 +133,26 @@ int VT_P11_OP::GenRSAKeyPair(VT_P11_Key& publicKey, const MiByte& publicLabel, V
         return code;
     auto* where = static_cast<CHOOSER*>(chooser);
     if (inToken != 0) {
-        if (const int code = checkIsFree(where, bytesOf(publicText), token::kPublicLabelExists))
+        if (const int code = checkIsFree(where, publicText, token::kPublicLabelExists))
             return code;
-        if (const int code = checkIsFree(where, bytesOf(privateText), token::kPrivateLabelExists))
+        if (const int code = checkIsFree(where, privateText, token::kPrivateLabelExists))
             return code;
     } else if (token::isOnToken(where)) {
         return crypto::kArgumentAbsent;  // a token would keep the private key, under a label that was not looked for
     }
-    HeldAlg alg;
-    HeldKey publicObject;
-    HeldKey privateObject;
+    OwnedAlg alg;
+    OwnedKey publicObject;
+    OwnedKey privateObject;
     if (alg == nullptr || publicObject == nullptr || privateObject == nullptr)
         return crypto::kNoMemory;
     if (const int code = AlgSetup(alg.address(), AlgAllocRsaKeyPairGen, &size))
         return code;
-    if (const int code = GenerateKeyPairOp(alg, publicObject.address(), bytesOf(publicText), privateObject.address(),
-                                           bytesOf(privateText), where))
+    if (const int code =
+            GenerateKeyPairOp(alg, publicObject.address(), publicText, privateObject.address(), privateText, where))
         return code;
     if (inToken == 0)
         return giveNumbers(publicObject, privateObject, publicKey, privateKey);
-    if (const int code = readPublicKey(where, bytesOf(publicText), publicKey))
+    if (const int code = readPublicKey(where, publicText, publicKey))
         return code;
     return giveLabel(privateText, privateKey);
 }
@@ -168,7 +165,7 @@ bool VT_P11_OP::CheckRSAKeyPair(const RSAPublicKey& publicKey, const unsigned ch
     if (key.setRSAPublicKey(publicKey) != 0 || key.getPublicKey(&numbers) != 0)
         return false;
     const bool same = CompareTokenPublicKeyOp(static_cast<CHOOSER*>(chooser), {label, labelLength},
-                                              bytesOf(numbers.modulus), bytesOf(numbers.publicExponent));
+                                              viewOf(numbers.modulus), viewOf(numbers.publicExponent));
     VT_FreePublicKey(&numbers);
     return same;
 }

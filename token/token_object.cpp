@@ -6,6 +6,7 @@
 #include "token/op_frame.h"
 
 using token::isOnToken;
+using token::View;
 
 namespace {
 
@@ -17,7 +18,7 @@ int codeOf(CK_RV value) {
 }
 
 // Entries of a template, over values that outlive it.
-ATTRIBUTE bytesEntry(CK_ATTRIBUTE_TYPE type, const TOKEN_BYTES& bytes) {
+ATTRIBUTE bytesEntry(CK_ATTRIBUTE_TYPE type, const View& bytes) {
     return {type, const_cast<std::uint8_t*>(bytes.bytes), bytes.length};
 }
 
@@ -87,14 +88,14 @@ int readAttribute(const CHOOSER& chooser, CK_OBJECT_HANDLE object, CK_ATTRIBUTE_
     return size > longest ? crypto::kAttributeTooLong : readValue(chooser, object, type, size, value);
 }
 
-int findPublicKey(const CHOOSER* chooser, const TOKEN_BYTES& label, CK_OBJECT_HANDLE& object) {
+int findPublicKey(const CHOOSER* chooser, const View& label, CK_OBJECT_HANDLE& object) {
     if (!isOnToken(chooser))
         return crypto::kArgumentAbsent;
     ATTRIBUTE attribute = bytesEntry(CKA_LABEL, label);
     return FindTokenObject(*chooser, &attribute, 1, object);
 }
 
-bool areEqual(const token::Buffer& own, const TOKEN_BYTES& other) {
+bool areEqual(const token::Buffer& own, const View& other) {
     return own.length == other.length && std::equal(other.bytes, other.bytes + other.length, own.bytes.get());
 }
 
@@ -118,13 +119,13 @@ int takePublicKey(const CHOOSER& chooser, CK_OBJECT_HANDLE object, CK_ULONG bits
 }
 
 // One C_GenerateKeyPair. Tokens look at what is given and in which order, so the entries stand as they always have.
-CK_RV generate(const CHOOSER& chooser, CK_ULONG bits, const TOKEN_BYTES& publicLabel, const TOKEN_BYTES& privateLabel,
+CK_RV generate(const CHOOSER& chooser, CK_ULONG bits, const View& publicLabel, const View& privateLabel,
                CK_OBJECT_HANDLE& publicObject) {
     static const CK_ULONG kPublicClass = CKO_PUBLIC_KEY;
     static const CK_ULONG kPrivateClass = CKO_PRIVATE_KEY;
     static const CK_ULONG kRsaType = CKK_RSA;
     static const std::uint8_t kExponent[] = {0x01, 0x00, 0x01};
-    const TOKEN_BYTES exponent = {kExponent, sizeof kExponent};
+    const View exponent = {kExponent, sizeof kExponent};
     ATTRIBUTE publicEntries[] = {
         numberEntry(CKA_CLASS, kPublicClass),
         flagEntry(CKA_TOKEN, kYes),
@@ -158,8 +159,8 @@ CK_RV generate(const CHOOSER& chooser, CK_ULONG bits, const TOKEN_BYTES& publicL
                                                 &privateObject);
 }
 
-int generateInToken(const CHOOSER& chooser, CK_ULONG bits, KEY_OBJ** publicKey, const TOKEN_BYTES& publicLabel,
-                    KEY_OBJ** privateKey, const TOKEN_BYTES& privateLabel) {
+int generateInToken(const CHOOSER& chooser, CK_ULONG bits, KEY_OBJ** publicKey, const View& publicLabel,
+                    KEY_OBJ** privateKey, const View& privateLabel) {
     CK_OBJECT_HANDLE publicObject = 0;
     if (const CK_RV code = generate(chooser, bits, publicLabel, privateLabel, publicObject))
         return codeOf(code);
@@ -177,7 +178,7 @@ int FindTokenObject(const CHOOSER& chooser, ATTRIBUTE* attributes, CK_ULONG coun
     return result.found ? codeOf(result.closing) : failureOf(result);
 }
 
-int LabelSearchOp(const CHOOSER* chooser, const TOKEN_BYTES& label) {
+int LabelSearchOp(const CHOOSER* chooser, const View& label) {
     if (!isOnToken(chooser))
         return crypto::kArgumentAbsent;
     ATTRIBUTE attribute = bytesEntry(CKA_LABEL, label);
@@ -189,7 +190,7 @@ int LabelSearchOp(const CHOOSER* chooser, const TOKEN_BYTES& label) {
     return result.found ? crypto::kLabelExists : 0;
 }
 
-int ReadPublicKeyOp(const CHOOSER* chooser, const TOKEN_BYTES& label, TOKEN_PUBLIC_KEY& key) {
+int ReadPublicKeyOp(const CHOOSER* chooser, const View& label, TOKEN_PUBLIC_KEY& key) {
     CK_OBJECT_HANDLE object = 0;
     if (const int code = findPublicKey(chooser, label, object))
         return code;
@@ -198,7 +199,7 @@ int ReadPublicKeyOp(const CHOOSER* chooser, const TOKEN_BYTES& label, TOKEN_PUBL
     return readAttribute(*chooser, object, CKA_PUBLIC_EXPONENT, kLongestNumber, key.publicExponent);
 }
 
-int ReadPublicKeyCheckedOp(const CHOOSER* chooser, const TOKEN_BYTES& label, TOKEN_PUBLIC_KEY& key) {
+int ReadPublicKeyCheckedOp(const CHOOSER* chooser, const View& label, TOKEN_PUBLIC_KEY& key) {
     CK_OBJECT_HANDLE object = 0;
     if (const int code = findPublicKey(chooser, label, object))
         return code;
@@ -212,14 +213,14 @@ int ReadPublicKeyCheckedOp(const CHOOSER* chooser, const TOKEN_BYTES& label, TOK
     return readAttribute(*chooser, object, CKA_PUBLIC_EXPONENT, kLongestNumber, key.publicExponent);
 }
 
-bool CompareTokenPublicKeyOp(const CHOOSER* chooser, const TOKEN_BYTES& label, const TOKEN_BYTES& modulus,
-                             const TOKEN_BYTES& publicExponent) {
+bool CompareTokenPublicKeyOp(const CHOOSER* chooser, const View& label, const View& modulus,
+                             const View& publicExponent) {
     TOKEN_PUBLIC_KEY own;
     return ReadPublicKeyCheckedOp(chooser, label, own) == 0 && areEqual(own.modulus, modulus) &&
            areEqual(own.publicExponent, publicExponent);
 }
 
-int StoreCertValueOp(const CHOOSER* chooser, const TOKEN_BYTES& label, const TOKEN_BYTES& certificate) {
+int StoreCertValueOp(const CHOOSER* chooser, const View& label, const View& certificate) {
     if (!isOnToken(chooser))
         return crypto::kArgumentAbsent;
     const CK_ULONG objectClass = CKO_CERTIFICATE;
@@ -231,7 +232,7 @@ int StoreCertValueOp(const CHOOSER* chooser, const TOKEN_BYTES& label, const TOK
     return codeOf(chooser->functions->C_CreateObject(chooser->session, attributes, std::size(attributes), &object));
 }
 
-int FindCertValueOp(const CHOOSER* chooser, const TOKEN_BYTES& label, token::Buffer& value) {
+int FindCertValueOp(const CHOOSER* chooser, const View& label, token::Buffer& value) {
     if (!isOnToken(chooser))
         return crypto::kArgumentAbsent;
     const CK_ULONG objectClass = CKO_CERTIFICATE;
@@ -244,8 +245,8 @@ int FindCertValueOp(const CHOOSER* chooser, const TOKEN_BYTES& label, token::Buf
     return readAttribute(*chooser, object, CKA_VALUE, kLongestValue, value);
 }
 
-int GenerateKeyPairOp(ALG_OBJ* alg, KEY_OBJ** publicKey, const TOKEN_BYTES& publicLabel, KEY_OBJ** privateKey,
-                      const TOKEN_BYTES& privateLabel, CHOOSER* chooser) {
+int GenerateKeyPairOp(ALG_OBJ* alg, KEY_OBJ** publicKey, const View& publicLabel, KEY_OBJ** privateKey,
+                      const View& privateLabel, CHOOSER* chooser) {
     if (!isOnToken(chooser))
         return GenerateKeyPairOp(alg, publicKey, privateKey, chooser);
     if (alg == nullptr || alg->mechanism == nullptr || publicKey == nullptr || privateKey == nullptr)

@@ -58,12 +58,7 @@ int32_t givePublicKey(const PKCS_Ctx& ctx, const PKCS_Blob& certificate, PKCS_Pu
     int32_t result = checkArguments(ctx, certificate);
     if (result == 0)
         result = readNumbers(certificate, numbers);
-    VT_P11_Key key;
-    if (result == 0)
-        result = key.setRSAPublicKey(numbers);
-    if (result != 0)
-        return result;
-    return flat::givePublicKey(key, record) ? 0 : VT_E_MEMORY;
+    return result != 0 ? result : flat::giveNumbers(numbers, record);
 }
 
 int32_t fillSubject(const PKCS_Ctx& ctx, const PKCS_Blob& blob, VT_List& list) {
@@ -77,9 +72,8 @@ int32_t fillSubject(const PKCS_Ctx& ctx, const PKCS_Blob& blob, VT_List& list) {
     for (int i = 0; i < total && result == 0; ++i) {
         MiByte node;
         result = certificate.getSubjectsByIndex(i, node);
-        if (result == 0 &&
-            VT_AddListNode(&list, reinterpret_cast<const uint8_t*>(node.GetChars()), node.GetLength()) != 0)
-            result = VT_E_MEMORY;
+        if (result == 0)
+            result = flat::appendNode(list, node);
     }
     return result;
 }

@@ -48,8 +48,7 @@ int32_t encodeDigested(PKCS_Ctx* ctx, const PKCS_Blob& data, const PKCS_Alg& rec
     MiByte octets;
     if (result == 0)
         result = pki::digestContent({&identifier, &content, nullptr}, *ctx->operation, octets);
-    AsnOctetString digest;
-    digest.SetData(octets);
+    const AsnOctetString digest = pki::octetsOf(octets);
     if (result == 0)
         result = pki::writeDigestedData({&identifier, &content, &digest}, value);
     constexpr uint32_t kRoomForTheRest = 128;

@@ -1,30 +1,17 @@
-#include "foundation/byte.h"
 #include "pki/encrypted_data_content_info.h"
 #include "pki/enveloped_access.h"
 #include "pki/flat/ciphertext.h"
 #include "pki/flat/flat.h"
-#include "pki/flat/message.h"
-#include "schema/schema.h"
-#include "token/token.h"
+#include "pki/flat/opening.h"
 
 namespace {
 
 using pki::EnvelopedAccess;
 
-int32_t openMessage(PKCS_Ctx* ctx, const PKCS_Blob& message, VT_EncryptedDataContentInfo& opened) {
-    ContentInfo content;
-    flat::decodeBlob(message, content);
-    if (ctx->operation == nullptr)
-        return token::kNoOperation;
-    const int32_t result = opened.decomposeEncryptedDataContentInfo(content);
-    EnvelopedAccess::forgetSource(opened);
-    return result;
-}
-
 int32_t readEncrypted(PKCS_Ctx* ctx, const PKCS_Blob& message, const PKCS_Blob& keyBytes, PKCS_Blob& data) {
     VT_EncryptedDataContentInfo encrypted;
     AlgorithmIdentifier algorithm;
-    int32_t result = openMessage(ctx, message, encrypted);
+    int32_t result = flat::openMessage(ctx, message, encrypted);
     if (result == 0)
         result = encrypted.getEncryptedContentInfoAlgorithmIdentifier(algorithm);
     VT_P11_Key key;

@@ -6,7 +6,7 @@
 #include "pki/enveloped_data_content_info.h"
 #include "pki/flat/ciphertext.h"
 #include "pki/flat/flat.h"
-#include "pki/flat/session_key.h"
+#include "pki/flat/opening.h"
 
 namespace {
 
@@ -14,23 +14,13 @@ using pki::EnvelopedAccess;
 
 // ---- Reading
 
-int32_t openMessage(PKCS_Ctx* ctx, const PKCS_Blob& message, VT_EnvelopedDataContentInfo& opened) {
-    ContentInfo content;
-    flat::decodeBlob(message, content);
-    if (ctx->operation == nullptr)
-        return token::kNoOperation;
-    const int32_t result = opened.decomposeEnvelopedDataContentInfo(content);
-    EnvelopedAccess::forgetSource(opened);
-    return result;
-}
-
 int32_t readEnveloped(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const PKCS_PriKey& record,
                       const PKCS_Blob* ciphertext, PKCS_Blob& data) {
     VT_P11_Key privateKey;
     int32_t result = flat::readPrivateKey(record, privateKey);
     VT_EnvelopedDataContentInfo enveloped;
     if (result == 0)
-        result = openMessage(ctx, message, enveloped);
+        result = flat::openMessage(ctx, message, enveloped);
     AlgorithmIdentifier algorithm;
     if (result == 0)
         result = enveloped.getEncryptedContentInfoAlgorithmIdentifier(algorithm);
@@ -90,7 +80,7 @@ int32_t makeSessionKey(VT_P11_OP& op, int bits, MiByte& bytes) {
     return op.GenerateRandom(bytes, bits / 8, MiByte(text.GetChars(), text.GetLength()));
 }
 
-int32_t readPublicKey(const VT_Certificate& certificate, VT_P11_Key& key) {
+int32_t readRecipientsKey(const VT_Certificate& certificate, VT_P11_Key& key) {
     RSAPublicKey numbers;
     const int32_t result = certificate.getRSAPublicKey(numbers);
     return result != 0 ? result : key.setRSAPublicKey(numbers);
@@ -106,7 +96,7 @@ int32_t sealSessionKey(VT_P11_OP& op, Envelope& envelope, RecipientInfo& recipie
         result = envelope.sessionKey.setSessionKey(bytes, static_cast<int>(bytes.GetLength()), algorithm);
     VT_P11_Key publicKey;
     if (result == 0)
-        result = readPublicKey(envelope.certificate, publicKey);
+        result = readRecipientsKey(envelope.certificate, publicKey);
     if (result == 0)
         result = envelope.recipient.encryptKey(op, publicKey, bytes);
     return result != 0 ? result : envelope.recipient.composeRecipientInfo(recipient);

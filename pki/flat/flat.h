@@ -6,6 +6,22 @@
  *  - Every buffer that a function hands out comes from T_malloc, with a zero byte behind its data that the length does
  *    not count. The caller frees it with T_free. An output record is overwritten, never read or freed first.
  *  - Nothing takes a lock. A record or a list belongs to one caller at a time.
+ *
+ * What stands where, by the headings below:
+ *
+ *     Codes                              the codes that this interface gives by itself
+ *     Records                            PKCS_Blob, PKCS_Alg, PKCS_*Key; PKCS_Init*, PKCS_Free*
+ *     Memory and text                    T_malloc, T_free and their like
+ *     Lists                              VT_List, VT_CreateList to VT_DestroyList
+ *     Microsoft public keys              VT_MSPubKeyToVPK, VT_MSPubKeyToP1Der
+ *     Libraries, files and diagnostics   VT_LoadLibrary, VT_GetFileLen, VT_Log, VT_PrintBuf
+ *     Contexts and PKCS#11 modules       PKCS_Ctx; PKCS_Initialize, PKCS_Finalize, PKCS_CreateCtx, PKCS_DestroyCtx
+ *     Data and signed messages           PKCS7_GetMsgType; PKCS7_Read*, PKCS7_Write*; PKCS7_GetLeafCert
+ *     Digested, encrypted and enveloped messages   the rest of PKCS7_Read* and PKCS7_Write*
+ *     PFX files and certificates         VT_GenPFX, VT_Get*FromPFX; VT_Verify*, VT_Check*, VT_Get*FromCert
+ *     Forms of RSA keys                  between Microsoft blobs, records and the DER of PKCS#1; VT_RSABig*
+ *     Key objects and tokens             VTPKCS_KeyObj
+ *     Work with key objects and tokens   VTPKCS_*: key objects, signed messages, requests, tokens, base64
  */
 #ifndef VT_PKI_FLAT_FLAT_H
 #define VT_PKI_FLAT_FLAT_H
@@ -152,7 +168,7 @@ VT_API int32_t VT_GetListNodeByIndex(const VT_List* list, int32_t index, uint8_t
  * Null, and a pointer to null, are accepted. Always 0. */
 VT_API int32_t VT_DestroyList(VT_List** list);
 
-/* ---- Keys ------------------------------------------------------------------------------------------------------- */
+/* ---- Microsoft public keys -------------------------------------------------------------------------------------- */
 
 /* Both converters read a Microsoft PUBLICKEYBLOB (wincrypt.h: PUBLICKEYSTRUC, RSAPUBKEY, modulus, all little-endian) of
  * 512, 1024 or 2048 bits. They look at nothing of its header but the bit length, and trust it: the blob must have

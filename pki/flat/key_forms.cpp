@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "pki/flat/flat.h"
 #include "pki/flat/message.h"
 #include "pki/flat/owned_record.h"
@@ -48,21 +50,13 @@ int32_t encode(const PKCS_PriKey& record, PKCS_Blob& der) {
 int32_t decode(const PKCS_Blob& der, PKCS_PubKey& record) {
     RSAPublicKey numbers;
     flat::decodeBlob(der, numbers);
-    VT_P11_Key key;
-    const int32_t result = key.setRSAPublicKey(numbers);
-    if (result != 0)
-        return result;
-    return flat::givePublicKey(key, record) ? 0 : VT_E_MEMORY;
+    return flat::giveNumbers(numbers, record);
 }
 
 int32_t decode(const PKCS_Blob& der, PKCS_PriKey& record) {
     RSAPrivateKey numbers;
     flat::decodeBlob(der, numbers);
-    VT_P11_Key key;
-    const int32_t result = key.setRSAPrivateKey(numbers);
-    if (result != 0)
-        return result;
-    return flat::givePrivateKey(key, record) ? 0 : VT_E_MEMORY;
+    return flat::giveNumbers(numbers, record);
 }
 
 template <class Record>
@@ -85,7 +79,7 @@ int32_t copyOut(const PKCS_Blob& bytes, uint8_t* out, uint32_t& length) {
     if (out != nullptr && length < bytes.length)
         return VT_E_BUFFER_TOO_SMALL;
     if (out != nullptr)
-        T_memcpy(out, bytes.data, bytes.length);
+        std::memcpy(out, bytes.data, bytes.length);
     length = bytes.length;
     return 0;
 }

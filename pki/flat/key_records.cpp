@@ -59,4 +59,18 @@ bool givePrivateKey(const VT_P11_Key& key, PKCS_PriKey& record) {
     return true;
 }
 
+int32_t giveNumbers(const RSAPublicKey& numbers, PKCS_PubKey& record) {
+    VT_P11_Key key;
+    if (const int32_t result = key.setRSAPublicKey(numbers))
+        return result;
+    return givePublicKey(key, record) ? 0 : VT_E_MEMORY;
+}
+
+int32_t giveNumbers(const RSAPrivateKey& numbers, PKCS_PriKey& record) {
+    VT_P11_Key key;
+    if (const int32_t result = key.setRSAPrivateKey(numbers))
+        return result;
+    return givePrivateKey(key, record) ? 0 : VT_E_MEMORY;
+}
+
 }  // namespace flat

@@ -18,8 +18,7 @@ namespace {
 
 int32_t appendDer(VT_List& list, const AsnObject& value, MiByteBuffer& scratch) {
     value.DerEncode(scratch, 0);
-    const auto* const der = reinterpret_cast<const uint8_t*>(scratch.GetChars());
-    return VT_AddListNode(&list, der, scratch.GetLength()) == 0 ? 0 : VT_E_MEMORY;
+    return appendNode(list, scratch.GetChars(), scratch.GetLength());
 }
 
 // Callers that bring a certificate along have long taken -1017 as the answer, and act on it.
@@ -124,6 +123,14 @@ int32_t readAlg(const PKCS_Alg& record, VT_P11_Alg& alg) {
     if (result == 0)
         result = alg.setEffectiveBits(static_cast<int>(record.effectiveBits));
     return result;
+}
+
+int32_t appendNode(VT_List& list, const char* bytes, uint32_t length) {
+    return VT_AddListNode(&list, reinterpret_cast<const uint8_t*>(bytes), length) == 0 ? 0 : VT_E_MEMORY;
+}
+
+int32_t appendNode(VT_List& list, const MiByte& bytes) {
+    return appendNode(list, bytes.GetChars(), bytes.GetLength());
 }
 
 int32_t fillList(VT_List* list, const AsnSetOf<ExtendedCertificateOrCertificate>* certificates) {

@@ -11,6 +11,8 @@
 #include "schema/forward.h"
 
 class MiByte;
+class RSAPrivateKey;
+class RSAPublicKey;
 class VT_P11_Alg;
 class VT_P11_Key;
 class VT_SignerInfo;
@@ -77,10 +79,19 @@ int32_t readKeyObject(const VTPKCS_KeyObj& object, VT_P11_Key& key);
 bool givePublicKey(const VT_P11_Key& key, PKCS_PubKey& record);
 bool givePrivateKey(const VT_P11_Key& key, PKCS_PriKey& record);
 
+// giveNumbers does the same with the numbers of a key that was decoded. Codes of VT_P11_Key for numbers that are
+// missing or zero, -1031.
+int32_t giveNumbers(const RSAPublicKey& numbers, PKCS_PubKey& record);
+int32_t giveNumbers(const RSAPrivateKey& numbers, PKCS_PriKey& record);
+
 // holds says whether there are bytes in a number of a record.
 inline bool holds(const PKCS_Blob& number) {
     return number.data != nullptr && number.length != 0;
 }
+
+// appendNode appends bytes, of which there are some, to a list. -1031.
+int32_t appendNode(VT_List& list, const char* bytes, uint32_t length);
+int32_t appendNode(VT_List& list, const MiByte& bytes);
 
 // fillList appends the DER of each certificate, or revocation list, to a list; null sets and lists are passed over.
 // -1001 for a choice that has no certificate, -1031.

@@ -88,14 +88,6 @@ int32_t makePfx(PKCS_Ctx* ctx, const PKCS_Blob& certificate, const PKCS_PriKey& 
 
 // ---- Opening
 
-int32_t giveNumbers(const RSAPrivateKey& numbers, PKCS_PriKey& record) {
-    VT_P11_Key key;
-    const int32_t result = key.setRSAPrivateKey(numbers);
-    if (result != 0)
-        return result;
-    return flat::givePrivateKey(key, record) ? 0 : VT_E_MEMORY;
-}
-
 int32_t openKey(VT_P11_OP& op, const MiByte& password, const VT_PFX& pfx, OwnedRecord<PKCS_PriKey>& key) {
     MiByte der;
     int32_t result = pfx.getDataSafeContentsByIndex(0, der);
@@ -112,7 +104,7 @@ int32_t openKey(VT_P11_OP& op, const MiByte& password, const VT_PFX& pfx, OwnedR
         return result;
     RSAPrivateKey numbers;
     pki::decodeDer(pkcs1, numbers);
-    return giveNumbers(numbers, key.record);
+    return flat::giveNumbers(numbers, key.record);
 }
 
 int32_t openCertificates(VT_P11_OP& op, const MiByte& password, const VT_PFX& pfx, VT_SafeContents& bags) {
@@ -131,8 +123,8 @@ int32_t chooseCertificate(const VT_SafeContents& bags, const PKCS_PriKey& key, V
             continue;  // it is no certificate, and a list has no nodes without bytes
         OwnedRecord<PKCS_Blob> candidate;
         result = flat::giveBlob(der, candidate.record);
-        if (result == 0 && list != nullptr && VT_AddListNode(list, candidate.record.data, candidate.record.length) != 0)
-            result = VT_E_MEMORY;
+        if (result == 0 && list != nullptr)
+            result = flat::appendNode(*list, der);
         if (result != 0)
             return result;
         if (certificate.record.data == nullptr && VT_CheckCertAndPriKey(&candidate.record, &key) == 0)

@@ -60,7 +60,7 @@ int32_t VT_GetMSCertAndKeyFromPFX(PKCS_Ctx* ctx, const uint8_t* pfx, uint32_t pf
     if (flat::anyNull(ctx, pfx, password, blobLength, certificateLength))
         return VT_E_NULL_ARGUMENT;
     if (passwordLength == 0)
-        passwordLength = static_cast<uint32_t>(T_strlen(password));
+        passwordLength = static_cast<uint32_t>(std::strlen(password));
     // Blobs serve for output too, and have no const data.
     const PKCS_Blob file = {const_cast<uint8_t*>(pfx), pfxLength};
     const PKCS_Blob secret = {reinterpret_cast<uint8_t*>(const_cast<char*>(password)), passwordLength};

@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "asn/asn.h"
+#include "pki/content.h"
 #include "pki/flat/flat.h"
 #include "pki/flat/message.h"
 #include "pki/name.h"
@@ -19,10 +20,12 @@ constexpr const char* kSampleEmail = "holmar@example.com";
 
 // ---- Making
 
-struct RequestParts {
-    const VT_P11_Key& privateKey;
+// What is asked for. The lists are null for the samples.
+struct Order {
     const PKCS_PubKey& publicKey;
-    const VT_List* attributes;  // null for the sample
+    const VT_List* subject;
+    const VT_List* attributes;
+    int32_t signatureType;
 };
 
 int32_t setSampleSubject(VT_Name& subject) {
@@ -33,20 +36,25 @@ int32_t setSampleSubject(VT_Name& subject) {
     return result;
 }
 
-int32_t readSubject(const VT_List& list, VT_Name& subject) {
+int32_t readSubject(const VT_List* list, VT_Name& subject) {
+    if (list == nullptr)
+        return setSampleSubject(subject);
     int32_t result = 0;
-    for (const VT_List* node = list.next; node != nullptr && result == 0; node = node->next)
+    for (const VT_List* node = list->next; node != nullptr && result == 0; node = node->next)
         result = subject.addNameNode(flat::bytesOf({node->data, node->length}));
     return result;
+}
+
+// VT_GENPKCS10 has never read a list that it is given, and leaves the subject empty then.
+int32_t leaveSubject(const VT_List* list, VT_Name& subject) {
+    return list == nullptr ? setSampleSubject(subject) : 0;
 }
 
 int32_t addSampleAttribute(VT_PKCS10& request) {
     AsnIA5String email;
     email.SetVisibleString(kSampleEmail);
-    AsnOctetString value;
-    value.SetDerObject(&email);
     AsnSetOf<AsnOctetString> values;
-    values.AddElement(value);
+    values.AddElement(pki::anyOf(email));
     Attribute attribute;
     attribute.SetType(AsnOid(kEmailAddress));
     attribute.SetValues(values);
@@ -68,9 +76,9 @@ int32_t readSignatureType(int32_t type, VT_P11_Alg& alg) {
     return type < token::kRsa || type > token::kMd2Rsa ? int32_t{token::kUnsupported} : alg.setAlgType(type);
 }
 
-int32_t fillRequest(const RequestParts& parts, const VT_Name& subject, VT_PKCS10& request) {
+int32_t fillRequest(const Order& order, const VT_Name& subject, VT_PKCS10& request) {
     int32_t result =
-        parts.attributes != nullptr ? addAttributes(*parts.attributes, request) : addSampleAttribute(request);
+        order.attributes != nullptr ? addAttributes(*order.attributes, request) : addSampleAttribute(request);
     Name name;
     if (result == 0)
         result = subject.getName(name);
@@ -78,20 +86,30 @@ int32_t fillRequest(const RequestParts& parts, const VT_Name& subject, VT_PKCS10
         result = request.setName(name);
     VT_P11_Key key;
     if (result == 0)
-        result = flat::readPublicKey(parts.publicKey, key);
+        result = flat::readPublicKey(order.publicKey, key);
     RSAPublicKey numbers;
     if (result == 0)
         result = key.getRSAPublicKey(numbers);
     return result != 0 ? result : request.setRSAPublickKey(numbers);
 }
 
-int32_t makeRequest(VT_P11_OP& op, const RequestParts& parts, const VT_Name& subject, const VT_P11_Alg& alg,
-                    PKCS_Blob& out) {
+// readKey gives the private key, and readSubject the subject.
+template <class ReadKey, class ReadSubject>
+int32_t makeRequest(VT_P11_OP& op, const Order& order, ReadKey readKey, ReadSubject readSubject, PKCS_Blob& out) {
+    VT_P11_Key privateKey;
+    int32_t result = readKey(privateKey);
+    VT_P11_Alg alg;
+    if (result == 0)
+        result = readSignatureType(order.signatureType, alg);
+    VT_Name subject;
+    if (result == 0)
+        result = readSubject(order.subject, subject);
     VT_PKCS10 request;
-    int32_t result = fillRequest(parts, subject, request);
+    if (result == 0)
+        result = fillRequest(order, subject, request);
     CertificationRequest composed;
     if (result == 0)
-        result = request.composePKCS10(op, &parts.privateKey, &alg, composed);
+        result = request.composePKCS10(op, &privateKey, &alg, composed);
     return result != 0 ? result : flat::giveDer(composed, out);
 }
 
@@ -116,9 +134,8 @@ int32_t appendNodes(const VT_Name& subject, VT_List& list) {
     for (int i = 0; i < total && result == 0; ++i) {
         MiByte node;
         result = subject.getNameNodeByIndex(i, node);
-        const auto* const bytes = reinterpret_cast<const uint8_t*>(node.GetChars());
-        if (result == 0 && VT_AddListNode(&list, bytes, node.GetLength()) != 0)
-            result = VT_E_MEMORY;
+        if (result == 0)
+            result = flat::appendNode(list, node);
     }
     return result;
 }
@@ -154,16 +171,9 @@ int32_t VTPKCS_GENPKCS10(PKCS_Ctx* ctx, const VTPKCS_KeyObj* key, const PKCS_Pub
     if (ctx->operation == nullptr)
         return token::kNoOperation;
     return flat::guarded(VT_E_NULL_ARGUMENT, [&] {
-        VT_P11_Key privateKey;
-        VT_P11_Alg alg;
-        VT_Name name;
-        int32_t result = flat::readKeyObject(*key, privateKey);
-        if (result == 0)
-            result = readSignatureType(signatureType, alg);
-        if (result == 0)
-            result = subject != nullptr ? readSubject(*subject, name) : setSampleSubject(name);
-        const RequestParts parts = {privateKey, *publicKey, attributes};
-        return result != 0 ? result : makeRequest(*ctx->operation, parts, name, alg, *request);
+        const auto readKey = [&](VT_P11_Key& privateKey) { return flat::readKeyObject(*key, privateKey); };
+        return makeRequest(*ctx->operation, {*publicKey, subject, attributes, signatureType}, readKey, readSubject,
+                           *request);
     });
 }
 
@@ -174,19 +184,12 @@ int32_t VT_GENPKCS10(PKCS_Ctx* ctx, const PKCS_PriKey* key, const PKCS_PubKey* p
     if (ctx->operation == nullptr)
         return token::kNoOperation;
     return flat::guarded(VT_E_NULL_ARGUMENT, [&] {
-        VT_P11_Key privateKey;
-        VT_P11_Alg alg;
-        VT_Name name;
-        int32_t result = comparePair(*key, *publicKey);
-        if (result == 0)
-            result = flat::readPrivateKey(*key, privateKey);
-        if (result == 0)
-            result = readSignatureType(signatureType, alg);
-        // A list that is given has never been read here, and leaves the subject empty.
-        if (result == 0 && subject == nullptr)
-            result = setSampleSubject(name);
-        const RequestParts parts = {privateKey, *publicKey, attributes};
-        return result != 0 ? result : makeRequest(*ctx->operation, parts, name, alg, *request);
+        const auto readKey = [&](VT_P11_Key& privateKey) {
+            const int32_t result = comparePair(*key, *publicKey);
+            return result != 0 ? result : flat::readPrivateKey(*key, privateKey);
+        };
+        return makeRequest(*ctx->operation, {*publicKey, subject, attributes, signatureType}, readKey, leaveSubject,
+                           *request);
     });
 }
 

@@ -1,6 +1,6 @@
 #include "pki/enveloped_access.h"
 #include "pki/flat/flat.h"
-#include "pki/flat/session_key.h"
+#include "pki/flat/opening.h"
 #include "pki/signed_and_enveloped_data_content_info.h"
 #include "pki/signer_access.h"
 #include "pki/signer_info.h"
@@ -15,16 +15,6 @@ struct Opener {
     VT_P11_Alg algorithm;
     VT_P11_Key sessionKey;
 };
-
-int32_t openMessage(PKCS_Ctx* ctx, const PKCS_Blob& message, Sealed& opened) {
-    ContentInfo content;
-    flat::decodeBlob(message, content);
-    if (ctx->operation == nullptr)
-        return token::kNoOperation;
-    const int32_t result = opened.decomposeSignedAndEnvelopedDataContentInfo(content);
-    EnvelopedAccess::forgetSource(opened);
-    return result;
-}
 
 int32_t openContent(VT_P11_OP& op, Sealed& sealed, int32_t mode, const VT_P11_Key& privateKey, const PKCS_Blob& data,
                     Opener& opener) {
@@ -66,7 +56,7 @@ int32_t readSealed(PKCS_Ctx* ctx, const PKCS_Blob& message, int32_t mode, const 
         return result;
     Sealed sealed;
     Opener opener;
-    result = openMessage(ctx, message, sealed);
+    result = flat::openMessage(ctx, message, sealed);
     if (result == 0)
         result = openContent(*ctx->operation, sealed, mode, privateKey, data, opener);
     const auto* const certificates = EnvelopedAccess::certificates(sealed);

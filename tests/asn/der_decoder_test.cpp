@@ -342,6 +342,9 @@ TEST(der_decoder_test, EmptyStrings) {
     utf8.SetVisibleString("x");
     EXPECT_EQ(decode(utf8, "0C 00"), 2U);
     EXPECT_EQ(utf8.GetDataLength(), 0U);
+    utf8.SetVisibleString("x");
+    EXPECT_EQ(utf8.DerDecodeContent(bytes("00"), 0, 0), 0U);
+    EXPECT_EQ(utf8.GetDataLength(), 0U);
     AsnBMPString bmp;
     bmp.SetVisibleString("x");
     EXPECT_EQ(bmp.DerDecodeContent(bytes("00"), 0, 0), 0U);

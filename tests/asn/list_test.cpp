@@ -229,6 +229,34 @@ TEST(list_test, LongSetsOfUnlikeItemsCompareByTheSameRule) {
     EXPECT_FALSE(b == a);
 }
 
+TEST(list_test, LongSetsOfUnlikeItemsMayBeEqual) {
+    const auto item = [](const auto& first, bool flag) {
+        return der_io::composite<AsnSequence>(der_io::member("first", first), der_io::member("flag", AsnBoolean(flag)));
+    };
+    AsnSetOf<AsnSequence> a;
+    AsnSetOf<AsnSequence> b;
+    for (int i = 0; i < 40; ++i) {
+        a.AddElement(item(AsnInteger(i), true));
+        b.AddElement(item(AsnInteger(i), true));
+    }
+    // NULL equals the identifier, and by its flag none of the others.
+    a.AddElement(item(AsnNull(), false));
+    b.AddElement(item(AsnOid("1.2"), false));
+    EXPECT_TRUE(a == b);
+    EXPECT_FALSE(b == a);
+}
+
+TEST(list_test, LongSetsOfEmptyContainersCompareByTheSameRule) {
+    AsnSetOf<AsnSequence> a;
+    AsnSetOf<AsnSequence> b;
+    for (int i = 0; i < 40; ++i) {
+        a.AddElement(der_io::composite<AsnSequence>(der_io::member("i", AsnInteger(i)),
+                                                    der_io::member("nothing", AsnContainer())));
+        b.AddElement(*a.Get(static_cast<unsigned int>(i)));
+    }
+    EXPECT_TRUE(a == b);
+}
+
 // Of such items nothing but the one string tells them apart.
 void set(AsnPrintableString& item, int number) {
     item.SetData(std::to_string(number).c_str());
@@ -292,6 +320,24 @@ TEST(list_test, AHundredThousandItemsCompareInAnyOrder) {
     b.Get(0)->SetData(MiByte());
     EXPECT_FALSE(a == b);
     EXPECT_FALSE(b == a);
+}
+
+// Each item against each other would take minutes.
+TEST(list_test, FiftyThousandSequencesThatDifferInTheirLastMemberCompareInAnyOrder) {
+    const auto item = [](int number) {
+        return der_io::composite<AsnSequence>(der_io::member("version", AsnInteger(0)),
+                                              der_io::member("number", AsnInteger(number)));
+    };
+    AsnSetOf<AsnSequence> a;
+    AsnSetOf<AsnSequence> b;
+    for (int i = 0; i < 50000; ++i) {
+        a.AddElement(item(i));
+        b.AddElement(item(49999 - i));
+    }
+    EXPECT_TRUE(a == b);
+    b.AddElement(item(50000));
+    a.AddElement(item(50001));
+    EXPECT_FALSE(a == b);
 }
 
 TEST(list_test, SequencesAreWrittenInTheirOrder) {

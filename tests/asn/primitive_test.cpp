@@ -116,6 +116,7 @@ TEST(primitive_test, AllAreValues) {
     expectValueSemantics(visible<AsnIA5String>("ab"), visible<AsnIA5String>("ac"), 22);
     expectValueSemantics(utc("141022120000Z"), utc("141022120001Z"), 23);
     expectValueSemantics(generalized("20141022120000Z"), generalized("20141022120000.5Z"), 24);
+    expectValueSemantics(generalized("20141022120000.5Z"), generalized("20141022120001.5Z"), 24);
     expectValueSemantics(AsnVisibleString("ab"), AsnVisibleString("ac"), 26);
     expectValueSemantics(visible<AsnUniversalString>("ab"), visible<AsnUniversalString>("abc"), 28);
     expectValueSemantics(visible<AsnBMPString>("ab"), visible<AsnBMPString>("ac"), 30);

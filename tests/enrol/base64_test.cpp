@@ -7,6 +7,7 @@
 
 #include "tests/support/hex.h"
 #include "tests/support/noise.h"
+#include "tests/support/plain_base64.h"
 
 namespace {
 
@@ -116,25 +117,9 @@ TEST(base64_test, ASizeThatNoMemoryCanHoldIsRefused) {
     EXPECT_TRUE(bytes.empty());
 }
 
-// plainlyEncoded works bit by bit, unlike the code under test.
+// plainlyEncoded gives the lines as the function under test must.
 std::string plainlyEncoded(const Bytes& data) {
-    std::string text;
-    unsigned bits = 0;
-    int count = 0;
-    for (const std::uint8_t byte : data) {
-        for (int bit = 7; bit >= 0; --bit) {
-            bits = bits * 2 + (byte >> bit & 1U);
-            if (++count == 6) {
-                text += kAlphabet[bits];
-                bits = 0;
-                count = 0;
-            }
-        }
-    }
-    if (count != 0)
-        text += kAlphabet[bits << (6 - count)];
-    while (text.size() % 4 != 0)
-        text += '=';
+    const std::string text = support::plainBase64(data);
     std::string lines;
     for (std::size_t i = 0; i < text.size(); ++i) {
         lines += text[i];

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <new>
+#include <stdexcept>
 #include <string>
 
 #include "enrol/state.h"
@@ -103,6 +105,23 @@ TEST_F(install_test, AProviderForgottenDuringTheInstallationDoesNotChangeIt) {
     }
 }
 
+// Whatever a provider's or a store's code throws.
+TEST_F(install_test, AnExceptionEndsTheInstallation) {
+    const Replaced<&platform::CryptoApi::CryptAcquireContextW> acquire(
+        [](HCRYPTPROV*, LPCWSTR, LPCWSTR, DWORD, DWORD) -> BOOL { throw std::runtime_error("of another kind"); });
+    for (const Operation operation : kAll) {
+        system_.writeMarker(kContainer);
+        EXPECT_EQ(run(operation, hex(vectors::kAlice)), 22068311);
+        EXPECT_TRUE(store_.ders("MY").empty());
+    }
+    const Replaced<&platform::CryptoApi::CertCreateCertificateContext> create(
+        [](DWORD, const BYTE*, DWORD) -> PCCERT_CONTEXT { throw std::bad_alloc(); });
+    for (const Operation operation : kAll) {
+        system_.writeMarker(kContainer);
+        EXPECT_EQ(run(operation, hex(vectors::kAlice)), 22068311);
+    }
+}
+
 TEST_F(install_test, WithoutAProviderTheMarkerIsConsumed) {
     for (const Operation operation : kAll) {
         enrol::forgetProvider();
@@ -114,7 +133,8 @@ TEST_F(install_test, WithoutAProviderTheMarkerIsConsumed) {
 
 TEST_F(install_test, WithoutAMarkerThereIsNoInstallation) {
     for (const Operation operation : kAll) {
-        EXPECT_EQ(run(operation, hex(vectors::kBob)), system_.marker() == "(none)" ? 22038309 : 22068125);
+        const bool hasMarker = system_.marker() != "(none)";
+        EXPECT_EQ(run(operation, hex(vectors::kBob)), hasMarker ? 22068125 : 22038309);
         EXPECT_EQ(run(operation, hex(vectors::kAlice)), 22038309);
         EXPECT_TRUE(store_.ders("MY").empty());
     }

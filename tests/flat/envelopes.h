@@ -5,18 +5,22 @@
 
 #include <gtest/gtest.h>
 
-#include <array>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "pki/flat/flat.h"
+#include "tests/flat/records.h"
 #include "tests/flat/when_allocation_fails.h"
 #include "tests/pki/envelopes.h"
 #include "tests/support/broken_der.h"
 #include "tests/support/noise.h"
 
 namespace envelopes {
+
+using records::List;
+using records::Output;
+using records::PrivateKey;
 
 // Codes of the engine, and of the toolkit.
 constexpr int32_t kNoChooser = -2;
@@ -72,55 +76,6 @@ struct Input {
 };
 
 inline const PKCS_Blob kNullData = {nullptr, 0};
-
-// An output of a flat function, freed at its end.
-struct Output {
-    PKCS_Blob blob = {nullptr, 0};
-    Output() = default;
-    ~Output() { T_free(blob.data); }
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-
-    operator PKCS_Blob*() { return &blob; }
-    [[nodiscard]] bool untouched() const { return blob.data == nullptr && blob.length == 0; }
-    [[nodiscard]] Bytes bytes() const { return {blob.data, blob.data + blob.length}; }
-    [[nodiscard]] std::string text() const { return toHex(bytes()); }
-};
-
-struct List {
-    VT_List* list = nullptr;
-    List() { VT_CreateList(&list); }
-    ~List() { VT_DestroyList(&list); }
-    List(const List&) = delete;
-    List& operator=(const List&) = delete;
-
-    operator VT_List*() const { return list; }
-    [[nodiscard]] std::vector<std::string> items() const {
-        std::vector<std::string> all;
-        for (const VT_List* node = list->next; node != nullptr; node = node->next)
-            all.push_back(toHex(node->data, node->length));
-        return all;
-    }
-};
-
-// A private key's record; the numbers belong to this object.
-struct PrivateKey {
-    std::array<Bytes, 8> numbers;
-    PKCS_PriKey record;
-
-    explicit PrivateKey(const KeyItems& items) {
-        std::array<PKCS_Blob, 8> parts;
-        for (std::size_t i = 0; i < 8; ++i) {
-            numbers[i] = hex(items[i]);
-            parts[i] = {numbers[i].data(), static_cast<std::uint32_t>(numbers[i].size())};
-        }
-        record = {parts[0], parts[1], parts[2], parts[3], parts[4], parts[5], parts[6], parts[7]};
-    }
-    PrivateKey(const PrivateKey&) = delete;
-    PrivateKey& operator=(const PrivateKey&) = delete;
-
-    operator const PKCS_PriKey*() const { return &record; }
-};
 
 // An algorithm's record, with an IV of its own if there are bytes for one.
 struct Algorithm {

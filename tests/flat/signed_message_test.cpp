@@ -1,13 +1,13 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <array>
 #include <chrono>
 #include <cstring>
 #include <string>
 #include <vector>
 
 #include "pki/flat/flat.h"
+#include "tests/flat/records.h"
 #include "tests/p11/recording_module.h"
 #include "tests/pki/signers.h"
 #include "tests/support/broken_der.h"
@@ -19,6 +19,9 @@
 namespace {
 
 using namespace signers;
+using records::List;
+using records::Output;
+using records::PrivateKey;
 using support::hex;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -26,56 +29,6 @@ using testing::IsEmpty;
 PKCS_Blob blobOf(Bytes& bytes) {
     return {bytes.data(), static_cast<uint32_t>(bytes.size())};
 }
-
-// An output of a flat function, freed at its end.
-struct Output {
-    PKCS_Blob blob = {};
-    Output() = default;
-    ~Output() { T_free(blob.data); }
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-
-    Bytes bytes() const { return {blob.data, blob.data + blob.length}; }
-    std::string text() const { return support::toHex(bytes()); }
-};
-
-struct List {
-    VT_List* list = nullptr;
-    List() { VT_CreateList(&list); }
-    explicit List(std::initializer_list<const char*> items) : List() {
-        for (const char* item : items) {
-            const Bytes der = hex(item);
-            VT_AddListNode(list, der.data(), static_cast<uint32_t>(der.size()));
-        }
-    }
-    ~List() { VT_DestroyList(&list); }
-    List(const List&) = delete;
-    List& operator=(const List&) = delete;
-
-    void add(const Bytes& der) const { VT_AddListNode(list, der.data(), static_cast<uint32_t>(der.size())); }
-
-    std::vector<std::string> items() const {
-        std::vector<std::string> all;
-        for (const VT_List* node = list->next; node != nullptr; node = node->next)
-            all.push_back(support::toHex(node->data, node->length));
-        return all;
-    }
-};
-
-// A private key's record; the numbers belong to this object.
-struct KeyRecord {
-    std::array<Bytes, 8> parts;
-    PKCS_PriKey record = {};
-    explicit KeyRecord(const vectors::SignersKey& key) {
-        PKCS_Blob* const fields[] = {&record.modulus,   &record.publicExponent, &record.privateExponent,
-                                     &record.prime1,    &record.prime2,         &record.exponent1,
-                                     &record.exponent2, &record.coefficient};
-        for (std::size_t i = 0; i < parts.size(); ++i) {
-            parts[i] = hex(key.items[i]);
-            *fields[i] = blobOf(parts[i]);
-        }
-    }
-};
 
 // A message with these certificates in place of its own.
 Bytes withCertificates(const char* message, const Bytes& certificates) {
@@ -127,7 +80,7 @@ class SignedMessageTest : public testing::Test {
     struct Parts {
         Bytes content = hex(vectors::kContent);
         Bytes certificate = hex(vectors::kAlice);
-        KeyRecord key{vectors::kAliceKey};
+        PrivateKey key{vectors::kAliceKey.items};
         PKCS_Alg digest = {1, nullptr, 0, 0};
         PKCS_Alg signature = {8, nullptr, 0, 0};
         int32_t mode = 1;
@@ -481,7 +434,7 @@ TEST_F(SignedMessageTest, WritesAndReadsBackInEveryWay) {
     }
     Parts big;
     big.certificate = hex(vectors::kDave);
-    big.key = KeyRecord(vectors::kDaveKey);
+    big.key = PrivateKey(vectors::kDaveKey.items);
     Output message;
     ASSERT_EQ(write(big, message), 0);
     EXPECT_EQ(readAttached(message.text().c_str()), 0);
@@ -583,7 +536,7 @@ TEST_F(SignedMessageTest, WritingHasItsCodes) {
     std::uint8_t iv = 0;
     EXPECT_EQ(writeWith([&](Parts& parts) { parts.signature.iv = &iv; }), -1010) << "an empty IV";
     EXPECT_EQ(writeWith([](Parts& parts) { parts.key.record.prime1 = PKCS_Blob{}; }), -1003);
-    EXPECT_EQ(writeWith([](Parts& parts) { parts.key.parts[2].back() ^= 2; }), -14) << "numbers that do not fit";
+    EXPECT_EQ(writeWith([](Parts& parts) { parts.key.numbers[2].back() ^= 2; }), -14) << "numbers that do not fit";
     const List broken({"30 05 06"});
     EXPECT_EQ(writeWith([&](Parts& parts) { parts.certificates = broken.list; }), -1010);
     EXPECT_EQ(writeWith([&](Parts& parts) { parts.certificateLists = broken.list; }), -1010);
@@ -603,7 +556,7 @@ TEST_F(SignedMessageTest, FirstFaultIsTold) {
     late.certificates = broken.list;
     late.mode = 3;
     EXPECT_EQ(write(late), -1010) << "the list before the mode";
-    late.key.parts[2].back() ^= 2;
+    late.key.numbers[2].back() ^= 2;
     EXPECT_EQ(write(late), -14) << "the signature before the list";
 }
 

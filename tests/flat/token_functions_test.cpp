@@ -6,6 +6,7 @@
 
 #include "tests/flat/envelopes.h"
 #include "tests/flat/token_context.h"
+#include "tests/vectors/pki_certificates.h"
 
 namespace {
 
@@ -436,6 +437,7 @@ TEST_F(TokenFunctionsOnTokenTest, CertificateAndKeyBelongTogether) {
     addCertificate("certificate", hex(vectors::kRecipientCertificate));
     addCertificate("junk", hex("30 05 06"));
     addCertificate("nothing", {});
+    addCertificate("curve", hex(vectors::kLeafOfCurve));
     addKey("key", vectors::kRecipientKey);
     addKey("other key", vectors::kSignerKey);
     EXPECT_EQ(belong("certificate", "key"), 1);
@@ -447,6 +449,7 @@ TEST_F(TokenFunctionsOnTokenTest, CertificateAndKeyBelongTogether) {
     EXPECT_EQ(belong("", "key"), 0);
     EXPECT_EQ(belong("junk", "key"), 0);
     EXPECT_EQ(belong("nothing", "key"), 0);
+    EXPECT_EQ(belong("curve", "key"), 0) << "no RSA key";
     for (const char* name : {"C_FindObjectsInit", "C_FindObjects", "C_GetAttributeValue"}) {
         module.fail(name, CKR_DEVICE_ERROR);
         EXPECT_EQ(belong("certificate", "key"), 0) << name;

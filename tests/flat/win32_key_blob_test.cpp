@@ -4,12 +4,14 @@
 #include <algorithm>
 
 #include "pki/flat/flat.h"
+#include "tests/flat/records.h"
 #include "tests/platform/win32_container.h"
 #include "tests/vectors/ms_private_keys.h"
 #include "tests/vectors/signed_messages.h"
 
 namespace {
 
+using records::PrivateKey;
 using support::Bytes;
 using support::hex;
 using support::toHex;
@@ -19,22 +21,6 @@ Bytes reversed(Bytes bytes) {
     std::reverse(bytes.begin(), bytes.end());
     return bytes;
 }
-
-// A private key's record over the numbers of a vector.
-struct Record {
-    Bytes numbers[8];
-    PKCS_PriKey key = {};
-    explicit Record(const vectors::SignersKey& vector) {
-        PKCS_Blob* const fields[] = {&key.modulus, &key.publicExponent, &key.privateExponent, &key.prime1,
-                                     &key.prime2,  &key.exponent1,      &key.exponent2,       &key.coefficient};
-        for (int i = 0; i < 8; ++i) {
-            numbers[i] = hex(vector.items[i]);
-            *fields[i] = {numbers[i].data(), static_cast<std::uint32_t>(numbers[i].size())};
-        }
-    }
-    Record(const Record&) = delete;
-    Record& operator=(const Record&) = delete;
-};
 
 class Win32KeyBlobTest : public testing::Test {
   protected:
@@ -77,28 +63,28 @@ class Win32KeyBlobTest : public testing::Test {
 };
 
 TEST_F(Win32KeyBlobTest, PrivateBlobOf2048BitsIsImportedAndSigns) {
-    const Record dave(vectors::kDaveKey);
+    const PrivateKey dave(vectors::kDaveKey.items);
     Bytes blob(1172);
     std::uint32_t length = 1172;
-    ASSERT_EQ(VT_VPKToMSPriKey(nullptr, &dave.key, blob.data(), &length), 0);
+    ASSERT_EQ(VT_VPKToMSPriKey(nullptr, dave, blob.data(), &length), 0);
     const HCRYPTKEY key = import(blob);
     EXPECT_EQ(toHex(Container::exported(key, PRIVATEKEYBLOB)), toHex(blob));
     EXPECT_EQ(signature(), toHex(hex(vectors::kDaveSha1)));
 }
 
 TEST_F(Win32KeyBlobTest, PrivateBlobOf1024BitsIsImportedAndSigns) {
-    const Record alice(vectors::kAliceKey);
+    const PrivateKey alice(vectors::kAliceKey.items);
     Bytes blob(596);
     std::uint32_t length = 596;
-    ASSERT_EQ(VT_VPKToMSPriKey1024(nullptr, &alice.key, blob.data(), &length), 0);
+    ASSERT_EQ(VT_VPKToMSPriKey1024(nullptr, alice, blob.data(), &length), 0);
     const HCRYPTKEY key = import(blob);
     EXPECT_EQ(toHex(Container::exported(key, PRIVATEKEYBLOB)), toHex(blob));
     EXPECT_EQ(signature(), toHex(hex(vectors::kAliceSha1)));
 }
 
 TEST_F(Win32KeyBlobTest, PublicBlobIsImportedAndVerifies) {
-    const Record dave(vectors::kDaveKey);
-    const PKCS_PubKey numbers = {dave.key.modulus, dave.key.publicExponent};
+    const PrivateKey dave(vectors::kDaveKey.items);
+    const PKCS_PubKey numbers = {dave.record.modulus, dave.record.publicExponent};
     Bytes blob(276);
     std::uint32_t length = 276;
     ASSERT_EQ(VT_VPKToMSPubKey(nullptr, &numbers, blob.data(), &length), 0);

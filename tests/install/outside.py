@@ -17,6 +17,9 @@ MODULUS = ("B1918F2F7DEAFCEA8DBF33976F9360238621F9F44F5FDFA4843D78B346378EB8"
            "1BAC549EC12EDDB7DBE3BB08517BF581B2B807542CAC52307C6C8D38016897E9")
 EXPONENT = 65537
 
+ENGINE = ["sha1: A9993E364706816ABA3E25717850C26C9CD0D89D",  # of "abc", FIPS 180-1 appendix A
+          "ber: 30060201050101FF"]  # X.690: SEQUENCE { INTEGER 5, BOOLEAN TRUE }
+
 SHARED_LIBRARY = "libvemtrel_certenroll.so.1"
 
 
@@ -46,8 +49,11 @@ def build_with_cmake(prefix, work, *libraries):
     """The programs, by language and library: {("cpp", "toolkit"): path, ...}."""
     configure(prefix, work, f"-DWANTED_LIBRARIES={';'.join(libraries)}")
     run("cmake", "--build", work)
-    return {(language, library): work / f"client_{language}_{library}"
-            for language in ("cpp", "c") for library in libraries}
+    programs = {(language, library): work / f"client_{language}_{library}"
+                for language in ("cpp", "c") for library in libraries}
+    if "toolkit_static" in libraries:
+        programs["engine", "toolkit_static"] = work / "engine"
+    return programs
 
 
 def pkg_config(prefix, *arguments, check=True):
@@ -83,8 +89,11 @@ def faults(programs, prefix):
         done = run(program, CERTIFICATE, env=environment, check=False)
         if done.returncode != 0:
             yield f"{program} ended with {done.returncode}: {done.stdout}{done.stderr}"
+        elif language == "engine":
+            if done.stdout.splitlines() != ENGINE:
+                yield f"{program} prints {done.stdout}"
         elif language == "cpp":
-            expected = [f"serialNumber  INTEGER : {SERIAL}\n", f"serial: {SERIAL}\n"]
+            expected = [f"serialNumber  INTEGER : {SERIAL}\n", f"serial: {SERIAL}\n", "new number : 7\n"]
             expected += [f"={value}\n" for value in SUBJECT]
             yield from (f"{program} does not print {text!r}" for text in expected if text not in done.stdout)
         else:

@@ -8,6 +8,7 @@
 
 #include "tests/support/hex.h"
 #include "tests/support/noise.h"
+#include "tests/support/plain_base64.h"
 
 namespace {
 
@@ -15,23 +16,6 @@ using pki::Base64Kernel;
 using support::Bytes;
 
 constexpr char kAlphabet[] = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-
-// encodedBitByBit: whole groups only.
-std::string encodedBitByBit(const Bytes& data) {
-    std::string text;
-    unsigned bits = 0;
-    int count = 0;
-    for (const std::uint8_t byte : data) {
-        for (int bit = 7; bit >= 0; --bit) {
-            bits = bits * 2 + (byte >> bit & 1U);
-            if (++count % 6 == 0) {
-                text += kAlphabet[bits];
-                bits = 0;
-            }
-        }
-    }
-    return text;
-}
 
 Bytes noiseBytes(std::size_t length, std::uint32_t seed) {
     support::Noise noise(seed);
@@ -82,7 +66,7 @@ TEST_P(Base64KernelTest, EncodesEveryLengthAtEveryAlignment) {
             std::vector<char> out(offset + length / 3 * 4);
             char* const end = kernel().encode(padded.data() + offset, length, out.data() + offset);
             ASSERT_EQ(end, out.data() + out.size());
-            ASSERT_EQ(std::string(out.data() + offset, end), encodedBitByBit(data)) << length;
+            ASSERT_EQ(std::string(out.data() + offset, end), support::plainBase64(data)) << length;
         }
     }
 }
@@ -96,14 +80,14 @@ TEST_P(Base64KernelTest, EncodesEveryPairOfCharacters) {
     }
     std::string text(data.size() / 3 * 4, '#');
     kernel().encode(data.data(), data.size(), text.data());
-    EXPECT_EQ(text, encodedBitByBit(data));
+    EXPECT_EQ(text, support::plainBase64(data));
     EXPECT_EQ(decoded(kernel(), text).bytes, data);
 }
 
 TEST_P(Base64KernelTest, DecodesEveryLength) {
     for (std::size_t length = 0; length <= 400; length += 3) {
         const Bytes data = noiseBytes(length, static_cast<std::uint32_t>(length + 7));
-        const std::string text = encodedBitByBit(data);
+        const std::string text = support::plainBase64(data);
         for (const char* tail : {"", "A", "AB", "ABC"}) {
             const Decoded answer = decoded(kernel(), text + tail);
             ASSERT_EQ(answer.bytes, data) << length;
@@ -115,7 +99,7 @@ TEST_P(Base64KernelTest, DecodesEveryLength) {
 // Whatever stands anywhere: what was read is whole groups and line breaks, and the bytes are theirs.
 TEST_P(Base64KernelTest, StopsAtEveryForeignCharacterAtEveryPlace) {
     const Bytes data = noiseBytes(150, 5);
-    const std::string good = encodedBitByBit(data);
+    const std::string good = support::plainBase64(data);
     for (int c = 0; c < 256; ++c) {
         const char foreign = static_cast<char>(c);
         if (std::string(kAlphabet).find(foreign) != std::string::npos)
@@ -145,7 +129,7 @@ TEST(Base64KernelVectorTest, TheVectorFormReadsLinesOf64CharactersWhole) {
     if (pki::avx2Base64() == nullptr)
         GTEST_SKIP() << "this processor has no AVX2";
     const Bytes data = noiseBytes(240, 9);
-    const std::string chars = encodedBitByBit(data);
+    const std::string chars = support::plainBase64(data);
     for (const char* lineBreak : {"\r\n", "\n", "\r"}) {
         std::string text;
         for (std::size_t i = 0; i < chars.size(); i += 64)

@@ -12,6 +12,7 @@
 #include "tests/schema/bytes.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/noise.h"
+#include "tests/support/plain_base64.h"
 
 namespace {
 
@@ -87,24 +88,9 @@ std::string noise(std::size_t length, std::uint32_t seed) {
     return bytes;
 }
 
-// plainlyEncoded works bit by bit, and then breaks the lines.
+// plainlyEncoded gives the text as it is, or in lines.
 std::string plainlyEncoded(const std::string& data, bool wrap) {
-    std::string text;
-    unsigned bits = 0;
-    int count = 0;
-    for (const char byte : data) {
-        for (int bit = 7; bit >= 0; --bit) {
-            bits = bits * 2 + (static_cast<unsigned char>(byte) >> bit & 1U);
-            if (++count % 6 == 0) {
-                text += kAlphabet[bits];
-                bits = 0;
-            }
-        }
-    }
-    if (count % 6 != 0)
-        text += kAlphabet[bits << (6 - count % 6)];
-    while (text.size() % 4 != 0)
-        text += '=';
+    const std::string text = support::plainBase64(Bytes(data.begin(), data.end()));
     if (!wrap)
         return text;
     std::string lines;
@@ -434,6 +420,12 @@ TEST(Base64Test, ExhaustedMemoryIsACode) {
     };
     EXPECT_GE(support::forEachExhaustion([&] { expectCode(VT_Base64::Encode("foobar", 6, out, &size, true)); }), 1);
     EXPECT_GE(support::forEachExhaustion([&] { expectCode(VT_Base64::Decode("Zm9vYmFy", 8, out, &size)); }), 1);
+    {
+        char inPlace[64] = "foobar";
+        const support::FailingHeap heap(1);
+        EXPECT_EQ(VT_Base64::Encode(inPlace, 6, inPlace, &size, true), kOutOfMemory);
+        EXPECT_STREQ(inPlace, "foobar");
+    }
     for (const auto form : {0, 1, 2}) {
         const MiByte data("foobar", 6);
         MiByte result;

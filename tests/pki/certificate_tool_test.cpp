@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <new>
 #include <string>
 
 #include "foundation/exceptions.h"
@@ -11,6 +12,7 @@
 #include "tests/schema/bytes.h"
 #include "tests/support/broken_der.h"
 #include "tests/support/der.h"
+#include "tests/support/failing_heap.h"
 #include "tests/support/noise.h"
 #include "tests/vectors/pki_certificates.h"
 #include "token/alg.h"
@@ -403,6 +405,26 @@ TEST_F(CertificateToolTest, NoiseGivesAnExceptionOrACode) {
         for (int i = 0; i < 3; ++i)
             changed[noise.below(static_cast<std::uint32_t>(changed.size()))] = noise.byte();
         askEverything(op, changed);
+    }
+}
+
+// A certificate that is not what was signed never passes for want of memory.
+TEST_F(CertificateToolTest, ExhaustedMemoryVerifiesNothing) {
+    Bytes changed = hex(vectors::kLeafSha1);
+    changed.back() ^= 1;
+    const MiByte issuer = toMiByte(hex(vectors::kRootSha1));
+    const MiByte good = toMiByte(hex(vectors::kLeafSha1));
+    const MiByte forged = toMiByte(changed);
+    int passed = 0;
+    for (const MiByte* const certificate : {&good, &forged}) {
+        const long failures = support::forEachExhaustion([&] {
+            try {
+                passed += VT_Certificate_Tool::VerifyCertificateChain(op, &issuer, certificate) == 0 ? 1 : 0;
+            } catch (const std::bad_alloc&) {
+            }
+        });
+        EXPECT_GT(failures, 10);
+        EXPECT_EQ(passed, 1) << "the one run of the good certificate that had all its memory";
     }
 }
 

@@ -87,6 +87,20 @@ TEST_F(DigestedDataContentInfoTest, OnlyTheOctetsOfTheContentAreDigested) {
     EXPECT_EQ(digested.Verify(op), 0);
 }
 
+// Bytes that are kept as they were read stand for the value, as they do for the encoder.
+TEST_F(DigestedDataContentInfoTest, KeptBytesOfTheContentAreDigested) {
+    ContentInfo content = dataContent({1, 2, 3});
+    auto* const octets = const_cast<AsnOctetString*>(content.GetContent());
+    const MiByte kept = toMiByte(hex(vectors::kText));
+    octets->SetAsnContentByte(&kept);
+    VT_DigestedDataContentInfo digested = read(vectors::kDigestedSha1);
+    digested.setInnerContentInfo(content);
+    EXPECT_EQ(digested.Verify(op), 0);
+    octets->OffContentByte();
+    digested.setInnerContentInfo(content);
+    EXPECT_EQ(digested.Verify(op), kDigestMismatch);
+}
+
 TEST_F(DigestedDataContentInfoTest, MakeDigestReplacesTheDigest) {
     VT_DigestedDataContentInfo digested = read(vectors::kDigestedSha1);
     digested.setInnerContentInfo(dataContent({1, 2, 3}));

@@ -11,6 +11,7 @@
 #include "tests/schema/bytes.h"
 #include "tests/support/der.h"
 #include "tests/support/hex.h"
+#include "tests/token/soft_op.h"
 #include "tests/vectors/enveloped_messages.h"
 #include "token/token.h"
 
@@ -19,6 +20,7 @@ namespace envelopes {
 using support::Bytes;
 using support::hex;
 using support::toHex;
+using Software = support::SoftOp;
 
 inline Bytes bytesOf(const MiByte& data) {
     return {data.GetChars(), data.GetChars() + data.GetLength()};
@@ -36,41 +38,12 @@ inline std::string hexOf(const AsnObject& value) {
     return toHex(encode(value));
 }
 
-// An operation object of this library's own engine.
-class Software {
-  public:
-    Software() {
-        VT_P11_SELECTION none = {};
-        op_.createChooser(&none);
-    }
-    ~Software() { op_.destroyChooser(); }
-    Software(const Software&) = delete;
-    Software& operator=(const Software&) = delete;
-
-    operator VT_P11_OP&() { return op_; }
-    VT_P11_OP* operator->() { return &op_; }
-
-  private:
-    VT_P11_OP op_;
-};
-
 // ---- Keys and algorithms
 
 using KeyItems = const char* const[8];
 
 inline VT_P11_Key privateKey(const KeyItems& items) {
-    std::array<Bytes, 8> numbers;
-    std::array<VT_PKCS11_BYTES, 8> parts;
-    for (std::size_t i = 0; i < 8; ++i) {
-        numbers[i] = hex(items[i]);
-        parts[i] = {numbers[i].data(), static_cast<std::uint32_t>(numbers[i].size())};
-    }
-    const VT_PKCS11_RSA_PRIVATE_KEY record = {parts[0], parts[1], parts[2], parts[3],
-                                              parts[4], parts[5], parts[6], parts[7]};
-    VT_P11_Key key;
-    key.setPrivateKey(&record);
-    key.setKeyType(token::kRsaPrivateKey);
-    return key;
+    return support::rsaPrivateKey(items);
 }
 
 inline RSAPublicKey publicNumbers(const KeyItems& items) {

@@ -1,4 +1,4 @@
-// What the tests of signed messages share: values and keys of the vectors, and an operation object of the engine.
+// What the tests of signed messages share: values and keys of the vectors, and elements by hand.
 #ifndef VT_TESTS_PKI_SIGNERS_H
 #define VT_TESTS_PKI_SIGNERS_H
 
@@ -10,12 +10,14 @@
 #include "schema/schema.h"
 #include "tests/support/der.h"
 #include "tests/support/hex.h"
+#include "tests/token/soft_op.h"
 #include "tests/vectors/signed_messages.h"
 #include "token/token.h"
 
 namespace signers {
 
 using support::Bytes;
+using Software = support::SoftOp;
 
 inline MiByte bytes(const Bytes& data) {
     return {reinterpret_cast<const char*>(data.data()), static_cast<unsigned int>(data.size())};
@@ -56,35 +58,8 @@ T decoded(const char* hex) {
     return decoded<T>(support::hex(hex));
 }
 
-// An operation object of this library's own engine.
-class Software {
-  public:
-    Software() {
-        VT_P11_SELECTION none = {};
-        op_.createChooser(&none);
-    }
-    ~Software() { op_.destroyChooser(); }
-    Software(const Software&) = delete;
-    Software& operator=(const Software&) = delete;
-
-    VT_P11_OP& op() { return op_; }
-
-  private:
-    VT_P11_OP op_;
-};
-
-inline VT_P11_Key privateKey(const vectors::SignersKey& numbers) {
-    Bytes parts[8];
-    for (int i = 0; i < 8; ++i)
-        parts[i] = support::hex(numbers.items[i]);
-    const auto part = [&](int i) {
-        return VT_PKCS11_BYTES{parts[i].data(), static_cast<std::uint32_t>(parts[i].size())};
-    };
-    const VT_PKCS11_RSA_PRIVATE_KEY all = {part(0), part(1), part(2), part(3), part(4), part(5), part(6), part(7)};
-    VT_P11_Key key;
-    key.setPrivateKey(&all);
-    key.setKeyType(6);
-    return key;
+inline VT_P11_Key privateKey(const vectors::SignersKey& key) {
+    return support::rsaPrivateKey(key.items);
 }
 
 // ---- Elements by hand

@@ -108,3 +108,16 @@ TEST(file_time_test, RefusesTheUpperHalf) {
         EXPECT_EQ(sys().GetLastError(), static_cast<DWORD>(ERROR_INVALID_PARAMETER));
     }
 }
+
+#if !defined(_WIN32)
+TEST(file_time_test, NullsAreRefused) {
+    const FILETIME fileTime = {0, 0};
+    SYSTEMTIME systemTime;
+    sys().SetLastError(0);
+    EXPECT_FALSE(sys().FileTimeToSystemTime(nullptr, &systemTime));
+    EXPECT_EQ(sys().GetLastError(), ERROR_INVALID_PARAMETER);
+    sys().SetLastError(0);
+    EXPECT_FALSE(sys().FileTimeToSystemTime(&fileTime, nullptr));
+    EXPECT_EQ(sys().GetLastError(), ERROR_INVALID_PARAMETER);
+}
+#endif

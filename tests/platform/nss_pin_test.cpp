@@ -13,14 +13,13 @@ constexpr char kCard[] = "card";
 class nss_pin_test : public NssTest {
   protected:
     // Makes the token and tells the database of it; the environment is this process's.
-    void makeCard() {
+    void makeCard(const std::string& label = kCard) {
         home_.file("softhsm.conf", "directories.tokendir = " + home_.path() + "/tokens\nobjectstore.backend = file\n");
         setenv("SOFTHSM2_CONF", home_.file("softhsm.conf").c_str(), 1);
         const ToolResult made = tool(
-            "cd " + home_.path() +
-            " && mkdir -p tokens .pki/nssdb && softhsm2-util --init-token --free --label card "
-            "--pin 1234 --so-pin 5678 && certutil -N --empty-password -d " +
-            home_.database() + " && modutil -force -add softhsm -libfile " VT_SOFTHSM " -dbdir " + home_.database());
+            "cd " + home_.path() + " && mkdir -p tokens .pki/nssdb && softhsm2-util --init-token --free --label '" +
+            label + "' --pin 1234 --so-pin 5678 && certutil -N --empty-password -d " + home_.database() +
+            " && modutil -force -add softhsm -libfile " VT_SOFTHSM " -dbdir " + home_.database());
         ASSERT_EQ(made.status, 0) << made.output;
     }
 
@@ -31,10 +30,10 @@ class nss_pin_test : public NssTest {
 
     std::string asked() const { return textOf(readFile(home_.file("asked"))); }
 
-    static DWORD acquireError(DWORD flags) {
+    static DWORD acquireError(DWORD flags, const char* provider = kCard) {
         HCRYPTPROV prov = 0;
         const DWORD error =
-            errorOf([&] { return capi().CryptAcquireContextA(&prov, "c", kCard, PROV_RSA_FULL, flags); });
+            errorOf([&] { return capi().CryptAcquireContextA(&prov, "c", provider, PROV_RSA_FULL, flags); });
         if (prov != 0) {
             EXPECT_TRUE(capi().CryptReleaseContext(prov, 0));
         }
@@ -157,6 +156,53 @@ TEST_F(nss_pin_test, CertificateShowsItsKeyWithoutAPin) {
     EXPECT_EQ(asked(), "");
 }
 
+// The same key in the database and on the card: a certificate goes to the first, until it is told that it is the
+// card's.
+TEST_F(nss_pin_test, CertificateMovesToTheKeyThatItIsToldOf) {
+    if (!support::inOwnProcess())
+        return support::runInOwnProcess();
+    makeCard();
+    answerPrompt("echo 1234");
+    makeKey("c", 1024);
+    home_.file("c.blob", textOf(exportKey("c", PRIVATEKEYBLOB)));
+    const ToolResult written = tool(
+        "cd " + home_.path() +
+        " && openssl rsa -inform MSBLOB -in c.blob -outform DER -out k.der 2>/dev/null && openssl rsa -inform MSBLOB "
+        "-in c.blob -pubout -outform DER -out p.der 2>/dev/null && for t in privkey:k.der pubkey:p.der; do "
+        "pkcs11-tool --module " VT_SOFTHSM
+        " --token-label card --login --pin 1234 --write-object ${t#*:} --type ${t%:*} --id 07 "
+        "--label on-the-card || exit 1; done");
+    ASSERT_EQ(written.status, 0) << written.output;
+    const Authority authority(home_);
+    const Bytes der = authority.certify(publicKeyPem(home_, "c"), "/CN=Alice", 5);
+    const auto isOnCard = [] {
+        const ToolResult list = tool("pkcs11-tool --module " VT_SOFTHSM " --token-label card --login --pin 1234 -O");
+        return list.output.find("Certificate Object") != std::string::npos;
+    };
+    const auto isInDatabase = [&] {
+        return tool("certutil -L -h 'NSS Certificate DB' -d " + home_.database()).output.find("Alice") !=
+               std::string::npos;
+    };
+    const StoreHandle my("MY");
+    PCCERT_CONTEXT cert = nullptr;
+    ASSERT_TRUE(capi().CertAddEncodedCertificateToStore(my.get(), kEncoding, der.data(), static_cast<DWORD>(der.size()),
+                                                        CERT_STORE_ADD_REPLACE_EXISTING, &cert));
+    EXPECT_FALSE(isOnCard());
+    EXPECT_TRUE(isInDatabase());
+    wchar_t provider[] = L"card";
+    wchar_t other[] = L"c";
+    CRYPT_KEY_PROV_INFO info = {other, provider, PROV_RSA_FULL, 0, 0, nullptr, AT_SIGNATURE};
+    EXPECT_TRUE(capi().CertSetCertificateContextProperty(cert, CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+    EXPECT_FALSE(isOnCard()) << "the card has no container of that name";
+    wchar_t container[] = L"on-the-card";
+    info.pwszContainerName = container;
+    EXPECT_TRUE(capi().CertSetCertificateContextProperty(cert, CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+    EXPECT_TRUE(isOnCard());
+    EXPECT_FALSE(isInDatabase());
+    EXPECT_TRUE(capi().CertDeleteCertificateFromStore(cert));
+    EXPECT_FALSE(isOnCard());
+}
+
 // Other programs make keys without identifiers, or give one to several.
 TEST_F(nss_pin_test, DeletionTakesNoOtherPairsPublicKey) {
     if (!support::inOwnProcess())
@@ -226,6 +272,19 @@ TEST_F(nss_pin_test, PinentryIsAskedWhereNoAskpassIsNamed) {
     EXPECT_EQ(acquireError(CRYPT_NEWKEYSET), SCARD_W_WRONG_CHV);
     pinentry("echo 'S PASSPHRASE_ENTRY'; echo 'D 1%323%34'; echo OK");
     EXPECT_EQ(acquireError(CRYPT_NEWKEYSET), 0u) << "%32 is 2";
+}
+
+TEST_F(nss_pin_test, ATokensNameGivesThePinentryNoCommands) {
+    if (!support::inOwnProcess())
+        return support::runInOwnProcess();
+    constexpr char kLabel[] = "a%\nGETPIN\n\x7F";
+    makeCard(kLabel);
+    unsetenv("SSH_ASKPASS");
+    setenv("PATH", (home_.path() + ":" + getenv("PATH")).c_str(), 1);
+    home_.script("pinentry",
+                 "echo OK\nwhile read -r line; do echo \"$line\" >> " + home_.file("asked") + "\necho ERR\ndone");
+    EXPECT_EQ(acquireError(CRYPT_NEWKEYSET, kLabel), SCARD_W_CANCELLED_BY_USER);
+    EXPECT_EQ(asked(), "SETDESC Enter the PIN of the token \"a%25%0AGETPIN%0A\x7F\".\nBYE\n");
 }
 
 TEST_F(nss_pin_test, DatabaseWithAPasswordAsksToo) {

@@ -170,3 +170,19 @@ TEST(text_test, AnsiCodePagesAreUtf8) {
     EXPECT_EQ(std::string(text, 2), "\xC3\xBC");
 }
 #endif
+
+#if !defined(_WIN32)
+// Windows takes no such pointer with UTF-8.
+TEST(text_test, AReplacedCharacterIsTold) {
+    char text[8];
+    BOOL replaced = 7;
+    EXPECT_EQ(sys().WideCharToMultiByte(CP_UTF8, 0, L"ab", 2, text, 8, nullptr, &replaced), 2);
+    EXPECT_EQ(replaced, FALSE);
+    const wchar_t surrogate[] = {L'a', static_cast<wchar_t>(0xD800), L'b'};
+    EXPECT_EQ(sys().WideCharToMultiByte(CP_UTF8, 0, surrogate, 3, text, 8, nullptr, &replaced), 5);
+    EXPECT_EQ(replaced, TRUE);
+    EXPECT_EQ(std::string(text, 5),
+              "a\xEF\xBF\xBD"
+              "b");
+}
+#endif

@@ -5,6 +5,7 @@ import contextlib
 import io
 import pathlib
 import sys
+import tempfile
 import unittest
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[2] / "bench"))
@@ -37,6 +38,13 @@ SQUARE = report(
     rounds("square, 512 bits/OpenSSL", [0.075, 0.0625, 0.08], unit="us"),
     rounds("square, 512 bits/nettle, unblinded", [150, 150, 150]),
     rounds("square, 512 bits/Botan", [200, 200, 200]))
+
+
+# Stands for a program of benchmarks, of which one ends it.
+CRASHING = """#!/bin/sh
+case "$*" in *NSS*) exit 3 ;; esac
+echo '{"benchmarks": [{"run_name": "MD2/ours", "run_type": "iteration", "cpu_time": 7, "time_unit": "ns"}]}'
+"""
 
 
 class BenchTest(unittest.TestCase):
@@ -122,6 +130,16 @@ class BenchTest(unittest.TestCase):
         self.assertNotIn("token layer", text)
         self.assertNotIn("## Memory", text)
 
+    def test_the_published_page_has_a_table_for_each_room_and_only_what_can_be_compared(self):
+        rows = [measure.row_of("crypto", "square, 512 bits", SQUARE), measure.Row("crypto", "RC5", {"ours": 10}),
+                measure.Row("asn", "X.509 decode", {"ours": 1000, "NSS": 2000, "OpenSSL": 4000})]
+        text = figures.page(rows, {}, "- here and now\n")
+        self.assertIn("\n## crypto\n\n| work |", text)
+        self.assertIn("\n| square | 512 bits | 50.0 ns | OpenSSL | 1.50 | 3.00 |\n", text)
+        self.assertIn("\n## asn\n\n| work |", text)
+        self.assertIn("\n| X.509 decode |  | 1.00 us | NSS | 2.00 | 3.00 |\n", text)
+        self.assertNotIn("RC5", text)
+
     def test_parts_keep_their_order_and_unknown_ones_are_refused(self):
         self.assertEqual(["crypto", "asn"], figures.parse(["build", "asn", "--rounds=5", "crypto"]).parts)
         self.assertEqual(list(measure.PARTS), figures.parse(["build"]).parts)
@@ -129,6 +147,18 @@ class BenchTest(unittest.TestCase):
         with self.assertRaises(SystemExit), contextlib.redirect_stderr(io.StringIO()) as said:
             figures.parse(["build", "cryptography"])
         self.assertIn("no such part: cryptography", said.getvalue())
+        with self.assertRaises(SystemExit), contextlib.redirect_stderr(io.StringIO()) as said:
+            figures.parse(["build", "--publish", "asn"])
+        self.assertIn("a run of everything", said.getvalue())
+
+    def test_a_benchmark_that_ends_its_program_is_named_and_the_others_are_measured(self):
+        with tempfile.TemporaryDirectory() as folder:
+            program = pathlib.Path(folder) / "bench"
+            program.write_text(CRASHING)
+            program.chmod(0o755)
+            runs = measure.run_in_turn(program, ["MD2/ours", "MD2/NSS"], 1)
+        row = measure.row_of("crypto", "MD2", runs)
+        self.assertEqual(({"ours": 7}, {"NSS": "ended with 3"}), (row.times, row.failed))
 
     def test_no_picture_is_needed_for_the_table(self):
         self.assertNotIn("matplotlib", sys.modules)

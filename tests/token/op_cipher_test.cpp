@@ -49,6 +49,17 @@ TEST_F(OpCipherTest, TheOutputMayBeTheInput) {
     EXPECT_EQ(bytesOf(value), hex(vector.plain));
 }
 
+TEST_F(OpCipherTest, RsaTakesNoSessionKeyAndACipherNoRsaKey) {
+    const VT_P11_Key secret = sessionKey(2, Bytes(8, 1));
+    expectEncrypt(-1006, algorithm(8), secret, Bytes(8, 2));
+    expectDecrypt(-1006, algorithm(8), secret, Bytes(8, 2));
+    expectEncrypt(-6, algorithm(9), secret, Bytes(8, 2));
+    expectDecrypt(-6, algorithm(9), secret, Bytes(8, 2));
+    const auto& items = keyOfBits(1024).items;
+    expectEncrypt(-4, algorithm(4, kIv), publicKey(items), Bytes(8, 2));
+    expectDecrypt(-4, algorithm(4, kIv), privateKey(items), Bytes(8, 2));
+}
+
 TEST_F(OpCipherTest, NoInputGivesNoOutput) {
     const struct {
         VT_P11_Alg alg;

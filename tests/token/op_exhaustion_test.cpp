@@ -8,7 +8,8 @@
 #include "schema/schema.h"
 #include "tests/support/failing_heap.h"
 #include "tests/token/operations.h"
-#include "token/token_side.h"
+#include "token/chooser_object.h"
+#include "token/module_calls.h"
 
 namespace {
 

@@ -8,6 +8,7 @@
 #include "tests/p11/recording_module.h"
 #include "tests/support/replace.h"
 #include "tests/token/operations.h"
+#include "token/chooser_object.h"
 
 namespace {
 

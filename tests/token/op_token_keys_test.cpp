@@ -7,6 +7,7 @@
 #include "schema/schema.h"
 #include "tests/p11/recording_module.h"
 #include "tests/token/operations.h"
+#include "token/chooser_object.h"
 #include "token/token_object.h"
 
 namespace {
@@ -28,7 +29,7 @@ Names operator+(Names a, const Names& b) {
     return a;
 }
 
-TOKEN_BYTES labelBytes(const char* label) {
+token::View labelBytes(const char* label) {
     return {text(label), static_cast<std::uint32_t>(std::char_traits<char>::length(label))};
 }
 
@@ -227,15 +228,15 @@ TEST_F(OpTokenKeysTest, AModulusThatIsNotOfTheBits) {
 
 TEST_F(OpTokenKeysTest, GeneratingByTheObjects) {
     const std::int32_t bits = 1024;
-    token::HeldAlg alg;
-    token::HeldKey publicObject;
-    token::HeldKey privateObject;
+    token::OwnedAlg alg;
+    token::OwnedKey publicObject;
+    token::OwnedKey privateObject;
     ASSERT_EQ(AlgSetup(alg.address(), AlgAllocRsaKeyPairGen, &bits), 0);
     const auto run = [&](ALG_OBJ* object) {
         return GenerateKeyPairOp(object, publicObject.address(), labelBytes("public"), privateObject.address(),
                                  labelBytes("private"), chooser);
     };
-    token::HeldAlg other;
+    token::OwnedAlg other;
     ASSERT_EQ(AlgSetup(other.address(), AlgAllocRsa, nullptr), 0);
     EXPECT_EQ(run(other), -6);
     EXPECT_EQ(run(nullptr), -2);
@@ -552,14 +553,14 @@ TEST(OpOddModuleTest, LengthsThatNoValueHas) {
 TEST(OpOddModuleTest, NumbersOfANewKeyThatCannotBe) {
     OddModule module;
     const std::int32_t bits = 512;
-    token::HeldAlg alg;
+    token::OwnedAlg alg;
     ASSERT_EQ(AlgSetup(alg.address(), AlgAllocRsaKeyPairGen, &bits), 0);
     const std::pair<CK_ULONG, int> kCases[] = {
         {~CK_ULONG{0}, -16}, {65, -16}, {4, -16} /* more than the exponent's room */, {3, 0}, {0, -7}};
     for (const auto& [length, code] : kCases) {
         OddModule::given = length;
-        token::HeldKey publicObject;
-        token::HeldKey privateObject;
+        token::OwnedKey publicObject;
+        token::OwnedKey privateObject;
         EXPECT_EQ(GenerateKeyPairOp(alg, publicObject.address(), labelBytes("a"), privateObject.address(),
                                     labelBytes("b"), &module.chooser),
                   code)

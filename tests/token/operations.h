@@ -8,6 +8,7 @@
 
 #include "foundation/byte.h"
 #include "tests/support/hex.h"
+#include "tests/token/soft_op.h"
 #include "tests/vectors/rsa_keys.h"
 #include "tests/vectors/token_operations.h"
 #include "token/token.h"
@@ -16,6 +17,7 @@ namespace operations {
 
 using support::Bytes;
 using support::hex;
+using support::SoftOp;
 using support::toHex;
 
 inline MiByte mi(const Bytes& bytes) {
@@ -76,17 +78,7 @@ inline VT_P11_Key publicKey(const char* const (&items)[8]) {
 }
 
 inline VT_P11_Key privateKey(const char* const (&items)[8]) {
-    Bytes numbers[8];
-    for (int i = 0; i < 8; ++i)
-        numbers[i] = hex(items[i]);
-    const auto item = [&](int i) {
-        return VT_PKCS11_BYTES{numbers[i].data(), static_cast<std::uint32_t>(numbers[i].size())};
-    };
-    const VT_PKCS11_RSA_PRIVATE_KEY value = {item(0), item(1), item(2), item(3), item(4), item(5), item(6), item(7)};
-    VT_P11_Key made;
-    EXPECT_EQ(made.setKeyType(6), 0);
-    EXPECT_EQ(made.setPrivateKey(&value), 0);
-    return made;
+    return support::rsaPrivateKey(items);
 }
 
 inline VT_P11_Key labelKey(const char* label, int code) {
@@ -114,18 +106,6 @@ inline int typeOf(const VT_P11_Key& key) {
     key.getKeyType(type);
     return type;
 }
-
-// Operations in software.
-class SoftOp : public VT_P11_OP {
-  public:
-    SoftOp() {
-        VT_P11_SELECTION selection = {};
-        EXPECT_EQ(createChooser(&selection), 0);
-    }
-    ~SoftOp() { destroyChooser(); }
-    SoftOp(const SoftOp&) = delete;
-    SoftOp& operator=(const SoftOp&) = delete;
-};
 
 }  // namespace operations
 

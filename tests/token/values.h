@@ -120,35 +120,24 @@ inline std::string oidOf(const AlgorithmIdentifier& identifier) {
 }
 
 // A shell of the engine on its way through GetVCKAIObj or GetVCKKIObj.
-class AlgObject {
+template <class Object, Object* (*shell)(), void (*release)(Object**)>
+class EngineObject {
   public:
-    AlgObject() : object(reinterpret_cast<unsigned char*>(AlgShell())) {}
-    AlgObject(const AlgObject&) = delete;
-    AlgObject& operator=(const AlgObject&) = delete;
-    ~AlgObject() {
-        ALG_OBJ* alg = get();
-        AlgFree(&alg);
+    EngineObject() : object(reinterpret_cast<unsigned char*>(shell())) {}
+    EngineObject(const EngineObject&) = delete;
+    EngineObject& operator=(const EngineObject&) = delete;
+    ~EngineObject() {
+        Object* typed = get();
+        release(&typed);
     }
-    ALG_OBJ* get() const { return reinterpret_cast<ALG_OBJ*>(object); }
-    ALG_OBJ* operator->() const { return get(); }
+    Object* get() const { return reinterpret_cast<Object*>(object); }
+    Object* operator->() const { return get(); }
 
     unsigned char* object;
 };
 
-class KeyObject {
-  public:
-    KeyObject() : object(reinterpret_cast<unsigned char*>(KeyShell())) {}
-    KeyObject(const KeyObject&) = delete;
-    KeyObject& operator=(const KeyObject&) = delete;
-    ~KeyObject() {
-        KEY_OBJ* key = get();
-        KeyFree(&key);
-    }
-    KEY_OBJ* get() const { return reinterpret_cast<KEY_OBJ*>(object); }
-    KEY_OBJ* operator->() const { return get(); }
-
-    unsigned char* object;
-};
+using AlgObject = EngineObject<ALG_OBJ, AlgShell, AlgFree>;
+using KeyObject = EngineObject<KEY_OBJ, KeyShell, KeyFree>;
 
 inline bool isShell(const AlgObject& object) {
     return object.object != nullptr && object->allocator == nullptr && object->mechanism == nullptr &&

@@ -150,6 +150,12 @@ class VtkeyTest(unittest.TestCase):
                 "file:" + cls.path("password"), "-out", cls.path(name), *more)
         return cls.path(name)
 
+    @classmethod
+    def export_contents(cls, name, contents):
+        """A PFX without a MAC around these contents, which stand side by side."""
+        data = bytes.fromhex("06092a864886f70d010701") + element(0xA0, element(4, element(0x30, contents)))
+        return cls.write(name, element(0x30, integer(3) + element(0x30, data)))
+
     # Forms of keys.
 
     def test_every_form_of_a_private_key_and_back(self):
@@ -201,6 +207,30 @@ class VtkeyTest(unittest.TestCase):
         self.complains(1, "the key is encrypted", "convert", "--to", "pkcs1", given=closed)
         self.complains(1, "no key", "convert", "--to", "pkcs1", given=openssl(
             "req", "-in", self.path("leaf.csr")))
+
+    def test_numbers_that_fit_no_blob(self):
+        def key_of(p_bits, q_bits):
+            while True:
+                p, q = (int(openssl("prime", "-generate", "-bits", str(bits))) for bits in (p_bits, q_bits))
+                if math.gcd(65537, (p - 1) * (q - 1)) == 1:
+                    d = pow(65537, -1, (p - 1) * (q - 1))
+                    return encoded(dict(zip(NUMBERS, (p * q, 65537, d, p, q, d % (p - 1), d % (q - 1), pow(q, -1, p)))))
+        self.complains(1, "and its place in a blob 64", "convert", "--to", "ms-private", given=key_of(520, 504))
+        self.complains(1, "bytes, and a blob takes an even number", "convert", "--to", "ms-private",
+                       given=key_of(260, 260))
+        blob = openssl("rsa", "-in", self.path("leaf.key"), "-outform", "MSBLOB")
+        self.complains(1, "a blob of 1023 bits", "convert", "--to", "pkcs1",
+                       given=blob[:12] + (1023).to_bytes(4, "little") + blob[16:])
+
+    def test_public_keys_that_are_none(self):
+        for modulus, exponent in ((0, 3), (-5, 3), (15, 0), (15, -3)):
+            body = b"".join(element(2, value.to_bytes(1, "big", signed=True)) for value in (modulus, exponent))
+            self.complains(1, "the public key has a number that is not positive", "convert", "--to", "spki",
+                           given=element(0x30, body))
+        broken = b"-----BEGIN PUBLIC KEY-----\nMII!\n-----END PUBLIC KEY-----\n"
+        self.complains(1, "no base64", "convert", "--to", "spki", given=broken)
+        self.complains(1, "this is a public key", "make-pfx", "--cert", self.path("leaf.pem"), "--key",
+                       self.path("leaf.pem"), *self.secret())
 
     def test_check(self):
         check = ["check", "--cert", self.path("leaf.pem"), "--key"]
@@ -291,6 +321,41 @@ class VtkeyTest(unittest.TestCase):
             os.close(terminal)
             self.assertIn(answer, seen)
             self.assertNotIn(typed.strip(), seen, "nothing that is typed shows")
+
+    def at_a_terminal(self, answers, *arguments):
+        """What the command shows and returns when each answer is typed at its prompt; None is the end of input."""
+        child, terminal = pty.fork()
+        if child == 0:
+            os.execv(COMMAND[0], [*COMMAND, *arguments])
+        seen = b""
+        for prompt, answer in answers:
+            while prompt not in seen:
+                seen += os.read(terminal, 1000)
+            os.write(terminal, b"\x04" if answer is None else answer + b"\n")
+        try:
+            while chunk := os.read(terminal, 1000):
+                seen += chunk
+        except OSError:
+            pass  # the child has gone
+        status = os.waitstatus_to_exitcode(os.waitpid(child, 0)[1])
+        os.close(terminal)
+        return status, seen
+
+    def test_a_new_password_is_typed_twice(self):
+        if WINDOWS:
+            return  # the emulator has no console that can be driven from here
+        out = self.path("typed.pfx")
+        command = ["make-pfx", "--cert", self.path("leaf.pem"), "--key", self.path("leaf.key"), "-o", out]
+        status, seen = self.at_a_terminal([(b"Password: ", b"secret"), (b"Again: ", b"Secret")], *command)
+        self.assertEqual(status, 1)
+        self.assertIn(b"the two passwords differ", seen)
+        self.assertFalse(os.path.exists(out))
+        status, seen = self.at_a_terminal([(b"Password: ", b"secret"), (b"Again: ", b"secret")], *command)
+        self.assertEqual((status, b"secret" in seen), (0, False))
+        openssl("pkcs12", "-in", out, *LEGACY, "-passin", "pass:secret", "-noout")
+        status, seen = self.at_a_terminal([(b"Password: ", None)], *command)
+        self.assertEqual(status, 1)
+        self.assertIn(b"no password was typed", seen)
 
     def test_without_a_terminal(self):
         self.complains(1, "--password-file or --password-env", "unpack-pfx", self.export("file.pfx", *OURS))
@@ -392,6 +457,37 @@ class VtkeyTest(unittest.TestCase):
         self.assertIn("- its key is no RSA key but one of EC: ", text)
         self.assertIn("  openssl req -new -newkey rsa:2048 ", text)
 
+    def test_where_the_password_comes_from_is_in_the_commands(self):
+        pfx = self.export("two.pfx", "-keypbe", "PBE-SHA1-2DES", "-certpbe", "PBE-SHA1-2DES", "-macalg", "sha1")
+        text = lines(self.gives("explain", "--password-env", "VT_PFX_PASSWORD", pfx, env={"VT_PFX_PASSWORD": "secret"}))
+        self.assertIn(" -passin env:VT_PFX_PASSWORD", text)
+        # No password is needed to see what is wrong; openssl asks for it then.
+        text = lines(self.gives("explain", pfx))
+        self.assertIn("  openssl pkcs12 -in ", text)
+        self.assertNotIn("-passin", text)
+
+    def test_a_key_of_another_certificate(self):
+        openssl("pkcs12", "-export", *LEGACY, *OURS, "-nocerts", "-inkey", self.path("leaf.key"), "-certfile",
+                self.path("root.pem"), "-passout", "file:" + self.path("password"), "-out", self.path("mixed.pfx"))
+        self.complains(1, "-1026: ", "unpack-pfx", *self.secret(), self.path("mixed.pfx"))
+        text = lines(self.gives("explain", *self.secret(), self.path("mixed.pfx")))
+        self.assertIn("- none of its certificates is that of its first key (-1026); put key and certificate together "
+                      "with `vtkey make-pfx`\n", text)
+        self.assertNotIn("openssl", text)
+
+    def test_a_pfx_under_a_signature(self):
+        signed = element(0x30, bytes.fromhex("06092a864886f70d010702") + element(0xA0, element(0x30, b"")))
+        pfx = self.write("signed.pfx", element(0x30, integer(3) + signed))
+        text = lines(self.gives("explain", *self.secret(), pfx))
+        self.assertIn("- it is protected by a signature (", text)
+
+    def test_contents_that_are_malformed_or_too_many(self):
+        self.complains(1, "the list of contents of the PFX is malformed", "explain", *self.secret(),
+                       self.export_contents("bad.pfx", b"\x30\x05\x01"))
+        one = element(0x30, bytes.fromhex("06092a864886f70d010701") + element(0xA0, element(4, element(0x30, b""))))
+        text = lines(self.gives("explain", *self.secret(), self.export_contents("many.pfx", 129 * one)))
+        self.assertIn("- it has 129 contents, and at most 128 fit\n", text)
+
     def test_too_many_iterations(self):
         der = self.read(os.path.basename(self.export("file.pfx", *OURS, "-iter", "2048")))
         # The count of the MAC is the last element of the file; the lengths around it are written anew.
@@ -417,6 +513,8 @@ class VtkeyTest(unittest.TestCase):
             self.complains(1, "no PFX, but a Certificate", command, *self.secret(), self.path("leaf.pem"))
             self.complains(1, "neither DER nor PEM nor base64", command, *self.secret(), given=b"what?")
             self.complains(1, "empty", command, *self.secret(), given=b"")
+            self.complains(1, "no base64", command, *self.secret(),
+                           given=b"-----BEGIN PKCS12-----\nMII!\n-----END PKCS12-----\n")
 
     def test_a_pfx_that_is_broken_at_every_place(self):
         der = self.read(os.path.basename(self.export("file.pfx", *OURS, "-iter", "1")))
@@ -447,7 +545,10 @@ class VtkeyTest(unittest.TestCase):
                  "write-signed", "--cert", self.path("leaf.pem"), "--key"]
         refused = subprocess.run([*signs, self.path("least.key")], input=b"text", capture_output=True, timeout=120,
                                  check=False)
-        self.assertIn("-14: ", lines(refused.stderr))
+        said = lines(refused.stderr)
+        self.assertTrue(said.startswith('vtmsg: "' + self.path("least.key")[:60]), said)
+        self.assertIn(": -14: ", said)
+        self.assertIn("`vtkey repair`", said)
         repaired = self.write("repaired.key", self.repairs(given=self.read("least.key"))[0])
         message = run(*signs, repaired, given=b"text")
         self.assertEqual(b"text", openssl("cms", "-verify", "-binary", "-purpose", "any", "-inform", "PEM", "-CAfile",
@@ -492,6 +593,7 @@ class VtkeyTest(unittest.TestCase):
                            ({**self.key, "prime1": 1, "prime2": 0}, "not the product"),
                            ({**self.key, "modulus": self.key["modulus"] + 1}, "the modulus is even"),
                            ({**self.key, "privateExponent": self.key["modulus"] * 3}, "larger than the modulus"),
+                           ({**self.key, "modulus": 1 << 16400 | 1}, "the modulus has more than 16384 bits"),
                            (public, "this is a public key")):
             self.complains(1, words, "repair", given=encoded(key))
         self.complains(1, "this is a public key", "repair", self.path("leaf.pem"))

@@ -13,6 +13,7 @@ import unittest
 
 COMMAND = []
 LEGACY = ["-provider", "legacy", "-provider", "default"]
+VECTORS = os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "vectors", "enveloped_messages.h")
 CONTENT = b"Enrolled on a Tuesday.\r\n\x00\xff and more\n"
 
 
@@ -39,6 +40,23 @@ def numbers(key):
     text = openssl("rsa", "-in", key, "-text", "-noout").decode()
     found = re.findall(r"^(\w+):\n((?: +[0-9a-f:]+\n)+)", text, re.MULTILINE)
     return {name: int(re.sub(r"[\s:]", "", digits), 16) for name, digits in found}
+
+
+def vector(name):
+    """The bytes of a message, or the numbers of a key, that no program at hand makes."""
+    with open(VECTORS, encoding="ascii") as file:
+        body = re.search(rf"{name}\[\] =([^;]*);", file.read())[1]
+    values = [bytes.fromhex("".join(re.findall(r'"([0-9a-f]*)"', value))) for value in body.split(",")]
+    return values if "{" in body else values[0]
+
+
+def element(tag, body):
+    size = len(body).to_bytes((len(body).bit_length() + 7) // 8, "big")
+    return bytes([tag]) + (bytes([len(body)]) if len(body) < 128 else bytes([0x80 | len(size)]) + size) + body
+
+
+def private_key(numbers_of_it):
+    return element(0x30, b"".join(element(2, b"\0" + number) for number in [b"", *numbers_of_it]))
 
 
 def make_key(path):
@@ -195,6 +213,16 @@ class VtmsgTest(unittest.TestCase):
         self.assertEqual(self.gives("read-enveloped", "--key", self.path("leaf.key"), "--ciphertext", ciphertext,
                                     given=message), b"decrypts\n")
 
+    def test_signed_and_enveloped(self):
+        key = ["--key", self.write("recipient.key", private_key(vector("kRecipientKey")))]
+        read = ["read-signed-and-enveloped", *key]
+        self.assertEqual(self.gives(*read, given=vector("kSealed")), vector("kText"))
+        cipher = ["--ciphertext", self.write("sealed.cipher", vector("kSealedCiphertext"))]
+        self.assertEqual(lines(self.gives(*read, *cipher, given=vector("kSealedDetached"))), "verified\n")
+        self.complains(1, "", *read, given=vector("kSealedSpoiled"))
+        cipher = ["--ciphertext", self.write("sealed.cipher", vector("kSealedCiphertext")[::-1])]
+        self.complains(1, "", *read, *cipher, given=vector("kSealedDetached"))
+
     def test_encrypted(self):
         key = ["--session-key", self.path("session.hex")]
         message = self.gives("write-encrypted", *key, "--iv", "0102030405060708", self.path("content"))
@@ -269,6 +297,20 @@ class VtmsgTest(unittest.TestCase):
                        self.path("content"))
         self.complains(1, "neither DER nor PEM nor base64", "read-data", given=b"what?")
         self.complains(1, "empty", "read-data", self.path("empty"))
+        broken = b"-----BEGIN %s-----\nMII!\n-----END %s-----\n"
+        self.complains(1, "no base64", "read-data", given=broken % (b"PKCS7", b"PKCS7"))
+        read = ["read-enveloped", self.path("leaf.pem"), "--key"]
+        name = b"PRIVATE KEY"
+        self.complains(1, "no base64", *read, self.write("broken.key", broken % (name, name)))
+        name = b"CERTIFICATE"
+        self.complains(1, "no base64", "write-enveloped", self.path("content"), "--to",
+                       self.write("broken.pem", broken % (name, name)))
+        encrypted = openssl("pkcs8", "-topk8", "-passout", "pass:secret", "-in", self.path("leaf.key"), "-outform", "DER")
+        self.complains(1, "the key is encrypted", *read, self.write("encrypted.der", encrypted))
+        certificate = openssl("x509", "-in", self.path("leaf.pem"), "-outform", "DER")
+        self.complains(1, "no private key, but a Certificate", *read, self.write("leaf.der", certificate))
+        self.complains(1, "the key lacks a number, or has a negative one", *read,
+                       self.write("negative.der", element(0x30, element(2, b"\0") + 8 * element(2, b"\xff"))))
         for text in (b"", b"0", b"0g"):
             self.complains(1, "", "read-encrypted", "--session-key", self.write("bad.hex", text), self.path("content"))
 
@@ -282,6 +324,7 @@ class VtmsgTest(unittest.TestCase):
         self.complains(2, "read-data has no option --key", "read-data", "--key", "x")
         self.complains(2, 'no option "--frob"', "read-data", "--frob")
         self.complains(2, "needs a file", "read-data", "-o")
+        self.complains(2, "--detached has no value", "write-signed", "--detached=1")
         self.complains(2, "more than one file", "read-data", "a", "b")
         self.complains(2, "the command needs --key", "write-signed", "--cert", self.path("leaf.pem"),
                        self.path("content"))

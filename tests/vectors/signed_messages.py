@@ -3,18 +3,20 @@
 
     python3 signed_messages.py
 
-    openssl genpkey -algorithm RSA, openssl req -x509, openssl x509 -req, openssl ca -gencrl
+    openssl genpkey -algorithm RSA, openssl ca, openssl ca -selfsign, openssl ca -gencrl
     openssl cms -sign, openssl smime -sign, openssl crl2pkcs7, openssl dgst -sign
 
 The command of each value stands beside it. OpenSSL reduces d by the least common multiple of p - 1 and q - 1; here it is
 the inverse of e modulo their product, by Python's pow. "Put together" means that Python took openssl's messages apart and
-joined their elements anew, as far as the comment says. The keys are new each time.
+joined their elements anew, as far as the comment says. The keys are new each time. The certificates are valid on any
+day that a machine may believe it to be: programs that check them go by their own clock.
 """
 import hashlib
 import pathlib
 import subprocess
 import tempfile
 
+BEGIN, END = "20000101000000Z", "20491231235959Z"
 HEADER = pathlib.Path(__file__).resolve().with_suffix(".h")
 SCRATCH = pathlib.Path(tempfile.mkdtemp())
 CONTENT = b"The content that is signed.\n"
@@ -25,9 +27,22 @@ default_ca = demo
 [demo]
 database = index.txt
 crlnumber = crlnumber
+serial = serial
+new_certs_dir = .
 default_md = sha1
-default_crl_days = 36500
+policy = any
+unique_subject = no
+preserve = yes
+[any]
+countryName = optional
+organizationName = optional
+organizationalUnitName = optional
+commonName = supplied
 [root]
+subjectKeyIdentifier = hash
+authorityKeyIdentifier = keyid:always
+basicConstraints = critical, CA:TRUE
+[issuer]
 basicConstraints = critical, CA:TRUE
 [leaf]
 basicConstraints = CA:FALSE
@@ -88,20 +103,21 @@ def make_key(name, bits):
     return [n, e, d, p, q, dp, dq, c]
 
 
-def request(name, key, subject):
-    openssl("req", "-new", "-utf8", "-key", key + ".key", "-subj", subject, "-out", name + ".csr")
-
-
 def issue(name, key, subject, issuer, serial, extensions="leaf"):
-    request(name, key, subject)
-    openssl("x509", "-req", "-in", name + ".csr", "-CA", issuer + ".pem", "-CAkey", issuer + ".key", "-set_serial",
-            str(serial), "-days", "36500", "-sha1", "-extfile", "ca.cnf", "-extensions", extensions, "-out", name + ".pem")
+    """By the issuer of this name, or self-signed when it is the name of the certificate."""
+    openssl("req", "-new", "-utf8", "-key", key + ".key", "-subj", subject, "-out", name + ".csr")
+    (SCRATCH / "index.txt").write_text("")
+    (SCRATCH / "serial").write_text(f"{serial:04X}\n")
+    by = ["-selfsign"] if issuer == name else ["-cert", issuer + ".pem"]
+    openssl("ca", "-config", "ca.cnf", "-batch", "-notext", "-in", name + ".csr", *by, "-keyfile", issuer + ".key",
+            "-startdate", BEGIN, "-enddate", END, "-extensions", extensions, "-out", name + ".pem")
 
 
 def revocation_list(issuer):
     (SCRATCH / "index.txt").write_text("")
     (SCRATCH / "crlnumber").write_text("01")
-    openssl("ca", "-config", "ca.cnf", "-gencrl", "-cert", issuer + ".pem", "-keyfile", issuer + ".key", "-out", "crl.pem")
+    openssl("ca", "-config", "ca.cnf", "-gencrl", "-cert", issuer + ".pem", "-keyfile", issuer + ".key",
+            "-crl_lastupdate", BEGIN, "-crl_nextupdate", END, "-out", "crl.pem")
     return openssl("crl", "-in", "crl.pem", "-outform", "DER")
 
 
@@ -190,9 +206,8 @@ def main():
     make_key("root", 1024)
     make_key("issuer", 1024)
     keys = {name: make_key(name, bits) for name, bits in (("alice", 1024), ("bob", 1024), ("dave", 2048))}
-    openssl("req", "-new", "-x509", "-sha1", "-utf8", "-key", "root.key", "-subj", "/C=DE/O=Example/CN=Test Root",
-            "-set_serial", "1", "-days", "36500", "-config", "/etc/ssl/openssl.cnf", "-out", "root.pem")
-    issue("issuer", "issuer", "/C=DE/O=Example/CN=Test Issuer", "root", 2, "root")
+    issue("root", "root", "/C=DE/O=Example/CN=Test Root", "root", 1, "root")
+    issue("issuer", "issuer", "/C=DE/O=Example/CN=Test Issuer", "root", 2, "issuer")
     issue("alice", "alice", "/C=DE/O=Example/CN=Alice", "issuer", 0x0A01)
     issue("alice_twin", "alice", "/C=DE/O=Example/CN=Alice", "issuer", 0x0A02)
     issue("bob", "bob", "/C=DE/O=Example/OU=Staff/CN=Bob", "issuer", 0x0B01)
@@ -219,12 +234,12 @@ def main():
 
     values = [
         ("kContent", "What is signed.", CONTENT),
-        ("kRoot", "openssl req -x509: the root", certificate("root")),
-        ("kIssuer", "openssl x509 -req -CA root.pem: an intermediate authority", certificate("issuer")),
-        ("kAlice", "openssl x509 -req -CA issuer.pem -set_serial 0x0A01", certificate("alice")),
+        ("kRoot", "openssl ca -selfsign: the root, from 2000 to 2049 like all of these", certificate("root")),
+        ("kIssuer", "openssl ca -cert root.pem: an intermediate authority", certificate("issuer")),
+        ("kAlice", "openssl ca -cert issuer.pem, serial 0A01", certificate("alice")),
         ("kAliceTwin", "the same subject and key with the serial number 0x0A02", certificate("alice_twin")),
-        ("kBob", "openssl x509 -req -CA issuer.pem -set_serial 0x0B01", certificate("bob")),
-        ("kDave", "openssl x509 -req -CA issuer.pem -set_serial 0x0D01: 2048 bits", certificate("dave")),
+        ("kBob", "openssl ca -cert issuer.pem, serial 0B01", certificate("bob")),
+        ("kDave", "openssl ca -cert issuer.pem, serial 0D01: 2048 bits", certificate("dave")),
         ("kIssuerList", "openssl ca -gencrl -cert issuer.pem", crls[0]),
         ("kRootList", "openssl ca -gencrl -cert root.pem", crls[1]),
         ("kPlain", "openssl cms -sign -nodetach -noattr -md sha1 -signer alice.pem", plain),

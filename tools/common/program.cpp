@@ -79,6 +79,8 @@ int runCommand(const Program& program, const Arguments& arguments) {
         const std::string input = reads ? readInput(inputFile(arguments)) : std::string();
         writeOutput(arguments.value("--out", "-"), command.run(arguments, input), command.access);
         return kFine;
+    } catch (const OtherFileError& error) {
+        return complain(error.what(), kBadInput);
     } catch (const InputError& error) {
         return complain(about + error.what(), kBadInput);
     } catch (const Failure& failure) {

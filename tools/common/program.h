@@ -36,13 +36,19 @@ struct Program {
 // The value of an option that a command cannot do without; UsageError where it is not given.
 std::string needed(const Arguments& arguments, const std::string& option);
 
-// Reads a file other than the one that the command reads: complaints name it.
+// What is wrong with a file other than the one that the command reads. The complaint names that file alone.
+class OtherFileError : public InputError {
+  public:
+    OtherFileError(const std::string& file, const std::string& what) : InputError(quoted(file) + ": " + what) {}
+};
+
+// Reads a file other than the one that the command reads.
 template <typename Read>
 auto from(const std::string& file, Read read) {
     try {
         return read(file);
     } catch (const InputError& error) {
-        throw InputError(quoted(file) + ": " + error.what());
+        throw OtherFileError(file, error.what());
     }
 }
 

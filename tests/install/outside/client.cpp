@@ -29,7 +29,7 @@ bool isRefused(const std::string& der) {
 }
 
 int printSubject(std::string der) {
-    const PKCS_Blob bytes = {reinterpret_cast<uint8_t*>(&der[0]), static_cast<uint32_t>(der.size())};
+    const PKCS_Blob bytes = {reinterpret_cast<uint8_t*>(der.data()), static_cast<uint32_t>(der.size())};
     PKCS_Settings settings = {};
     PKCS_Ctx* context = nullptr;
     VT_List* subject = nullptr;
@@ -60,5 +60,8 @@ int main(int argc, char** argv) {
     std::cout << "\nserial: "
               << certificate.GetTBSCertificate()->GetSerialNumber()->GetBigInteger().GetStringBase10().GetChars()
               << '\n';
+    // The library prints the variable that the program has set, wherever the linker has put it.
+    newnumber = 7;
+    terminal();
     return printSubject(der);
 }

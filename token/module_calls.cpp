@@ -1,4 +1,4 @@
-#include "token/token_side.h"
+#include "token/module_calls.h"
 
 #include "crypto/codes.h"
 #include "crypto/token_side.h"

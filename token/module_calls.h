@@ -18,8 +18,8 @@
 //   * -2  input or output length absent; -4 a key that is absent or empty; -3 an output that is longer than its room or
 //     than 32 bits can tell, and, for the updates of CKM_RSA_PKCS, input of more than 117 bytes to encrypt and 128 to
 //     decrypt: they count with a key of 1024 bits, whatever the key. One-shots take input of any size.
-#ifndef VT_TOKEN_TOKEN_SIDE_H
-#define VT_TOKEN_TOKEN_SIDE_H
+#ifndef VT_TOKEN_MODULE_CALLS_H
+#define VT_TOKEN_MODULE_CALLS_H
 
 // InstallTokenSide makes the engine's operations find these entries. CreateChooserObject calls it for each chooser of
 // the token path; it may be called any number of times.

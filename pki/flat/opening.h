@@ -1,15 +1,25 @@
-// What the readers of enveloped messages share: the session key of the first recipient, and decryption by mode. For the
-// sources of this room.
-#ifndef VT_PKI_FLAT_SESSION_KEY_H
-#define VT_PKI_FLAT_SESSION_KEY_H
+// What the readers of encrypted and enveloped messages share: the message taken apart, the session key of its first
+// recipient, and decryption by mode. For the sources of this room.
+#ifndef VT_PKI_FLAT_OPENING_H
+#define VT_PKI_FLAT_OPENING_H
 
 #include "foundation/byte.h"
+#include "pki/enveloped_access.h"
 #include "pki/flat/message.h"
 #include "pki/recipient_info.h"
 #include "schema/schema.h"
 #include "token/token.h"
 
 namespace flat {
+
+// openMessage takes a message apart. -1013 for a context without operation object, which comes before what is wrong
+// with a message that can be decoded.
+template <class Message>
+int32_t openMessage(const PKCS_Ctx* ctx, const PKCS_Blob& blob, Message& message) {
+    ContentInfo content;
+    decodeBlob(blob, content);
+    return ctx->operation == nullptr ? int32_t{token::kNoOperation} : pki::EnvelopedAccess::decompose(message, content);
+}
 
 // openSessionKey makes a key for the content's algorithm of what the first recipient's part holds. No recipient is
 // matched against the private key: callers bring the one that fits. Without a recipient the key stays empty, and
