@@ -2,7 +2,8 @@
 //
 // There are too few registers for a window of sums, so the rows are those of `plain`: a factor times the limbs of a
 // number, added to memory.
-#include "crypto/mpi_limb_form.h"
+#include "crypto/mpi_kernels.h"
+#include "crypto/mpi_limbs.h"
 
 // A row takes every register there is; an unoptimised build keeps one for its frames.
 #if defined __i386__ && defined __OPTIMIZE__
@@ -84,6 +85,33 @@ void square(std::uint32_t* r, const std::uint32_t* a, int limbs) {
     }
 }
 
+void reduce(std::uint32_t* t, const std::uint32_t* n, int limbs, std::uint32_t nPrime) {
+    std::uint32_t* const upper = t + limbs;
+    std::uint32_t overflow = 0;
+    for (int i = 0; i < limbs; ++i) {
+        const std::uint64_t sum =
+            static_cast<std::uint64_t>(upper[i]) + addRow(t + i, n, limbs, t[i] * nPrime) + overflow;
+        upper[i] = low(sum);
+        overflow = high(sum);
+    }
+    upper[limbs] = overflow;
+}
+
+void montMultiply(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* b, const std::uint32_t* n, int limbs,
+                  std::uint64_t nPrime) {
+    std::uint32_t t[2 * kFullLimbs + 2];
+    multiply(t, a, limbs, b, limbs);
+    reduce(t, n, limbs, low(nPrime));
+    subtractOnce(r, t + limbs, n, limbs);
+}
+
+void montSquare(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* n, int limbs, std::uint64_t nPrime) {
+    std::uint32_t t[2 * kFullLimbs + 2];
+    square(t, a, limbs);
+    reduce(t, n, limbs, low(nPrime));
+    subtractOnce(r, t + limbs, n, limbs);
+}
+
 bool usable() {
     unsigned eax = 0;
     unsigned ebx = 0;
@@ -95,9 +123,8 @@ bool usable() {
 }  // namespace
 
 const Kernels* adx32Kernels() {
-    using Form = LimbForm<multiply, square, addRow>;
-    static const Kernels form = {
-        "adx32", usable, multiply, square, Form::reduce, plainKernels().divide, Form::montMultiply, Form::montSquare};
+    static const Kernels form = {"adx32",      usable,    multiply, square, reduce, plainKernels().divide,
+                                 montMultiply, montSquare};
     return &form;
 }
 

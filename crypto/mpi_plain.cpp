@@ -1,5 +1,6 @@
 // The form `plain`: 32-bit limbs with 64-bit sums, as a textbook has it.
-#include "crypto/mpi_limb_form.h"
+#include "crypto/mpi_kernels.h"
+#include "crypto/mpi_limbs.h"
 
 namespace mpi {
 namespace {
@@ -60,6 +61,18 @@ void square(std::uint32_t* r, const std::uint32_t* a, int limbs) {
         squareRow(r, a[i], a + i + 1, limbs - i - 1);
 }
 
+void reduce(std::uint32_t* t, const std::uint32_t* n, int limbs, std::uint32_t nPrime) {
+    std::uint32_t* const upper = t + limbs;
+    std::uint32_t overflow = 0;
+    for (int i = 0; i < limbs; ++i) {
+        const std::uint64_t sum =
+            static_cast<std::uint64_t>(upper[i]) + addRow(t + i, n, limbs, t[i] * nPrime) + overflow;
+        upper[i] = low(sum);
+        overflow = high(sum);
+    }
+    upper[limbs] = overflow;
+}
+
 // shiftUp: r = a 2^bits, bits below 32; it returns what is pushed out.
 std::uint32_t shiftUp(std::uint32_t* r, const std::uint32_t* a, int limbs, int bits) {
     std::uint64_t carry = 0;
@@ -110,9 +123,22 @@ void divide(std::uint32_t* q, std::uint32_t* a, int aLimbs, const std::uint32_t*
     shiftDown(a, dLimbs, shift);
 }
 
-using Form = LimbForm<multiply, square, addRow>;
-constexpr Kernels kPlain = {"plain",      usable, multiply,           square,
-                            Form::reduce, divide, Form::montMultiply, Form::montSquare};
+void montMultiply(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* b, const std::uint32_t* n, int limbs,
+                  std::uint64_t nPrime) {
+    std::uint32_t t[2 * kFullLimbs + 2];
+    multiply(t, a, limbs, b, limbs);
+    reduce(t, n, limbs, low(nPrime));
+    subtractOnce(r, t + limbs, n, limbs);
+}
+
+void montSquare(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* n, int limbs, std::uint64_t nPrime) {
+    std::uint32_t t[2 * kFullLimbs + 2];
+    square(t, a, limbs);
+    reduce(t, n, limbs, low(nPrime));
+    subtractOnce(r, t + limbs, n, limbs);
+}
+
+constexpr Kernels kPlain = {"plain", usable, multiply, square, reduce, divide, montMultiply, montSquare};
 
 }  // namespace
 

@@ -8,11 +8,12 @@
 # valgrind does not know are hidden by its CPUID, so that the portable kernels run. tests/support/valgrind.supp has what is
 # known of other people's libraries. Logs are in build/results/valgrind. The last line is "N clean, N with findings";
 # exit status: 0 when all are clean. It takes about an hour of processor time; VT_JOBS programs run at once.
-# VT_VALGRIND has more options for valgrind, such as --track-origins=yes. VT_NO_SETUP=1: install nothing.
+# VT_VALGRIND has more options for valgrind, such as --track-origins=yes. VT_RESULTS is another folder for the logs.
+# VT_NO_SETUP=1: install nothing.
 set -uo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.." || exit 1
 jobs=${VT_JOBS:-$(nproc)}
-results=$PWD/build/results/valgrind
+results=${VT_RESULTS:-$PWD/build/results/valgrind}
 finding=99
 
 # Test cases that have no place here, as a GoogleTest filter for each program.

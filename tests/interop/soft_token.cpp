@@ -7,6 +7,7 @@
 #include <fstream>
 #include <iterator>
 
+#include "crypto/pkcs11.h"
 #include "tests/support/der.h"
 #include "tests/token/operations.h"
 
