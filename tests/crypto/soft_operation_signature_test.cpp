@@ -248,7 +248,8 @@ TEST(SoftOperationSignatureTest, AnotherSignatureIsRefusedUnderRsa) {
 TEST(SoftOperationSignatureTest, UnderADigestTheRsaOperationsOwnCodeComesBack) {
     for (const Mechanism& mechanism : kDigests) {
         Pair pair(512);
-        const Alg alg(mechanism.allocator);
+        Pair tooShort(88);
+        const Alg alg(mechanism.allocator);  // goes before the choosers that it was used with
         const Bytes digest = hex(mechanism.abc);
         const auto verify = [&](const Bytes& signature) {
             EXPECT_EQ(VerifyInitOp(alg, pair.publicKey, pair.chooser), 0);
@@ -264,7 +265,6 @@ TEST(SoftOperationSignatureTest, UnderADigestTheRsaOperationsOwnCodeComesBack) {
         EXPECT_EQ(verify(Bytes(64, 0xFF)), -12);
         EXPECT_EQ(verify(Bytes(64, 1)), -12);
         EXPECT_EQ(verify(Bytes(63, 1)), -3);
-        Pair tooShort(88);
         ASSERT_EQ(VerifyInitOp(alg, tooShort.publicKey, tooShort.chooser), 0);
         EXPECT_EQ(VerifyFinalOp(alg, digest.data(), 11), -106);
     }

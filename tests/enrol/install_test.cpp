@@ -133,7 +133,8 @@ TEST_F(install_test, WithoutAProviderTheMarkerIsConsumed) {
 
 TEST_F(install_test, WithoutAMarkerThereIsNoInstallation) {
     for (const Operation operation : kAll) {
-        EXPECT_EQ(run(operation, hex(vectors::kBob)), system_.marker() == "(none)" ? 22038309 : 22068125);
+        const bool hasMarker = system_.marker() != "(none)";
+        EXPECT_EQ(run(operation, hex(vectors::kBob)), hasMarker ? 22068125 : 22038309);
         EXPECT_EQ(run(operation, hex(vectors::kAlice)), 22038309);
         EXPECT_TRUE(store_.ders("MY").empty());
     }

@@ -179,10 +179,14 @@ BOOL WINAPI freeLibrary(HMODULE /*module*/) {
     return TRUE;
 }
 
-// One function for all that NSS is asked: it has no slot, and its first field stands for a certificate.
+// What NSS is asked: it has no slot, and the platform's first field stands for a certificate.
 void* answer() {
     return &thePlatform;
 }
+void* decodeCertificate(char* /*bytes*/, int /*size*/) {
+    return &thePlatform;
+}
+void startNspr(int /*type*/, int /*priority*/, unsigned /*maxPtds*/) {}
 int startNss(const char* /*folder*/, const char* /*cert*/, const char* /*key*/, const char* /*db*/,
              std::uint32_t /*flags*/) {
     return 0;
@@ -191,12 +195,21 @@ void* noSlot() {
     return nullptr;
 }
 
+template <class Function>
+FARPROC plain(Function* function) {
+    return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(function));
+}
+
 FARPROC WINAPI findFunction(HMODULE /*module*/, LPCSTR name) {
+    if (std::strcmp(name, "PR_Init") == 0)
+        return plain(startNspr);
     if (std::strcmp(name, "NSS_Initialize") == 0)
-        return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(startNss));
+        return plain(startNss);
+    if (std::strcmp(name, "CERT_DecodeCertFromPackage") == 0)
+        return plain(decodeCertificate);
     if (std::strcmp(name, "PK11_GetInternalKeySlot") == 0)
-        return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(noSlot));
-    return reinterpret_cast<FARPROC>(reinterpret_cast<void (*)()>(answer));
+        return plain(noSlot);
+    return plain(answer);
 }
 
 // A code, what stays open ("p" a provider, "h" a hash, "k" a key), "d" for a deleted container.

@@ -90,7 +90,8 @@ class ManTest(unittest.TestCase):
             with self.subTest(name):
                 known = set(OPTION.findall(help_of(name)))
                 self.assertLess({"--help"}, known)
-                self.assertEqual(known | {"-h"}, flags(page(name + ".1")))
+                self.assertIn("-h", known)
+                self.assertEqual(known, flags(page(name + ".1")))
                 text = subprocess.run([PROGRAMS[name], "-h"], capture_output=True, check=True, text=True).stdout
                 self.assertEqual(help_of(name), text)
 
