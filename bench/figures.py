@@ -99,8 +99,9 @@ def version_of(package):
 
 def processor():
     description = pathlib.Path("/proc/cpuinfo").read_text(encoding="utf-8")
-    found = re.search(r"^model name\s*:\s*(.*)", description, re.MULTILINE)
-    return f"{platform.machine()}, {os.cpu_count()} processors ({found[1] if found else 'unknown'})"
+    model = re.search(r"^model name\s*:\s*(.*)", description, re.MULTILINE)
+    virtual = "virtual " if re.search(r"^flags\s*:.*\bhypervisor\b", description, re.MULTILINE) else ""
+    return f"{os.cpu_count()}-core {platform.machine()} {virtual}machine ({model[1] if model else 'unknown'})"
 
 
 def compiler(build):

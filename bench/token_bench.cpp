@@ -14,6 +14,7 @@
 #include <string>
 
 #include "bench/pattern.h"
+#include "crypto/chooser.h"
 #include "crypto/operation.h"
 #include "foundation/byte.h"
 #include "tests/support/hex.h"

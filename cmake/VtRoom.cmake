@@ -44,11 +44,12 @@ function(vt_exporting_library target)
   include(CheckLinkerFlag)
   check_linker_flag(CXX "-Wl,-z,pack-relative-relocs" VT_LINKER_PACKS_RELOCS)
   set(map "${PROJECT_SOURCE_DIR}/plugin/npvemtrel_certenroll.map")
+  set(variables "${PROJECT_SOURCE_DIR}/plugin/shared_variables.list")
   target_link_options(${target} PRIVATE
-    "-Wl,--version-script=${map}"
-    -Wl,-z,lazy -Wl,--as-needed -Wl,-O1 -Wl,-Bsymbolic-functions
+    "-Wl,--version-script=${map}" "-Wl,--dynamic-list=${variables}"
+    -Wl,-z,lazy -Wl,--as-needed -Wl,-O1
     $<$<BOOL:${VT_LINKER_PACKS_RELOCS}>:-Wl,-z,pack-relative-relocs>)
-  set_target_properties(${target} PROPERTIES LINK_DEPENDS "${map}")
+  set_target_properties(${target} PROPERTIES LINK_DEPENDS "${map};${variables}")
 endfunction()
 
 # vt_room_tests(<room> SOURCES ... [LIBRARIES ...] [NAME <program>])

@@ -13,14 +13,11 @@
 #include "crypto/rc4.h"
 #include "crypto/rc5.h"
 #include "crypto/sha1.h"
+#include "crypto/soft_table.h"
 
 namespace {
 
 constexpr std::uint32_t kIvLength = 8;
-
-bool isDigestWithRsa(CK_MECHANISM_TYPE code) {
-    return code == CKM_MD2_RSA_PKCS || code == CKM_MD5_RSA_PKCS || code == CKM_SHA1_RSA_PKCS;
-}
 
 int fillMechanism(ALG_OBJ* object, AlgAllocator allocator, CK_MECHANISM_TYPE code) {
     if (object == nullptr)
@@ -130,7 +127,7 @@ void destroyTokenKey(ALG_OBJ* object) {
 }
 
 void freeContext(ALG_OBJ* object) {
-    if (object->context != nullptr && isDigestWithRsa(object->mechanism->code)) {
+    if (object->context != nullptr && softtable::isDigestWithRsa(object->mechanism->code)) {
         auto* pair = static_cast<DIGEST_RSA_PAIR*>(object->context);
         FreeBuffer(pair->digest);
         FreeBuffer(pair->rsa);

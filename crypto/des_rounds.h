@@ -24,6 +24,11 @@
 
 namespace crypto {
 
+// byteOfBox: the byte in which the group of a box (1 to 8) lies, 0 to 3 in X and 4 to 7 in X rotated right by 4.
+constexpr unsigned byteOfBox(unsigned box) {
+    return box % 2 == 0 ? (8 - box) / 2 : 4 + (7 - box) / 2;
+}
+
 // desSchedule writes the sixteen subkeys of the first 8 bytes of key, in reverse order when not encrypting.
 void desSchedule(const std::uint8_t* key, bool encrypting, std::uint32_t (&subkeys)[32]);
 

@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <limits>
 #include <memory>
-#include <new>
 
+#include "crypto/alloc_buffer.h"
 #include "crypto/codes.h"
+#include "crypto/entries.h"
 #include "crypto/md2.h"
 #include "crypto/md5.h"
 #include "crypto/sha1.h"
@@ -21,29 +22,20 @@ int setSeed(void* context, const std::uint8_t* seed, std::uint32_t length) {
     return crypto::kSuccess;
 }
 
-struct Md2 {
-    using Context = MD2_CTX;
-    static constexpr std::uint32_t kSize = 16;
-    static constexpr auto init = MD2_Init;
-    static constexpr auto update = MD2_Update;
-    static constexpr auto final = MD2_Final;
+// A digest of size bytes, by its entries.
+template <class DigestContext, std::uint32_t size, DigestInit initEntry, DigestUpdate updateEntry,
+          DigestFinal finalEntry>
+struct DigestEntries {
+    using Context = DigestContext;
+    static constexpr std::uint32_t kSize = size;
+    static constexpr auto init = initEntry;
+    static constexpr auto update = updateEntry;
+    static constexpr auto final = finalEntry;
 };
 
-struct Md5 {
-    using Context = MD5_CTX;
-    static constexpr std::uint32_t kSize = 16;
-    static constexpr auto init = MD5_Init;
-    static constexpr auto update = MD5_Update;
-    static constexpr auto final = MD5_Final;
-};
-
-struct Sha1 {
-    using Context = SHA1_CTX;
-    static constexpr std::uint32_t kSize = 20;
-    static constexpr auto init = SHA1_Init;
-    static constexpr auto update = SHA1_Update;
-    static constexpr auto final = SHA1_Final;
-};
+using Md2 = DigestEntries<MD2_CTX, 16, MD2_Init, MD2_Update, MD2_Final>;
+using Md5 = DigestEntries<MD5_CTX, 16, MD5_Init, MD5_Update, MD5_Final>;
+using Sha1 = DigestEntries<SHA1_CTX, 20, SHA1_Init, SHA1_Update, SHA1_Final>;
 
 // digestInto writes the digest of length bytes of work at a place in work itself.
 template <class Digest>
@@ -61,7 +53,9 @@ void generate(void* context, std::uint8_t* output, std::uint32_t length) {
     const auto* const random = static_cast<const HASH_CHAIN_RANDOM_CTX*>(context);
     if (random == nullptr || output == nullptr || length > std::numeric_limits<std::size_t>::max() - Digest::kSize)
         return;
-    const std::unique_ptr<std::uint8_t[]> work(new (std::nothrow) std::uint8_t[std::size_t{length} + Digest::kSize]);
+    const std::size_t room = std::size_t{length} + Digest::kSize;
+    const std::unique_ptr<std::uint8_t[], decltype(&FreeBuffer)> work(static_cast<std::uint8_t*>(AllocBuffer(room)),
+                                                                      FreeBuffer);
     if (work == nullptr)
         return;
     for (std::uint32_t i = 0; i < length; ++i)

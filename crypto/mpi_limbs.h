@@ -93,6 +93,18 @@ inline std::uint32_t subLimbs(std::uint32_t* r, const std::uint32_t* a, const st
     return low(borrow);
 }
 
+// subtractRow: r -= a w; it returns what is to be taken from the limb above.
+inline std::uint32_t subtractRow(std::uint32_t* r, const std::uint32_t* a, int count, std::uint32_t w) {
+    std::uint64_t carry = 0;
+    for (int i = 0; i < count; ++i) {
+        carry += static_cast<std::uint64_t>(a[i]) * w;
+        const std::uint32_t taken = low(carry);
+        carry = high(carry) + (r[i] < taken ? 1U : 0U);
+        r[i] -= taken;
+    }
+    return low(carry);
+}
+
 // subtractOnce: r = a, of count limbs and an overflow of 0 or 1 above them, less n if it is not below n.
 inline void subtractOnce(std::uint32_t* r, const std::uint32_t* a, const std::uint32_t* n, int count) {
     if (a[count] != 0 || compareLimbs(a, n, count) >= 0)

@@ -6,18 +6,6 @@
 namespace mpi {
 namespace {
 
-// subProduct: r -= n q, and returns the borrow.
-std::uint32_t subProduct(std::uint32_t* r, const std::uint32_t* n, std::uint32_t q, int count) {
-    std::uint64_t borrow = 0;
-    for (int i = 0; i < count; ++i) {
-        borrow += static_cast<std::uint64_t>(n[i]) * q;
-        const std::uint32_t part = low(borrow);
-        borrow = high(borrow) + (r[i] < part ? 1U : 0U);
-        r[i] -= part;
-    }
-    return low(borrow);
-}
-
 // Newton's step doubles the bits of -1/n that are right.
 std::uint64_t widened(std::uint32_t nPrime, const std::uint32_t* modulus) {
     const std::uint64_t n =
@@ -74,7 +62,7 @@ void Montgomery::multiplyWord(std::uint32_t* r, std::uint32_t w) const {
         const std::uint32_t above = last + 1 < limbs_ ? r[last + 1] : top;
         const std::uint64_t window = static_cast<std::uint64_t>(above) << kLimbBits | r[last];
         const std::uint64_t quotient = window / (static_cast<std::uint64_t>(n_[last]) + 1);
-        top -= subProduct(r, n_, quotient == 0 ? 1 : low(quotient), limbs_);
+        top -= subtractRow(r, n_, limbs_, quotient == 0 ? 1 : low(quotient));
     }
 }
 

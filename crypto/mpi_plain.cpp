@@ -27,18 +27,6 @@ std::uint32_t addRow(std::uint32_t* r, const std::uint32_t* a, int limbs, std::u
     return low(carry);
 }
 
-// subtractRow: r -= a w; it returns what is to be taken from the limb above.
-std::uint32_t subtractRow(std::uint32_t* r, const std::uint32_t* a, int limbs, std::uint32_t w) {
-    std::uint64_t carry = 0;
-    for (int i = 0; i < limbs; ++i) {
-        carry += static_cast<std::uint64_t>(a[i]) * w;
-        const std::uint32_t taken = low(carry);
-        carry = high(carry) + (r[i] < taken ? 1U : 0U);
-        r[i] -= taken;
-    }
-    return low(carry);
-}
-
 // squareRow: r += w w + 2 a w 2^32, for the limb w and the limbs of a above it, doubled in the same pass on a carry of
 // up to two limbs; the carry goes to the two limbs above. The upper of these is not there in the last row, of no limbs.
 void squareRow(std::uint32_t* r, std::uint32_t w, const std::uint32_t* a, int limbs) {

@@ -1,3 +1,4 @@
+// operation.h: signing and verifying.
 #include <algorithm>
 #include <array>
 #include <cstring>

@@ -1,5 +1,7 @@
 #include "crypto/soft_table.h"
 
+#include <algorithm>
+
 #include "crypto/codes.h"
 #include "crypto/des.h"
 #include "crypto/des3.h"
@@ -43,40 +45,53 @@ constexpr Cipher kCiphers[] = {
     {CKM_RC5_CBC_PAD, RC5_EncryptInit, RC5_DecryptInit, RC5_Update, RC5_Update, RC5_FinalPad, 1, sizeof(RC5_PARAMETER)},
 };
 
-const Cipher* findCipher(CK_MECHANISM_TYPE code) {
-    for (const Cipher& cipher : kCiphers) {
-        if (cipher.code == code)
-            return &cipher;
-    }
-    return nullptr;
+struct Digest {
+    CK_MECHANISM_TYPE code;
+    CK_MECHANISM_TYPE withRsa;  // the mechanism that signs it
+    DigestInit init;
+    DigestUpdate update;
+    DigestFinal final;
+};
+
+constexpr Digest kDigests[] = {
+    {CKM_MD2, CKM_MD2_RSA_PKCS, MD2_Init, MD2_Update, MD2_Final},
+    {CKM_MD5, CKM_MD5_RSA_PKCS, MD5_Init, MD5_Update, MD5_Final},
+    {CKM_SHA_1, CKM_SHA1_RSA_PKCS, SHA1_Init, SHA1_Update, SHA1_Final},
+};
+
+struct Generator {
+    CK_MECHANISM_TYPE code;
+    RandomSeed seed;
+    RandomGenerate generate;
+};
+
+constexpr Generator kGenerators[] = {
+    {HASH_CHAIN_RANDOM_MD2, HashChainRandom_MD2_Seed, HashChainRandom_MD2_Generate},
+    {HASH_CHAIN_RANDOM_MD5, HashChainRandom_MD5_Seed, HashChainRandom_MD5_Generate},
+    {HASH_CHAIN_RANDOM_SHA1, HashChainRandom_SHA1_Seed, HashChainRandom_SHA1_Generate},
+};
+
+// The row of a mechanism, or null.
+template <class Row, std::size_t count>
+const Row* find(const Row (&rows)[count], CK_MECHANISM_TYPE code) {
+    const Row* row = std::find_if(rows, rows + count, [code](const Row& each) { return each.code == code; });
+    return row == rows + count ? nullptr : row;
 }
 
 }  // namespace
 
 int digestSlots(SOFT_TABLE& table, CK_MECHANISM_TYPE code) {
-    switch (code) {
-        case CKM_MD2:
-            table.digestInit = MD2_Init;
-            table.digestUpdate = MD2_Update;
-            table.digestFinal = MD2_Final;
-            return 0;
-        case CKM_MD5:
-            table.digestInit = MD5_Init;
-            table.digestUpdate = MD5_Update;
-            table.digestFinal = MD5_Final;
-            return 0;
-        case CKM_SHA_1:
-            table.digestInit = SHA1_Init;
-            table.digestUpdate = SHA1_Update;
-            table.digestFinal = SHA1_Final;
-            return 0;
-        default:
-            return crypto::kUnsupportedMechanism;
-    }
+    const Digest* digest = find(kDigests, code);
+    if (digest == nullptr)
+        return crypto::kUnsupportedMechanism;
+    table.digestInit = digest->init;
+    table.digestUpdate = digest->update;
+    table.digestFinal = digest->final;
+    return 0;
 }
 
 int encryptSlots(SOFT_TABLE& table, CK_MECHANISM_TYPE code) {
-    const Cipher* cipher = findCipher(code);
+    const Cipher* cipher = find(kCiphers, code);
     if (cipher == nullptr)
         return crypto::kUnsupportedMechanism;
     table.encryptInit = cipher->encryptInit;
@@ -86,7 +101,7 @@ int encryptSlots(SOFT_TABLE& table, CK_MECHANISM_TYPE code) {
 }
 
 int decryptSlots(SOFT_TABLE& table, CK_MECHANISM_TYPE code) {
-    const Cipher* cipher = findCipher(code);
+    const Cipher* cipher = find(kCiphers, code);
     if (cipher == nullptr)
         return crypto::kUnsupportedMechanism;
     table.decryptInit = cipher->decryptInit;
@@ -96,35 +111,20 @@ int decryptSlots(SOFT_TABLE& table, CK_MECHANISM_TYPE code) {
 }
 
 int randomSlots(SOFT_TABLE& table, CK_MECHANISM_TYPE code) {
-    switch (code) {
-        case HASH_CHAIN_RANDOM_MD2:
-            table.seed = HashChainRandom_MD2_Seed;
-            table.generate = HashChainRandom_MD2_Generate;
-            return 0;
-        case HASH_CHAIN_RANDOM_MD5:
-            table.seed = HashChainRandom_MD5_Seed;
-            table.generate = HashChainRandom_MD5_Generate;
-            return 0;
-        case HASH_CHAIN_RANDOM_SHA1:
-            table.seed = HashChainRandom_SHA1_Seed;
-            table.generate = HashChainRandom_SHA1_Generate;
-            return 0;
-        default:
-            return crypto::kUnsupportedMechanism;
-    }
+    const Generator* generator = find(kGenerators, code);
+    if (generator == nullptr)
+        return crypto::kUnsupportedMechanism;
+    table.seed = generator->seed;
+    table.generate = generator->generate;
+    return 0;
 }
 
 CK_MECHANISM_TYPE digestOf(CK_MECHANISM_TYPE code) {
-    switch (code) {
-        case CKM_MD2_RSA_PKCS:
-            return CKM_MD2;
-        case CKM_MD5_RSA_PKCS:
-            return CKM_MD5;
-        case CKM_SHA1_RSA_PKCS:
-            return CKM_SHA_1;
-        default:
-            return code;
+    for (const Digest& digest : kDigests) {
+        if (digest.withRsa == code)
+            return digest.code;
     }
+    return code;
 }
 
 bool isDigestWithRsa(CK_MECHANISM_TYPE code) {
@@ -133,7 +133,7 @@ bool isDigestWithRsa(CK_MECHANISM_TYPE code) {
 
 int fits(const MECHANISM& mechanism, const KEY_OBJ* key) {
     const bool isRsa = mechanism.code == CKM_RSA_PKCS || isDigestWithRsa(mechanism.code);
-    const Cipher* cipher = findCipher(isRsa ? CKM_RSA_PKCS : mechanism.code);
+    const Cipher* cipher = find(kCiphers, isRsa ? CKM_RSA_PKCS : mechanism.code);
     if (key == nullptr || key->data == nullptr || key->length == 0 || KeyIsRsa(key) != isRsa)
         return crypto::kKeyMissing;
     if (key->length < cipher->keyLength)

@@ -1,4 +1,4 @@
-// Which entries run a mechanism in this library. For the operations alone; users of the engine include operation.h.
+// Which entries run a mechanism in this library. For the sources of the room; users of the engine include operation.h.
 #ifndef VT_CRYPTO_SOFT_TABLE_H
 #define VT_CRYPTO_SOFT_TABLE_H
 

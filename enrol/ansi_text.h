@@ -1,3 +1,4 @@
+// Text in a code page as wide text.
 #ifndef VT_ENROL_ANSI_TEXT_H
 #define VT_ENROL_ANSI_TEXT_H
 

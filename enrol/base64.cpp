@@ -17,9 +17,6 @@ using pki::kBase64Foreign;
 using pki::kBase64Pad;
 using pki::kBase64Values;
 
-constexpr std::int32_t kNoMemory = -10000;
-constexpr std::int32_t kPartialGroup = -10002;
-
 constexpr std::size_t kLineChars = 64;
 constexpr std::size_t kLineBytes = 48;
 
@@ -94,7 +91,7 @@ std::int32_t decode(Base64Progress at, const std::uint8_t* end, std::size_t& siz
         at.out += 3;
     }
     if (filled != 0)
-        return kPartialGroup;
+        return kBase64PartialGroup;
     size = static_cast<std::size_t>(at.out - out);
     return 0;
 }
@@ -103,7 +100,7 @@ std::int32_t decode(Base64Progress at, const std::uint8_t* end, std::size_t& siz
 
 std::int32_t EncodeBase64Text(const std::uint8_t* data, std::size_t length, char* out, std::size_t& outLength) {
     if (length > std::numeric_limits<std::size_t>::max() / 2)
-        return kNoMemory;
+        return kBase64NoMemory;
     const std::size_t chars = (length + 2) / 3 * 4;
     outLength = chars + 2 + (chars == 0 ? 0 : 2 * ((chars - 1) / kLineChars));
     if (out == nullptr)
@@ -126,7 +123,7 @@ std::int32_t DecodeBase64Text(const char* text, std::size_t length, std::vector<
     try {
         bytes.resize((length / 4 + 1) * 3);
     } catch (const std::exception&) {
-        return kNoMemory;
+        return kBase64NoMemory;
     }
     const auto* const start = reinterpret_cast<const std::uint8_t*>(text);
     std::size_t size = 0;

@@ -12,9 +12,6 @@ namespace {
 
 using namespace firefox;
 
-// DecodeBase64Text's result for exhausted memory; its others are bad encodings.
-constexpr std::int32_t kDecodeNoMemory = -10000;
-
 // NSS looks at a few bytes ahead before it looks at the length.
 constexpr std::size_t kBytesBehind = 16;
 
@@ -102,7 +99,7 @@ void FunctionBinder::requireAll() const {
 std::vector<std::uint8_t> decodeCheckedCertificate(const char* text, std::size_t length) {
     std::vector<std::uint8_t> bytes;
     const std::int32_t failure = DecodeBase64Text(text, length, bytes);
-    if (failure == kDecodeNoMemory)
+    if (failure == kBase64NoMemory)
         throw FirefoxFailure{kCheckNoMemory, kMessageNoMemoryForCertificate};
     if (failure != 0)
         throw FirefoxFailure{kCheckBase64Failed, kMessageCertificateText};

@@ -7,17 +7,11 @@
 #include "enrol/codes.h"
 
 namespace enrol {
-namespace {
-
-// DecodeBase64Text's result for exhausted memory; its others are bad encodings.
-constexpr std::int32_t kDecodeNoMemory = -10000;
-
-}  // namespace
 
 CertBytes decodeCertificateText(const char* text, std::size_t length) {
     std::vector<std::uint8_t> bytes;
     const std::int32_t failure = DecodeBase64Text(text, length, bytes);
-    if (failure == kDecodeNoMemory)
+    if (failure == kBase64NoMemory)
         throw InstallFailure{kReasonNoMemory, kMessageNoMemory};
     if (failure != 0)
         throw InstallFailure{kReasonBadBase64, kMessageBadBase64};

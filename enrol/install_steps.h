@@ -4,38 +4,16 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "ber/ber.h"
+#include "enrol/ber_handles.h"
 #include "enrol/container.h"
-#include "platform/platform.h"
+#include "enrol/reasons.h"
 
 namespace enrol {
-
-// Reasons of the installation's inner operations; 0 is success. The caller adds the operation to make a code.
-enum InstallReason : std::int32_t {
-    kReasonLibraryNotReady = 8001,
-    kReasonContextNotMade = 8002,
-    kReasonListNotMade = 8012,
-    kReasonNoCertificates = 8014,
-    kReasonStoreNotOpened = 8101,
-    kReasonContainerNotOpened = 8103,
-    kReasonKeyNotFound = 8105,
-    kReasonKeySizeQueryFailed = 8106,
-    kReasonKeyExportFailed = 8108,
-    kReasonCertificateNotAdded = 8110,
-    kReasonCertificateNotParsed = 8113,
-    kReasonKeyImportFailed = 8117,
-    kReasonNoMemory = 8203,
-    kReasonWrongContentType = 8204,
-    kReasonEmptyArgument = 8215,
-    kReasonBadBase64 = 8223,
-    kReasonBadEncoding = 8224,
-};
 
 // Thrown inside an installation and caught by the operation itself; only its number leaves. The message is UTF-8.
 struct InstallFailure {
@@ -57,25 +35,8 @@ using CertBytes = std::shared_ptr<const std::vector<std::uint8_t>>;
 // decodeCertificateText reads base64. Throws InstallFailure 8223 for a bad encoding, 8203 for exhausted memory.
 CertBytes decodeCertificateText(const char* text, std::size_t length);
 
-struct FreeBerReader {
-    void operator()(BerReader* reader) const { BerReaderFree(reader); }
-};
-using BerReaderPtr = std::unique_ptr<BerReader, FreeBerReader>;
-
 // openReader gives a reader over a copy of the bytes. Throws InstallFailure 8203 when there is no memory for it.
 BerReaderPtr openReader(const std::uint8_t* bytes, std::size_t size);
-
-// A buffer that BerReaderScanf allocates: pass &value.data and &value.size.
-template <class Element>
-struct BerOutput {
-    BerOutput() = default;
-    ~BerOutput() { std::free(data); }
-    BerOutput(const BerOutput&) = delete;
-    BerOutput& operator=(const BerOutput&) = delete;
-
-    Element* data = nullptr;
-    std::int32_t size = 0;  // as the format character tells: bytes, bits or arcs
-};
 
 // takeWaitingContainer begins every installation: it reads the marker and deletes it, so that an answer is installed
 // once or not at all, and then looks at the arguments. 0, 22038309, 22068201 for an empty provider or 22068204 for no

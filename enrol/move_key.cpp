@@ -4,8 +4,8 @@
 
 #include "enrol/cert_handles.h"
 #include "enrol/container.h"
-#include "enrol/install_steps.h"
 #include "enrol/plain_certificate.h"
+#include "enrol/reasons.h"
 
 namespace enrol {
 namespace {
@@ -65,15 +65,7 @@ std::int32_t MoveKeyToNewContainer(const std::uint8_t* der, std::size_t length, 
     KeyHandle key;
     if (capi().CryptImportKey(prov.get(), blob.bytes.data(), blob.size, 0, importFlags, key.receive()) == FALSE)
         return kReasonKeyImportFailed;
-    store.reset(openMyStore(prov));
-    if (!store)
-        return kReasonStoreNotOpened;
-    CertificateHandle added;
-    if (capi().CertAddEncodedCertificateToStore(store.get(), kCertEncoding, der, static_cast<DWORD>(length),
-                                                CERT_STORE_ADD_REPLACE_EXISTING, added.receive()) == FALSE)
-        return kReasonCertificateNotAdded;
-    NoteKey(added.get(), name, provider, keySpec);
-    return 0;
+    return storeWithKey(prov, store, der, length, name, provider, keySpec);
 }
 
 }  // namespace enrol

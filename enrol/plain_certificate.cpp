@@ -3,9 +3,7 @@
 #include <cstring>
 
 #include "enrol/ansi_text.h"
-#include "enrol/cert_handles.h"
 #include "enrol/codes.h"
-#include "enrol/install_steps.h"
 
 namespace enrol {
 namespace {
@@ -61,6 +59,18 @@ std::int32_t setCertificateOnKey(HCRYPTPROV prov, const std::vector<std::uint8_t
     return kSuccess;
 }
 
+// Notes on a certificate in a store where its key is.
+void noteKey(PCCERT_CONTEXT certificate, const char* container, const char* provider, std::int32_t keySpec) {
+    std::wstring wideContainer = widen(CP_THREAD_ACP, container);
+    std::wstring wideProvider = widen(CP_THREAD_ACP, provider);
+    CRYPT_KEY_PROV_INFO info = {};
+    info.pwszContainerName = wideContainer.data();
+    info.pwszProvName = wideProvider.data();
+    info.dwProvType = PROV_RSA_FULL;
+    info.dwKeySpec = static_cast<DWORD>(keySpec);
+    capi().CertSetCertificateContextProperty(certificate, CERT_KEY_PROV_INFO_PROP_ID, 0, &info);
+}
+
 }  // namespace
 
 void requirePlainCertificate(const char* text, std::size_t length) {
@@ -114,15 +124,17 @@ std::int32_t InstallOnKey(const char* provider, const std::vector<std::uint8_t>&
     return reason == 0 ? kSuccess : makeCode(Operation::kInstall, reason);
 }
 
-void NoteKey(PCCERT_CONTEXT certificate, const char* container, const char* provider, std::int32_t keySpec) {
-    std::wstring wideContainer = widen(CP_THREAD_ACP, container);
-    std::wstring wideProvider = widen(CP_THREAD_ACP, provider);
-    CRYPT_KEY_PROV_INFO info = {};
-    info.pwszContainerName = wideContainer.data();
-    info.pwszProvName = wideProvider.data();
-    info.dwProvType = PROV_RSA_FULL;
-    info.dwKeySpec = static_cast<DWORD>(keySpec);
-    capi().CertSetCertificateContextProperty(certificate, CERT_KEY_PROV_INFO_PROP_ID, 0, &info);
+std::int32_t storeWithKey(ProviderHandle& prov, StoreHandle& store, const std::uint8_t* der, std::size_t length,
+                          const char* container, const char* provider, std::int32_t keySpec) {
+    store.reset(openMyStore(prov));
+    if (!store)
+        return kReasonStoreNotOpened;
+    CertificateHandle added;
+    if (capi().CertAddEncodedCertificateToStore(store.get(), kCertEncoding, der, static_cast<DWORD>(length),
+                                                CERT_STORE_ADD_REPLACE_EXISTING, added.receive()) == FALSE)
+        return kReasonCertificateNotAdded;
+    noteKey(added.get(), container, provider, keySpec);
+    return 0;
 }
 
 std::int32_t BindCertificateToContainer(const std::uint8_t* der, std::size_t length, const char* container,
@@ -133,15 +145,8 @@ std::int32_t BindCertificateToContainer(const std::uint8_t* der, std::size_t len
     ProviderHandle prov;
     if (capi().CryptAcquireContextA(prov.receive(), container, provider, PROV_RSA_FULL, 0) == FALSE)
         return kReasonContainerNotOpened;
-    const StoreHandle store(openMyStore(prov));
-    if (!store)
-        return kReasonStoreNotOpened;
-    CertificateHandle added;
-    if (capi().CertAddEncodedCertificateToStore(store.get(), kCertEncoding, der, static_cast<DWORD>(length),
-                                                CERT_STORE_ADD_REPLACE_EXISTING, added.receive()) == FALSE)
-        return kReasonCertificateNotAdded;
-    NoteKey(added.get(), container, provider, keySpec);
-    return 0;
+    StoreHandle store;
+    return storeWithKey(prov, store, der, length, container, provider, keySpec);
 }
 
 }  // namespace enrol

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 
+#include "enrol/cert_handles.h"
 #include "enrol/install_steps.h"
 
 namespace enrol {
@@ -33,9 +34,14 @@ using BindInStore = std::function<std::int32_t(const std::vector<std::uint8_t>& 
 std::int32_t InstallOnKey(const char* provider, const std::vector<std::uint8_t>& der, const char* container,
                           const BindInStore& bind);
 
-// NoteKey notes on a certificate in a store where its key is. Whether the store keeps the note does not count, since
-// the certificate is installed either way.
-void NoteKey(PCCERT_CONTEXT certificate, const char* container, const char* provider, std::int32_t keySpec);
+// storeWithKey opens the user's store "MY" with the container's context, which goes over to the store, adds the
+// certificate in place of one like it, and notes there where its key is. Whether the store keeps the note does not
+// count, since the certificate is installed either way. The store stays open for the caller, whose key handles have to
+// go before it.
+// 0; 8101 when the store cannot be opened, 8110 when it refuses the certificate. Throws std::runtime_error when a name
+// cannot be converted.
+std::int32_t storeWithKey(ProviderHandle& prov, StoreHandle& store, const std::uint8_t* der, std::size_t length,
+                          const char* container, const char* provider, std::int32_t keySpec);
 
 // BindCertificateToContainer adds the certificate to the user's store "MY" and notes there where its key is.
 // 0; 8215 for an empty certificate or container; 8103 when the container cannot be opened, 8101 the store; 8110 when

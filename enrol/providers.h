@@ -1,3 +1,4 @@
+// The providers that a page can choose from.
 #ifndef VT_ENROL_PROVIDERS_H
 #define VT_ENROL_PROVIDERS_H
 

@@ -1,6 +1,5 @@
 #include "enrol/request_body.h"
 
-#include <cstdlib>
 #include <cstring>
 
 #include "platform/types.h"
@@ -21,14 +20,6 @@ constexpr char kExponentHex[] = "010001";
 constexpr std::int32_t kTagInteger = 2;
 constexpr std::int32_t kContextConstructed = 0xA0;
 
-struct FreeReader {
-    void operator()(BerReader* reader) const { BerReaderFree(reader); }
-};
-struct FreeBytes {
-    void operator()(std::uint8_t* bytes) const { std::free(bytes); }
-};
-using ReadBytes = std::unique_ptr<std::uint8_t, FreeBytes>;
-
 bool isKeySize(std::int32_t bits) {
     return bits == 512 || bits == 1024 || bits == 2048 || bits == 4096;
 }
@@ -40,22 +31,18 @@ std::int32_t narrowed(std::size_t length) {
 }  // namespace
 
 bool readModulus(const std::uint8_t* publicKeyDer, std::size_t length, StagedModulus& modulus) {
-    const std::unique_ptr<BerReader, FreeReader> reader(BerReaderCreate(publicKeyDer, narrowed(length)));
+    const BerReaderPtr reader(BerReaderCreate(publicKeyDer, narrowed(length)));
     if (!reader)
         return false;
-    std::uint8_t* modulusBytes = nullptr;
-    std::uint8_t* exponentBytes = nullptr;
-    std::int32_t bits = 0;
-    std::int32_t exponentBits = 0;
+    BerOutput<std::uint8_t> number;
+    BerOutput<std::uint8_t> exponent;
     // Read as a bit string, a modulus with its top bit set loses its leading zero byte. An exponent such as 17 does not
     // pass for a bit string, and need not.
-    BerReaderScanf(reader.get(), "{BB}", &modulusBytes, &bits, &exponentBytes, &exponentBits);
-    const ReadBytes owned(modulusBytes);
-    const ReadBytes exponent(exponentBytes);
-    if (!owned || !isKeySize(bits))
+    BerReaderScanf(reader.get(), "{BB}", &number.data, &number.size, &exponent.data, &exponent.size);
+    if (number.data == nullptr || !isKeySize(number.size))
         return false;
-    std::memcpy(modulus.bytes + 1, owned.get(), static_cast<std::size_t>(bits) / 8);
-    modulus.bits = bits;
+    std::memcpy(modulus.bytes + 1, number.data, static_cast<std::size_t>(number.size) / 8);
+    modulus.bits = number.size;
     return true;
 }
 

@@ -20,21 +20,14 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
-#include "ber/ber.h"
+#include "enrol/ber_handles.h"
 
 namespace enrol {
 
 // The address in every request of the program, whatever its subject.
 inline constexpr char kRequestEmail[] = "enroll@vemtrel.test";
 static_assert(sizeof(kRequestEmail) - 1 == 19);
-
-struct FreeBerWriter {
-    void operator()(BerWriter* writer) const { BerWriterFree(writer); }
-};
-// A finished value: buffer and used. Null on exhausted memory.
-using BerValue = std::unique_ptr<BerWriter, FreeBerWriter>;
 
 // The modulus of a public key, behind a zero byte, as the request states it.
 struct StagedModulus {

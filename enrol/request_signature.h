@@ -1,3 +1,4 @@
+// The signature of a request, by the key that waits in its container.
 #ifndef VT_ENROL_REQUEST_SIGNATURE_H
 #define VT_ENROL_REQUEST_SIGNATURE_H
 

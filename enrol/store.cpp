@@ -95,9 +95,6 @@ bool storeHolds(HCERTSTORE store, PCCERT_CONTEXT certificate) {
     return false;
 }
 
-// DecodeBase64Text's result for exhausted memory; its others are bad encodings.
-constexpr std::int32_t kDecodeNoMemory = -10000;
-
 }  // namespace
 
 std::int32_t DeleteCertificate(const char* issuerDn, const char* serialHex) {
@@ -145,7 +142,7 @@ std::int32_t CheckCertificateInWindowsStores(const char* text, std::size_t lengt
     try {
         std::vector<std::uint8_t> der;
         if (const std::int32_t failure = DecodeBase64Text(text, length, der); failure != 0)
-            return failure == kDecodeNoMemory ? kCheckNoMemory : kCheckBase64Failed;
+            return failure == kBase64NoMemory ? kCheckNoMemory : kCheckBase64Failed;
         const CertificateHandle certificate(
             capi().CertCreateCertificateContext(X509_ASN_ENCODING, der.data(), static_cast<DWORD>(der.size())));
         if (!certificate)

@@ -86,6 +86,8 @@ std::int32_t BuildSubjectComponent(std::wstring_view text, SubjectComponent& com
 }
 
 std::int32_t EncodeSubject(const SubjectComponent* components, std::size_t count, HeapBytes& der) {
+    if (count > kMaxSubjectComponents)
+        return kReasonUnknownAttribute;
     CERT_RDN_ATTR attrs[kMaxSubjectComponents];
     CERT_RDN rdns[kMaxSubjectComponents];
     for (std::size_t i = 0; i < count; ++i) {

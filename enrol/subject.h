@@ -11,18 +11,13 @@
 #include <string_view>
 
 #include "enrol/heap_bytes.h"
+#include "enrol/reasons.h"
 #include "platform/types.h"
 
 namespace enrol {
 
 // A subject has at most so many components.
 inline constexpr std::size_t kMaxSubjectComponents = 10;
-
-// Reasons; the request's code is 22030000 + reason.
-inline constexpr std::int32_t kReasonNotEncodable = 8124;
-inline constexpr std::int32_t kReasonNoMemory = 8203;
-inline constexpr std::int32_t kReasonUnknownAttribute = 8227;
-inline constexpr std::int32_t kReasonNoEquals = 8228;
 
 struct SubjectComponent {
     CERT_RDN_ATTR attr = {};
@@ -36,7 +31,7 @@ struct SubjectComponent {
 std::int32_t BuildSubjectComponent(std::wstring_view text, SubjectComponent& component);
 
 // EncodeSubject gives the DER of the Name; no components at all are 30 00.
-// 0; 8124 when the platform cannot encode it; 8203 exhausted memory.
+// 0; 8124 when the platform cannot encode it; 8203 exhausted memory; 8227 for more than kMaxSubjectComponents.
 std::int32_t EncodeSubject(const SubjectComponent* components, std::size_t count, HeapBytes& der);
 
 // BuildSubject does both for a whole text, up to its first NUL. Empty components are passed over.

@@ -18,8 +18,7 @@ namespace {
 
 // What the rule for capacities makes of one, when `needed` bytes are needed.
 unsigned int capacityFor(unsigned int capacity, std::uint64_t needed) {
-    return needed < capacity ? foundation::Shrunk(capacity, static_cast<unsigned int>(needed))
-                             : Doubled(capacity, needed);
+    return foundation::CapacityFor(capacity, needed, 0);
 }
 
 }  // namespace

@@ -55,7 +55,9 @@ unsigned int Doubled(unsigned int capacity, std::uint64_t needed) {
     return static_cast<unsigned int>(doubled);
 }
 
-unsigned int Shrunk(unsigned int capacity, unsigned int needed) {
+unsigned int CapacityFor(unsigned int capacity, std::uint64_t needed, unsigned int behind) {
+    if (needed >= capacity)
+        return Doubled(capacity, needed + behind);
     if (capacity <= 2 * kSmallestCapacity)
         return capacity;
     std::uint64_t power = kSmallestCapacity;
@@ -114,17 +116,11 @@ int CompareSigned(const char* left, const char* right, std::size_t n) noexcept {
 }
 
 void ToLower(char* text, std::size_t n) noexcept {
-    for (std::size_t i = 0; i < n; ++i) {
-        if (text[i] >= 'A' && text[i] <= 'Z')
-            text[i] = static_cast<char>(text[i] - 'A' + 'a');
-    }
+    std::transform(text, text + n, text, LowerOf);
 }
 
 void ToUpper(char* text, std::size_t n) noexcept {
-    for (std::size_t i = 0; i < n; ++i) {
-        if (text[i] >= 'a' && text[i] <= 'z')
-            text[i] = static_cast<char>(text[i] - 'a' + 'A');
-    }
+    std::transform(text, text + n, text, UpperOf);
 }
 
 }  // namespace foundation

@@ -45,9 +45,10 @@ constexpr unsigned int kSmallestCapacity = 1024;
 // Doubled: `capacity` doubled until it is at least `needed`; a memory failure when it would not fit 32 bits.
 unsigned int Doubled(unsigned int capacity, std::uint64_t needed);
 
-// Shrunk: what a capacity falls to that is larger than needed. Up to 2048 it stays; above, it falls to twice the
-// smallest power above the need if that is less.
-unsigned int Shrunk(unsigned int capacity, unsigned int needed);
+// What the rule for capacities makes of one, when `needed` bytes are needed and `behind` more if it has to grow: one
+// for the zero behind a text. It doubles until it suffices. Larger than the need it stays up to 2048; above, it falls
+// to twice the smallest power above the need if that is less.
+unsigned int CapacityFor(unsigned int capacity, std::uint64_t needed, unsigned int behind);
 
 // The three fields of a buffer.
 struct Buffer {
@@ -85,7 +86,13 @@ inline std::size_t RangeEnd(unsigned int offset, unsigned int n) noexcept {
     return end > SIZE_MAX ? SIZE_MAX : static_cast<std::size_t>(end);
 }
 
-// The letters A to Z and a to z, in place.
+// The letters A to Z and a to z: of one character, and in place.
+inline char UpperOf(char c) noexcept {
+    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
+}
+inline char LowerOf(char c) noexcept {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 void ToLower(char* text, std::size_t n) noexcept;
 void ToUpper(char* text, std::size_t n) noexcept;
 

@@ -31,16 +31,12 @@ char compare(std::string_view left, std::string_view right) {
     return static_cast<char>(CompareSigned(left.data(), right.data(), left.size()));
 }
 
-char upper(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c;
-}
-
 char compareIgnoreCase(std::string_view left, std::string_view right) {
     if (left.size() != right.size())
         return left.size() < right.size() ? -1 : 1;
     for (std::size_t i = 0; i < left.size(); ++i) {
-        const char a = upper(left[i]);
-        const char b = upper(right[i]);
+        const char a = foundation::UpperOf(left[i]);
+        const char b = foundation::UpperOf(right[i]);
         if (a != b)
             return static_cast<char>(CompareSigned(&a, &b, 1));
     }

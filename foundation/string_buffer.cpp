@@ -18,8 +18,7 @@ namespace {
 
 // What the rule for capacities makes of one, when `needed` characters and a zero behind them are needed.
 unsigned int capacityFor(unsigned int capacity, std::uint64_t needed) {
-    return needed < capacity ? foundation::Shrunk(capacity, static_cast<unsigned int>(needed))
-                             : Doubled(capacity, needed + 1);
+    return foundation::CapacityFor(capacity, needed, 1);
 }
 
 std::size_t sizeOf(const char* text) {

@@ -8,6 +8,8 @@
 # The last lines are a table of how many inputs each target ran and how many it kept. Exit status: 0 without a finding.
 # New inputs go to build/fuzz/corpus/<target>, findings to build/fuzz/findings/<target>-*. A finding that is mended goes
 # to fuzz/<target>/regressions under a telling name: the ordinary tests run it from then on.
+#
+# VT_JOBS: how many compilers at once (else the number of processors). VT_NO_SETUP=1: install nothing.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 seconds=60
@@ -18,6 +20,9 @@ if [[ ${1:-} == --total ]]; then
 elif [[ ${1:-} =~ ^[0-9]+$ ]]; then
     seconds=$1
     shift
+elif [[ ${1:-} == -* ]]; then
+    sed -n '2,/^set /{/^#/s/^# \{0,1\}//p}' "$0"
+    exit 2
 fi
 targets=("$@")
 if [[ ${#targets[@]} -eq 0 ]]; then
@@ -26,8 +31,9 @@ fi
 if [[ -n $total ]]; then
     seconds=$(((total + ${#targets[@]} - 1) / ${#targets[@]}))
 fi
+[[ -n ${VT_NO_SETUP:-} ]] || bash scripts/setup.sh build fuzz
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz --target "${targets[@]/#/fuzz_}"
+cmake --build --preset fuzz -j "${VT_JOBS:-$(nproc)}" --target "${targets[@]/#/fuzz_}"
 mkdir -p build/fuzz/findings
 
 failed=0

@@ -26,7 +26,7 @@ constexpr int kMostInput = (INT_MAX - 5) / 2;
 
 using Block = std::unique_ptr<char[]>;
 
-// A block of exactly that size, null if there is no memory. The size of nothing is not asked for.
+// A block of that size and one byte, so that no bytes are a block too. Null if there is no memory.
 Block takeBlock(int size) {
     return Block(new (std::nothrow) char[static_cast<std::size_t>(size) + 1]);
 }

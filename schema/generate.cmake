@@ -495,8 +495,7 @@ function(write_names)
     string(APPEND declared "class VT_API ${name};\n")
     string(APPEND rows "    {\"${name}\", AsnMake<${name}>},\n")
   endforeach()
-  set(text "// Every class of this room, declared. Made by schema/generate.cmake.\n#ifndef VT_SCHEMA_FORWARD_H
-#define VT_SCHEMA_FORWARD_H\n\n#include \"foundation/export.h\"\n\n${declared}\n#endif\n")
+  header_text(text forward "Every class of this room, declared." "#include \"foundation/export.h\"\n" "${declared}")
   write(forward.h text)
   set(text "// The classes of this room, ordered by name. Made by schema/generate.cmake.\n#include \"schema/registry.h\"\n
 #include \"asn/member.h\"\n")

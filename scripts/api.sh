@@ -8,7 +8,11 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 out=$PWD/build/api
-[[ -n ${VT_NO_SETUP:-} ]] || bash scripts/setup.sh test
+if [[ $# -gt 0 ]]; then
+    sed -n '2,/^set /{/^#/s/^# \{0,1\}//p}' "$0"
+    exit 2
+fi
+[[ -n ${VT_NO_SETUP:-} ]] || bash scripts/setup.sh build test
 
 rm -rf "$out"
 mkdir -p "$out/generated/schema"

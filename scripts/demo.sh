@@ -7,7 +7,9 @@
 #
 # Installs what is missing (scripts/setup.sh) and builds. The demonstration authority, its page and everything that the
 # plug-in stores stay in build/demo: the home folder there is a scratch one, your own stores are not touched.
-# Exit status: 0 when the enrolment succeeded. VT_NO_SETUP=1: install nothing.
+# Exit status: 0 when the enrolment succeeded.
+#
+# VT_JOBS: how many compilers at once (else the number of processors). VT_NO_SETUP=1: install nothing.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 top=$PWD
@@ -73,7 +75,7 @@ build() {  # preset target...
     shift
     say "Building ($preset)"
     quietly "configure-$preset" cmake --preset "$preset"
-    quietly "build-$preset" cmake --build --preset "$preset" --target "$@"
+    quietly "build-$preset" cmake --build --preset "$preset" -j "${VT_JOBS:-$(nproc)}" --target "$@"
 }
 
 start_authority() {

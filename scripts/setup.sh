@@ -84,6 +84,10 @@ main() {
         case $group in
             --list) list_only=1 ;;
             build | windows | test | demo | bench | fuzz | proof) groups+=("$group") ;;
+            -*)
+                sed -n '2,/^set /{/^#/s/^# \{0,1\}//p}' "$0"
+                return 2
+                ;;
             *)
                 complain "no such group: $group (build windows test demo bench fuzz proof)"
                 return 1

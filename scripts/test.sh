@@ -6,7 +6,7 @@
 #   scripts/test.sh native asan ber     two builds, one room
 #   scripts/test.sh ber                 one room on all three builds
 #   scripts/test.sh style               formatting, clang-tidy, shellcheck, every public name documented
-#   scripts/test.sh scripts             the scripts' own tests
+#   scripts/test.sh scripts             the scripts' own tests, and whether the documents' links lead somewhere
 #
 # A room is a ctest label. The last line is "N passed, N failed", with ", N skipped" where something could not be had
 # (each skip is named above it with its reason). N counts test cases; a build or a check that fails counts as one.

@@ -4,6 +4,7 @@
 #define VT_TOKEN_OP_FRAME_H
 
 #include <cstdlib>
+#include <memory>
 
 #include "crypto/codes.h"
 #include "crypto/operation.h"
@@ -53,18 +54,13 @@ struct Frame {
 // what its query of the size says.
 class Output {
   public:
-    Output() = default;
-    ~Output() { std::free(bytes_); }
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-
     // allocate makes room for size bytes and two to spare. The room is not cleared: it may be large, and the operation
     // fills what it reports. 0; -3 for a size that does not fit into 32 bits; -1031.
     int allocate(std::uint64_t size) {
         constexpr std::uint32_t kSpare = 2;
         if (size > UINT32_MAX - kSpare)
             return crypto::kWrongLength;
-        bytes_ = static_cast<std::uint8_t*>(std::malloc(static_cast<std::size_t>(size) + kSpare));
+        bytes_.reset(static_cast<std::uint8_t*>(std::malloc(static_cast<std::size_t>(size) + kSpare)));
         length = static_cast<std::uint32_t>(size);
         return bytes_ == nullptr ? kOutOfMemory : 0;
     }
@@ -73,9 +69,9 @@ class Output {
     // never more than the room.
     template <class Run>
     int take(MiByte& target, Run&& run) {
-        const int code = run(bytes_, &length);
+        const int code = run(bytes(), &length);
         if (code == 0)
-            target.SetByte(reinterpret_cast<const char*>(bytes_), length);
+            target.SetByte(reinterpret_cast<const char*>(bytes()), length);
         if (code == kBufferTooSmall)
             drop(run);
         return code;
@@ -88,17 +84,20 @@ class Output {
         constexpr std::uint32_t kPlenty = 0x10000;
         Output rest;
         if (rest.allocate(kPlenty) == 0)
-            run(rest.bytes_, &rest.length);
+            run(rest.bytes(), &rest.length);
     }
 
-    [[nodiscard]] std::uint8_t* bytes() const { return bytes_; }
+    [[nodiscard]] std::uint8_t* bytes() const { return bytes_.get(); }
 
     std::uint32_t length = 0;  // the size for the operation, and then what it reports
 
   private:
     static constexpr int kBufferTooSmall = 0x150;  // CKR_BUFFER_TOO_SMALL
 
-    std::uint8_t* bytes_ = nullptr;
+    struct Free {
+        void operator()(void* block) const { std::free(block); }
+    };
+    std::unique_ptr<std::uint8_t, Free> bytes_;
 };
 
 }  // namespace token

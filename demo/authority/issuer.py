@@ -12,7 +12,6 @@ import secrets
 import shutil
 import subprocess
 import threading
-import time
 
 from . import der
 
@@ -245,7 +244,7 @@ class Authority:
         with open(os.path.join(folder, "certificate.pem"), "rb") as file:
             certificate = pem_to_der(file.read())
         record = der.certificate_fields(certificate)
-        record.update({"order": order, "issuedAt": int(time.time()), "certificate": base64_lines(certificate)})
+        record.update({"order": order, "certificate": base64_lines(certificate)})
         dates = must(run_openssl(["x509", "-noout", "-dates", "-dateopt", "iso_8601", "-in",
                                   os.path.join(folder, "certificate.pem")], self.folder)).decode("ascii")
         for field, key in (("notBefore", "notBefore"), ("notAfter", "notAfter")):
@@ -265,8 +264,8 @@ class Authority:
     def orders(self):
         """The records of all orders, newest first."""
         records = [self.order(number) for number in os.listdir(self.orders_folder)]
-        return sorted((record for record in records if record),
-                      key=lambda record: (record["issuedAt"], record["serialHex"]), reverse=True)
+        # Serial numbers count up, whatever the clock does.
+        return sorted((record for record in records if record), key=lambda record: record["serialHex"], reverse=True)
 
     def chain_pem(self, number):
         """The order's certificate, the issuing authority and the root, in this order."""

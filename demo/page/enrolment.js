@@ -262,7 +262,10 @@ var enrolment = (function () {
     makeRequest: makeRequest,
     install: install,
     chainNeedsExport: chainNeedsExport,
+    // Codes that the page has words of its own for.
     CHAIN_NOT_STORED: 22068207,
+    NOTHING_TO_PRUNE: 22238126,
+    AUTHORITY_UNKNOWN: 22208321,
     isRequestKept: isRequestKept,
     isInstalled: function (record) { return call('IsCertExist', record.issuerDn, record.serialHex); },
     remove: function (record) { return call('deleteCert', record.issuerDn, record.serialHex); },

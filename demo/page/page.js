@@ -437,7 +437,8 @@
         failed('the hash could not be set, so no request was made', byId('stage-choose'), made.code);
       } else {
         result('bad', 'no request was made', byId('stage-choose'),
-               [element('p', 'The plug-in gave no request, and a page cannot learn why. These are the likely causes:'), likelyCauses(made.likely)]);
+               [element('p', 'The plug-in gave no request, and a page cannot learn why. These are the likely causes:'),
+                likelyCauses(made.likely)]);
       }
     });
   }
@@ -624,7 +625,7 @@
           var code = enrolment.prune(record);
           if (code === 0) {
             result('good', 'only the most recent certificate is left', section, [element('p', record.subjectDn)]);
-          } else if (code === 22238126) {
+          } else if (code === enrolment.NOTHING_TO_PRUNE) {
             result('note', 'there was nothing to clear out', section, [explanation(code)], code);
           } else {
             failed('older certificates were not cleared out', section, code);
@@ -707,7 +708,7 @@
       code = enrolment.check(where, authorityFacts.root.certificate);
       if (code === 0) {
         result('good', 'the authority is known ' + place, section, [element('p', authorityFacts.root.subjectDn)]);
-      } else if (code === 22208321) {
+      } else if (code === enrolment.AUTHORITY_UNKNOWN) {
         result('note', 'the authority is not known ' + place, section, [explanation(code)], code);
       } else {
         failed('the authority could not be looked for ' + place, section, code);

@@ -90,9 +90,8 @@ constexpr std::int32_t operationOf(const Code& code) {
 
 std::string capitalised(std::string_view text) {
     std::string result(text);
-    if (!result.empty() && result.front() >= 'a' && result.front() <= 'z') {
+    if (!result.empty() && result.front() >= 'a' && result.front() <= 'z')
         result.front() = static_cast<char>(result.front() - 'a' + 'A');
-    }
     return result;
 }
 
@@ -100,9 +99,8 @@ std::string capitalised(std::string_view text) {
 std::string markdownCell(std::string_view text) {
     std::string result;
     for (const char c : text) {
-        if (c == '|') {
+        if (c == '|')
             result += '\\';
-        }
         result += c;
     }
     return result;
@@ -183,20 +181,17 @@ std::string markdown() {
 std::string scriptString(std::string_view text) {
     std::string result = "\"";
     for (const char c : text) {
-        if (c == '"' || c == '\\') {
+        if (c == '"' || c == '\\')
             result += '\\';
-        }
         result += c;
     }
     return result + '"';
 }
 
 std::string_view operationName(std::int32_t number) {
-    for (const Operation& operation : kOperations) {
-        if (operation.number == number) {
+    for (const Operation& operation : kOperations)
+        if (operation.number == number)
             return operation.name;
-        }
-    }
     return "every operation";
 }
 
@@ -227,9 +222,8 @@ bool writeFile(const char* path, const std::string& content) {
 bool isCurrent(const char* path, const std::string& content) {
     std::ifstream file(path, std::ios::binary);
     const std::string found{std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-    if (found == content) {
+    if (found == content)
         return true;
-    }
     std::cerr << path << " is not what the lists of codes say; run code_tables\n";
     return false;
 }

@@ -71,35 +71,31 @@ Driver::Command Driver::parse(const QString& line) {
         command.rest = tail.section(' ', 1).trimmed();
     }
     if (QStringList({"press", "enter", "expect", "check", "await", "size", "screenshot", "screenshot-page"})
-            .contains(command.name)) {
+            .contains(command.name))
         command.rest = tail;
-    }
     return command;
 }
 
 QString Driver::run(const QStringList& lines) {
     for (int at = 0; at < lines.size(); ++at) {
         const QString line = lines[at].trimmed();
-        if (line.isEmpty()) {
+        if (line.isEmpty())
             continue;
-        }
         if (line.startsWith('#')) {
             tell(line.mid(1).trimmed());
             continue;
         }
         const QString trouble = perform(parse(line));
-        if (!trouble.isEmpty()) {
+        if (!trouble.isEmpty())
             return QString("line %1, %2: %3").arg(at + 1).arg(line, trouble);
-        }
         rest();
     }
     return {};
 }
 
 QString Driver::perform(const Command& command) {
-    if (command.name == "press") {
+    if (command.name == "press")
         return press(command.rest);
-    }
     if (command.name == "enter") {
         enter(command.rest);
         return {};
@@ -114,15 +110,12 @@ QString Driver::perform(const Command& command) {
                                                               : "there is no such file";
         return failedUnless(answer == "good", "it says: " + answer);
     }
-    if (command.name == "await") {
+    if (command.name == "await")
         return failedUnless(waitUntil([&] { return QFile::exists(command.rest); }), "it did not appear");
-    }
-    if (command.name == "screenshot") {
+    if (command.name == "screenshot")
         return failedUnless(screenshot(command.rest), "the picture could not be written");
-    }
-    if (command.name == "screenshot-page") {
+    if (command.name == "screenshot-page")
         return failedUnless(screenshotPage(command.rest), "the picture could not be written");
-    }
     if (command.name == "reload") {
         reload();
         return {};
@@ -136,31 +129,26 @@ QString Driver::perform(const Command& command) {
 
 QString Driver::performOnElement(const Command& command) {
     const QString& selector = command.selector;
-    if (command.name == "wait") {
+    if (command.name == "wait")
         return failedUnless(waitUntil([&] { return !visible(selector).isNull(); }), "it did not appear");
-    }
     if (command.name == "wait-text") {
         return failedUnless(waitUntil([&] { return textOf(selector).contains(command.rest); }),
                             "its text is: " + textOf(selector));
     }
-    if (command.name == "wait-gone") {
+    if (command.name == "wait-gone")
         return failedUnless(waitUntil([&] { return visible(selector).isNull(); }), "it is still there");
-    }
-    if (command.name == "expect-gone") {
+    if (command.name == "expect-gone")
         return failedUnless(visible(selector).isNull(), "it is there");
-    }
     if (command.name == "expect-focus") {
         const QString focused =
             evaluate("document.activeElement === document.querySelector(" + quotedForScript(selector) + ")");
         return failedUnless(focused == "true", "the focus is on " + evaluate("document.activeElement.tagName + '#' + "
                                                                              "document.activeElement.id"));
     }
-    if (visible(selector).isNull()) {
+    if (visible(selector).isNull())
         return "there is no such element to be seen";
-    }
-    if (command.name == "click") {
+    if (command.name == "click")
         return click(selector);
-    }
     if (command.name == "type") {
         QString trouble = click(selector);
         if (trouble.isEmpty()) {
@@ -170,12 +158,10 @@ QString Driver::performOnElement(const Command& command) {
         }
         return trouble;
     }
-    if (command.name == "choose") {
+    if (command.name == "choose")
         return choose(selector, command.rest);
-    }
-    if (command.name == "expect-text") {
+    if (command.name == "expect-text")
         return failedUnless(textOf(selector).contains(command.rest), "its text is: " + textOf(selector));
-    }
     if (command.name == "print") {
         tell(textOf(selector));
         return {};
@@ -190,20 +176,17 @@ QString Driver::performOnElement(const Command& command) {
 }
 
 QWebElement Driver::visible(const QString& selector) const {
-    for (const QWebElement& element : view.page()->mainFrame()->findAllElements(selector)) {
+    for (const QWebElement& element : view.page()->mainFrame()->findAllElements(selector))
         if (!element.geometry().isEmpty() &&
-            element.styleProperty("visibility", QWebElement::ComputedStyle) != "hidden") {
+            element.styleProperty("visibility", QWebElement::ComputedStyle) != "hidden")
             return element;
-        }
-    }
     return {};
 }
 
 QString Driver::textOf(const QString& selector) const {
     QWebElement element = visible(selector);
-    if (element.isNull()) {
+    if (element.isNull())
         return {};
-    }
     static const QStringList kFields = {"INPUT", "TEXTAREA", "SELECT"};
     return kFields.contains(element.tagName()) ? element.evaluateJavaScript("this.value").toString()
                                                : element.toPlainText();
@@ -223,9 +206,8 @@ bool Driver::waitUntil(Condition condition) {
     QElapsedTimer timer;
     timer.start();
     while (!condition()) {
-        if (timer.elapsed() > waitLimit) {
+        if (timer.elapsed() > waitLimit)
             return false;
-        }
         rest();
     }
     return true;
@@ -233,9 +215,8 @@ bool Driver::waitUntil(Condition condition) {
 
 QString Driver::click(const QString& selector) {
     QWebElement element = visible(selector);
-    if (element.evaluateJavaScript("this.disabled").toBool()) {
+    if (element.evaluateJavaScript("this.disabled").toBool())
         return "it is disabled";
-    }
     // A page that is still being filled moves its elements about; a person would follow with the mouse.
     QPoint place;
     const bool reached = waitUntil([&] {
@@ -244,9 +225,8 @@ QString Driver::click(const QString& selector) {
         place = element.geometry().center() - view.page()->mainFrame()->scrollPosition();
         return isHit(element, place);
     });
-    if (!reached) {
+    if (!reached)
         return "something else lies over it";
-    }
     for (const QEvent::Type type : {QEvent::MouseMove, QEvent::MouseButtonPress, QEvent::MouseButtonRelease}) {
         const bool moving = type == QEvent::MouseMove;
         QMouseEvent event(type, place, view.mapToGlobal(place), moving ? Qt::NoButton : Qt::LeftButton,
@@ -261,13 +241,11 @@ QString Driver::choose(const QString& selector, const QString& beginning) {
     element.setFocus();
     const QString at = "this.options[this.selectedIndex].text";
     const int count = element.evaluateJavaScript("this.options.length").toInt();
-    for (int step = 0; step < count; ++step) {
+    for (int step = 0; step < count; ++step)
         sendKey(view, Qt::Key_Up, Qt::NoModifier, QString());
-    }
     for (int step = 0; step < count; ++step) {
-        if (element.evaluateJavaScript(at).toString().startsWith(beginning)) {
+        if (element.evaluateJavaScript(at).toString().startsWith(beginning))
             return {};
-        }
         sendKey(view, Qt::Key_Down, Qt::NoModifier, QString());
     }
     return "the list has no such option";
@@ -276,20 +254,17 @@ QString Driver::choose(const QString& selector, const QString& beginning) {
 QString Driver::press(const QString& keys) {
     for (const QString& name : keys.split(' ', Qt::SkipEmptyParts)) {
         const QKeySequence sequence(name);
-        if (sequence.isEmpty() || sequence[0] == Qt::Key_unknown) {
+        if (sequence.isEmpty() || sequence[0] == Qt::Key_unknown)
             return "there is no key " + name;
-        }
         int key = sequence[0] & ~static_cast<int>(Qt::KeyboardModifierMask);
         const Qt::KeyboardModifiers modifiers(sequence[0] & static_cast<int>(Qt::KeyboardModifierMask));
-        if (key == Qt::Key_Tab && modifiers.testFlag(Qt::ShiftModifier)) {
+        if (key == Qt::Key_Tab && modifiers.testFlag(Qt::ShiftModifier))
             key = Qt::Key_Backtab;
-        }
         QString text;
-        if (key == Qt::Key_Space) {
+        if (key == Qt::Key_Space)
             text = " ";
-        } else if (key == Qt::Key_Return) {
+        else if (key == Qt::Key_Return)
             text = "\r";
-        }
         sendKey(view, key, modifiers, text);
         rest();
     }
@@ -297,9 +272,8 @@ QString Driver::press(const QString& keys) {
 }
 
 void Driver::enter(const QString& text) {
-    for (const QChar c : text) {
+    for (const QChar c : text)
         sendKey(view, 0, Qt::NoModifier, QString(c));
-    }
 }
 
 bool Driver::screenshot(const QString& file) {

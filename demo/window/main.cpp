@@ -27,8 +27,9 @@ constexpr int kNotLoaded = 2;
 class Page : public QWebPage {
   public:
     explicit Page(QString scriptBeforeAll) : before(std::move(scriptBeforeAll)) {
-        connect(mainFrame(), &QWebFrame::javaScriptWindowObjectCleared, this,
-                [this] { mainFrame()->evaluateJavaScript(before); });
+        connect(
+            mainFrame(), &QWebFrame::javaScriptWindowObjectCleared, this,
+            [this] { mainFrame()->evaluateJavaScript(before); });
     }
 
     // errors counts what the page complained of.
@@ -71,9 +72,8 @@ Options readOptions(const QApplication& application) {
     const QCommandLineOption noPlugins("no-plugins", "load no plug-ins");
     parser.addOptions({storage, script, inject, screenshot, size, wait, report, noPlugins});
     parser.process(application);
-    if (parser.positionalArguments().size() != 1) {
+    if (parser.positionalArguments().size() != 1)
         parser.showHelp(kNotLoaded);
-    }
     Options options;
     options.address = QUrl::fromUserInput(parser.positionalArguments().first());
     options.storage = parser.value(storage);
@@ -95,9 +95,8 @@ QString readText(const QString& name) {
 void applySettings(const Options& options) {
     QWebSettings* const settings = QWebSettings::globalSettings();
     QString storage = options.storage;
-    if (storage.isEmpty()) {
+    if (storage.isEmpty())
         storage = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
-    }
     QDir().mkpath(storage);
     settings->setAttribute(QWebSettings::PluginsEnabled, !options.noPlugins);
     settings->setAttribute(QWebSettings::LocalStorageEnabled, true);
@@ -115,12 +114,10 @@ int driveAndQuit(QWebView& view, const Page& page, const Options& options) {
     }
     Driver driver(view, options.waitMilliseconds, report);
     QString trouble = driver.run(readText(options.script).split('\n'));
-    if (trouble.isEmpty() && page.errors > 0) {
+    if (trouble.isEmpty() && page.errors > 0)
         trouble = "the page has script errors";
-    }
-    if (!options.screenshot.isEmpty() && !driver.screenshot(options.screenshot) && trouble.isEmpty()) {
+    if (!options.screenshot.isEmpty() && !driver.screenshot(options.screenshot) && trouble.isEmpty())
         trouble = "the picture could not be written";
-    }
     if (!trouble.isEmpty()) {
         QTextStream(stderr) << trouble << '\n';
         return 1;

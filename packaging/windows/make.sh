@@ -5,7 +5,7 @@
 #
 # Without a DLL the preset windows builds it; without a folder the installer goes to build/packages. Prints the file's
 # name. The same DLL gives the same installer, byte for byte, as long as SOURCE_DATE_EPOCH (else the time of the last
-# commit) is the same.
+# commit) is the same. VT_JOBS: how many compilers at once (else the number of processors).
 set -euo pipefail
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 dll=${1:-}
@@ -14,7 +14,8 @@ version=$(sed -n 's/^project(.* VERSION \([0-9.]*\).*/\1/p' "$top/CMakeLists.txt
 
 if [[ -z $dll ]]; then
     dll=$top/build/windows/npvemtrel_certenroll.dll
-    (cd "$top" && cmake --preset windows && cmake --build --preset windows --target npvemtrel_certenroll) >&2
+    (cd "$top" && cmake --preset windows &&
+        cmake --build --preset windows -j "${VT_JOBS:-$(nproc)}" --target npvemtrel_certenroll) >&2
 fi
 if [[ -z ${SOURCE_DATE_EPOCH:-} ]]; then
     SOURCE_DATE_EPOCH=$(git -C "$top" log -1 --format=%ct 2>/dev/null || stat -c %Y "$top/CHANGELOG.md")

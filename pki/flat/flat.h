@@ -13,7 +13,7 @@
  *     Records                            PKCS_Blob, PKCS_Alg, PKCS_*Key; PKCS_Init*, PKCS_Free*
  *     Memory and text                    T_malloc, T_free and their like
  *     Lists                              VT_List, VT_CreateList to VT_DestroyList
- *     Keys                               public keys out of Microsoft blobs
+ *     Microsoft public keys              VT_MSPubKeyToVPK, VT_MSPubKeyToP1Der
  *     Libraries, files and diagnostics   VT_LoadLibrary, VT_GetFileLen, VT_Log, VT_PrintBuf
  *     Contexts and PKCS#11 modules       PKCS_Ctx; PKCS_Initialize, PKCS_Finalize, PKCS_CreateCtx, PKCS_DestroyCtx
  *     Data and signed messages           PKCS7_GetMsgType; PKCS7_Read*, PKCS7_Write*; PKCS7_GetLeafCert
@@ -168,7 +168,7 @@ VT_API int32_t VT_GetListNodeByIndex(const VT_List* list, int32_t index, uint8_t
  * Null, and a pointer to null, are accepted. Always 0. */
 VT_API int32_t VT_DestroyList(VT_List** list);
 
-/* ---- Keys ------------------------------------------------------------------------------------------------------- */
+/* ---- Microsoft public keys -------------------------------------------------------------------------------------- */
 
 /* Both converters read a Microsoft PUBLICKEYBLOB (wincrypt.h: PUBLICKEYSTRUC, RSAPUBKEY, modulus, all little-endian) of
  * 512, 1024 or 2048 bits. They look at nothing of its header but the bit length, and trust it: the blob must have

@@ -23,7 +23,6 @@ int32_t VT_FreeLibrary(void* library) {
 int64_t VT_GetFileLen(const char* path) {
     if (path == nullptr)
         return 0;
-        // Without a file the size stays 0.
 #if defined(_WIN32)
     struct _stat64 status = {};
     static_cast<void>(_stat64(path, &status));
@@ -31,5 +30,5 @@ int64_t VT_GetFileLen(const char* path) {
     struct stat status = {};
     static_cast<void>(stat(path, &status));
 #endif
-    return status.st_size;
+    return status.st_size;  // 0 without a file
 }

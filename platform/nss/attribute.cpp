@@ -1,6 +1,6 @@
 #include "platform/nss/attribute.h"
 
-#include <algorithm>
+#include "platform/nss/item.h"
 
 namespace platform::nss {
 namespace {
@@ -12,10 +12,6 @@ Bytes read(PK11ObjectType kind, void* object, CK_ATTRIBUTE_TYPE type) {
     Bytes value(item.data, item.data + item.len);
     nss().SECITEM_FreeItem(&item, PR_FALSE);
     return value;
-}
-
-Bytes withoutLeadingZeros(const Bytes& number) {
-    return {std::find_if(number.begin(), number.end(), [](BYTE byte) { return byte != 0; }), number.end()};
 }
 
 bool isTrue(const Bytes& value) {
@@ -33,15 +29,15 @@ Bytes readAttribute(PK11GenericObject* object, CK_ATTRIBUTE_TYPE type) {
 }
 
 Bytes readNumber(SECKEYPrivateKey* key, CK_ATTRIBUTE_TYPE type) {
-    return withoutLeadingZeros(readAttribute(key, type));
+    return withoutLeadingZeros(spanOf(readAttribute(key, type)));
 }
 
 Bytes readNumber(PK11GenericObject* object, CK_ATTRIBUTE_TYPE type) {
-    return withoutLeadingZeros(readAttribute(object, type));
+    return withoutLeadingZeros(spanOf(readAttribute(object, type)));
 }
 
 bool writeAttribute(PK11GenericObject* object, CK_ATTRIBUTE_TYPE type, Bytes value) {
-    SECItem item = {siBuffer, value.data(), static_cast<unsigned int>(value.size())};
+    SECItem item = itemOf(value);
     return nss().PK11_WriteRawAttribute(PK11_TypeGeneric, object, type, &item) == SECSuccess;
 }
 

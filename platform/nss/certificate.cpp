@@ -18,10 +18,6 @@ CRYPTOAPI_BLOB blobOf(Span span) {
     return {static_cast<DWORD>(span.size), const_cast<BYTE*>(span.data)};
 }
 
-Span spanOf(const CRYPTOAPI_BLOB& blob) {
-    return {blob.pbData, blob.cbData};
-}
-
 // Two decimal digits, or -1.
 int twoDigits(const BYTE* text) {
     const bool good = text[0] >= '0' && text[0] <= '9' && text[1] >= '0' && text[1] <= '9';
@@ -98,7 +94,7 @@ class CertificateParser {
         Element signature = {};
         CRYPT_ALGORITHM_IDENTIFIER outerAlgorithm = {};
         CRYPT_BIT_BLOB signatureBits = {};
-        if (!DerReader({out_.bytes_.data(), out_.bytes_.size()}).expect(kDerSequence, whole))
+        if (!DerReader(spanOf(out_.bytes_)).expect(kDerSequence, whole))
             return false;
         out_.der_ = whole.whole;
         DerReader reader(whole.content);
@@ -139,7 +135,7 @@ class CertificateParser {
             return false;
         out_.serialNumber_.assign(serial.content.data, serial.content.data + serial.content.size);
         std::reverse(out_.serialNumber_.begin(), out_.serialNumber_.end());
-        info_.SerialNumber = blobOf({out_.serialNumber_.data(), out_.serialNumber_.size()});
+        info_.SerialNumber = blobOf(spanOf(out_.serialNumber_));
         return true;
     }
 
@@ -245,8 +241,7 @@ class CertificateParser {
 };
 
 bool Certificate::isSelfIssued() const {
-    return info_.Issuer.cbData == info_.Subject.cbData &&
-           std::equal(info_.Issuer.pbData, info_.Issuer.pbData + info_.Issuer.cbData, info_.Subject.pbData);
+    return areEqual(spanOf(info_.Issuer), spanOf(info_.Subject));
 }
 
 bool Certificate::isAuthority() const {
@@ -269,9 +264,7 @@ Bytes Certificate::rsaModulus() const {
     DerReader reader({bits.pbData, bits.cbData});
     if (!reader.expect(kDerSequence, sequence) || !DerReader(sequence.content).expect(kDerInteger, modulus))
         return {};
-    const Span digits = modulus.content;
-    return {std::find_if(digits.data, digits.data + digits.size, [](BYTE byte) { return byte != 0; }),
-            digits.data + digits.size};
+    return withoutLeadingZeros(modulus.content);
 }
 
 std::shared_ptr<Certificate> parseCertificate(const BYTE* data, std::size_t size) {

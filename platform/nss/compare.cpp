@@ -1,5 +1,3 @@
-#include <algorithm>
-
 #include "platform/nss/der.h"
 #include "platform/nss/entries.h"
 #include "platform/posix/last_error.h"
@@ -7,13 +5,9 @@
 namespace platform::nss {
 namespace {
 
-bool areEqual(const BYTE* a, std::size_t aSize, const BYTE* b, std::size_t bSize) {
-    return aSize == bSize && std::equal(a, a + aSize, b);
-}
-
-// The length without the leading bytes that only repeat the sign of a two's complement number, which stands least
+// The number without the leading bytes that only repeat the sign of a two's complement number, which stands least
 // significant byte first.
-std::size_t significantLength(const CRYPT_INTEGER_BLOB& number) {
+Span significantBytes(const CRYPT_INTEGER_BLOB& number) {
     std::size_t length = number.cbData;
     while (length > 1) {
         const BYTE top = number.pbData[length - 1];
@@ -22,7 +16,7 @@ std::size_t significantLength(const CRYPT_INTEGER_BLOB& number) {
             break;
         --length;
     }
-    return length;
+    return {number.pbData, length};
 }
 
 // Modulus and exponent of an RSAPublicKey, without leading zeros.
@@ -36,8 +30,7 @@ bool readRsaPublicKey(const CRYPT_BIT_BLOB& bits, Bytes (&numbers)[2]) {
         Element integer = {};
         if (!reader.expect(kDerInteger, integer))
             return false;
-        const BYTE* end = integer.content.data + integer.content.size;
-        number.assign(std::find_if(integer.content.data, end, [](BYTE byte) { return byte != 0; }), end);
+        number = withoutLeadingZeros(integer.content);
     }
     return true;
 }
@@ -45,20 +38,20 @@ bool readRsaPublicKey(const CRYPT_BIT_BLOB& bits, Bytes (&numbers)[2]) {
 }  // namespace
 
 BOOL CertCompareIntegerBlob(PCRYPT_INTEGER_BLOB a, PCRYPT_INTEGER_BLOB b) {
-    return areEqual(a->pbData, significantLength(*a), b->pbData, significantLength(*b)) ? TRUE : FALSE;
+    return areEqual(significantBytes(*a), significantBytes(*b)) ? TRUE : FALSE;
 }
 
 // A certificate is known by its issuer and serial number.
 BOOL CertCompareCertificate(DWORD /*encoding*/, PCERT_INFO a, PCERT_INFO b) {
-    const bool sameIssuer = areEqual(a->Issuer.pbData, a->Issuer.cbData, b->Issuer.pbData, b->Issuer.cbData);
-    return sameIssuer ? CertCompareIntegerBlob(&a->SerialNumber, &b->SerialNumber) : FALSE;
+    return areEqual(spanOf(a->Issuer), spanOf(b->Issuer)) ? CertCompareIntegerBlob(&a->SerialNumber, &b->SerialNumber)
+                                                          : FALSE;
 }
 
 // RSA keys are compared as numbers, which providers may encode with or without leading zeros; others as they stand.
 BOOL CertComparePublicKeyInfo(DWORD /*encoding*/, PCERT_PUBLIC_KEY_INFO a, PCERT_PUBLIC_KEY_INFO b) {
     const CRYPT_BIT_BLOB& aBits = a->PublicKey;
     const CRYPT_BIT_BLOB& bBits = b->PublicKey;
-    if (areEqual(aBits.pbData, aBits.cbData, bBits.pbData, bBits.cbData))
+    if (areEqual({aBits.pbData, aBits.cbData}, {bBits.pbData, bBits.cbData}))
         return TRUE;
     Bytes aNumbers[2];
     Bytes bNumbers[2];

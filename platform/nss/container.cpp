@@ -1,6 +1,7 @@
 #include "platform/nss/container.h"
 
 #include "platform/nss/attribute.h"
+#include "platform/nss/item.h"
 #include "platform/posix/last_error.h"
 
 namespace platform::nss {
@@ -23,7 +24,7 @@ Bytes identifierOf(const std::string& hexName) {
 PrivateKey findByIdentifier(const Token& token, Bytes identifier) {
     if (identifier.empty())
         return nullptr;
-    SECItem item = {siBuffer, identifier.data(), static_cast<unsigned int>(identifier.size())};
+    SECItem item = itemOf(identifier);
     return PrivateKey(nss().PK11_FindKeyByKeyID(token.slot.get(), &item, nullptr));
 }
 

@@ -31,6 +31,9 @@ struct Key {
 
 using Keys = Handles<Key>;
 
+// The flags that a key is made or imported with.
+inline constexpr DWORD kKeyFlags = CRYPT_EXPORTABLE | CRYPT_USER_PROTECTED | CRYPT_FORCE_KEY_PROTECTION_HIGH;
+
 // Containers that were made and have no key yet. They exist for this process alone, as a token has no place for them.
 std::set<std::string>& keylessContainers();
 std::string keylessName(const Token& token, const std::string& name);

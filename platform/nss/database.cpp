@@ -33,10 +33,10 @@ std::vector<Slot> ownTokens() {
 Slot openToken(const std::string& database) {
     const bool wasInUse = nss().NSS_IsInitialized() != PR_FALSE;
     const std::vector<Slot> before = wasInUse ? ownTokens() : std::vector<Slot>();
-    char description[] = "NSS Certificate DB";
+    std::string description = kDatabaseName;
     NSSInitParameters parameters = {};
     parameters.length = sizeof parameters;
-    parameters.dbTokenDescription = description;
+    parameters.dbTokenDescription = description.data();
     if (nss().NSS_InitContext(database.c_str(), "", "", "secmod.db", &parameters, 0) == nullptr)
         return nullptr;
     if (!wasInUse)
@@ -73,7 +73,7 @@ Slot userDatabase() {
     const auto known = databases.find(home);
     if (known != databases.end())
         return known->second;
-    Slot slot = open(home);
+    Slot slot = home.empty() ? nullptr : open(home);
     if (slot == nullptr) {
         posix::setLastError(NTE_FAIL);
         return nullptr;

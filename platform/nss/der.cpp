@@ -1,5 +1,6 @@
 #include "platform/nss/der.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <limits>
 
@@ -32,6 +33,15 @@ bool readArc(const std::string& text, std::size_t& at, std::uint64_t& arc) {
 }
 
 }  // namespace
+
+bool areEqual(Span a, Span b) {
+    return std::equal(a.data, a.data + a.size, b.data, b.data + b.size);
+}
+
+Bytes withoutLeadingZeros(Span number) {
+    const BYTE* end = number.data + number.size;
+    return {std::find_if(number.data, end, [](BYTE byte) { return byte != 0; }), end};
+}
 
 bool DerReader::readLength(const BYTE*& at, std::size_t& length) const {
     if (at == end_)

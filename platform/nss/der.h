@@ -29,6 +29,20 @@ struct Span {
     std::size_t size;
 };
 
+inline Span spanOf(const Bytes& bytes) {
+    return {bytes.data(), bytes.size()};
+}
+
+inline Span spanOf(const CRYPTOAPI_BLOB& blob) {
+    return {blob.pbData, blob.cbData};
+}
+
+// areEqual: whether two spans hold the same bytes.
+bool areEqual(Span a, Span b);
+
+// withoutLeadingZeros gives a number that stands most significant byte first in its shortest form; empty for zero.
+Bytes withoutLeadingZeros(Span number);
+
 // One element: its tag, its content, and all of it with the header.
 struct Element {
     BYTE tag;

@@ -32,8 +32,9 @@ BOOL CryptGenKey(HCRYPTPROV prov, ALG_ID spec, DWORD flags, HCRYPTKEY* key);
 BOOL CryptGetUserKey(HCRYPTPROV prov, DWORD spec, HCRYPTKEY* key);
 BOOL CryptDestroyKey(HCRYPTKEY key);
 
-// Errors: NTE_BAD_KEY_STATE for the private blob of a key that is not exportable, at the size query already;
-// NTE_BAD_KEY; NTE_BAD_TYPE; NTE_BAD_FLAGS; ERROR_MORE_DATA.
+// Errors: NTE_BAD_KEY_STATE for the private blob of a key that is not exportable, or whose primes differ in length so
+// that the blob has no room for them, at the size query already; NTE_BAD_KEY; NTE_BAD_TYPE; NTE_BAD_FLAGS;
+// ERROR_MORE_DATA.
 BOOL CryptExportKey(HCRYPTKEY key, HCRYPTKEY wrapping, DWORD blobType, DWORD flags, BYTE* data, DWORD* size);
 
 // KP_CERTIFICATE puts the certificate onto the key's token, where every NSS program finds it at once.

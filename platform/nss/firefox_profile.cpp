@@ -6,6 +6,7 @@
 
 #include "platform/nss/der.h"
 #include "platform/nss/firefox.h"
+#include "platform/nss/item.h"
 #include "platform/nss/parameter.h"
 #include "platform/posix/last_error.h"
 
@@ -113,7 +114,7 @@ Bytes decode(const BYTE* bytes, DWORD size) {
         return {};
     if (decoded.isOutOfMemory)
         throw std::bad_alloc();
-    SECItem item = {siBuffer, decoded.der.data(), static_cast<unsigned>(decoded.der.size())};
+    SECItem item = itemOf(decoded.der);
     CERTCertificate* certificate = firefox().CERT_DecodeDERCertificate(&item, PR_FALSE, nullptr);
     if (certificate == nullptr)
         return {};

@@ -5,6 +5,7 @@
 
 #include <map>
 #include <memory>
+#include <utility>
 
 #include "platform/types.h"
 

@@ -4,6 +4,7 @@
 #include "platform/nss/container.h"
 #include "platform/nss/der.h"
 #include "platform/nss/entries.h"
+#include "platform/nss/item.h"
 #include "platform/posix/last_error.h"
 
 namespace platform::nss {
@@ -56,8 +57,8 @@ Bytes digestInfo(const Hash& hash) {
 }
 
 bool sign(const Key& key, Bytes message, Bytes& signature) {
-    SECItem input = {siBuffer, message.data(), static_cast<unsigned int>(message.size())};
-    SECItem output = {siBuffer, signature.data(), static_cast<unsigned int>(signature.size())};
+    SECItem input = itemOf(message);
+    SECItem output = itemOf(signature);
     if (nss().PK11_Sign(key.privateKey.get(), &output, &input) != SECSuccess)
         return false;
     signature.resize(output.len);

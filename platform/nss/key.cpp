@@ -10,7 +10,6 @@ namespace platform::nss {
 namespace {
 
 constexpr DWORD kDefaultBits = 2048;
-constexpr DWORD kKnownFlags = CRYPT_EXPORTABLE | CRYPT_USER_PROTECTED | CRYPT_FORCE_KEY_PROTECTION_HIGH;
 constexpr unsigned long kPublicExponent = 65537;
 
 // The size that the high half of the flags asks for, or 0 for one that is not to be had.
@@ -49,7 +48,7 @@ bool nameKeyPair(const Key& key, const std::string& name) {
 // The length that the header of a DER element tells, header included. KP_CERTIFICATE comes without a length; 0 for what
 // is no element of a certificate's kind.
 std::size_t lengthOfElement(const BYTE* der) {
-    if (der[0] != 0x30)
+    if (der[0] != kDerSequence)
         return 0;
     if (der[1] < 0x80)
         return std::size_t{2} + der[1];
@@ -62,11 +61,10 @@ std::size_t lengthOfElement(const BYTE* der) {
     return 2 + count + length;
 }
 
-// The modulus of the certificate's key, as both readers of keys give it.
+// A certificate has the key in the one DER that there is of it.
 bool isCertificateOf(const Certificate& certificate, const Key& key) {
-    const Bytes expected = rsaPublicKeyDer(key);
     const CRYPT_BIT_BLOB& bits = certificate.info().SubjectPublicKeyInfo.PublicKey;
-    return Bytes(bits.pbData, bits.pbData + bits.cbData) == expected;
+    return areEqual({bits.pbData, bits.cbData}, spanOf(rsaPublicKeyDer(key)));
 }
 
 }  // namespace
@@ -77,7 +75,7 @@ BOOL CryptGenKey(HCRYPTPROV prov, ALG_ID spec, DWORD flags, HCRYPTKEY* key) {
         return posix::fail(ERROR_INVALID_PARAMETER);
     if (spec != AT_SIGNATURE && spec != AT_KEYEXCHANGE)
         return posix::fail(NTE_BAD_ALGID);
-    if ((flags & 0xFFFF & ~kKnownFlags) != 0 || bitsOf(flags) == 0)
+    if ((flags & 0xFFFF & ~kKeyFlags) != 0 || bitsOf(flags) == 0)
         return posix::fail(NTE_BAD_FLAGS);
     if (container->name.empty())
         return posix::fail(NTE_PERM);

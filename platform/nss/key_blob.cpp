@@ -7,7 +7,6 @@
 #include "platform/nss/key_blob.h"
 
 #include <algorithm>
-#include <array>
 
 #include "platform/nss/attribute.h"
 #include "platform/nss/der.h"
@@ -18,24 +17,16 @@
 namespace platform::nss {
 namespace {
 
-constexpr DWORD kPublicMagic = 0x31415352;   // "RSA1"
-constexpr DWORD kPrivateMagic = 0x32415352;  // "RSA2"
-
 Bytes bytesOf(const SECItem& item) {
     return {item.data, item.data + item.len};
 }
 
-// A number most significant byte first, without leading zeros.
-Bytes stripped(const Bytes& number) {
-    return {std::find_if(number.begin(), number.end(), [](BYTE byte) { return byte != 0; }), number.end()};
-}
-
 DWORD bitLength(const Bytes& number) {
-    const Bytes digits = stripped(number);
-    if (digits.empty())
+    const auto first = std::find_if(number.begin(), number.end(), [](BYTE byte) { return byte != 0; });
+    if (first == number.end())
         return 0;
-    DWORD bits = static_cast<DWORD>(digits.size()) * 8;
-    for (BYTE top = digits[0]; (top & 0x80) == 0; top = static_cast<BYTE>(top << 1))
+    auto bits = static_cast<DWORD>(number.end() - first) * 8;
+    for (BYTE top = *first; (top & 0x80) == 0; top = static_cast<BYTE>(top << 1))
         --bits;
     return bits;
 }
@@ -49,10 +40,10 @@ DWORD smallNumber(const Bytes& number) {
 
 // Appends the number least significant byte first, filled up to the length.
 void appendReversed(Bytes& blob, const Bytes& number, std::size_t length) {
-    Bytes digits = stripped(number);
-    std::reverse(digits.begin(), digits.end());
-    digits.resize(length);
-    append(blob, digits);
+    Bytes digits = withoutLeadingZeros(spanOf(number));
+    const std::size_t start = blob.size();
+    blob.insert(blob.end(), digits.rbegin(), digits.rend());
+    blob.resize(start + length);
     wipe(digits);
 }
 
@@ -89,11 +80,21 @@ Bytes privateKeyBlob(const Key& key, const RsaPrivateNumbers& numbers) {
     return blob;
 }
 
+// Whether the layout has room for the numbers: a key whose primes differ in length has one that is longer than half.
+bool haveRoom(const Key& key, const RsaPrivateNumbers& numbers) {
+    const DWORD bits = bitLength(bytesOf(key.publicKey->u.rsa.modulus));
+    const auto halves = {&numbers.prime1, &numbers.prime2, &numbers.exponent1, &numbers.exponent2,
+                         &numbers.coefficient};
+    return bitLength(numbers.privateExponent) <= bits &&
+           std::all_of(halves.begin(), halves.end(),
+                       [bits](const Bytes* half) { return (bitLength(*half) + 7) / 8 <= (bits + 15) / 16; });
+}
+
 BOOL exportPrivateKey(const Key& key, BYTE* data, DWORD* size) {
     if (!hasAttribute(key.privateKey.get(), CKA_EXTRACTABLE))
         return posix::fail(NTE_BAD_KEY_STATE);
     RsaPrivateNumbers numbers;
-    if (!readPrivateNumbers(key, numbers))
+    if (!readPrivateNumbers(key, numbers) || !haveRoom(key, numbers))
         return posix::fail(NTE_BAD_KEY_STATE);
     Bytes blob = privateKeyBlob(key, numbers);
     const BOOL given = giveOut(blob, data, size);

@@ -6,14 +6,13 @@
 #include "platform/nss/container.h"
 #include "platform/nss/der.h"
 #include "platform/nss/entries.h"
+#include "platform/nss/item.h"
+#include "platform/nss/key_blob.h"
 #include "platform/nss/pkcs8.h"
 #include "platform/posix/last_error.h"
 
 namespace platform::nss {
 namespace {
-
-constexpr DWORD kPrivateMagic = 0x32415352;  // "RSA2"
-constexpr DWORD kKnownFlags = CRYPT_EXPORTABLE | CRYPT_USER_PROTECTED | CRYPT_FORCE_KEY_PROTECTION_HIGH;
 
 // A blob taken apart: what is needed of its header, and its numbers most significant byte first.
 struct PrivateBlob {
@@ -26,21 +25,21 @@ struct PrivateBlob {
 // Takes the numbers of a blob one after another.
 class BlobReader {
   public:
-    BlobReader(const BYTE* data, DWORD size) : at(data), left(size) {}
+    BlobReader(const BYTE* data, DWORD size) : at_(data), left_(size) {}
 
     template <class Structure>
     bool take(Structure& structure) {
-        if (left < sizeof structure)
+        if (left_ < sizeof structure)
             return false;
-        std::memcpy(&structure, at, sizeof structure);
+        std::memcpy(&structure, at_, sizeof structure);
         skip(sizeof structure);
         return true;
     }
 
     bool takeNumber(Bytes& number, DWORD length) {
-        if (left < length)
+        if (left_ < length)
             return false;
-        number.assign(at, at + length);
+        number.assign(at_, at_ + length);
         std::reverse(number.begin(), number.end());
         skip(length);
         return true;
@@ -48,12 +47,12 @@ class BlobReader {
 
   private:
     void skip(std::size_t length) {
-        at += length;
-        left -= static_cast<DWORD>(length);
+        at_ += length;
+        left_ -= static_cast<DWORD>(length);
     }
 
-    const BYTE* at;
-    DWORD left;
+    const BYTE* at_;
+    DWORD left_;
 };
 
 Bytes bigEndian(DWORD number) {
@@ -79,10 +78,6 @@ bool readBlob(const BYTE* data, DWORD size, PrivateBlob& blob) {
            reader.takeNumber(numbers.prime2, half) && reader.takeNumber(numbers.exponent1, half) &&
            reader.takeNumber(numbers.exponent2, half) && reader.takeNumber(numbers.coefficient, half) &&
            reader.takeNumber(numbers.privateExponent, key.bitlen / 8);
-}
-
-SECItem itemOf(Bytes& bytes) {
-    return {siBuffer, bytes.data(), static_cast<unsigned int>(bytes.size())};
 }
 
 // KU_... bits of the uses that follow from the specification, as CryptGenKey has them.
@@ -113,8 +108,7 @@ bool forbidExport(const PrivateKey& key) {
 
 // A blob may have its modulus in more bytes than it needs.
 bool isSameKey(const PrivateKey& key, const Bytes& modulus) {
-    const auto first = std::find_if(modulus.begin(), modulus.end(), [](BYTE byte) { return byte != 0; });
-    return readNumber(key.get(), CKA_MODULUS) == Bytes(first, modulus.end());
+    return readNumber(key.get(), CKA_MODULUS) == withoutLeadingZeros(spanOf(modulus));
 }
 
 }  // namespace
@@ -130,7 +124,7 @@ BOOL CryptImportKey(HCRYPTPROV prov, const BYTE* data, DWORD size, HCRYPTKEY wra
     PrivateBlob blob;
     if (!readBlob(data, size, blob))
         return posix::fail(NTE_BAD_DATA);
-    if ((flags & ~kKnownFlags) != 0)
+    if ((flags & ~kKeyFlags) != 0)
         return posix::fail(NTE_BAD_FLAGS);
     if (container->name.empty())
         return posix::fail(NTE_PERM);

@@ -138,7 +138,7 @@ std::wstring nameText(Span der) {
 
 DWORD CertNameToStrW(DWORD encoding, PCERT_NAME_BLOB name, DWORD strType, LPWSTR text, DWORD chars) {
     const bool known = (encoding & X509_ASN_ENCODING) != 0 && strType == CERT_X500_NAME_STR && name != nullptr;
-    const std::wstring whole = known ? nameText({name->pbData, name->cbData}) : std::wstring();
+    const std::wstring whole = known ? nameText(spanOf(*name)) : std::wstring();
     if (text == nullptr || chars == 0)
         return static_cast<DWORD>(whole.size() + 1);
     const std::size_t length = std::min<std::size_t>(whole.size(), chars - 1);

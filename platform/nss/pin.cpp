@@ -101,24 +101,24 @@ std::optional<Pin> askWithAskpass(const char* program, const std::string& prompt
     return answered ? std::optional<Pin>(std::move(pin)) : std::nullopt;
 }
 
+constexpr char kHexDigits[] = "0123456789ABCDEF";
+
 // Texts to pinentry are escaped as in URLs (Assuan protocol, "Client requests").
 std::string escaped(const std::string& text) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
     std::string result;
     for (const char c : text) {
         const auto byte = static_cast<unsigned char>(c);
         if (byte >= 0x20 && c != '%')
             result += c;
         else
-            result.append({'%', kDigits[byte >> 4], kDigits[byte & 15]});
+            result.append({'%', kHexDigits[byte >> 4], kHexDigits[byte & 15]});
     }
     return result;
 }
 
 int hexDigit(char c) {
-    static constexpr char kDigits[] = "0123456789ABCDEF";
-    const char* found = c != '\0' ? std::strchr(kDigits, c >= 'a' ? c - 0x20 : c) : nullptr;
-    return found != nullptr ? static_cast<int>(found - kDigits) : -1;
+    const char* found = c != '\0' ? std::strchr(kHexDigits, c >= 'a' ? c - 0x20 : c) : nullptr;
+    return found != nullptr ? static_cast<int>(found - kHexDigits) : -1;
 }
 
 // Reads the rest of a data line, "%25" standing for "%".

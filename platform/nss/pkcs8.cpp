@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "platform/nss/der.h"
+#include "platform/nss/item.h"
 
 namespace platform::nss {
 namespace {
@@ -26,10 +27,6 @@ constexpr Wrapping kWrappings[] = {
     {CKM_AES_CBC_PAD, CKM_AES_CBC_PAD, true},
     {CKM_AES_KEY_WRAP_PAD, CKM_AES_KEY_WRAP_KWP, false},
 };
-
-SECItem itemOf(Bytes& bytes) {
-    return {siBuffer, bytes.data(), static_cast<unsigned int>(bytes.size())};
-}
 
 // The mechanism tells NSS no more than the kind of key.
 SymmetricKey importKey(PK11SlotInfo* slot, CK_ATTRIBUTE_TYPE use, Bytes& aesKey) {
@@ -55,15 +52,17 @@ Bytes privateKeyInfo(const Key& key, const Wrapping& wrapping, Bytes& aesKey, By
     unsigned int length = 0;
     if (unwrappingKey == nullptr ||
         nss().PK11_Decrypt(unwrappingKey.get(), wrapping.unwrap, &parameter, info.data(), &length, kWrappedCapacity,
-                           wrapped.data(), wrappedItem.len) != SECSuccess)
+                           wrapped.data(), wrappedItem.len) != SECSuccess) {
+        wipe(info);
         return {};
+    }
     info.resize(length);
     return info;
 }
 
 // The content of the key's OCTET STRING, an RSAPrivateKey.
 bool readInfo(const Bytes& info, Element& rsaPrivateKey) {
-    DerReader outer({info.data(), info.size()});
+    DerReader outer(spanOf(info));
     Element sequence = {};
     Element ignored = {};
     Element octets = {};
@@ -102,11 +101,16 @@ void wipe(Bytes& bytes) {
 }
 
 Bytes derInteger(const Bytes& number) {
-    Bytes digits(std::find_if(number.begin(), number.end(), [](BYTE byte) { return byte != 0; }), number.end());
+    Bytes digits = withoutLeadingZeros(spanOf(number));
+    Bytes content;
+    // In one piece from the start: what the bytes would move out of is private too.
+    content.reserve(digits.size() + 1);
     if (digits.empty() || (digits[0] & 0x80) != 0)
-        digits.insert(digits.begin(), 0);
-    Bytes element = derElement(kDerInteger, digits);
+        content.push_back(0);
+    append(content, digits);
     wipe(digits);
+    Bytes element = derElement(kDerInteger, content);
+    wipe(content);
     return element;
 }
 

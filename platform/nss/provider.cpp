@@ -10,6 +10,7 @@ namespace {
 
 constexpr DWORD kLastProviderType = 999;
 
+// Takes what is not const, as the linter wants a parameter that is only compared to be const, and the table does not.
 bool isGiven(void* reserved) {
     return reserved != nullptr;
 }

@@ -150,9 +150,7 @@ bool isThere(StoreKind kind, const Certificate& certificate, const Token& token)
     const std::vector<TokenCertificate> all = listCertificates(token);
     const Span der = certificate.der();
     return std::any_of(all.begin(), all.end(), [&](const TokenCertificate& stored) {
-        const Span other = stored.certificate->der();
-        return std::equal(der.data, der.data + der.size, other.data, other.data + other.size) &&
-               belongsTo(kind, stored, false);
+        return areEqual(der, stored.certificate->der()) && belongsTo(kind, stored, false);
     });
 }
 

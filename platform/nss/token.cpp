@@ -10,7 +10,6 @@
 namespace platform::nss {
 namespace {
 
-constexpr char kDatabaseProvider[] = "NSS Certificate DB";
 constexpr char kWindowsProvider[] = "Microsoft Enhanced Cryptographic Provider v1.0";
 
 // NSS's own module holds the user's database, already listed, databases that belong to the host, and a token without
@@ -33,7 +32,7 @@ std::vector<Token> providerTokens() {
     const Slot database = userDatabase();
     if (database == nullptr)
         return {};
-    std::vector<Token> tokens = {{kDatabaseProvider, database}};
+    std::vector<Token> tokens = {{kDatabaseName, database}};
     const SlotList list(nss().PK11_GetAllTokens(CKM_INVALID_MECHANISM, PR_FALSE, PR_FALSE, nullptr));
     if (list == nullptr)
         return tokens;
@@ -60,11 +59,16 @@ Token findToken(const char* provider) {
     return {};
 }
 
+bool isLoggedIn(const Token& token) {
+    PK11SlotInfo* slot = token.slot.get();
+    return nss().PK11_NeedLogin(slot) == PR_FALSE || nss().PK11_IsLoggedIn(slot, nullptr) != PR_FALSE;
+}
+
 bool logIn(const Token& token) {
     PK11SlotInfo* slot = token.slot.get();
     if (nss().PK11_NeedUserInit(slot) != PR_FALSE)
         return posix::fail(SCARD_E_NOT_READY) != FALSE;
-    if (nss().PK11_NeedLogin(slot) == PR_FALSE || nss().PK11_IsLoggedIn(slot, nullptr) != PR_FALSE)
+    if (isLoggedIn(token))
         return true;
     if (nss().PK11_ProtectedAuthenticationPath(slot) != PR_FALSE)
         return answer(nss().PK11_CheckUserPassword(slot, nullptr));

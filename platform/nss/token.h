@@ -25,6 +25,9 @@ std::vector<Token> providerTokens();
 // providerTokens says.
 Token findToken(const char* provider);
 
+// isLoggedIn: whether the token's private objects can be seen.
+bool isLoggedIn(const Token& token);
+
 // logIn makes the token's private objects visible. A PIN is asked for through the desktop's prompt (pin.h), once a
 // call, as tokens lock themselves after a few wrong ones. False with the last error SCARD_W_CANCELLED_BY_USER (no
 // answer), SCARD_W_WRONG_CHV (wrong PIN), SCARD_E_NOT_READY (a token that has never been set up) or NTE_FAIL.

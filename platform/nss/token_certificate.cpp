@@ -4,20 +4,12 @@
 #include <set>
 
 #include "platform/nss/attribute.h"
+#include "platform/nss/item.h"
 
 namespace platform::nss {
 namespace {
 
 constexpr char kCommonName[] = "2.5.4.3";
-
-SECItem itemOf(Span span) {
-    return {siBuffer, const_cast<BYTE*>(span.data), static_cast<unsigned int>(span.size)};
-}
-
-bool isLoggedIn(const Token& token) {
-    PK11SlotInfo* slot = token.slot.get();
-    return nss().PK11_NeedLogin(slot) == PR_FALSE || nss().PK11_IsLoggedIn(slot, nullptr) != PR_FALSE;
-}
 
 // Public keys are used for the opposite of what their private keys are for.
 DWORD specOf(PK11GenericObject* object, bool isPrivate) {
@@ -138,9 +130,7 @@ bool destroyObject(const Certificate& certificate, PK11SlotInfo* slot) {
 }
 
 bool haveSameSubject(const Certificate& a, const Certificate& b) {
-    const CERT_NAME_BLOB& subject = a.info().Subject;
-    const CERT_NAME_BLOB& other = b.info().Subject;
-    return std::equal(subject.pbData, subject.pbData + subject.cbData, other.pbData, other.pbData + other.cbData);
+    return areEqual(spanOf(a.info().Subject), spanOf(b.info().Subject));
 }
 
 // The text without blanks before its hyphens: it must not look like a store's mark (store.h).
@@ -159,8 +149,7 @@ std::string subjectText(const Certificate& certificate) {
     std::string commonName;
     std::string other;
     Element name = {};
-    const CERT_NAME_BLOB& subject = certificate.info().Subject;
-    if (!DerReader({subject.pbData, subject.cbData}).expect(kDerSequence, name))
+    if (!DerReader(spanOf(certificate.info().Subject)).expect(kDerSequence, name))
         return {};
     Element rdn = {};
     for (DerReader rdns(name.content); rdns.expect(kDerSet, rdn);) {

@@ -141,7 +141,7 @@ wait #stage-requested
 save #request-text request.txt
 click #abandon-requested
 click #confirm-yes
-""" % digest, wait=120)
+""" % digest)
                     with open(os.path.join(self.scratch, "request.txt"), encoding="ascii") as file:
                         request = support.der_of(file.read())
                     done = support.run(["openssl", "req", "-inform", "DER", "-verify", "-noout", "-text", "-nameopt",

@@ -16,6 +16,7 @@
 #include "tests/host/plugin_file.h"
 #include "tests/support/call_plan.h"
 #include "tests/support/certificate.h"
+#include "tests/support/der.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/fake_crypto_api.h"
 #include "tests/support/fake_firefox.h"
@@ -25,6 +26,7 @@
 
 namespace {
 
+using der::tlv;
 using host::Outcome;
 using host::Value;
 using platform::CryptoApi;
@@ -33,7 +35,6 @@ using support::base64;
 using support::Bytes;
 using support::CallPlan;
 using support::Replaced;
-using support::tlv;
 
 constexpr char kMicrosoft[] = "Microsoft Enhanced Cryptographic Provider v1.0";
 constexpr char kOther[] = "Example Token Provider";
@@ -89,9 +90,9 @@ class codes_test : public testing::Test {
     static std::string signedData() {
         const Bytes data = support::hex("06 09 2A 86 48 86 F7 0D 01 07 01");
         const Bytes inner =
-            support::joined({support::hex("02 01 01"), tlv(0x31, {}), tlv(0x30, data), tlv(0xA0, {}), tlv(0x31, {})});
-        return base64(tlv(
-            0x30, support::joined({support::hex("06 09 2A 86 48 86 F7 0D 01 07 02"), tlv(0xA0, tlv(0x30, inner))})));
+            der::join({support::hex("02 01 01"), tlv(0x31, {}), tlv(0x30, data), tlv(0xA0, {}), tlv(0x31, {})});
+        return base64(
+            tlv(0x30, der::join({support::hex("06 09 2A 86 48 86 F7 0D 01 07 02"), tlv(0xA0, tlv(0x30, inner))})));
     }
 
     // A chain for the waiting key, and one of a single certificate.

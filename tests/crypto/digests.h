@@ -140,6 +140,21 @@ void expectFinalWipesTheContext(const Digest<Context>& digest) {
 }
 
 template <class Context>
+void expectBitsAreCountedAndCarried(const Digest<Context>& digest) {
+    Context context = begun(digest);
+    absorb(digest, context, Bytes(3));
+    EXPECT_EQ(context.bitsLow, 24U);
+    EXPECT_EQ(context.bitsHigh, 0U);
+    context.bitsLow = 0xFFFFFE00;
+    absorb(digest, context, Bytes(63));
+    EXPECT_EQ(context.bitsLow, 0xFFFFFFF8U);
+    EXPECT_EQ(context.bitsHigh, 0U);
+    absorb(digest, context, Bytes(2));
+    EXPECT_EQ(context.bitsLow, 8U);
+    EXPECT_EQ(context.bitsHigh, 1U);
+}
+
+template <class Context>
 void expectAWholeBlockLeavesTheBufferEmpty(const Digest<Context>& digest) {
     Context context = begun(digest);
     Bytes block(digest.block, 0x11);

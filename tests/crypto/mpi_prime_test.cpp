@@ -90,6 +90,18 @@ TEST(mpi_prime_test, KnownPrimesAndComposites) {
     });
 }
 
+// 2^64 - 2^32 + 1, 5 2^39 + 1, 5 2^75 + 1 and 5 2^127 + 1 are prime, 2^64 + 1 and 5 2^128 + 1 are not (openssl prime).
+// Each is one above a number whose lowest limb is zero.
+TEST(mpi_prime_test, NumbersOneAboveAMultipleOfAHighPowerOfTwo) {
+    inEveryForm([] {
+        for (const char* prime :
+             {"ffffffff00000001", "028000000001", "28000000000000000001", "0280000000000000000000000000000001"})
+            EXPECT_TRUE(isProbablePrime(number(prime))) << prime;
+        for (const char* composite : {"010000000000000001", "0500000000000000000000000000000001"})
+            EXPECT_FALSE(isProbablePrime(number(composite))) << composite;
+    });
+}
+
 // Composites that Miller-Rabin takes for primes to each of the first bases: 3317044064679887385961981 to 2 ... 41,
 // 318665857834031151167461 to 2 ... 37 and 1195068768795265792518361315725116351898245581 to 2 ... 31 (python3).
 TEST(mpi_prime_test, AStrongPseudoprimeToManyBases) {

@@ -11,7 +11,9 @@ namespace {
 using rsakeys::Bytes;
 using rsakeys::bytesOf;
 using rsakeys::hex;
+using rsakeys::Key;
 using rsakeys::lengthOf;
+using rsakeys::load;
 using rsakeys::loadPrivate;
 using rsakeys::loadPublic;
 using rsakeys::Number;
@@ -300,6 +302,24 @@ TEST(RsaBlockTest, ABlockWithoutAnEndOfItsFillerIsRefused) {
     EXPECT_EQ(forge.recover(block).code, -105);
     block[1] = 2;
     EXPECT_EQ(forge.decrypt(block).code, -105);
+}
+
+// The block of the longest modulus fills its array: the address sanitizer guards the end. To the power of 1 it is
+// itself.
+TEST(RsaBlockTest, FillerWithoutAnEndIsReadNoFurtherThanTheLongestBlock) {
+    Key key(ofBits(512));
+    key.set(RSA_MODULUS, Bytes(MPI_MAX_BYTES, 0xFF));
+    key.set(RSA_PUBLIC_EXPONENT, {1});
+    const auto context = load(key.items(), RSA_PUBLIC_LENGTH);
+    ASSERT_NE(context, nullptr);
+    Bytes block(MPI_MAX_BYTES, 0xFF);
+    block[0] = 0;
+    block[1] = 1;
+    EXPECT_EQ(run(RSA_RecoverBlock, *context, block, MPI_MAX_BYTES).code, -105);
+    block.back() = 0;
+    const Result empty = run(RSA_RecoverBlock, *context, block, MPI_MAX_BYTES);
+    EXPECT_EQ(empty.code, 0);
+    EXPECT_EQ(empty.bytes, Bytes());
 }
 
 TEST(RsaBlockTest, ABlockBeginsWithZeroAndItsType) {

@@ -484,6 +484,9 @@ TEST(SoftOperationCipherTest, AQueryOfRsaReportsWholeBlocks) {
         EXPECT_EQ(length, c.encrypted) << c.input;
     }
     EXPECT_EQ(EncryptOp(rsa.alg, input.data(), UINT32_MAX, nullptr, &length), -3) << "more than 32 bits can tell";
+    std::uint8_t untouched[1] = {0xA5};
+    EXPECT_EQ(EncryptOp(rsa.alg, input.data(), UINT32_MAX, untouched, &length), -3) << "nothing is read or written";
+    EXPECT_EQ(untouched[0], 0xA5);
     ASSERT_EQ(DecryptInitOp(rsa.alg, rsa.privateKey, rsa.chooser), 0);
     for (const Case& c : {Case{1, 0, 117}, {128, 0, 117}, {129, 0, 234}, {256, 0, 234}, {257, 0, 351}}) {
         EXPECT_EQ(DecryptOp(rsa.alg, input.data(), c.input, nullptr, &length), 0);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "tests/support/certificate.h"
 #include "tests/support/fake_store.h"
 #include "tests/support/fake_system_api.h"
+#include "tests/support/replace.h"
 
 namespace {
 
@@ -188,6 +190,21 @@ TEST_F(ch_cert_test, KeyInformationThatCannotBeReadIsNone) {
         EXPECT_FALSE(certificate.GetKeySpec(spec)) << occurrence;
         EXPECT_EQ(spec, 7U);
     }
+}
+
+TEST_F(ch_cert_test, KeyInformationThatIsTooShortIsNotRead) {
+    fake_.add("MY", makeCertificate({}), true);
+    const CHCert certificate = first();
+    const support::Replaced<&platform::CryptoApi::CertGetCertificateContextProperty> property(
+        [](PCCERT_CONTEXT, DWORD, void* data, DWORD* size) -> BOOL {
+            *size = sizeof(CRYPT_KEY_PROV_INFO) - 1;
+            if (data != nullptr)
+                std::memset(data, 1, *size);
+            return TRUE;
+        });
+    DWORD spec = 7;
+    EXPECT_FALSE(certificate.GetKeySpec(spec));
+    EXPECT_EQ(spec, 7U);
 }
 
 TEST_F(ch_cert_test, NotBeforeTextIsUtc) {

@@ -9,6 +9,7 @@
 #include "enrol/install_steps.h"
 #include "tests/support/call_plan.h"
 #include "tests/support/certificate.h"
+#include "tests/support/der.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/fake_crypto_api.h"
 #include "tests/support/fake_store.h"
@@ -18,6 +19,8 @@
 
 namespace {
 
+using der::join;
+using der::tlv;
 using enrol::BindCertificateToContainer;
 using enrol::InstallFailure;
 using enrol::InstallPlainCertificate;
@@ -33,10 +36,8 @@ using support::FakeStore;
 using support::FakeSystemApi;
 using support::forEachExhaustion;
 using support::hex;
-using support::joined;
 using support::makeCertificate;
 using support::Replaced;
-using support::tlv;
 
 constexpr char kContainer[] = "01234567-89AB-cdef-FEDC-BA9876543210";
 constexpr char kMicrosoft[] = "Microsoft Base Cryptographic Provider v1.0";
@@ -49,7 +50,7 @@ std::int32_t shape(const Bytes& der) {
 
 // A sequence with the first element told, an algorithm and a signature: all that the test for the shape looks at.
 Bytes certificateOf(const Bytes& tbs) {
-    return tlv(0x30, joined({tbs, hex("30 00"), hex("03 02 00 FF")}));
+    return tlv(0x30, join({tbs, hex("30 00"), hex("03 02 00 FF")}));
 }
 
 TEST(plain_certificate_test, CertificatesOfOpensslHaveTheShape) {
@@ -83,19 +84,19 @@ TEST(plain_certificate_test, VersionIsAnyIntegerOfUpToFourBytes) {
 }
 
 TEST(plain_certificate_test, TagsAreNotLookedAt) {
-    EXPECT_EQ(shape(tlv(0x31, joined({hex("04 05 30 03 0C 01 02"), hex("05 00"), hex("04 02 00 FF")}))), 0);
+    EXPECT_EQ(shape(tlv(0x31, join({hex("04 05 30 03 0C 01 02"), hex("05 00"), hex("04 02 00 FF")}))), 0);
 }
 
 TEST(plain_certificate_test, BytesBehindTheCertificateAreLetPass) {
-    EXPECT_EQ(shape(joined({hex(vectors::kAlice), hex("00 01 02")})), 0);
+    EXPECT_EQ(shape(join({hex(vectors::kAlice), hex("00 01 02")})), 0);
 }
 
 TEST(plain_certificate_test, ThirdElementReadsAsABitString) {
     const Bytes tbs = hex("30 05 A0 03 02 01 02");
-    EXPECT_EQ(shape(tlv(0x30, joined({tbs, hex("30 00"), hex("03 02 08 FF")}))), 0);
-    EXPECT_EQ(shape(tlv(0x30, joined({tbs, hex("30 00"), hex("03 02 09 FF")}))), 8224);
-    EXPECT_EQ(shape(tlv(0x30, joined({tbs, hex("30 00"), hex("03 00")}))), 0);
-    EXPECT_EQ(shape(tlv(0x30, joined({tbs, hex("30 00")}))), 8224) << "two elements";
+    EXPECT_EQ(shape(tlv(0x30, join({tbs, hex("30 00"), hex("03 02 08 FF")}))), 0);
+    EXPECT_EQ(shape(tlv(0x30, join({tbs, hex("30 00"), hex("03 02 09 FF")}))), 8224);
+    EXPECT_EQ(shape(tlv(0x30, join({tbs, hex("30 00"), hex("03 00")}))), 0);
+    EXPECT_EQ(shape(tlv(0x30, join({tbs, hex("30 00")}))), 8224) << "two elements";
 }
 
 TEST(plain_certificate_test, TextIsBase64) {
@@ -366,7 +367,7 @@ TEST_F(plain_certificate_install_test, UnreadableCertificateIsNotComparedAndTheS
 }
 
 TEST_F(plain_certificate_install_test, CertificateLongerThanItsBytesIsNotGivenToAKey) {
-    Bytes shaped = joined({hex("30 84 7F FF FF FF"), hex("30 05 A0 03 02 01 02"), hex("30 00"), hex("03 02 00 FF")});
+    Bytes shaped = join({hex("30 84 7F FF FF FF"), hex("30 05 A0 03 02 01 02"), hex("30 00"), hex("03 02 00 FF")});
     ASSERT_EQ(shape(shaped), 0) << "the outer length is not looked at";
     const CallPlan calls;
     EXPECT_EQ(install(kOther, shaped), 22068118);

@@ -4,20 +4,21 @@
 
 #include <string>
 
+#include "tests/support/der.h"
 #include "tests/support/fake_crypto_api.h"
 #include "tests/support/hex.h"
 
 namespace {
 
+using der::join;
+using der::tlv;
 using enrol::BerValue;
 using enrol::StagedModulus;
 using support::Bytes;
 using support::fakeModulus;
 using support::fakePublicBlob;
 using support::hex;
-using support::joined;
 using support::rsaPublicKeyDer;
-using support::tlv;
 using support::toHex;
 
 std::string hexOf(const BerValue& value) {
@@ -35,22 +36,22 @@ StagedModulus stagedFake(DWORD bits) {
 }
 
 Bytes publicKeyOf(DWORD bits) {
-    return tlv(0x30, joined({tlv(0x02, joined({{0}, fakeModulus(bits)})), hex("02 03 01 00 01")}));
+    return tlv(0x30, join({tlv(0x02, join({{0}, fakeModulus(bits)})), hex("02 03 01 00 01")}));
 }
 
 Bytes requestInfoOf(DWORD bits, const Bytes& subject) {
-    return tlv(0x30, joined({hex("02 01 00"), subject,
-                             tlv(0x30, joined({hex("30 0D 06 09 2A 86 48 86 F7 0D 01 01 01 05 00"),
-                                               tlv(0x03, joined({{0}, publicKeyOf(bits)}))})),
-                             hex("A0 24 30 22 06 09 2A 86 48 86 F7 0D 01 09 01 31 15 16 13"
-                                 "65 6E 72 6F 6C 6C 40 76 65 6D 74 72 65 6C 2E 74 65 73 74")}));
+    return tlv(0x30, join({hex("02 01 00"), subject,
+                           tlv(0x30, join({hex("30 0D 06 09 2A 86 48 86 F7 0D 01 01 01 05 00"),
+                                           tlv(0x03, join({{0}, publicKeyOf(bits)}))})),
+                           hex("A0 24 30 22 06 09 2A 86 48 86 F7 0D 01 09 01 31 15 16 13"
+                               "65 6E 72 6F 6C 6C 40 76 65 6D 74 72 65 6C 2E 74 65 73 74")}));
 }
 
 TEST(request_body_test, TakesTheModulusBehindAZeroByte) {
     for (const DWORD bits : {512U, 1024U, 2048U, 4096U}) {
         const StagedModulus modulus = stagedFake(bits);
         EXPECT_EQ(modulus.bits, static_cast<std::int32_t>(bits));
-        EXPECT_EQ(toHex(modulus.bytes, bits / 8 + 1), toHex(joined({{0}, fakeModulus(bits)})));
+        EXPECT_EQ(toHex(modulus.bytes, bits / 8 + 1), toHex(join({{0}, fakeModulus(bits)})));
         for (std::size_t i = bits / 8 + 1; i < sizeof(modulus.bytes); ++i)
             ASSERT_EQ(modulus.bytes[i], 0);
     }
@@ -60,7 +61,7 @@ TEST(request_body_test, DoesNotLookAtTheExponent) {
     for (const DWORD exponent : {3U, 17U, 65537U, 0xFFFFFFFFU}) {
         StagedModulus modulus;
         EXPECT_TRUE(reads(rsaPublicKeyDer(fakePublicBlob(1024, exponent)), modulus)) << exponent;
-        EXPECT_EQ(toHex(modulus.bytes, 129), toHex(joined({{0}, fakeModulus(1024)})));
+        EXPECT_EQ(toHex(modulus.bytes, 129), toHex(join({{0}, fakeModulus(1024)})));
     }
 }
 
@@ -70,7 +71,7 @@ TEST(request_body_test, AModulusWithItsTopBitClearIsRefused) {
         Bytes content = fakeModulus(1024);
         content.front() = static_cast<std::uint8_t>(first);
         StagedModulus modulus;
-        EXPECT_FALSE(reads(tlv(0x30, joined({tlv(0x02, content), hex("02 03 01 00 01")})), modulus)) << first;
+        EXPECT_FALSE(reads(tlv(0x30, join({tlv(0x02, content), hex("02 03 01 00 01")})), modulus)) << first;
     }
 }
 
@@ -78,7 +79,7 @@ TEST(request_body_test, OtherKeySizesAreRefused) {
     for (const std::size_t bytes : {1U, 63U, 65U, 96U, 127U, 129U, 384U, 513U, 3000U}) {
         const Bytes content(bytes, 0xC1);
         StagedModulus modulus;
-        EXPECT_FALSE(reads(tlv(0x30, joined({tlv(0x02, joined({{0}, content})), hex("02 03 01 00 01")})), modulus));
+        EXPECT_FALSE(reads(tlv(0x30, join({tlv(0x02, join({{0}, content})), hex("02 03 01 00 01")})), modulus));
     }
 }
 
@@ -118,8 +119,8 @@ TEST(request_body_test, TheRequestHoldsInfoAlgorithmAndSignature) {
     const BerValue request = enrol::writeRequest(*info, 0x8004, signature.data(), signature.size());
     EXPECT_EQ(
         hexOf(request),
-        toHex(tlv(0x30, joined({requestInfoOf(1024, hex("30 00")), hex("30 0D 06 09 2A 86 48 86 F7 0D 01 01 05 05 00"),
-                                tlv(0x03, joined({{0}, signature}))}))));
+        toHex(tlv(0x30, join({requestInfoOf(1024, hex("30 00")), hex("30 0D 06 09 2A 86 48 86 F7 0D 01 01 05 05 00"),
+                              tlv(0x03, join({{0}, signature}))}))));
 }
 
 // labelOf gives the last arc of the signature algorithm.
@@ -140,8 +141,7 @@ TEST(request_body_test, EveryHashButMd5IsLabelledSha1) {
 }
 
 TEST(request_body_test, ALargeSubjectGrowsTheRequest) {
-    const Bytes subject =
-        tlv(0x30, tlv(0x31, tlv(0x30, joined({hex("06 03 55 04 03"), tlv(0x0C, Bytes(100000, 'x'))}))));
+    const Bytes subject = tlv(0x30, tlv(0x31, tlv(0x30, join({hex("06 03 55 04 03"), tlv(0x0C, Bytes(100000, 'x'))}))));
     const BerValue key = enrol::writePublicKey(stagedFake(512));
     EXPECT_EQ(hexOf(enrol::writeRequestInfo(*key, subject.data(), subject.size())), toHex(requestInfoOf(512, subject)));
 }

@@ -10,6 +10,7 @@
 #include "enrol/codes.h"
 #include "enrol/state.h"
 #include "tests/support/call_plan.h"
+#include "tests/support/der.h"
 #include "tests/support/failing_tables.h"
 #include "tests/support/fake_crypto_api.h"
 #include "tests/support/fake_system_api.h"
@@ -17,12 +18,12 @@
 
 namespace {
 
+using der::join;
+using der::tlv;
 using support::Bytes;
 using support::FakeCryptoApi;
 using support::hex;
-using support::joined;
 using support::Replaced;
-using support::tlv;
 using support::toHex;
 
 constexpr char kProvider[] = "Fake Provider";
@@ -98,21 +99,20 @@ Bytes derOf(const std::string& text) {
 }
 
 Bytes infoOf(DWORD bits, const Bytes& subject) {
-    const Bytes key = tlv(0x30, joined({tlv(0x02, joined({{0}, support::fakeModulus(bits)})), hex("02 03 01 00 01")}));
+    const Bytes key = tlv(0x30, join({tlv(0x02, join({{0}, support::fakeModulus(bits)})), hex("02 03 01 00 01")}));
     return tlv(
-        0x30,
-        joined({hex("02 01 00"), subject,
-                tlv(0x30, joined({hex("30 0D 06 09 2A 86 48 86 F7 0D 01 01 01 05 00"), tlv(0x03, joined({{0}, key}))})),
-                hex("A0 24 30 22 06 09 2A 86 48 86 F7 0D 01 09 01 31 15 16 13"
-                    "65 6E 72 6F 6C 6C 40 76 65 6D 74 72 65 6C 2E 74 65 73 74")}));
+        0x30, join({hex("02 01 00"), subject,
+                    tlv(0x30, join({hex("30 0D 06 09 2A 86 48 86 F7 0D 01 01 01 05 00"), tlv(0x03, join({{0}, key}))})),
+                    hex("A0 24 30 22 06 09 2A 86 48 86 F7 0D 01 09 01 31 15 16 13"
+                        "65 6E 72 6F 6C 6C 40 76 65 6D 74 72 65 6C 2E 74 65 73 74")}));
 }
 
 Bytes requestOf(DWORD bits, const Bytes& subject, ALG_ID alg) {
     const Bytes info = infoOf(bits, subject);
-    return tlv(0x30, joined({info,
-                             tlv(0x30, joined({hex("06 09 2A 86 48 86 F7 0D 01 01"),
-                                               alg == CALG_MD5 ? hex("04") : hex("05"), hex("05 00")})),
-                             tlv(0x03, joined({{0}, support::fakeSignature(bits, alg, info)}))}));
+    return tlv(0x30, join({info,
+                           tlv(0x30, join({hex("06 09 2A 86 48 86 F7 0D 01 01"),
+                                           alg == CALG_MD5 ? hex("04") : hex("05"), hex("05 00")})),
+                           tlv(0x03, join({{0}, support::fakeSignature(bits, alg, info)}))}));
 }
 
 class request_test : public testing::Test {

@@ -9,6 +9,7 @@
 #include "enrol/install_steps.h"
 #include "tests/support/call_plan.h"
 #include "tests/support/certificate.h"
+#include "tests/support/der.h"
 #include "tests/support/failing_heap.h"
 #include "tests/support/fake_crypto_api.h"
 #include "tests/support/fake_store.h"
@@ -17,6 +18,8 @@
 
 namespace {
 
+using der::join;
+using der::tlv;
 using enrol::InstallFailure;
 using enrol::InstallSignedCertificate;
 using enrol::IsSignedData;
@@ -32,9 +35,7 @@ using support::FakeStore;
 using support::FakeSystemApi;
 using support::forEachExhaustion;
 using support::hex;
-using support::joined;
 using support::makeCertificate;
-using support::tlv;
 
 constexpr char kWaiting[] = "the waiting container";
 constexpr char kMicrosoft[] = "Microsoft Base Cryptographic Provider v1.0";
@@ -50,8 +51,8 @@ std::int32_t shape(const Bytes& der) {
 Bytes contentInfo(const Bytes& type, int elements) {
     Bytes content;
     for (int i = 0; i < elements; ++i)
-        content = joined({content, hex("02 01 01")});
-    return tlv(0x30, joined({type, tlv(0xA0, tlv(0x30, content))}));
+        content = join({content, hex("02 01 01")});
+    return tlv(0x30, join({type, tlv(0xA0, tlv(0x30, content))}));
 }
 
 TEST(signed_data_test, MessagesOfOpensslHaveTheShape) {

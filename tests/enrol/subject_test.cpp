@@ -70,6 +70,13 @@ TEST_F(subject_test, TheOthersAreUtf8StringsGivenAsWideText) {
     EXPECT_TRUE(calls.log().empty());
 }
 
+TEST_F(subject_test, MoreComponentsThanASubjectHasAreNotEncoded) {
+    const SubjectComponent components[enrol::kMaxSubjectComponents + 1];
+    enrol::HeapBytes der;
+    EXPECT_EQ(enrol::EncodeSubject(components, enrol::kMaxSubjectComponents + 1, der), 8227);
+    EXPECT_TRUE(calls.log().empty());
+}
+
 TEST_F(subject_test, KeysAreReadInEitherCase) {
     for (const wchar_t* text : {L"c=x", L"o=x", L"ou=x", L"oU=x", L"cn=x", L"Cn=x"})
         EXPECT_EQ(reasonOf(text), 0) << support::utf8Of(text);

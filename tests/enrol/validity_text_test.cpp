@@ -69,4 +69,35 @@ TEST(validity_text_test, TextWithAnotherCharacterEndsTheReading) {
     EXPECT_EQ(readValidityText(L"x"), -1);
 }
 
+// What a cut text does not tell is zero, and month and day zero are those before the first (timegm of python3).
+TEST(validity_text_test, TextThatIsCutTellsWhatItHas) {
+    const struct {
+        const wchar_t* text;
+        std::int64_t seconds;
+    } rows[] = {
+        {L"2014", 1385769600},
+        {L"2014\u5E74", 1385769600},
+        {L"2014\u5E741", 1388448000},
+        {L"2014\u5E7410", 1412035200},
+        {L"2014\u5E7410\u6708", 1412035200},
+        {L"2014\u5E7410\u67082", 1412208000},
+        {L"2014\u5E7410\u670821", 1413849600},
+        {L"2014\u5E7410\u670821\u65E5 ", 1413849600},
+        {L"2014\u5E7410\u670821\u65E5 1", 1413853200},
+        {L"2014\u5E7410\u670821\u65E5 10:", 1413885600},
+        {L"2014\u5E7410\u670821\u65E5 10:3", 1413885780},
+        {L"2014\u5E7410\u670821\u65E5 10:30", 1413887400},
+        {L"2014\u5E7410\u670821\u65E5 10:30:", 1413887400},
+        {L"2014\u5E7410\u670821\u65E5 10:30:0", 1413887400},
+        {L"2014\u5E7410\u670821\u65E5 10:30:05", 1413887405},
+        {L"2014\u5E74x", 1385769600},
+        {L"2014\u5E7410\u670821\u65E5 10:30:x", 1413887400},
+        {L"2014\u5E7410x21", 1412035200},
+        {L"2014\u5E7410\u670821x10", 1413849600},
+        {L"2014\u5E7410\u670821\u65E5 10:30x05", 1413887400},
+    };
+    for (const auto& row : rows)
+        EXPECT_EQ(readValidityText(row.text), row.seconds) << row.text;
+}
+
 }  // namespace

@@ -6,7 +6,7 @@
 LIBRARY is a DLL, or with NM an ELF library. NAMES lists every exported name, one a line; the library must export these
 and no others: with --without, those that do not begin with the prefix. NEEDS lists the libraries that it may load; it
 may need fewer. Prints a line per fault and ends with 1 if there is any. With --write the names in NAMES are replaced by
-those that the library exports.
+those that the library exports, which must be all of them: not with --without.
 """
 import argparse
 import re
@@ -64,6 +64,8 @@ def main():
         parser.add_argument(name)
     parser.add_argument("nm", nargs="?")
     given = parser.parse_args()
+    if given.write and given.without is not None:
+        parser.error("--write with --without would drop names")
     if given.nm:
         names, needs = read_elf(given.library, given.objdump, given.nm)
     else:

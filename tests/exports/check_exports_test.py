@@ -41,6 +41,12 @@ class CheckExportsTest(unittest.TestCase):
     def test_a_name_with_the_prefix_that_is_left_out(self):
         self.expect_fault(lines_of(NAMES), lines_of(NEEDS), "exported, but not in", "--without", "NP_")
 
+    def test_names_are_not_written_by_a_check_that_leaves_some_out(self):
+        done = subprocess.run([sys.executable, CHECKER, "--write", "--without", "NP_", LIBRARY, NAMES, NEEDS, *TOOLS],
+                              capture_output=True, text=True, check=False)
+        self.assertEqual(done.returncode, 2, done.stdout + done.stderr)
+        self.assertIn("would drop names", done.stderr)
+
     def test_names_out_of_order(self):
         self.expect_fault(lines_of(NAMES)[::-1], lines_of(NEEDS), "not sorted")
 

@@ -194,6 +194,8 @@ def main():
         sys.exit(__doc__)
     built, classes, golden_path, names_path, objdump, *folders = arguments
     blocks = read(built, classes, objdump, folders)
+    if not blocks:
+        sys.exit(f"{objdump} lists debugging information in a form that is not known here")
     if "--write" in sys.argv:
         write(blocks, golden_path)
     found = list(faults(blocks, golden_path, names_path))

@@ -11,21 +11,8 @@ namespace {
 
 using namespace envelopes;
 
-struct PublicRecord {
-    PKCS_PubKey record = {};
-    PublicRecord() = default;
-    ~PublicRecord() { PKCS_FreePubKey(&record); }
-    PublicRecord(const PublicRecord&) = delete;
-    PublicRecord& operator=(const PublicRecord&) = delete;
-};
-
-struct PrivateRecord {
-    PKCS_PriKey record = {};
-    PrivateRecord() = default;
-    ~PrivateRecord() { PKCS_FreePriKey(&record); }
-    PrivateRecord(const PrivateRecord&) = delete;
-    PrivateRecord& operator=(const PrivateRecord&) = delete;
-};
+using PublicRecord = records::PublicKeyOutput;
+using PrivateRecord = records::PrivateKeyOutput;
 
 constexpr PKCS_Blob PKCS_PriKey::*kNumbers[] = {
     &PKCS_PriKey::modulus, &PKCS_PriKey::publicExponent, &PKCS_PriKey::privateExponent, &PKCS_PriKey::prime1,

@@ -25,15 +25,8 @@ constexpr int32_t kKeyMismatch = -1026;
 
 const char* const kSecret = "73 65 63 72 65 74";
 
-// A private key as an output, freed at its end.
-struct KeyOutput {
-    PKCS_PriKey record = {};
-    KeyOutput() = default;
-    ~KeyOutput() { PKCS_FreePriKey(&record); }
-    KeyOutput(const KeyOutput&) = delete;
-    KeyOutput& operator=(const KeyOutput&) = delete;
-
-    operator PKCS_PriKey*() { return &record; }
+// A private key as an output.
+struct KeyOutput : records::PrivateKeyOutput {
     [[nodiscard]] bool untouched() const {
         return record.modulus.data == nullptr && record.coefficient.data == nullptr;
     }

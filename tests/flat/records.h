@@ -50,6 +50,21 @@ struct List {
     }
 };
 
+// A key that a flat function gives.
+template <class Record, int32_t (*release)(Record*)>
+struct KeyOutput {
+    Record record = {};
+    KeyOutput() = default;
+    ~KeyOutput() { release(&record); }
+    KeyOutput(const KeyOutput&) = delete;
+    KeyOutput& operator=(const KeyOutput&) = delete;
+
+    operator Record*() { return &record; }
+    const Record* operator->() const { return &record; }
+};
+using PublicKeyOutput = KeyOutput<PKCS_PubKey, PKCS_FreePubKey>;
+using PrivateKeyOutput = KeyOutput<PKCS_PriKey, PKCS_FreePriKey>;
+
 // A private key's record; the numbers belong to this object.
 struct PrivateKey {
     std::array<Bytes, 8> numbers;

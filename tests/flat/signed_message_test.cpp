@@ -536,7 +536,7 @@ TEST_F(SignedMessageTest, WritingHasItsCodes) {
     std::uint8_t iv = 0;
     EXPECT_EQ(writeWith([&](Parts& parts) { parts.signature.iv = &iv; }), -1010) << "an empty IV";
     EXPECT_EQ(writeWith([](Parts& parts) { parts.key.record.prime1 = PKCS_Blob{}; }), -1003);
-    EXPECT_EQ(writeWith([](Parts& parts) { parts.key.parts[2].back() ^= 2; }), -14) << "numbers that do not fit";
+    EXPECT_EQ(writeWith([](Parts& parts) { parts.key.numbers[2].back() ^= 2; }), -14) << "numbers that do not fit";
     const List broken({"30 05 06"});
     EXPECT_EQ(writeWith([&](Parts& parts) { parts.certificates = broken.list; }), -1010);
     EXPECT_EQ(writeWith([&](Parts& parts) { parts.certificateLists = broken.list; }), -1010);
@@ -556,7 +556,7 @@ TEST_F(SignedMessageTest, FirstFaultIsTold) {
     late.certificates = broken.list;
     late.mode = 3;
     EXPECT_EQ(write(late), -1010) << "the list before the mode";
-    late.key.parts[2].back() ^= 2;
+    late.key.numbers[2].back() ^= 2;
     EXPECT_EQ(write(late), -14) << "the signature before the list";
 }
 

@@ -1,11 +1,12 @@
-// What the tests of the token functions share: key objects and public keys that free themselves, and a context on the
-// token of a recording module.
+// What the tests of the token functions share: key objects that free themselves, and a context on the token of a
+// recording module.
 #ifndef VT_TESTS_FLAT_TOKEN_CONTEXT_H
 #define VT_TESTS_FLAT_TOKEN_CONTEXT_H
 
 #include <gtest/gtest.h>
 
 #include "pki/flat/flat.h"
+#include "tests/flat/records.h"
 #include "tests/p11/recording_module.h"
 
 namespace tokens {
@@ -26,19 +27,7 @@ class KeyObject {
     VTPKCS_KeyObj* object_ = nullptr;
 };
 
-class PublicKey {
-  public:
-    PublicKey() = default;
-    ~PublicKey() { PKCS_FreePubKey(&record_); }
-    PublicKey(const PublicKey&) = delete;
-    PublicKey& operator=(const PublicKey&) = delete;
-
-    operator PKCS_PubKey*() { return &record_; }
-    const PKCS_PubKey* operator->() const { return &record_; }
-
-  private:
-    PKCS_PubKey record_ = {};
-};
+using PublicKey = records::PublicKeyOutput;
 
 class TokenTest : public testing::Test {
   protected:

@@ -14,18 +14,24 @@ import shutil
 import subprocess
 import sys
 
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "support"))
+from screen import Screen  # noqa: E402
+
 
 def main():
     host, plugin, work, wine = sys.argv[1:]
-    if shutil.which("xvfb-run") is None:
-        print("skipped: xvfb-run is not installed")
+    if shutil.which("Xvfb") is None:
+        print("skipped: Xvfb is not installed")
         return 77
     os.makedirs(work, exist_ok=True)
-    environment = dict(os.environ, VT_WINEPREFIX=os.path.join(work, "wine"), WINEPREFIX=os.path.join(work, "wine"))
+    screen = Screen()
+    environment = dict(os.environ, VT_WINEPREFIX=os.path.join(work, "wine"), WINEPREFIX=os.path.join(work, "wine"),
+                       DISPLAY=screen.name)
     picture = os.path.join(work, "window.bmp")
-    done = subprocess.run(["xvfb-run", "-a", wine, host, plugin], input=f"window 320 100\nsnapshot {picture}\n",
+    done = subprocess.run([wine, host, plugin], input=f"window 320 100\nsnapshot {picture}\n",
                           env=environment, capture_output=True, text=True, timeout=250, check=False)
     subprocess.run(["wineserver", "-w"], env=environment, timeout=60, check=False)
+    screen.stop()
     print(done.stdout, done.stderr)
     found = re.search(r"^snapshot (\{.*\})$", done.stdout, re.M)
     if done.returncode != 0 or not found:

@@ -93,7 +93,7 @@ def faults(programs, prefix):
             if done.stdout.splitlines() != ENGINE:
                 yield f"{program} prints {done.stdout}"
         elif language == "cpp":
-            expected = [f"serialNumber  INTEGER : {SERIAL}\n", f"serial: {SERIAL}\n"]
+            expected = [f"serialNumber  INTEGER : {SERIAL}\n", f"serial: {SERIAL}\n", "new number : 7\n"]
             expected += [f"={value}\n" for value in SUBJECT]
             yield from (f"{program} does not print {text!r}" for text in expected if text not in done.stdout)
         else:

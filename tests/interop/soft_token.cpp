@@ -7,7 +7,9 @@
 #include <fstream>
 #include <iterator>
 
+#include "crypto/pkcs11.h"
 #include "tests/support/der.h"
+#include "tests/token/operations.h"
 
 namespace interop {
 
@@ -16,20 +18,19 @@ using support::tool;
 using support::ToolResult;
 
 MiByte bytes(const Bytes& value) {
-    return {reinterpret_cast<const char*>(value.data()), static_cast<unsigned>(value.size())};
+    return operations::mi(value);
 }
 
 MiByte bytes(const std::string& text) {
-    return {text.data(), static_cast<unsigned>(text.size())};
+    return operations::mi(text);
 }
 
 Bytes bytesOf(const MiByte& value) {
-    const char* start = value.GetChars();
-    return {start, start + value.GetLength()};
+    return operations::bytesOf(value);
 }
 
 const unsigned char* text(const char* value) {
-    return reinterpret_cast<const unsigned char*>(value);
+    return operations::text(value);
 }
 
 VT_P11_SELECTION tokenSelection() {
@@ -41,59 +42,23 @@ VT_P11_SELECTION softwareSelection() {
 }
 
 VT_P11_Alg algorithm(int type, const Bytes& iv, int effectiveBits) {
-    VT_P11_Alg alg;
-    EXPECT_EQ(alg.setAlgType(type), 0);
-    if (!iv.empty()) {
-        EXPECT_EQ(alg.setIV(bytes(iv)), 0);
-    }
-    alg.setEffectiveBits(effectiveBits);
-    return alg;
+    return operations::algorithm(type, iv, effectiveBits);
 }
 
 VT_P11_Key labelled(int type, const char* label) {
-    VT_P11_Key key;
-    EXPECT_EQ(key.setKeyType(type), 0);
-    EXPECT_EQ(key.setTokenKeyLabel(text(label)), 0);
-    return key;
+    return operations::labelKey(label, type);
 }
-
-namespace {
-
-VT_PKCS11_BYTES number(rsakeys::Key& key, RsaItem item) {
-    return {key.items()[item].bytes, key.items()[item].length};
-}
-
-}  // namespace
 
 VT_P11_Key publicKey(const RsaKeyVector& vector) {
-    rsakeys::Key source(vector);
-    const VT_PKCS11_RSA_PUBLIC_KEY numbers = {number(source, RSA_MODULUS), number(source, RSA_PUBLIC_EXPONENT)};
-    VT_P11_Key key;
-    EXPECT_EQ(key.setKeyType(token::kRsaPublicKey), 0);
-    EXPECT_EQ(key.setPublicKey(&numbers), 0);
-    return key;
+    return operations::publicKey(vector.items);
 }
 
 VT_P11_Key privateKey(const RsaKeyVector& vector) {
-    rsakeys::Key source(vector);
-    const VT_PKCS11_RSA_PRIVATE_KEY numbers = {
-        number(source, RSA_MODULUS),    number(source, RSA_PUBLIC_EXPONENT), number(source, RSA_PRIVATE_EXPONENT),
-        number(source, RSA_PRIME_1),    number(source, RSA_PRIME_2),         number(source, RSA_EXPONENT_1),
-        number(source, RSA_EXPONENT_2), number(source, RSA_COEFFICIENT)};
-    VT_P11_Key key;
-    EXPECT_EQ(key.setKeyType(token::kRsaPrivateKey), 0);
-    EXPECT_EQ(key.setPrivateKey(&numbers), 0);
-    return key;
+    return operations::privateKey(vector.items);
 }
 
 VT_P11_Key sessionKey(int type, const Bytes& key) {
-    Bytes copy = key;
-    const VT_PKCS11_SESSION_KEY value = {{copy.data(), static_cast<std::uint32_t>(copy.size())},
-                                         static_cast<std::int32_t>(copy.size())};
-    VT_P11_Key made;
-    EXPECT_EQ(made.setKeyType(type), 0);
-    EXPECT_EQ(made.setSessionKey(&value), 0);
-    return made;
+    return operations::sessionKey(type, key);
 }
 
 SoftTokens::SoftTokens(const std::vector<std::string>& labels) {

@@ -1,10 +1,12 @@
 // A function of NSS that fails: the call tells it, and keys and certificates are as they were.
+#include <algorithm>
 #include <memory>
 #include <type_traits>
 #include <vector>
 
 #include "platform/nss/loader.h"
 #include "tests/platform/nss_store_fixture.h"
+#include "tests/support/der.h"
 
 using namespace nss_test;
 using platform::nss::Functions;
@@ -58,6 +60,20 @@ template <SECStatus Result>
 SECStatus checkPin(PK11SlotInfo* /*slot*/, const char* pin) {
     typedPin = pin;
     return Result;
+}
+
+// Gives a key of 512 bits whose first prime is a byte longer than half of that.
+SECStatus decryptToUnequalPrimes(PK11SymKey* /*key*/, CK_MECHANISM_TYPE /*mechanism*/, SECItem* /*parameter*/,
+                                 unsigned char* out, unsigned int* length, unsigned int /*capacity*/,
+                                 const unsigned char* /*encrypted*/, unsigned int /*size*/) {
+    const auto number = [](std::size_t bytes) { return der::tlv(0x02, Bytes(bytes, 0x11)); };
+    const Bytes rsa = der::sequence({der::integer(0), number(64), der::integer(65537), number(64), number(33),
+                                     number(31), number(33), number(31), number(33)});
+    const Bytes info =
+        der::sequence({der::integer(0), der::sequence({der::oid({1, 2, 840, 113549, 1, 1, 1})}), der::tlv(0x04, rsa)});
+    std::copy(info.begin(), info.end(), out);
+    *length = static_cast<unsigned int>(info.size());
+    return SECSuccess;
 }
 
 template <auto Function, class Call>
@@ -118,6 +134,11 @@ TEST_F(nss_failure_test, APrivateKeyThatCannotBeWrappedIsNotExported) {
     EXPECT_EQ(errorWithout<&Functions::PK11_WrapPrivKey>(exported), NTE_BAD_KEY_STATE);
     EXPECT_EQ(errorWithout<&Functions::PK11_Decrypt>(exported), NTE_BAD_KEY_STATE);
     EXPECT_EQ(errorWithout<&Functions::PK11_ReadRawAttribute>(exported), NTE_BAD_KEY_STATE);
+    EXPECT_EQ(blob, Bytes(308, 0x55));
+    {
+        const Replaced<&Functions::PK11_Decrypt> unequal(decryptToUnequalPrimes);
+        EXPECT_EQ(errorOf(exported), NTE_BAD_KEY_STATE) << "the blob has no room for such primes";
+    }
     EXPECT_EQ(blob, Bytes(308, 0x55));
     EXPECT_EQ(errorOf(exported), 0u);
 }

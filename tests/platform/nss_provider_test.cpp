@@ -73,6 +73,14 @@ TEST_F(nss_provider_test, EachHomeHasItsDatabase) {
     EXPECT_EQ(acquireError("first", kDatabaseProvider, PROV_RSA_FULL, 0), 0u);
 }
 
+TEST_F(nss_provider_test, EmptyHomeMakesNoDatabaseAtTheRoot) {
+    struct stat status = {};
+    const bool wasThere = stat("/.pki", &status) == 0;
+    setenv("HOME", "", 1);
+    EXPECT_EQ(acquireError("c", kDatabaseProvider, PROV_RSA_FULL, CRYPT_NEWKEYSET), NTE_FAIL);
+    EXPECT_EQ(stat("/.pki", &status) == 0, wasThere);
+}
+
 TEST_F(nss_provider_test, HomeWithoutRoomForADatabaseFails) {
     setenv("HOME", "/proc", 1);
     DWORD type = 0;

@@ -11,7 +11,6 @@ namespace {
 using platform::capi;
 using support::Bytes;
 using support::hex;
-using win32::derOf;
 using win32::find;
 using win32::kEncoding;
 using win32::kFirst;

@@ -8,7 +8,6 @@
 
 namespace {
 
-using platform::capi;
 using support::Bytes;
 using win32::Container;
 

@@ -156,20 +156,7 @@ TEST_F(hostile, EveryKindOfValueInEveryPlaceIsADocumentedAnswer) {
                                       Value::nullText(1),
                                       Value::nullText(std::numeric_limits<std::uint32_t>::max()),
                                       Value::object(page.object())};
-    const char* methods[] = {"genP10",
-                             "genP10_exp_withdn",
-                             "setCSP",
-                             "listCSP",
-                             "writeClientCert",
-                             "writeClientCert_noprotect",
-                             "writeClientCert_exp_X509",
-                             "SetHashAlgorithm",
-                             "getVersion",
-                             "deleteCert",
-                             "IsCertExist",
-                             "CheckCertValid",
-                             "leavingMostRecentCert"};
-    for (const char* method : methods) {
+    for (const char* method : kMethodNames) {
         for (const Value& first : kinds) {
             for (const Value& second : kinds) {
                 const std::vector<std::vector<Value>> lists = {

@@ -54,20 +54,7 @@ TEST_F(methods, AnUnknownNameIsAnError) {
 }
 
 TEST_F(methods, ANullArgumentArrayIsAnErrorForAll) {
-    const char* names[] = {"genP10",
-                           "genP10_exp_withdn",
-                           "setCSP",
-                           "listCSP",
-                           "writeClientCert",
-                           "writeClientCert_noprotect",
-                           "writeClientCert_exp_X509",
-                           "SetHashAlgorithm",
-                           "getVersion",
-                           "deleteCert",
-                           "IsCertExist",
-                           "CheckCertValid",
-                           "leavingMostRecentCert"};
-    for (const char* name : names) {
+    for (const char* name : kMethodNames) {
         for (std::uint32_t count = 0; count < 4; ++count) {
             NPVariant result = {};
             EXPECT_FALSE(

@@ -19,6 +19,21 @@ inline host::EntryPoints linkedEntryPoints() {
     return {NP_GetEntryPoints, NP_Initialize, NP_Shutdown};
 }
 
+// The methods of the script object.
+inline constexpr const char* kMethodNames[] = {"genP10",
+                                               "genP10_exp_withdn",
+                                               "setCSP",
+                                               "listCSP",
+                                               "writeClientCert",
+                                               "writeClientCert_noprotect",
+                                               "writeClientCert_exp_X509",
+                                               "SetHashAlgorithm",
+                                               "getVersion",
+                                               "deleteCert",
+                                               "IsCertExist",
+                                               "CheckCertValid",
+                                               "leavingMostRecentCert"};
+
 // The settings as a freshly loaded module has them.
 inline void resetSettings() {
     enrol::forgetProvider();

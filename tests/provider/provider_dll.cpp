@@ -78,9 +78,8 @@ void appendTo(const std::string& path, const void* data, std::size_t size, DWORD
 
 void log(const char* entryPoint, DWORD subject, bool ok, DWORD error) {
     const std::string folder = variable(support::kTestProviderFolderVariable);
-    if (folder.empty()) {
+    if (folder.empty())
         return;
-    }
     std::array<char, 128> line{};
     const int length =
         ok ? std::snprintf(line.data(), line.size(), "%s(%lu) ok\n", entryPoint, subject)
@@ -115,45 +114,38 @@ std::string containerOf(HCRYPTPROV provider) {
 // The length of the DER element at data, by its own header; 0 when it is no SEQUENCE of a sensible size. The call
 // carries no length.
 std::size_t elementSize(const BYTE* data) {
-    if (data == nullptr || data[0] != 0x30) {
+    if (data == nullptr || data[0] != 0x30)
         return 0;
-    }
     if (data[1] < 0x80) {
         return std::size_t{2} + data[1];
     }
     const std::size_t digits = data[1] & 0x7Fu;
-    if (digits == 0 || digits > 3) {
+    if (digits == 0 || digits > 3)
         return 0;
-    }
     std::size_t length = 0;
-    for (std::size_t i = 0; i < digits; ++i) {
+    for (std::size_t i = 0; i < digits; ++i)
         length = length << 8 | data[2 + i];
-    }
     return 2 + digits + length;
 }
 
 BOOL keepCertificate(HCRYPTPROV provider, const BYTE* der) {
     const std::size_t size = elementSize(der);
-    if (size == 0) {
+    if (size == 0)
         return fail(NTE_BAD_DATA);
-    }
     const std::string folder = variable(support::kTestProviderFolderVariable);
-    if (!folder.empty()) {
+    if (!folder.empty())
         appendTo(support::certificateFileOf(folder, containerOf(provider)), der, size, CREATE_ALWAYS);
-    }
     return TRUE;
 }
 
 BOOL giveName(HCRYPTPROV provider, BYTE* data, DWORD* size) {
     const std::string& name = names()[provider];
     const DWORD capacity = *size;
-    *size = static_cast<DWORD>(name.size() + 1);
-    if (data == nullptr) {
+    *size = static_cast<DWORD>(name.size()) + 1;
+    if (data == nullptr)
         return TRUE;
-    }
-    if (capacity < *size) {
+    if (capacity < *size)
         return fail(ERROR_MORE_DATA);
-    }
     name.copy(reinterpret_cast<char*>(data), name.size());
     data[name.size()] = 0;
     return TRUE;
@@ -163,12 +155,10 @@ BOOL giveName(HCRYPTPROV provider, BYTE* data, DWORD* size) {
 
 VT_ENTRY CPAcquireContext(HCRYPTPROV* provider, LPSTR container, DWORD flags, const ProviderTable* table) {
     return answer("CPAcquireContext", flags, [&] {
-        if (CryptAcquireContextA(provider, container, kBuiltIn, PROV_RSA_FULL, flags) == 0) {
+        if (CryptAcquireContextA(provider, container, kBuiltIn, PROV_RSA_FULL, flags) == 0)
             return FALSE;
-        }
-        if ((flags & CRYPT_DELETEKEYSET) == 0) {
+        if ((flags & CRYPT_DELETEKEYSET) == 0)
             names()[*provider] = table != nullptr && table->name != nullptr ? table->name : support::kTestProviderName;
-        }
         return TRUE;
     });
 }

@@ -14,7 +14,7 @@ namespace support {
 namespace {
 
 std::string keyOf(const std::string& provider) {
-    return "Software\\Microsoft\\Cryptography\\Defaults\\Provider\\" + provider;
+    return R"(Software\Microsoft\Cryptography\Defaults\Provider\)" + provider;
 }
 
 std::string besideProgram(const char* file) {
@@ -29,9 +29,8 @@ std::string makeFolder() {
     std::array<char, MAX_PATH> path{};
     GetTempPathA(root.size(), root.data());
     if (GetTempFileNameA(root.data(), "vtp", 0, path.data()) == 0 || DeleteFileA(path.data()) == 0 ||
-        CreateDirectoryA(path.data(), nullptr) == 0) {
+        CreateDirectoryA(path.data(), nullptr) == 0)
         throw std::runtime_error("no temporary folder for the test provider");
-    }
     return path.data();
 }
 
@@ -49,7 +48,7 @@ void removeFolder(const std::string& folder) {
 
 bool setText(HKEY key, const char* name, const std::string& text) {
     return RegSetValueExA(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(text.c_str()),
-                          static_cast<DWORD>(text.size() + 1)) == ERROR_SUCCESS;
+                          static_cast<DWORD>(text.size()) + 1) == ERROR_SUCCESS;
 }
 
 bool setNumber(HKEY key, const char* name, DWORD number) {
@@ -60,15 +59,13 @@ bool setNumber(HKEY key, const char* name, DWORD number) {
 void registerProvider(const std::string& name) {
     HKEY key = nullptr;
     if (RegCreateKeyExA(HKEY_LOCAL_MACHINE, keyOf(name).c_str(), 0, nullptr, 0, KEY_WRITE, nullptr, &key, nullptr) !=
-        ERROR_SUCCESS) {
+        ERROR_SUCCESS)
         throw std::runtime_error("the registry does not take the test provider");
-    }
     const bool written = setText(key, "Image Path", besideProgram(kTestProviderFile)) &&
                          setNumber(key, "Type", PROV_RSA_FULL) && setNumber(key, "SigInFile", 0);
     RegCloseKey(key);
-    if (!written) {
+    if (!written)
         throw std::runtime_error("the registry does not take the test provider's values");
-    }
 }
 
 }  // namespace
@@ -101,9 +98,8 @@ void TestProvider::succeed() {
 std::vector<std::string> TestProvider::calls() const {
     std::ifstream log(callLogOf(folder_));
     std::vector<std::string> lines;
-    for (std::string line; std::getline(log, line);) {
+    for (std::string line; std::getline(log, line);)
         lines.push_back(line);
-    }
     return lines;
 }
 

@@ -90,6 +90,11 @@ class SetupTest(unittest.TestCase):
         self.assertEqual((1, ""), (result.returncode, log))
         self.assertIn("no such group: everything", result.stderr)
 
+    def test_an_unknown_option_shows_how_it_is_called(self):
+        result, log = self.run_setup("--help", MISSING="cmake")
+        self.assertEqual((2, ""), (result.returncode, log))
+        self.assertIn("scripts/setup.sh [--list] [group]...", result.stdout)
+
     def test_lists_a_group_without_installing(self):
         result, log = self.run_setup("--list", "fuzz", MISSING="clang")
         self.assertEqual((0, ""), (result.returncode, log))

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "tests/support/replace.h"
+
 namespace support {
 namespace {
 
@@ -20,17 +22,6 @@ const CryptoApi& before(const CryptoApi* /*kind*/) {
 const SystemApi& before(const SystemApi* /*kind*/) {
     return theSystem;
 }
-template <class Table>
-Table& tableNamed();
-template <>
-CryptoApi& tableNamed<CryptoApi>() {
-    return platform::replaceableCryptoApi();
-}
-template <>
-SystemApi& tableNamed<SystemApi>() {
-    return platform::replaceableSystemApi();
-}
-
 void opened(const char* kind, ULONG_PTR handle) {
     CallPlan::current->opened(kind, handle);
 }
@@ -251,9 +242,10 @@ struct Wrapper<Entry, kKind, kName> {
 #undef VT_ERROR
 
 void wrapAll() {
-#define VT_ENTRY(table, entry) tableNamed<table>().entry = Wrapper<&table::entry, Kind::ordinary, kNameOf##entry>::call;
+#define VT_ENTRY(table, entry) \
+    tableOf(static_cast<table*>(nullptr)).entry = Wrapper<&table::entry, Kind::ordinary, kNameOf##entry>::call;
 #define VT_RELEASE(table, entry) \
-    tableNamed<table>().entry = Wrapper<&table::entry, Kind::release, kNameOf##entry>::call;
+    tableOf(static_cast<table*>(nullptr)).entry = Wrapper<&table::entry, Kind::release, kNameOf##entry>::call;
 #define VT_ERROR(table, entry)
 #include "tests/support/table_entries.def"
 #undef VT_ENTRY

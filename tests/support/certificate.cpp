@@ -2,8 +2,13 @@
 
 #include <stdexcept>
 
+#include "tests/support/der.h"
+
 namespace support {
 namespace {
+
+using der::join;
+using der::tlv;
 
 Bytes bytesOf(const std::string& text) {
     return {text.begin(), text.end()};
@@ -29,12 +34,12 @@ Bytes component(const std::string& text) {
     // A country is a PrintableString and a mail address an IA5String; the others are UTF8String.
     const std::uint8_t kind = key == "C" ? 0x13 : (key == "E" ? 0x16 : 0x0C);
     const Bytes value = tlv(kind, bytesOf(text.substr(equals + 1)));
-    return tlv(0x31, tlv(0x30, joined({attributeType(key), value})));
+    return tlv(0x31, tlv(0x30, join({attributeType(key), value})));
 }
 
 Bytes publicKeyInfo(const Bytes& publicBlob) {
     const Bytes algorithm = hex("30 0D 06 09 2A 86 48 86 F7 0D 01 01 01 05 00");
-    return tlv(0x30, joined({algorithm, tlv(0x03, joined({{0}, rsaPublicKeyDer(publicBlob)}))}));
+    return tlv(0x30, join({algorithm, tlv(0x03, join({{0}, rsaPublicKeyDer(publicBlob)}))}));
 }
 
 }  // namespace
@@ -43,7 +48,7 @@ Bytes nameDer(const std::string& name) {
     Bytes components;
     for (std::size_t at = 0; at < name.size();) {
         const std::size_t end = std::min(name.find(", ", at), name.size());
-        components = joined({components, component(name.substr(at, end - at))});
+        components = join({components, component(name.substr(at, end - at))});
         at = end + 2;
     }
     return tlv(0x30, components);
@@ -52,18 +57,20 @@ Bytes nameDer(const std::string& name) {
 Bytes makeCertificate(const CertificateParts& parts) {
     const Bytes algorithm = hex("30 0D 06 09 2A 86 48 86 F7 0D 01 01 05 05 00");
     const Bytes validity =
-        tlv(0x30, joined({tlv(0x18, bytesOf(parts.notBefore)), tlv(0x18, bytesOf("20991231235959Z"))}));
+        tlv(0x30, join({tlv(0x18, bytesOf(parts.notBefore)), tlv(0x18, bytesOf("20991231235959Z"))}));
     const Bytes tbs =
-        tlv(0x30, joined({parts.version ? hex("A0 03 02 01 02") : Bytes(), tlv(0x02, parts.serial), algorithm,
-                          nameDer(parts.issuer), validity, nameDer(parts.subject), publicKeyInfo(parts.publicBlob)}));
-    return tlv(0x30, joined({tbs, algorithm, tlv(0x03, joined({{0}, Bytes(128, 0x5A)}))}));
+        tlv(0x30, join({parts.version ? hex("A0 03 02 01 02") : Bytes(), tlv(0x02, parts.serial), algorithm,
+                        nameDer(parts.issuer), validity, nameDer(parts.subject), publicKeyInfo(parts.publicBlob)}));
+    return tlv(0x30, join({tbs, algorithm, tlv(0x03, join({{0}, Bytes(128, 0x5A)}))}));
 }
 
 Bytes certificatesOnly(const std::vector<Bytes>& certificates) {
+    Bytes all;
+    for (const Bytes& certificate : certificates)
+        all = join({all, certificate});
     const Bytes data = tlv(0x30, hex("06 09 2A 86 48 86 F7 0D 01 07 01"));
-    const Bytes content =
-        tlv(0x30, joined({hex("02 01 01"), hex("31 00"), data, tlv(0xA0, joined(certificates)), hex("31 00")}));
-    return tlv(0x30, joined({hex("06 09 2A 86 48 86 F7 0D 01 07 02"), tlv(0xA0, content)}));
+    const Bytes content = tlv(0x30, join({hex("02 01 01"), hex("31 00"), data, tlv(0xA0, all), hex("31 00")}));
+    return tlv(0x30, join({hex("06 09 2A 86 48 86 F7 0D 01 07 02"), tlv(0xA0, content)}));
 }
 
 std::string base64(const Bytes& bytes) {

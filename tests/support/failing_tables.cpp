@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/replace.h"
+
 namespace support {
 namespace {
 
@@ -45,22 +47,11 @@ enum Index : int {
 #undef VT_ERROR
 };
 
-template <class Table>
-Table& tableNamed();
-template <>
-CryptoApi& tableNamed<CryptoApi>() {
-    return platform::replaceableCryptoApi();
-}
-template <>
-SystemApi& tableNamed<SystemApi>() {
-    return platform::replaceableSystemApi();
-}
-
 }  // namespace
 
 FailingTables::FailingTables()
     : cryptoBefore_(platform::replaceableCryptoApi()), systemBefore_(platform::replaceableSystemApi()) {
-#define VT_ENTRY(table, entry) refuse<k##entry>(tableNamed<table>().entry);
+#define VT_ENTRY(table, entry) refuse<k##entry>(tableOf(static_cast<table*>(nullptr)).entry);
 #define VT_RELEASE(table, entry) VT_ENTRY(table, entry)
 #define VT_ERROR(table, entry) VT_ENTRY(table, entry)
 #include "tests/support/table_entries.def"

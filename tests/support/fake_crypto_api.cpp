@@ -6,10 +6,14 @@
 #include <cstdint>
 #include <cstring>
 
+#include "tests/support/der.h"
 #include "tests/support/fake_system_api.h"
 
 namespace support {
 namespace {
+
+using der::join;
+using der::tlv;
 
 constexpr std::size_t kBlobHeader = 20;
 constexpr char kPrivateTail[] = "DE AD BE EF";
@@ -313,21 +317,21 @@ BOOL WINAPI encodeObjectEx(DWORD encoding, LPCSTR type, const void* info, DWORD 
         return FALSE;
     }
     const auto* name = static_cast<const CERT_NAME_INFO*>(info);
-    std::vector<Bytes> rdns;
+    Bytes rdns;
     for (DWORD i = 0; i < name->cRDN; ++i) {
-        std::vector<Bytes> attributes;
+        Bytes attributes;
         for (DWORD j = 0; j < name->rgRDN[i].cRDNAttr; ++j) {
             const CERT_RDN_ATTR& attr = name->rgRDN[i].rgRDNAttr[j];
             Bytes value(attr.Value.pbData, attr.Value.pbData + attr.Value.cbData);
             if (attr.dwValueType == CERT_RDN_PRINTABLE_STRING && !isPrintable(value))
                 return fail(CRYPT_E_INVALID_PRINTABLE_STRING);
             const bool printable = attr.dwValueType == CERT_RDN_PRINTABLE_STRING;
-            attributes.push_back(tlv(0x30, joined({oidElement(attr.pszObjId),
-                                                   printable ? tlv(0x13, value) : tlv(0x0C, utf8Value(attr.Value))})));
+            const Bytes text = printable ? tlv(0x13, value) : tlv(0x0C, utf8Value(attr.Value));
+            attributes = join({attributes, der::sequence({oidElement(attr.pszObjId), text})});
         }
-        rdns.push_back(tlv(0x31, joined(attributes)));
+        rdns = join({rdns, tlv(0x31, attributes)});
     }
-    return deliver(tlv(0x30, joined(rdns)), encoded, size);
+    return deliver(tlv(0x30, rdns), encoded, size);
 }
 
 }  // namespace
@@ -400,7 +404,7 @@ Bytes fakePublicBlob(DWORD bits, DWORD exponent) {
 }
 
 Bytes fakePrivateBlob(const Bytes& publicBlob) {
-    Bytes blob = joined({publicBlob, hex(kPrivateTail)});
+    Bytes blob = join({publicBlob, hex(kPrivateTail)});
     blob[0] = PRIVATEKEYBLOB;
     blob[11] = '2';
     return blob;
@@ -430,29 +434,7 @@ Bytes rsaPublicKeyDer(const Bytes& publicBlob) {
     const auto from = publicBlob.rend() - static_cast<std::ptrdiff_t>(kBlobHeader);
     const Bytes modulus(publicBlob.rbegin(), from);
     const Bytes exponent(from, from + 4);
-    return tlv(0x30, joined({integer(modulus), integer(exponent)}));
-}
-
-Bytes tlv(std::uint8_t identifier, const Bytes& content) {
-    Bytes element = {identifier};
-    if (content.size() < 0x80) {
-        element.push_back(static_cast<std::uint8_t>(content.size()));
-    } else {
-        Bytes length;
-        for (std::size_t rest = content.size(); rest != 0; rest >>= 8)
-            length.insert(length.begin(), static_cast<std::uint8_t>(rest));
-        element.push_back(static_cast<std::uint8_t>(0x80 | length.size()));
-        element.insert(element.end(), length.begin(), length.end());
-    }
-    element.insert(element.end(), content.begin(), content.end());
-    return element;
-}
-
-Bytes joined(const std::vector<Bytes>& parts) {
-    Bytes all;
-    for (const Bytes& part : parts)
-        all.insert(all.end(), part.begin(), part.end());
-    return all;
+    return der::sequence({integer(modulus), integer(exponent)});
 }
 
 }  // namespace support

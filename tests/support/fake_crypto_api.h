@@ -96,10 +96,6 @@ Bytes fakeSignature(DWORD bits, ALG_ID alg, const Bytes& hashed);
 // rsaPublicKeyDer: the RSAPublicKey of PKCS#1 for a blob.
 Bytes rsaPublicKeyDer(const Bytes& publicBlob);
 
-// tlv: one DER element.
-Bytes tlv(std::uint8_t identifier, const Bytes& content);
-Bytes joined(const std::vector<Bytes>& parts);
-
 }  // namespace support
 
 #endif

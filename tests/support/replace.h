@@ -14,6 +14,7 @@
 
 namespace support {
 
+// The table of that kind.
 inline platform::CryptoApi& tableOf(platform::CryptoApi* /*kind*/) {
     return platform::replaceableCryptoApi();
 }

@@ -78,7 +78,9 @@ class ManTest(unittest.TestCase):
         pages = sorted(glob.glob(os.path.join(PAGES, "*.[17]")))
         self.assertGreater(len(pages), len(PROGRAMS))
         lint = subprocess.run(["mandoc", "-T", "lint", "-W", "warning", *pages], capture_output=True, text=True, check=False)
-        self.assertEqual("", lint.stdout + lint.stderr)
+        # The machine's clock may be behind the day that a page was written.
+        complaints = [line for line in (lint.stdout + lint.stderr).splitlines() if "date in the future" not in line]
+        self.assertEqual([], complaints)
 
     def test_each_program_has_a_page_and_each_page_of_section_1_a_program(self):
         self.assertEqual(sorted(PROGRAMS), sorted(name[:-2] for name in os.listdir(PAGES) if name.endswith(".1")))
@@ -88,7 +90,8 @@ class ManTest(unittest.TestCase):
             with self.subTest(name):
                 known = set(OPTION.findall(help_of(name)))
                 self.assertLess({"--help"}, known)
-                self.assertEqual(known | {"-h"}, flags(page(name + ".1")))
+                self.assertIn("-h", known)
+                self.assertEqual(known, flags(page(name + ".1")))
                 text = subprocess.run([PROGRAMS[name], "-h"], capture_output=True, check=True, text=True).stdout
                 self.assertEqual(help_of(name), text)
 

@@ -244,6 +244,20 @@ class VtprintTest(unittest.TestCase):
             self.expect(vtprint(*arguments, given=given), 1, head + text,
                         "vtprint: standard input: 3 bytes behind the end\n")
 
+    def test_an_inside_that_does_not_decode_is_told_after_the_value(self):
+        content_type = bytes.fromhex("06092a864886f70d010702")  # signedData
+        for content, words in ((bytes.fromhex("3003020105"), "no SignedData: the elements are not those of the type"),
+                               (bytes.fromhex("30040201057f"), "no SignedData: ")):
+            inner = b"\xa0" + bytes([len(content)]) + content
+            given = b"\x30" + bytes([len(content_type + inner)]) + content_type + inner
+            result = vtprint(given=given)
+            self.assertEqual(result.status, 1)
+            self.assertRegex(result.out, r"\AContentInfo\n")
+            self.assertNotIn("SignedData\n", result.out)
+            self.assertTrue(result.err.startswith(
+                "vtprint: standard input: what is inside cannot be printed: " + words), result.err)
+            self.assertEqual(len(result.err.splitlines()), 1)
+
     def test_bad_pem(self):
         block = pem("CERTIFICATE", data("certificate.der")).decode()
         lines = block.split("\n")

@@ -275,6 +275,13 @@ std::vector<Block> findBlocks(const std::string& input) {
     return {Block{input, {}, 0, {}}};
 }
 
+std::string firstDer(const std::string& input) {
+    const std::vector<Block> blocks = findBlocks(input);
+    if (!blocks.front().fault.empty())
+        throw InputError(blocks.front().fault);
+    return blocks.front().der;
+}
+
 std::size_t elementLength(const std::string& der) {
     const auto byteAt = [&](std::size_t i) {
         if (i >= der.size())

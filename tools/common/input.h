@@ -31,6 +31,9 @@ std::string readInput(const std::string& file);
 // holds neither.
 std::vector<Block> findBlocks(const std::string& input);
 
+// The DER of the first block. InputError for its fault, and as findBlocks gives it.
+std::string firstDer(const std::string& input);
+
 // The length of the first element of DER as its header tells it, which may be more than there is. InputError where
 // there is no whole header, or one that is not DER.
 std::size_t elementLength(const std::string& der);

@@ -1,6 +1,7 @@
 #include "tools/common/keys.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "asn/integer.h"
 #include "asn/octet_string.h"
@@ -8,18 +9,15 @@
 #include "pki/certificate.h"
 #include "schema/pkcs.h"
 #include "schema/x509.h"
+#include "tools/common/bytes.h"
+#include "tools/common/program.h"
 #include "tools/common/types.h"
 
 namespace tools {
 
 namespace {
 
-constexpr const char* kRsaEncryption = "1.2.840.113549.1.1.1";
 constexpr char kEncrypted[] = "the key is encrypted; `openssl pkcs8 -in FILE -out PLAIN` decrypts it";
-
-std::string text(const MiByte& bytes) {
-    return bytes.Empty() ? std::string() : std::string(bytes.GetChars(), bytes.GetLength());
-}
 
 template <typename T>
 const T& as(const Value& value) {
@@ -47,7 +45,7 @@ std::string innerKey(const PrivateKeyInfo& info) {
         throw InputError("the PKCS#8 key is not whole");
     if (algorithm->GetAlgorithm()->GetData() != kRsaEncryption)
         throw InputError("the key is no RSA key, and no other is supported");
-    return text(info.GetPrivateKey()->GetData());
+    return textOf(info.GetPrivateKey()->GetData());
 }
 
 // A file that is not PEM does not say which of the two it holds.
@@ -71,7 +69,7 @@ MiBigInteger numberOf(const AsnInteger* number) {
 // A node is a label of four characters, "=" and the value: " CN =Root".
 std::string named(const MiByte& node) {
     constexpr std::size_t kLabel = 4;
-    const std::string whole = text(node);
+    const std::string whole = textOf(node);
     std::string label = whole.substr(0, kLabel);
     label.erase(std::remove(label.begin(), label.end(), ' '), label.end());
     return label + whole.substr(kLabel);
@@ -93,9 +91,21 @@ std::vector<std::string> readDer(const std::string& file, const std::string& lab
     return found;
 }
 
+std::string readCertificate(const std::string& file) {
+    return from(file, [](const std::string& name) { return readDer(name, "CERTIFICATE").front(); });
+}
+
+std::vector<std::string> readAll(const std::vector<std::string>& files, const std::string& label) {
+    std::vector<std::string> all;
+    for (const std::string& file : files)
+        for (std::string& der : from(file, [&](const std::string& name) { return readDer(name, label); }))
+            all.push_back(std::move(der));
+    return all;
+}
+
 std::string subjectOf(const std::string& der) {
     VT_Certificate certificate;
-    certificate.setCertificate(MiByte(der.data(), static_cast<unsigned int>(der.size())));
+    certificate.setCertificate(bytesOf(der));
     int total = 0;
     certificate.getSubjectsTotal(total);
     std::string subject;
@@ -110,7 +120,7 @@ std::string subjectOf(const std::string& der) {
 }
 
 std::string magnitude(const MiBigInteger& number) {
-    const std::string bytes = text(number.GetByte());
+    const std::string bytes = textOf(number.GetByte());
     const std::size_t first = bytes.find_first_not_of('\0');
     return first == std::string::npos ? std::string() : bytes.substr(first);
 }

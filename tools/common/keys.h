@@ -12,9 +12,18 @@
 
 namespace tools {
 
+// The identifier of RSA keys, in PKCS#8 and elsewhere.
+inline constexpr char kRsaEncryption[] = "1.2.840.113549.1.1.1";
+
 // The DER of each block of a file, in its order; label is what PEM calls them ("CERTIFICATE"), and blocks of another
 // label are passed over. InputError for a file without any, and for a block that cannot be read.
 std::vector<std::string> readDer(const std::string& file, const std::string& label);
+
+// The first certificate of a file that an option names. The InputError names the file.
+std::string readCertificate(const std::string& file);
+
+// All blocks of that label, in all files that an option names. The InputError names the file.
+std::vector<std::string> readAll(const std::vector<std::string>& files, const std::string& label);
 
 // The subject of a certificate on one line, without what a terminal would act on: "O=Vemtrel, CN=Root".
 std::string subjectOf(const std::string& der);

@@ -13,6 +13,7 @@
 #include "foundation/exceptions.h"
 #include "schema/pkcs.h"
 #include "schema/registry.h"
+#include "tools/common/bytes.h"
 
 namespace tools {
 
@@ -86,10 +87,6 @@ const char* typeFor(const LabelledType (&table)[N], const char* label) {
         return std::strcmp(entry.label, label) == 0;
     });
     return found == std::end(table) ? nullptr : found->type;
-}
-
-MiByte bytesOf(const std::string& der) {
-    return {der.data(), static_cast<unsigned int>(der.size())};
 }
 
 // Calls decode and puts what it throws into words.
@@ -176,30 +173,32 @@ void addMessage(std::vector<Value>& out, const ContentInfo& info) {
     if (type == nullptr)
         return;
     Value value{type, std::unique_ptr<AsnObject>(AsnMakeSchemaObject(type))};
-    info.GetContent()->GetDerObject(value.object.get());
+    inWords(type, [&] { info.GetContent()->GetDerObject(value.object.get()); });
     out.push_back(std::move(value));
 }
 
-// The list in a ContentInfo of plain data, null if it has none.
+// The list of that name in a ContentInfo of plain data, null if it has none.
 template <class T>
-std::unique_ptr<AsnSequenceOf<T>> listIn(const ContentInfo& info) {
+std::unique_ptr<AsnSequenceOf<T>> listIn(const ContentInfo& info, const char* name) {
     if (!hasContentType(info, kData) || info.GetContent() == nullptr)
         return nullptr;
     auto list = std::make_unique<AsnSequenceOf<T>>();
-    list->DerDecode(info.GetContent()->GetData(), 0);
+    inWords(name, [&] { list->DerDecode(info.GetContent()->GetData(), 0); });
     return list;
 }
 
 void addSafes(std::vector<Value>& out, const ContentInfo& authSafe) {
-    auto safes = listIn<ContentInfo>(authSafe);
+    constexpr char kSafes[] = "AuthenticatedSafe";
+    constexpr char kBags[] = "SafeContents";
+    auto safes = listIn<ContentInfo>(authSafe, kSafes);
     if (safes == nullptr)
         return;
     const AsnSequenceOf<ContentInfo>& list = *safes;
-    out.push_back({"AuthenticatedSafe", std::move(safes)});
+    out.push_back({kSafes, std::move(safes)});
     for (unsigned int i = 0; i < list.Size(); ++i) {
         addMessage(out, *list.Get(i));
-        if (auto bags = listIn<SafeBag>(*list.Get(i)))
-            out.push_back({"SafeContents", std::move(bags)});
+        if (auto bags = listIn<SafeBag>(*list.Get(i), kBags))
+            out.push_back({kBags, std::move(bags)});
     }
 }
 
@@ -232,8 +231,9 @@ Value decodeFound(const Block& block) {
     throw InputError("fits none of the types that are tried; name one with --type");
 }
 
-std::vector<Value> insideOf(const Value& value) {
+std::vector<Value> insideOf(const Value& value, std::string& fault) {
     std::vector<Value> out;
+    fault.clear();
     try {
         if (const auto* info = dynamic_cast<const ContentInfo*>(value.object.get()))
             addMessage(out, *info);
@@ -242,7 +242,8 @@ std::vector<Value> insideOf(const Value& value) {
             addMessage(out, *pfx->GetAuthSafe());
             addSafes(out, *pfx->GetAuthSafe());
         }
-    } catch (const MiException&) {
+    } catch (const InputError& error) {
+        fault = error.what();
     }
     return out;
 }

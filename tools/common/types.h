@@ -25,8 +25,9 @@ Value decodeAs(const std::string& type, const std::string& der);
 Value decodeFound(const Block& block);
 
 // What a ContentInfo or a PFX holds inside, from the outside in: the message of a ContentInfo, and the lists of a PFX
-// as far as they are not encrypted. What does not decode is left out: it is in the outer value's text anyway.
-std::vector<Value> insideOf(const Value& value);
+// as far as they are not encrypted. fault says why the rest is left out where something does not decode, and is empty
+// otherwise.
+std::vector<Value> insideOf(const Value& value, std::string& fault);
 
 }  // namespace tools
 

@@ -22,14 +22,12 @@ namespace vtkey {
 namespace {
 
 using tools::Arguments;
+using tools::firstDer;
 using tools::from;
 using tools::InputError;
 using tools::needed;
+using tools::readCertificate;
 using tools::UsageError;
-
-std::string certificateOf(const std::string& file) {
-    return from(file, [](const std::string& name) { return tools::readDer(name, "CERTIFICATE").front(); });
-}
 
 Key privateKeyOf(const std::string& file) {
     return from(file, [](const std::string& name) {
@@ -46,7 +44,7 @@ std::string convert(const Arguments& arguments, const std::string& input) {
 }
 
 std::string check(const Arguments& arguments, const std::string& /*input*/) {
-    const std::string certificate = certificateOf(needed(arguments, "--cert"));
+    const std::string certificate = readCertificate(needed(arguments, "--cert"));
     const Key key = privateKeyOf(needed(arguments, "--key"));
     const std::string modulus = tools::magnitude(key.numbers.modulus);
     const std::string exponent = tools::magnitude(key.numbers.publicExponent);
@@ -61,15 +59,12 @@ std::string check(const Arguments& arguments, const std::string& /*input*/) {
 // ---- PFX
 
 std::string make(const Arguments& arguments, const std::string& /*input*/) {
-    const std::string certificate = certificateOf(needed(arguments, "--cert"));
+    const std::string certificate = readCertificate(needed(arguments, "--cert"));
     const Key key = privateKeyOf(needed(arguments, "--key"));
     const std::unique_ptr<tools::PrivateKey> record = from(needed(arguments, "--key"), [&](const std::string&) {
         return std::make_unique<tools::PrivateKey>(key.numbers);
     });
-    std::vector<std::string> others;
-    for (const std::string& file : arguments.values("--add-cert"))
-        for (std::string& der : from(file, [](const std::string& name) { return tools::readDer(name, "CERTIFICATE"); }))
-            others.push_back(std::move(der));
+    const std::vector<std::string> others = tools::readAll(arguments.values("--add-cert"), "CERTIFICATE");
     return makePfx(certificate, *record, askPassword(arguments, Ask::kTwice), others);
 }
 
@@ -112,7 +107,7 @@ std::string contentText(const Content& content) {
 }
 
 std::string list(const Arguments& arguments, const std::string& input) {
-    const std::string der = pfxIn(input);
+    const std::string der = firstDer(input);
     std::optional<std::string> password;
     if (!arguments.has("--no-password"))
         password = askPassword(arguments, Ask::kOnce);
@@ -140,7 +135,7 @@ std::string unpack(const Arguments& arguments, const std::string& input) {
     if (form != "pkcs8" && form != "pkcs1")
         throw UsageError("a key of a PFX is written as pkcs8 or pkcs1, and not as " + tools::quoted(form));
     Opened opened;
-    const std::int32_t code = tryPfx(pfxIn(input), askPassword(arguments, Ask::kOnce), opened);
+    const std::int32_t code = tryPfx(firstDer(input), askPassword(arguments, Ask::kOnce), opened);
     if (code != 0)
         failToOpen(code);
     std::string text;

@@ -21,6 +21,7 @@ namespace {
 using tools::Arguments;
 
 constexpr std::size_t kMost = 128;  // contents of a file, and bags of a content
+constexpr char kAtMost[] = ", and at most 128 fit";
 constexpr char kSha1[] = "1.3.14.3.2.26";
 constexpr char kTwoKeyTripleDes[] = "1.2.840.113549.1.12.1.4";
 constexpr char kPkcs12Encryptions[] = "1.2.840.113549.1.12.1.";
@@ -136,11 +137,10 @@ void checkPlaces(const Survey& pfx, Reasons& reasons) {
 
 void checkSizes(const Survey& pfx, Reasons& reasons) {
     if (pfx.contents.size() > kMost)
-        reasons.add("it has " + std::to_string(pfx.contents.size()) + " contents, and at most 128 fit");
+        reasons.add("it has " + std::to_string(pfx.contents.size()) + " contents" + kAtMost);
     for (const Content& content : pfx.contents)
         if (content.bags.size() > kMost)
-            reasons.add("a content has " + std::to_string(content.bags.size()) + " bags, and at most 128 fit",
-                        Remedy::kRemakeOwn);
+            reasons.add("a content has " + std::to_string(content.bags.size()) + " bags" + kAtMost, Remedy::kRemakeOwn);
 }
 
 void checkStructure(const Survey& pfx, Reasons& reasons) {
@@ -158,10 +158,9 @@ void checkStructure(const Survey& pfx, Reasons& reasons) {
 // ---- With the password
 
 void checkKeyType(const Survey& pfx, const std::string& password, Reasons& reasons) {
-    constexpr char kRsa[] = "1.2.840.113549.1.1.1";
     const Bag* const key = keyOf(pfx);
     const std::string algorithm = key == nullptr ? std::string() : keyAlgorithm(*key, password);
-    if (!algorithm.empty() && algorithm != kRsa)
+    if (!algorithm.empty() && algorithm != tools::kRsaEncryption)
         reasons.add("its key is no RSA key but one of " + nameOf(algorithm) +
                         ": no program turns it into one; ask for a certificate for a new key",
                     Remedy::kNewKey);
@@ -249,7 +248,7 @@ std::string explainBer(const Arguments& arguments) {
 }  // namespace
 
 std::string explainPfx(const Arguments& arguments, const std::string& input) {
-    const std::string der = pfxIn(input);
+    const std::string der = tools::firstDer(input);
     if (isBer(der))
         return explainBer(arguments);
     Survey pfx = survey(der, std::nullopt);

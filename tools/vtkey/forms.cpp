@@ -12,6 +12,7 @@
 #include "schema/pkcs.h"
 #include "schema/schema.h"
 #include "tools/common/arguments.h"
+#include "tools/common/bytes.h"
 #include "tools/common/input.h"
 #include "tools/common/output.h"
 #include "tools/common/session.h"
@@ -22,19 +23,16 @@ namespace vtkey {
 namespace {
 
 using tools::Block;
+using tools::bytesOf;
 using tools::InputError;
+using tools::kRsaEncryption;
 using tools::quoted;
 using tools::RsaNumbers;
+using tools::textOf;
 using tools::UsageError;
 
-constexpr const char* kRsaEncryption = "1.2.840.113549.1.1.1";
-
 MiBigInteger positive(const std::string& magnitude) {
-    return {char{1}, MiByte(magnitude.data(), static_cast<unsigned int>(magnitude.size()))};
-}
-
-std::string textOf(const MiByte& bytes) {
-    return bytes.Empty() ? std::string() : std::string(bytes.GetChars(), bytes.GetLength());
+    return {char{1}, bytesOf(magnitude)};
 }
 
 // ---- Microsoft blobs (wincrypt.h: PUBLICKEYSTRUC, RSAPUBKEY, and the numbers). All is little-endian. The flat
@@ -197,9 +195,7 @@ std::string pkcs1(const RsaNumbers& numbers) {
 std::string pkcs8(const RsaNumbers& numbers) {
     const std::string inner = pkcs1(numbers);
     MiByte der;
-    const int code =
-        VT_SafeContents::P8EncodePrivateKeyInfo(MiByte(inner.data(), static_cast<unsigned int>(inner.size())), der);
-    tools::require(code);
+    tools::require(VT_SafeContents::P8EncodePrivateKeyInfo(bytesOf(inner), der));
     return textOf(der);
 }
 

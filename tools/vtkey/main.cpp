@@ -19,6 +19,7 @@ constexpr char kHelp[] =
     "      --add-cert FILE  further certificates for the PFX\n"
     "      --part PART      all (as without the option), key, cert or chain\n"
     "      --no-password    lists what shows without it\n"
+    "  -h, --help           prints this text\n"
     "\n"
     "PASSWORD is asked for at the terminal, or comes from\n"
     "      --password-file FILE  the first line of a file\n"

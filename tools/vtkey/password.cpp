@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "tools/common/input.h"
+#include "tools/common/program.h"
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -178,13 +179,11 @@ std::string oneByteEach(const std::string& text) {
 }
 
 std::string firstLine(const std::string& file) {
-    try {
-        const std::string text = tools::readInput(file);
+    return tools::from(file, [](const std::string& name) {
+        const std::string text = tools::readInput(name);
         const std::string line = text.substr(0, text.find('\n'));
         return oneByteEach(line.substr(0, line.find_last_not_of('\r') + 1));
-    } catch (const InputError& error) {
-        throw InputError(quoted(file) + ": " + error.what());
-    }
+    });
 }
 
 }  // namespace

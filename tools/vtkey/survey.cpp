@@ -11,6 +11,7 @@
 #include "pki/pkcs12_pbe.h"
 #include "pki/safe_contents.h"
 #include "schema/schema.h"
+#include "tools/common/bytes.h"
 #include "tools/common/input.h"
 #include "tools/common/session.h"
 #include "tools/common/types.h"
@@ -19,15 +20,9 @@ namespace vtkey {
 
 namespace {
 
+using tools::bytesOf;
 using tools::InputError;
-
-std::string textOf(const MiByte& bytes) {
-    return bytes.Empty() ? std::string() : std::string(bytes.GetChars(), bytes.GetLength());
-}
-
-MiByte bytesOf(const std::string& text) {
-    return {text.data(), static_cast<unsigned int>(text.size())};
-}
+using tools::textOf;
 
 std::string dotted(const AsnOid* identifier) {
     return identifier == nullptr || identifier->GetData().Empty() ? std::string()
@@ -71,6 +66,7 @@ constexpr const char* kBags[] = {
     "1.2.840.113549.1.12.10.1.2",  // shrouded key
     "1.2.840.113549.1.12.10.1.5",  // secret
 };
+static_assert(std::size(kBags) == static_cast<std::size_t>(BagType::kSecret));  // in the order of BagType
 
 // Runs what reads a part of the file; false where the part is malformed.
 template <class Read>
@@ -275,13 +271,6 @@ std::string nameOf(const std::string& identifier) {
     const auto* const found = std::find_if(std::begin(kNames), std::end(kNames),
                                            [&](const Named& known) { return identifier == known.identifier; });
     return found == std::end(kNames) ? identifier : found->name;
-}
-
-std::string pfxIn(const std::string& input) {
-    const std::vector<tools::Block> blocks = tools::findBlocks(input);
-    if (!blocks.front().fault.empty())
-        throw InputError(blocks.front().fault);
-    return blocks.front().der;
 }
 
 Survey survey(const std::string& der, const std::optional<std::string>& password) {

@@ -46,9 +46,6 @@ struct Survey {
     std::vector<Content> contents;
 };
 
-// The PFX in a file: DER, or the first block of PEM, or base64. The bytes need not be a PFX, nor DER.
-std::string pfxIn(const std::string& input);
-
 // InputError for what is no PFX. Encrypted contents are opened where there is a password.
 Survey survey(const std::string& der, const std::optional<std::string>& password);
 

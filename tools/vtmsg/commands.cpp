@@ -19,6 +19,7 @@ namespace {
 using tools::Arguments;
 using tools::Context;
 using tools::Failure;
+using tools::firstDer;
 using tools::from;
 using tools::InputError;
 using tools::lend;
@@ -28,16 +29,12 @@ using tools::OtherFileError;
 using tools::Output;
 using tools::PrivateKey;
 using tools::quoted;
-using tools::readDer;
+using tools::readCertificate;
 using tools::require;
 using tools::UsageError;
 
 std::string contentOf(const std::string& file) {
     return from(file, tools::readInput);
-}
-
-std::string certificateOf(const std::string& file) {
-    return from(file, [](const std::string& name) { return readDer(name, "CERTIFICATE").front(); });
 }
 
 std::unique_ptr<PrivateKey> privateKey(const Arguments& arguments) {
@@ -49,14 +46,6 @@ void requireWithKey(const Arguments& arguments, std::int32_t code) {
     if (code == crypto::kInconsistentKey)
         throw OtherFileError(needed(arguments, "--key"), Failure(code).what());
     require(code);
-}
-
-// The message in the input: DER, or the first block of PEM, or base64.
-std::string messageIn(const std::string& input) {
-    const std::vector<tools::Block> blocks = tools::findBlocks(input);
-    if (!blocks.front().fault.empty())
-        throw InputError(blocks.front().fault);
-    return blocks.front().der;
 }
 
 std::string asMessage(const Arguments& arguments, const std::string& der) {
@@ -165,7 +154,7 @@ PKCS_Alg algorithm(std::int32_t type) {
 std::string readType(const Arguments& /*arguments*/, const std::string& input) {
     constexpr const char* kTypes[] = {"data",        "encrypted data", "digested data",
                                       "signed data", "enveloped data", "signed and enveloped data"};
-    const std::string message = messageIn(input);
+    const std::string message = firstDer(input);
     const PKCS_Blob blob = lend(message);
     const std::int32_t type = PKCS7_GetMsgType(Context(), &blob);
     if (type < 0)
@@ -176,7 +165,7 @@ std::string readType(const Arguments& /*arguments*/, const std::string& input) {
 }
 
 std::string readData(const Arguments& /*arguments*/, const std::string& input) {
-    const std::string message = messageIn(input);
+    const std::string message = firstDer(input);
     const PKCS_Blob blob = lend(message);
     Output data;
     require(PKCS7_ReadDataMsg(Context(), &blob, data));
@@ -193,7 +182,7 @@ std::string writeData(const Arguments& arguments, const std::string& input) {
 // The certificates of a signed message. The verdict about its signers does not matter here: a message that only carries
 // certificates has none. Where there are none, the code says why the message could not be read, if it could not.
 void listCertificates(const std::string& input, const List& certificates) {
-    const std::string message = messageIn(input);
+    const std::string message = firstDer(input);
     const PKCS_Blob blob = lend(message);
     Output content;
     const std::int32_t code =
@@ -223,7 +212,7 @@ std::string readCertificates(const Arguments& arguments, const std::string& inpu
 }
 
 std::string readSigned(const Arguments& arguments, const std::string& input) {
-    const std::string message = messageIn(input);
+    const std::string message = firstDer(input);
     const PKCS_Blob blob = lend(message);
     if (!arguments.has("--content")) {
         Output content;
@@ -237,15 +226,14 @@ std::string readSigned(const Arguments& arguments, const std::string& input) {
 }
 
 void addAll(const Arguments& arguments, const std::string& option, const std::string& label, List& list) {
-    for (const std::string& file : arguments.values(option))
-        for (const std::string& der : from(file, [&](const std::string& name) { return readDer(name, label); }))
-            list.add(der);
+    for (const std::string& der : tools::readAll(arguments.values(option), label))
+        list.add(der);
 }
 
 std::string writeSigned(const Arguments& arguments, const std::string& input) {
     const PKCS_Alg digest = algorithm(chosen(arguments, "--digest", kDigests).algType);
     const PKCS_Alg signature = algorithm(kRsa);
-    const std::string certificate = certificateOf(needed(arguments, "--cert"));
+    const std::string certificate = readCertificate(needed(arguments, "--cert"));
     const std::unique_ptr<PrivateKey> key = privateKey(arguments);
     List certificates;
     List certificateLists;
@@ -262,7 +250,7 @@ std::string writeSigned(const Arguments& arguments, const std::string& input) {
 }
 
 std::string readEnveloped(const Arguments& arguments, const std::string& input) {
-    const std::string message = messageIn(input);
+    const std::string message = firstDer(input);
     const PKCS_Blob blob = lend(message);
     const std::unique_ptr<PrivateKey> key = privateKey(arguments);
     Output data;
@@ -281,7 +269,7 @@ std::string readEnveloped(const Arguments& arguments, const std::string& input) 
 std::string writeEnveloped(const Arguments& arguments, const std::string& input) {
     const Cipher cipher(arguments);
     const PKCS_Alg transport = algorithm(kRsa);
-    const std::string certificate = certificateOf(needed(arguments, "--to"));
+    const std::string certificate = readCertificate(needed(arguments, "--to"));
     const PKCS_Blob data = lend(input);
     const PKCS_Blob recipient = lend(certificate);
     Output ciphertext;
@@ -295,7 +283,7 @@ std::string writeEnveloped(const Arguments& arguments, const std::string& input)
 }
 
 std::string readSignedAndEnveloped(const Arguments& arguments, const std::string& input) {
-    const std::string message = messageIn(input);
+    const std::string message = firstDer(input);
     const PKCS_Blob blob = lend(message);
     const std::unique_ptr<PrivateKey> key = privateKey(arguments);
     if (!arguments.has("--ciphertext")) {
@@ -312,7 +300,7 @@ std::string readSignedAndEnveloped(const Arguments& arguments, const std::string
 }
 
 std::string readEncrypted(const Arguments& arguments, const std::string& input) {
-    const std::string message = messageIn(input);
+    const std::string message = firstDer(input);
     const std::string key = sessionKey(arguments);
     const PKCS_Blob blob = lend(message);
     const PKCS_Blob keyBlob = lend(key);
@@ -333,7 +321,7 @@ std::string writeEncrypted(const Arguments& arguments, const std::string& input)
 }
 
 std::string readDigested(const Arguments& /*arguments*/, const std::string& input) {
-    const std::string message = messageIn(input);
+    const std::string message = firstDer(input);
     const PKCS_Blob blob = lend(message);
     Output data;
     require(PKCS7_ReadDigestedDataMsg(Context(), &blob, data));

@@ -26,6 +26,7 @@ constexpr char kHelp[] =
     "      --iv HEX         the initial value; random without the option\n"
     "      --ciphertext FILE   the ciphertext of a message that does not carry it\n"
     "      --session-key FILE  the key, in hexadecimal digits\n"
+    "  -h, --help           prints this text\n"
     "\n"
     "The key of a message made by write-enveloped follows from the second it was made in:\n"
     "do not rely on its secrecy. All these algorithms are old, and are here to read and to\n"

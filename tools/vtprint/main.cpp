@@ -99,7 +99,7 @@ void printNamed(const Value& value) {
     print(value);
 }
 
-// Prints one block; what follows its first element is an error that comes behind the printed text.
+// Prints one block; what cannot be printed of it is an error that comes behind the printed text.
 void printBlock(Block block, const std::string& type) {
     if (!block.fault.empty())
         throw InputError(block.fault);
@@ -108,14 +108,17 @@ void printBlock(Block block, const std::string& type) {
         throw InputError("cut short: " + std::to_string(block.der.size()) + " bytes of " + std::to_string(length));
     const std::size_t behind = block.der.size() - length;
     block.der.resize(length);
+    std::string fault;
     if (!type.empty()) {
         print(tools::decodeAs(type, block.der));
     } else {
         const Value value = tools::decodeFound(block);
         printNamed(value);
-        for (const Value& inner : tools::insideOf(value))
+        for (const Value& inner : tools::insideOf(value, fault))
             printNamed(inner);
     }
+    if (!fault.empty())
+        throw InputError("what is inside cannot be printed: " + fault);
     if (behind != 0)
         throw InputError(std::to_string(behind) + " bytes behind the end");
 }

@@ -60,5 +60,8 @@ int main(int argc, char** argv) {
     std::cout << "\nserial: "
               << certificate.GetTBSCertificate()->GetSerialNumber()->GetBigInteger().GetStringBase10().GetChars()
               << '\n';
+    // The library prints the variable that the program has set, wherever the linker has put it.
+    newnumber = 7;
+    terminal();
     return printSubject(der);
 }
