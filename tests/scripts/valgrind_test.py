@@ -70,12 +70,16 @@ class ValgrindTest(unittest.TestCase):
         self.assertEqual(2, result.stdout.splitlines().count("lost"))
 
     def test_rooms_choose_what_is_built_and_run(self):
-        tests = [("ber", ["/bin/test_ber"]), ("asn", ["/bin/test_asn"]), ("fuzz", ["/bin/fuzz_names", "/corpus"])]
-        result, log = self.run_script(tests, "asn", "fuzz")
-        self.assertIn("--target tests_asn tests_fuzz", "\n".join(log))
-        self.assertEqual(["/bin/fuzz_names /corpus", "/bin/test_asn"],
+        tests = [("ber", ["/bin/test_ber"]), ("token", ["/bin/test_token"]), ("fuzz", ["/bin/fuzz_names", "/corpus"])]
+        result, log = self.run_script(tests, "token", "fuzz")
+        self.assertIn("--target tests_token tests_fuzz", "\n".join(log))
+        self.assertEqual(["/bin/fuzz_names /corpus", "/bin/test_token"],
                          sorted(line[line.index("/bin/"):] for line in log if line.startswith("valgrind")))
         self.assertEqual("2 clean, 0 with findings", result.stdout.splitlines()[-1])
+
+    def test_cases_with_limits_of_time_are_left_out(self):
+        _, log = self.run_script([("asn", ["/bin/test_asn"])])
+        self.assertIn(" /bin/test_asn --gtest_filter=-der_decoder_limits_test.", log[-1])
 
     def test_a_tool_is_called_by_its_test(self):
         test = self.folder / "vtkey_test.py"
