@@ -21,7 +21,7 @@ finding=99
 timed=der_decoder_limits_test
 declare -A left_out=(
     [test_asn]="$timed.ALarge*:$timed.LargeValues*:$timed.AListOfAHundred*:$timed.AListInTheWorst*"
-    [test_flat]=SignedMessageTest.ThousandsOfSignersAndCertificates
+    [test_flat]=signed_message_test.ThousandsOfSignersAndCertificates
 )
 
 # What is run, a line each: room, name, folder, then the command's words.

@@ -447,15 +447,15 @@ TEST(der_encoder_test, AnEmptyImageWritesNothing) {
 }
 
 template <class T>
-class der_encoder_cache_test : public testing::Test {};
+class der_encoder_test_cache : public testing::Test {};
 using EveryType =
     testing::Types<AsnContainer, AsnChoice, AsnSet, AsnSequence, AsnTeletexString, AsnVisibleString, AsnPrintableString,
                    AsnNumericString, AsnUTF8String, AsnUniversalString, AsnIA5String, AsnBMPString, AsnUTCTime,
                    AsnGeneralizedTime, AsnOid, AsnEnumerated, AsnBitString, AsnInteger, AsnOctetString, AsnBoolean,
                    AsnInstanceOf, AsnSetOf<AsnInteger>, AsnSequenceOf<AsnInteger>>;
-TYPED_TEST_SUITE(der_encoder_cache_test, EveryType, );
+TYPED_TEST_SUITE(der_encoder_test_cache, EveryType, );
 
-TYPED_TEST(der_encoder_cache_test, BothModesGoBeforeTheValue) {
+TYPED_TEST(der_encoder_test_cache, BothModesGoBeforeTheValue) {
     TypeParam value;  // of which some could not be encoded as they are
     const MiByte image = der_io::bytes("AA BB CC");
     value.SetAsnByte(&image);

@@ -79,7 +79,7 @@ bool isZero(const void* bytes, std::size_t length) {
     return bytesOf(bytes, length) == Bytes(length, 0);
 }
 
-TEST(AlgObjectTest, BuffersAreZeroAndOneByteLonger) {
+TEST(alg_object_test, BuffersAreZeroAndOneByteLonger) {
     for (const std::size_t size : {0U, 1U, 8U, 1000U}) {
         void* buffer = AllocBuffer(size);
         ASSERT_NE(buffer, nullptr);
@@ -91,7 +91,7 @@ TEST(AlgObjectTest, BuffersAreZeroAndOneByteLonger) {
     FreeBuffer(nullptr);
 }
 
-TEST(AlgObjectTest, EveryAllocatorGivesItsMechanismAndAZeroedContext) {
+TEST(alg_object_test, EveryAllocatorGivesItsMechanismAndAZeroedContext) {
     for (const Row& row : kRows) {
         ALG_OBJ* object = AlgShell();
         ASSERT_NE(object, nullptr);
@@ -118,12 +118,12 @@ TEST(AlgObjectTest, EveryAllocatorGivesItsMechanismAndAZeroedContext) {
     }
 }
 
-TEST(AlgObjectTest, AllocatorsNeedAnObject) {
+TEST(alg_object_test, AllocatorsNeedAnObject) {
     for (const Row& row : kRows)
         EXPECT_EQ(row.allocator(nullptr), -2) << row.code;
 }
 
-TEST(AlgObjectTest, TheInitialValueOfDesIsCopied) {
+TEST(alg_object_test, TheInitialValueOfDesIsCopied) {
     for (const AlgAllocator allocator : {AlgAllocDesCbcPad, AlgAllocDes3CbcPad}) {
         Bytes iv = hex("01 02 03 04 05 06 07 08 09");
         const KEY_ITEM item = itemOf(iv);
@@ -135,7 +135,7 @@ TEST(AlgObjectTest, TheInitialValueOfDesIsCopied) {
     }
 }
 
-TEST(AlgObjectTest, AnInitialValueHasAtLeast8Bytes) {
+TEST(alg_object_test, AnInitialValueHasAtLeast8Bytes) {
     const Bytes seven(7);
     for (const AlgAllocator allocator : {AlgAllocDesCbcPad, AlgAllocDes3CbcPad}) {
         const KEY_ITEM none = {nullptr, 8};
@@ -151,7 +151,7 @@ TEST(AlgObjectTest, AnInitialValueHasAtLeast8Bytes) {
     EXPECT_EQ(Alg(AlgAllocRc2CbcPad, &shorter).code, -3);
 }
 
-TEST(AlgObjectTest, TheParameterOfRc2IsARecordForTokensToo) {
+TEST(alg_object_test, TheParameterOfRc2IsARecordForTokensToo) {
     const Bytes iv = hex("01 02 03 04 05 06 07 08");
     const RC2_SETTING setting = {64, itemOf(iv)};
     const Alg alg(AlgAllocRc2CbcPad, &setting);
@@ -163,7 +163,7 @@ TEST(AlgObjectTest, TheParameterOfRc2IsARecordForTokensToo) {
     EXPECT_EQ(offsetof(RC2_PARAMETER, iv), sizeof(CK_ULONG));
 }
 
-TEST(AlgObjectTest, TheBitLengthStandsInTheParameterLength) {
+TEST(alg_object_test, TheBitLengthStandsInTheParameterLength) {
     const std::int32_t bits = 2048;
     const Alg alg(AlgAllocRsaKeyPairGen, &bits);
     ASSERT_EQ(alg.code, 0);
@@ -178,7 +178,7 @@ TEST(AlgObjectTest, TheBitLengthStandsInTheParameterLength) {
     EXPECT_EQ(Alg(AlgAllocRsaKeyPairGen).code, -2);
 }
 
-TEST(AlgObjectTest, AGetterGivesAFreshCopy) {
+TEST(alg_object_test, AGetterGivesAFreshCopy) {
     const Parameters parameters;
     for (const Row& row : kRows) {
         if (row.takes != Takes::kIv && row.takes != Takes::kRc2)
@@ -208,7 +208,7 @@ TEST(AlgObjectTest, AGetterGivesAFreshCopy) {
     }
 }
 
-TEST(AlgObjectTest, AccessorsNeedAMechanism) {
+TEST(alg_object_test, AccessorsNeedAMechanism) {
     const Parameters parameters;
     for (const Row& row : kRows) {
         if (row.takes == Takes::kNothing)
@@ -223,7 +223,7 @@ TEST(AlgObjectTest, AccessorsNeedAMechanism) {
     }
 }
 
-TEST(AlgObjectTest, ASecondSettingTakesThePlaceOfTheFirst) {
+TEST(alg_object_test, ASecondSettingTakesThePlaceOfTheFirst) {
     const Bytes first = hex("01 01 01 01 01 01 01 01");
     const Bytes second = hex("02 02 02 02 02 02 02 02");
     const KEY_ITEM firstItem = itemOf(first);
@@ -241,7 +241,7 @@ TEST(AlgObjectTest, ASecondSettingTakesThePlaceOfTheFirst) {
     EXPECT_EQ(alg->setter(nullptr, &firstItem), -2);
 }
 
-TEST(AlgObjectTest, AFailedSetupFreesTheObjectOnce) {
+TEST(alg_object_test, AFailedSetupFreesTheObjectOnce) {
     ALG_OBJ* object = AlgShell();
     EXPECT_EQ(AlgSetup(&object, AlgAllocDesCbcPad, nullptr), -2);
     EXPECT_EQ(object, nullptr);
@@ -254,7 +254,7 @@ TEST(AlgObjectTest, AFailedSetupFreesTheObjectOnce) {
 }
 
 // The shell, the mechanism, the context, for a pair two more, and the parameter record.
-TEST(AlgObjectTest, ExhaustedMemoryIsToldAndLeaksNothing) {
+TEST(alg_object_test, ExhaustedMemoryIsToldAndLeaksNothing) {
     const Parameters parameters;
     for (const Row& row : kRows) {
         int codes[8] = {};
@@ -273,7 +273,7 @@ TEST(AlgObjectTest, ExhaustedMemoryIsToldAndLeaksNothing) {
     }
 }
 
-TEST(AlgObjectTest, FreeingNothingAndAShell) {
+TEST(alg_object_test, FreeingNothingAndAShell) {
     AlgFree(nullptr);
     ALG_OBJ* object = nullptr;
     AlgFree(&object);
@@ -282,7 +282,7 @@ TEST(AlgObjectTest, FreeingNothingAndAShell) {
     EXPECT_EQ(object, nullptr);
 }
 
-TEST(AlgObjectTest, TheInitialValueInsideAnRc5ParameterIsFreed) {
+TEST(alg_object_test, TheInitialValueInsideAnRc5ParameterIsFreed) {
     for (const CK_MECHANISM_TYPE code : {CKM_RC5_CBC, CKM_RC5_CBC_PAD}) {
         ALG_OBJ* object = AlgShell();
         object->mechanism = AllocStructure<MECHANISM>();
@@ -311,7 +311,7 @@ CK_RV destroyObject(CK_SESSION_HANDLE session, CK_OBJECT_HANDLE object) {
     return CKR_OK;
 }
 
-TEST(AlgObjectTest, OnlyAKeyThatTheOperationMadeInTheTokenIsDestroyed) {
+TEST(alg_object_test, OnlyAKeyThatTheOperationMadeInTheTokenIsDestroyed) {
     struct Case {
         std::int32_t useToken;
         CK_OBJECT_HANDLE tokenKey;

@@ -12,7 +12,7 @@ using ciphers::Bytes;
 using ciphers::hex;
 using ciphers::Message;
 
-class CipherPaddingTest : public testing::TestWithParam<BlockCipher> {
+class cipher_padding_test : public testing::TestWithParam<BlockCipher> {
   protected:
     static const BlockCipher& cipher() { return GetParam(); }
 
@@ -35,7 +35,7 @@ class CipherPaddingTest : public testing::TestWithParam<BlockCipher> {
     }
 };
 
-TEST_P(CipherPaddingTest, AnEmptyMessageIsEightBytesOfPadding) {
+TEST_P(cipher_padding_test, AnEmptyMessageIsEightBytesOfPadding) {
     Message message(cipher(), true);
     const Message::Ended ended = message.endPadded(8);
     EXPECT_EQ(ended.result, 0);
@@ -43,7 +43,7 @@ TEST_P(CipherPaddingTest, AnEmptyMessageIsEightBytesOfPadding) {
     EXPECT_EQ(ended.bytes, blocks(Bytes(8, 8)));
 }
 
-TEST_P(CipherPaddingTest, EightBytesBecomeSixteenAllOfThemFromTheFinal) {
+TEST_P(cipher_padding_test, EightBytesBecomeSixteenAllOfThemFromTheFinal) {
     Message message(cipher(), true);
     const Bytes plain = ciphers::noiseBytes(8, 71);
     EXPECT_TRUE(message.update(plain, 0).empty());
@@ -53,7 +53,7 @@ TEST_P(CipherPaddingTest, EightBytesBecomeSixteenAllOfThemFromTheFinal) {
     EXPECT_EQ(ended.bytes, blocks(ciphers::joined(plain, Bytes(8, 8))));
 }
 
-TEST_P(CipherPaddingTest, EachLengthIsFilledWithTheNumberOfMissingBytes) {
+TEST_P(cipher_padding_test, EachLengthIsFilledWithTheNumberOfMissingBytes) {
     for (std::size_t length = 0; length <= 16; ++length) {
         const Bytes plain = ciphers::noiseBytes(length, 72);
         const std::size_t missing = 8 - length % 8;
@@ -61,7 +61,7 @@ TEST_P(CipherPaddingTest, EachLengthIsFilledWithTheNumberOfMissingBytes) {
     }
 }
 
-TEST_P(CipherPaddingTest, AnEncryptingQueryReportsWhatWillCome) {
+TEST_P(cipher_padding_test, AnEncryptingQueryReportsWhatWillCome) {
     for (std::size_t held = 0; held <= 8; ++held) {
         Message message(cipher(), true);
         message.update(Bytes(held));
@@ -72,7 +72,7 @@ TEST_P(CipherPaddingTest, AnEncryptingQueryReportsWhatWillCome) {
     }
 }
 
-TEST_P(CipherPaddingTest, ADecryptingQueryReportsEightWhateverIsHeld) {
+TEST_P(cipher_padding_test, ADecryptingQueryReportsEightWhateverIsHeld) {
     for (std::size_t held = 0; held <= 8; ++held) {
         Message message(cipher(), false);
         message.update(Bytes(held));
@@ -82,7 +82,7 @@ TEST_P(CipherPaddingTest, ADecryptingQueryReportsEightWhateverIsHeld) {
     }
 }
 
-TEST_P(CipherPaddingTest, ADecryptingFinalNeedsAFullBlock) {
+TEST_P(cipher_padding_test, ADecryptingFinalNeedsAFullBlock) {
     for (std::size_t held = 0; held < 8; ++held) {
         Message message(cipher(), false);
         message.update(Bytes(held));
@@ -94,7 +94,7 @@ TEST_P(CipherPaddingTest, ADecryptingFinalNeedsAFullBlock) {
 }
 
 // A last byte v of 1 to 8 ends v bytes of padding where they all are v; no other value does.
-TEST_P(CipherPaddingTest, EveryLastByteIsJudged) {
+TEST_P(cipher_padding_test, EveryLastByteIsJudged) {
     for (unsigned value = 0; value < 256; ++value) {
         const auto byte = static_cast<std::uint8_t>(value);
         Bytes alone(8, 0xCC);
@@ -115,7 +115,7 @@ TEST_P(CipherPaddingTest, EveryLastByteIsJudged) {
 }
 
 // One wrong byte in the run, and it is no padding at all.
-TEST_P(CipherPaddingTest, ABrokenRunIsNotPadding) {
+TEST_P(cipher_padding_test, ABrokenRunIsNotPadding) {
     for (std::uint8_t value = 2; value <= 8; ++value) {
         for (std::uint8_t at = 2; at <= value; ++at) {
             Bytes block(8, 0xCC);
@@ -129,7 +129,7 @@ TEST_P(CipherPaddingTest, ABrokenRunIsNotPadding) {
     }
 }
 
-TEST_P(CipherPaddingTest, TheFewestBytesThatCanBePaddingAre) {
+TEST_P(cipher_padding_test, TheFewestBytesThatCanBePaddingAre) {
     EXPECT_EQ(unpadded(hex("CC CC CC CC CC CC 01 01")).length, 7U);
     EXPECT_EQ(unpadded(Bytes(8, 1)).length, 7U);
     EXPECT_EQ(unpadded(Bytes(8, 2)).length, 6U);
@@ -138,7 +138,7 @@ TEST_P(CipherPaddingTest, TheFewestBytesThatCanBePaddingAre) {
     EXPECT_EQ(unpadded(hex("CC CC CC CC CC CC CC 09")).length, 8U);
 }
 
-TEST_P(CipherPaddingTest, APlainFinalWritesTheBlockHeldBack) {
+TEST_P(cipher_padding_test, APlainFinalWritesTheBlockHeldBack) {
     for (std::size_t count = 1; count <= 3; ++count) {
         const Bytes plain = ciphers::noiseBytes(8 * count, 73);
         Message message(cipher(), true);
@@ -159,7 +159,7 @@ TEST_P(CipherPaddingTest, APlainFinalWritesTheBlockHeldBack) {
 }
 
 // A message of no bytes takes the same path: the empty buffer, which is zero, comes out as a block.
-TEST_P(CipherPaddingTest, APlainFinalOfNothingWritesABlock) {
+TEST_P(cipher_padding_test, APlainFinalOfNothingWritesABlock) {
     for (const bool encrypting : {true, false}) {
         Message nothing(cipher(), encrypting);
         std::uint32_t length = 999;
@@ -174,7 +174,7 @@ TEST_P(CipherPaddingTest, APlainFinalOfNothingWritesABlock) {
     }
 }
 
-TEST_P(CipherPaddingTest, APlainFinalNeedsWholeBlocks) {
+TEST_P(cipher_padding_test, APlainFinalNeedsWholeBlocks) {
     const bool queryFails = GetParam().final != DES3_Final;  // which checks the count only when an output is given
     for (std::size_t held = 1; held < 8; ++held) {
         Message message(cipher(), true);
@@ -190,7 +190,7 @@ TEST_P(CipherPaddingTest, APlainFinalNeedsWholeBlocks) {
 }
 
 // A failure changes nothing: the message can be completed.
-TEST_P(CipherPaddingTest, AfterAFailedFinalTheMessageGoesOn) {
+TEST_P(cipher_padding_test, AfterAFailedFinalTheMessageGoesOn) {
     Message message(cipher(), false);
     const Bytes plain = ciphers::noiseBytes(13, 74);
     const Bytes whole = encrypted(plain);
@@ -201,7 +201,7 @@ TEST_P(CipherPaddingTest, AfterAFailedFinalTheMessageGoesOn) {
     EXPECT_EQ(ciphers::joined(ciphers::joined(first, second), firstOf(message.endPadded(8))), plain);
 }
 
-INSTANTIATE_TEST_SUITE_P(Ciphers, CipherPaddingTest, testing::ValuesIn(ciphers::kBlockCiphers),
+INSTANTIATE_TEST_SUITE_P(Ciphers, cipher_padding_test, testing::ValuesIn(ciphers::kBlockCiphers),
                          [](const testing::TestParamInfo<BlockCipher>& cipher) { return cipher.param.name; });
 
 }  // namespace

@@ -11,7 +11,7 @@ using ciphers::BlockCipher;
 using ciphers::Bytes;
 using ciphers::Message;
 
-class CipherStreamingTest : public testing::TestWithParam<BlockCipher> {
+class cipher_streaming_test : public testing::TestWithParam<BlockCipher> {
   protected:
     static const BlockCipher& cipher() { return GetParam(); }
 
@@ -38,7 +38,7 @@ std::size_t written(std::size_t held, std::size_t length) {
     return held + length <= 8 ? 0 : (held + length - 1) / 8 * 8;
 }
 
-TEST_P(CipherStreamingTest, EveryCutInTwoGivesTheSameMessageInBothDirections) {
+TEST_P(cipher_streaming_test, EveryCutInTwoGivesTheSameMessageInBothDirections) {
     for (std::size_t length = 1; length <= 40; ++length) {
         const Bytes plain = ciphers::noiseBytes(length, 61);
         const Bytes whole = encrypted(plain);
@@ -65,7 +65,7 @@ TEST_P(CipherStreamingTest, EveryCutInTwoGivesTheSameMessageInBothDirections) {
     }
 }
 
-TEST_P(CipherStreamingTest, ByteByByteGivesTheSameMessage) {
+TEST_P(cipher_streaming_test, ByteByByteGivesTheSameMessage) {
     const Bytes plain = ciphers::noiseBytes(100, 62);
     const Bytes whole = encrypted(plain);
     for (const bool encrypting : {true, false}) {
@@ -79,7 +79,7 @@ TEST_P(CipherStreamingTest, ByteByByteGivesTheSameMessage) {
 }
 
 // Long enough for every loop of several blocks, and whatever is left over after it.
-TEST_P(CipherStreamingTest, EveryNumberOfBlocksDecryptsInEveryForm) {
+TEST_P(cipher_streaming_test, EveryNumberOfBlocksDecryptsInEveryForm) {
     for (const crypto::BlockKernels* form : crypto::blockKernelForms()) {
         crypto::useBlockKernels(*form);
         for (std::size_t length = 0; length <= 560; length += 8) {
@@ -93,7 +93,7 @@ TEST_P(CipherStreamingTest, EveryNumberOfBlocksDecryptsInEveryForm) {
     crypto::useBlockKernels(crypto::fastestBlockKernels());
 }
 
-TEST_P(CipherStreamingTest, TheLastFullBlockIsHeldBack) {
+TEST_P(cipher_streaming_test, TheLastFullBlockIsHeldBack) {
     Message nine(cipher(), true);
     EXPECT_EQ(nine.update(Bytes(9)).size(), 8U);
     EXPECT_EQ(asked(nine, cipher(), 6), 0U);
@@ -109,7 +109,7 @@ TEST_P(CipherStreamingTest, TheLastFullBlockIsHeldBack) {
     EXPECT_EQ(eight.update(Bytes(8)).size(), 8U);
 }
 
-TEST_P(CipherStreamingTest, AQueryReportsAllFullBlocksAndChangesNothing) {
+TEST_P(cipher_streaming_test, AQueryReportsAllFullBlocksAndChangesNothing) {
     for (std::size_t held = 0; held <= 8; ++held) {
         Message message(cipher(), true);
         message.update(Bytes(held));
@@ -120,7 +120,7 @@ TEST_P(CipherStreamingTest, AQueryReportsAllFullBlocksAndChangesNothing) {
     }
 }
 
-TEST_P(CipherStreamingTest, LengthsWhoseSumDoesNotFitAreRefused) {
+TEST_P(cipher_streaming_test, LengthsWhoseSumDoesNotFitAreRefused) {
     Message message(cipher(), true);
     EXPECT_EQ(asked(message, cipher(), 0xFFFFFFFF), 0xFFFFFFF8U);
     message.update(Bytes(8));
@@ -130,7 +130,7 @@ TEST_P(CipherStreamingTest, LengthsWhoseSumDoesNotFitAreRefused) {
     EXPECT_EQ(asked(message, cipher(), 0xFFFFFFF7), 0xFFFFFFF8U);
 }
 
-TEST_P(CipherStreamingTest, AnUpdateWithNothingChangesNothing) {
+TEST_P(cipher_streaming_test, AnUpdateWithNothingChangesNothing) {
     Message message(cipher(), true);
     message.update(Bytes(5));
     std::uint8_t out[8];
@@ -140,7 +140,7 @@ TEST_P(CipherStreamingTest, AnUpdateWithNothingChangesNothing) {
     EXPECT_EQ(firstOf(message.endPadded()), encrypted(Bytes(5)));
 }
 
-TEST_P(CipherStreamingTest, TheOutputOfTheFirstUpdateMayBeItsInput) {
+TEST_P(cipher_streaming_test, TheOutputOfTheFirstUpdateMayBeItsInput) {
     for (const std::size_t length : {8U, 9U, 16U, 100U, 1000U}) {
         const Bytes plain = ciphers::noiseBytes(length, 64);
         for (const bool encrypting : {true, false}) {
@@ -159,7 +159,7 @@ TEST_P(CipherStreamingTest, TheOutputOfTheFirstUpdateMayBeItsInput) {
     }
 }
 
-TEST_P(CipherStreamingTest, AnInitBeginsAnotherMessage) {
+TEST_P(cipher_streaming_test, AnInitBeginsAnotherMessage) {
     Message message(cipher(), true);
     message.update(ciphers::noiseBytes(21, 65));
     const Bytes key = ciphers::noiseBytes(cipher().keyLength, 11);
@@ -172,16 +172,16 @@ TEST_P(CipherStreamingTest, AnInitBeginsAnotherMessage) {
     EXPECT_EQ(ciphers::joined(first, firstOf(message.endPadded())), encrypted(plain));
 }
 
-INSTANTIATE_TEST_SUITE_P(Ciphers, CipherStreamingTest, testing::ValuesIn(ciphers::kBlockCiphers),
+INSTANTIATE_TEST_SUITE_P(Ciphers, cipher_streaming_test, testing::ValuesIn(ciphers::kBlockCiphers),
                          [](const testing::TestParamInfo<BlockCipher>& cipher) { return cipher.param.name; });
 
 // Forms of the loops.
-TEST(CipherStreamingTestForms, TheFastestAreInUseAtFirst) {
+TEST(cipher_streaming_test_forms, TheFastestAreInUseAtFirst) {
     EXPECT_EQ(&crypto::blockKernels(), &crypto::fastestBlockKernels());
     EXPECT_EQ(crypto::blockKernelForms().front(), &crypto::plainBlockKernels());
 }
 
-TEST(CipherStreamingTestForms, WhatIsFastestIsWhatTheFormsOffer) {
+TEST(cipher_streaming_test_forms, WhatIsFastestIsWhatTheFormsOffer) {
     const crypto::BlockKernels& plain = crypto::plainBlockKernels();
     const crypto::BlockKernels& fastest = crypto::fastestBlockKernels();
     for (const crypto::BlockKernels* form : crypto::blockKernelForms()) {

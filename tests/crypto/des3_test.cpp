@@ -15,7 +15,7 @@ const ciphers::BlockCipher& kDes = ciphers::named("Des");
 const ciphers::BlockCipher& kDes3 = ciphers::named("Des3");
 
 // NIST Special Publication 800-67, appendix B.1: "The qufck brown fox jump", ECB, a block at a time here.
-TEST(Des3Test, GivesThePublishedBlocks) {
+TEST(des3_test, GivesThePublishedBlocks) {
     const Bytes key = hex("0123456789ABCDEF 23456789ABCDEF01 456789ABCDEF0123");
     const char* const plain[] = {"5468652071756663", "6B2062726F776E20", "666F78206A756D70"};
     const char* const cipher[] = {"A826FD8CE53B855F", "CCE21C8112256FE6", "68D5C05DD9B6B900"};
@@ -25,11 +25,11 @@ TEST(Des3Test, GivesThePublishedBlocks) {
     }
 }
 
-TEST(Des3Test, GivesTheStreamsOfAnotherProgram) {
+TEST(des3_test, GivesTheStreamsOfAnotherProgram) {
     ciphers::expectStreams("Des3");
 }
 
-TEST(Des3Test, ThreeEqualKeysGiveSingleDes) {
+TEST(des3_test, ThreeEqualKeysGiveSingleDes) {
     const Bytes key = ciphers::noiseBytes(8, 21);
     const Bytes three = ciphers::joined(ciphers::joined(key, key), key);
     const Bytes iv = ciphers::noiseBytes(8, 22);
@@ -40,7 +40,7 @@ TEST(Des3Test, ThreeEqualKeysGiveSingleDes) {
 }
 
 // What each stage is loaded with, beside single DES of the same part of the key.
-TEST(Des3Test, StagesAreLoadedByDirection) {
+TEST(des3_test, StagesAreLoadedByDirection) {
     const Bytes key = ciphers::noiseBytes(24, 24);
     const Bytes iv = hex("1234567890ABCDEF");
     DES3_CTX forward{};
@@ -68,7 +68,7 @@ TEST(Des3Test, StagesAreLoadedByDirection) {
     EXPECT_EQ(words(backward.subkeys3), loaded(0, DES_DecryptInit));
 }
 
-TEST(Des3Test, TheFirst24BytesOfTheKeyAreUsedWhateverItsLength) {
+TEST(des3_test, TheFirst24BytesOfTheKeyAreUsedWhateverItsLength) {
     const Bytes key = ciphers::noiseBytes(25, 25);
     const Bytes iv = ciphers::noiseBytes(8, 26);
     DES3_CTX expected{};
@@ -81,7 +81,7 @@ TEST(Des3Test, TheFirst24BytesOfTheKeyAreUsedWhateverItsLength) {
 }
 
 // Callers ask for the size while the message is not whole yet.
-TEST(Des3Test, APlainFinalChecksTheCountOnlyWhenAnOutputIsGiven) {
+TEST(des3_test, APlainFinalChecksTheCountOnlyWhenAnOutputIsGiven) {
     Message message(kDes3, true);
     message.update(Bytes(3));
     std::uint32_t length = 99;
@@ -93,7 +93,7 @@ TEST(Des3Test, APlainFinalChecksTheCountOnlyWhenAnOutputIsGiven) {
     EXPECT_EQ(ended.bytes, Bytes(8, 0xA5));
 }
 
-TEST(Des3Test, MissingArgumentsAreTold) {
+TEST(des3_test, MissingArgumentsAreTold) {
     ciphers::expectMissingArguments(kDes3);
 }
 

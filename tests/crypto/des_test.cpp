@@ -52,7 +52,7 @@ constexpr OneBlock kOneBlock[] = {
     {"0123456789ABCDEF", "4E6F772069732074", "3FA40E8A984D4815"},
 };
 
-TEST(DesTest, GivesThePublishedBlocks) {
+TEST(des_test, GivesThePublishedBlocks) {
     for (const OneBlock& known : kOneBlock) {
         EXPECT_EQ(enciphered(hex(known.key), hex(known.plain)), hex(known.cipher)) << known.key;
         EXPECT_EQ(deciphered(hex(known.key), hex(known.cipher)), hex(known.plain)) << known.key;
@@ -60,7 +60,7 @@ TEST(DesTest, GivesThePublishedBlocks) {
 }
 
 // FIPS 81, table C1: CBC over "Now is the time for all ".
-TEST(DesTest, ChainsBlocksAsPublished) {
+TEST(des_test, ChainsBlocksAsPublished) {
     const Bytes key = hex("0123456789ABCDEF");
     const Bytes iv = hex("1234567890ABCDEF");
     const Bytes plain = hex("4E6F772069732074 68652074696D6520 666F7220616C6C20");
@@ -70,7 +70,7 @@ TEST(DesTest, ChainsBlocksAsPublished) {
 }
 
 // NBS 500-20: the basis vectors under the key of odd zeros give the blocks that, enciphered, give the basis vectors.
-TEST(DesTest, EveryBitOfTheBlockMatters) {
+TEST(des_test, EveryBitOfTheBlockMatters) {
     const Bytes key(8, 1);
     for (unsigned bit = 0; bit < 64; ++bit) {
         Bytes basis(8);
@@ -83,11 +83,11 @@ TEST(DesTest, EveryBitOfTheBlockMatters) {
     EXPECT_EQ(enciphered(key, hex("8000000000000000")), hex("95F8A5E5DD31D900"));
 }
 
-TEST(DesTest, GivesTheStreamsOfAnotherProgram) {
+TEST(des_test, GivesTheStreamsOfAnotherProgram) {
     ciphers::expectStreams("Des");
 }
 
-TEST(DesTest, ParityIsNeitherCheckedNorCorrected) {
+TEST(des_test, ParityIsNeitherCheckedNorCorrected) {
     const Bytes block = ciphers::noiseBytes(8, 3);
     Bytes key = hex("0123456789ABCDEF");
     const Bytes expected = enciphered(key, block);
@@ -97,7 +97,7 @@ TEST(DesTest, ParityIsNeitherCheckedNorCorrected) {
     }
 }
 
-TEST(DesTest, EveryOtherBitOfTheKeyMatters) {
+TEST(des_test, EveryOtherBitOfTheKeyMatters) {
     const Bytes block = ciphers::noiseBytes(8, 4);
     const Bytes expected = enciphered(Bytes(8), block);
     for (unsigned bit = 0; bit < 64; ++bit) {
@@ -107,7 +107,7 @@ TEST(DesTest, EveryOtherBitOfTheKeyMatters) {
     }
 }
 
-TEST(DesTest, ComplementedKeyAndBlockGiveTheComplement) {
+TEST(des_test, ComplementedKeyAndBlockGiveTheComplement) {
     const auto complement = [](Bytes bytes) {
         for (std::uint8_t& byte : bytes)
             byte = static_cast<std::uint8_t>(~byte);
@@ -119,7 +119,7 @@ TEST(DesTest, ComplementedKeyAndBlockGiveTheComplement) {
 }
 
 // The key objects hold the rule of lengths: here the first eight bytes count, whatever length is told.
-TEST(DesTest, TheFirstEightBytesOfTheKeyAreUsedWhateverItsLength) {
+TEST(des_test, TheFirstEightBytesOfTheKeyAreUsedWhateverItsLength) {
     const Bytes key = hex("0123456789ABCDEF FF");
     const Bytes iv(8);
     for (const std::uint32_t told : {0U, 7U, 8U, 9U, 0xFFFFFFFFU}) {
@@ -136,7 +136,7 @@ TEST(DesTest, TheFirstEightBytesOfTheKeyAreUsedWhateverItsLength) {
     }
 }
 
-TEST(DesTest, InitLoadsTheContext) {
+TEST(des_test, InitLoadsTheContext) {
     const Bytes key = hex("0123456789ABCDEF");
     const Bytes iv = hex("1234567890ABCDEF");
     DES_CTX forward{};
@@ -159,7 +159,7 @@ TEST(DesTest, InitLoadsTheContext) {
     }
 }
 
-TEST(DesTest, TheInitialValueStaysWhileTheChainMovesOn) {
+TEST(des_test, TheInitialValueStaysWhileTheChainMovesOn) {
     Message message(kDes, true);
     const auto& context = message.as<DES_CTX>();
     const std::uint32_t iv[2] = {context.iv[0], context.iv[1]};
@@ -172,7 +172,7 @@ TEST(DesTest, TheInitialValueStaysWhileTheChainMovesOn) {
     EXPECT_EQ(context.chain[0], last);
 }
 
-TEST(DesTest, MissingArgumentsAreTold) {
+TEST(des_test, MissingArgumentsAreTold) {
     ciphers::expectMissingArguments(kDes);
 }
 

@@ -67,25 +67,25 @@ support::Bytes bytesOf(const char* text) {
     return {text, text + std::strlen(text)};
 }
 
-TEST(EngineCodesTest, EntryIHasTheGbkTextOfCodeMinusI) {
+TEST(engine_codes_test, EntryIHasTheGbkTextOfCodeMinusI) {
     ASSERT_EQ(std::size_t{crypto::kEngineTextCount}, std::size(kEngine));
     for (const Text& row : kEngine)
         EXPECT_EQ(support::toHex(bytesOf(crypto::kEngineTexts[-row.code])), row.text) << row.code;
 }
 
-TEST(EngineCodesTest, TheTableEndsBeforeTheCodeOfATakenLabel) {
+TEST(engine_codes_test, TheTableEndsBeforeTheCodeOfATakenLabel) {
     EXPECT_EQ(crypto::kEngineTextCount, 22);
     EXPECT_EQ(crypto::kLabelExists, -22);
     EXPECT_EQ(crypto::kModuleNotLoaded, -20) << "though its text tells of the label";
 }
 
-TEST(EngineCodesTest, EntryIHasTheTextOfRsaCodeMinus100MinusI) {
+TEST(engine_codes_test, EntryIHasTheTextOfRsaCodeMinus100MinusI) {
     ASSERT_EQ(std::size_t{crypto::kRsaTextCount}, std::size(kRsa));
     for (const Text& row : kRsa)
         EXPECT_STREQ(crypto::kRsaTexts[row.code == 0 ? 0 : -row.code - 100], row.text) << row.code;
 }
 
-TEST(EngineCodesTest, ConstantsHaveTheirNumbers) {
+TEST(engine_codes_test, ConstantsHaveTheirNumbers) {
     const int engine[] = {crypto::kSuccess,
                           crypto::kNoMemory,
                           crypto::kArgumentAbsent,

@@ -47,7 +47,7 @@ Bytes sha1(const Bytes& data) {
     return out;
 }
 
-TEST(HashChainRandomTest, GivesTheChainsOfAnotherProgram) {
+TEST(hash_chain_random_test, GivesTheChainsOfAnotherProgram) {
     int seen = 0;
     for (const Variant& variant : kVariants) {
         for (const HashChain& chain : kHashChains) {
@@ -62,7 +62,7 @@ TEST(HashChainRandomTest, GivesTheChainsOfAnotherProgram) {
 }
 
 // 20 bytes under SHA-1 are the digest of the filled working buffer; 21 take a second step, over the first one's digest.
-TEST(HashChainRandomTest, AStepForEachDigestBegun) {
+TEST(hash_chain_random_test, AStepForEachDigestBegun) {
     Bytes work = hex("53 45 45 44 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F 10 11 12 13");
     EXPECT_EQ(generated(kSha1, hex("53 45 45 44"), 20), sha1(work));
 
@@ -73,14 +73,14 @@ TEST(HashChainRandomTest, AStepForEachDigestBegun) {
     EXPECT_EQ(generated(kSha1, hex("53 45 45 44"), 21), work);
 }
 
-TEST(HashChainRandomTest, OfALongerSeedTheFirstBytesCount) {
+TEST(hash_chain_random_test, OfALongerSeedTheFirstBytesCount) {
     const Bytes seed = hex("01 02 03 04 05 06 07 08 09");
     EXPECT_EQ(generated(kSha1, seed, 8), generated(kSha1, hex("01 02 03 04 05 06 07 08"), 8));
     EXPECT_NE(generated(kSha1, seed, 9), generated(kSha1, hex("01 02 03 04 05 06 07 08"), 9));
 }
 
 // The counting sequence alone, i modulo 256.
-TEST(HashChainRandomTest, AnEmptySeedIsDefined) {
+TEST(hash_chain_random_test, AnEmptySeedIsDefined) {
     Bytes counting(20);
     for (std::size_t i = 0; i < counting.size(); ++i)
         counting[i] = static_cast<std::uint8_t>(i);
@@ -93,7 +93,7 @@ TEST(HashChainRandomTest, AnEmptySeedIsDefined) {
     EXPECT_EQ(out, sha1(counting));
 }
 
-TEST(HashChainRandomTest, TheSameSeedAndLengthGiveTheSameBytes) {
+TEST(hash_chain_random_test, TheSameSeedAndLengthGiveTheSameBytes) {
     for (const Variant& variant : kVariants) {
         const Bytes seed = hex("C0 FF EE");
         EXPECT_EQ(generated(variant, seed, 50), generated(variant, seed, 50));
@@ -104,7 +104,7 @@ TEST(HashChainRandomTest, TheSameSeedAndLengthGiveTheSameBytes) {
 }
 
 // The seed is borrowed: what it holds at generation counts.
-TEST(HashChainRandomTest, TheSeedIsNotCopied) {
+TEST(hash_chain_random_test, TheSeedIsNotCopied) {
     Bytes seed = hex("01 02 03");
     HASH_CHAIN_RANDOM_CTX context{};
     ASSERT_EQ(HashChainRandom_SHA1_Seed(&context, seed.data(), 3), 0);
@@ -116,7 +116,7 @@ TEST(HashChainRandomTest, TheSeedIsNotCopied) {
     EXPECT_EQ(out, generated(kSha1, hex("09 02 03"), 20));
 }
 
-TEST(HashChainRandomTest, GenerationLeavesTheContext) {
+TEST(hash_chain_random_test, GenerationLeavesTheContext) {
     const Bytes seed = hex("01 02 03");
     HASH_CHAIN_RANDOM_CTX context{};
     ASSERT_EQ(HashChainRandom_MD5_Seed(&context, seed.data(), 3), 0);
@@ -127,7 +127,7 @@ TEST(HashChainRandomTest, GenerationLeavesTheContext) {
     EXPECT_EQ(first, second);
 }
 
-TEST(HashChainRandomTest, MissingArgumentsWriteNothing) {
+TEST(hash_chain_random_test, MissingArgumentsWriteNothing) {
     for (const Variant& variant : kVariants) {
         const Bytes seed = hex("01 02 03");
         EXPECT_EQ(variant.seed(nullptr, seed.data(), 3), -2);
@@ -142,7 +142,7 @@ TEST(HashChainRandomTest, MissingArgumentsWriteNothing) {
     }
 }
 
-TEST(HashChainRandomTest, ExhaustedMemoryWritesNothing) {
+TEST(hash_chain_random_test, ExhaustedMemoryWritesNothing) {
     for (const Variant& variant : kVariants) {
         HASH_CHAIN_RANDOM_CTX context{};
         std::uint8_t out[20];
@@ -156,7 +156,7 @@ TEST(HashChainRandomTest, ExhaustedMemoryWritesNothing) {
     }
 }
 
-TEST(HashChainRandomTest, MechanismsAreOfTheVendorsRange) {
+TEST(hash_chain_random_test, MechanismsAreOfTheVendorsRange) {
     EXPECT_EQ(HASH_CHAIN_RANDOM_MD2, 0x80000100U);
     EXPECT_EQ(HASH_CHAIN_RANDOM_MD5, 0x80000200U);
     EXPECT_EQ(HASH_CHAIN_RANDOM_SHA1, 0x80000300U);

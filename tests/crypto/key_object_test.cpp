@@ -62,7 +62,7 @@ void expectAttributes(const KEY_OBJ* key, const std::vector<Expected>& expected)
     }
 }
 
-TEST(KeyObjectTest, ASecretKeyHasSixAttributes) {
+TEST(key_object_test, ASecretKeyHasSixAttributes) {
     for (const Secret& secret : kSecrets) {
         const Bytes bytes = noise(secret.kept);
         const Key key(secret.allocator, bytes);
@@ -80,7 +80,7 @@ TEST(KeyObjectTest, ASecretKeyHasSixAttributes) {
     }
 }
 
-TEST(KeyObjectTest, ASecretKeyHasALengthByItsRule) {
+TEST(key_object_test, ASecretKeyHasALengthByItsRule) {
     for (const Secret& secret : kSecrets) {
         for (const std::size_t length :
              {0U, 1U, 5U, 7U, 8U, 9U, 16U, 23U, 24U, 25U, 127U, 128U, 129U, 255U, 256U, 257U}) {
@@ -100,7 +100,7 @@ TEST(KeyObjectTest, ASecretKeyHasALengthByItsRule) {
     }
 }
 
-TEST(KeyObjectTest, ASetterGivenNoValueLeavesTheKeyEmpty) {
+TEST(key_object_test, ASetterGivenNoValueLeavesTheKeyEmpty) {
     for (const Secret& secret : kSecrets) {
         const KEY_ITEM noBytes = {nullptr, 8};
         for (const KEY_ITEM* value : {static_cast<const KEY_ITEM*>(nullptr), &noBytes}) {
@@ -123,7 +123,7 @@ TEST(KeyObjectTest, ASetterGivenNoValueLeavesTheKeyEmpty) {
     }
 }
 
-TEST(KeyObjectTest, ASetterNeedsAnAllocatedObject) {
+TEST(key_object_test, ASetterNeedsAnAllocatedObject) {
     const Bytes bytes = noise(24);
     const KEY_ITEM item = itemOf(bytes);
     for (const KeyAllocator allocator : {KeyAllocDes, KeyAllocDes3, KeyAllocRc2, KeyAllocRc4, KeyAllocRsaPrivate,
@@ -137,7 +137,7 @@ TEST(KeyObjectTest, ASetterNeedsAnAllocatedObject) {
     }
 }
 
-TEST(KeyObjectTest, ASecretGetterGivesAFreshPair) {
+TEST(key_object_test, ASecretGetterGivesAFreshPair) {
     for (const Secret& secret : kSecrets) {
         const Bytes bytes = noise(secret.shortest + 2);
         const Key key(secret.allocator, bytes);
@@ -151,7 +151,7 @@ TEST(KeyObjectTest, ASecretGetterGivesAFreshPair) {
     }
 }
 
-TEST(KeyObjectTest, ASecondKeyTakesThePlaceOfTheFirst) {
+TEST(key_object_test, ASecondKeyTakesThePlaceOfTheFirst) {
     const Bytes first = noise(8);
     const Bytes second(8, 0xEE);
     const Key key(KeyAllocDes, first);
@@ -165,7 +165,7 @@ TEST(KeyObjectTest, ASecondKeyTakesThePlaceOfTheFirst) {
     EXPECT_EQ(bytesOf(key->data, 8), second) << "a refused key changes nothing";
 }
 
-TEST(KeyObjectTest, AnRsaPrivateKeyHasSixteenAttributes) {
+TEST(key_object_test, AnRsaPrivateKeyHasSixteenAttributes) {
     rsakeys::Key source(ofBits(512));
     const Key key(KeyAllocRsaPrivate, source.items());
     ASSERT_EQ(key.code, 0);
@@ -195,7 +195,7 @@ TEST(KeyObjectTest, AnRsaPrivateKeyHasSixteenAttributes) {
     }
 }
 
-TEST(KeyObjectTest, AnRsaPublicKeyHasEightAttributes) {
+TEST(key_object_test, AnRsaPublicKeyHasEightAttributes) {
     for (const auto& [bits, exact] : {std::pair{512, 512}, {97, 97}, {88, 88}, {4096, 4096}}) {
         rsakeys::Key source(ofBits(bits));
         const Key key(KeyAllocRsaPublic, source.items());
@@ -216,7 +216,7 @@ TEST(KeyObjectTest, AnRsaPublicKeyHasEightAttributes) {
     }
 }
 
-TEST(KeyObjectTest, TheBitsOfAModulusDoNotCountItsLeadingZeros) {
+TEST(key_object_test, TheBitsOfAModulusDoNotCountItsLeadingZeros) {
     rsakeys::Key source(ofBits(512));
     source.set(RSA_MODULUS, hex("00 00 03 00 00"));
     const Key key(KeyAllocRsaPublic, source.items());
@@ -225,7 +225,7 @@ TEST(KeyObjectTest, TheBitsOfAModulusDoNotCountItsLeadingZeros) {
     EXPECT_EQ(valueOf(key->attributes[5]), hex("00 00 03 00 00"));
 }
 
-TEST(KeyObjectTest, AnRsaKeyNeedsAllItsPairs) {
+TEST(key_object_test, AnRsaKeyNeedsAllItsPairs) {
     for (std::uint32_t i = 0; i < RSA_ITEM_COUNT; ++i) {
         rsakeys::Key source(ofBits(512));
         RSA_KEY_ITEMS items;
@@ -239,14 +239,14 @@ TEST(KeyObjectTest, AnRsaKeyNeedsAllItsPairs) {
     }
 }
 
-TEST(KeyObjectTest, APublicModulusAbove1024BytesDoesNotLoad) {
+TEST(key_object_test, APublicModulusAbove1024BytesDoesNotLoad) {
     rsakeys::Key source(ofBits(512));
     source.set(RSA_MODULUS, Bytes(1025, 1));
     EXPECT_EQ(Key(KeyAllocRsaPublic, source.items()).code, -10);
     EXPECT_EQ(Key(KeyAllocRsaPrivate, source.items()).code, 0) << "the operation refuses it";
 }
 
-TEST(KeyObjectTest, RsaGettersGiveFreshItems) {
+TEST(key_object_test, RsaGettersGiveFreshItems) {
     rsakeys::Key source(ofBits(512));
     const Key privateKey(KeyAllocRsaPrivate, source.items());
     const Key publicKey(KeyAllocRsaPublic, source.items());
@@ -273,7 +273,7 @@ TEST(KeyObjectTest, RsaGettersGiveFreshItems) {
     EXPECT_EQ(privateKey->getter(privateKey, &read), -4);
 }
 
-TEST(KeyObjectTest, ASecondRsaKeyTakesThePlaceOfTheFirst) {
+TEST(key_object_test, ASecondRsaKeyTakesThePlaceOfTheFirst) {
     rsakeys::Key first(ofBits(512));
     rsakeys::Key second(ofBits(768));
     for (const KeyAllocator allocator : {KeyAllocRsaPrivate, KeyAllocRsaPublic}) {
@@ -284,7 +284,7 @@ TEST(KeyObjectTest, ASecondRsaKeyTakesThePlaceOfTheFirst) {
     }
 }
 
-TEST(KeyObjectTest, AKeyInATokenIsItsLabel) {
+TEST(key_object_test, AKeyInATokenIsItsLabel) {
     const Bytes label = hex("6c 61 62 65 6c");
     const Key key(KeyAllocTokenKey, label);
     ASSERT_EQ(key.code, 0);
@@ -301,7 +301,7 @@ TEST(KeyObjectTest, AKeyInATokenIsItsLabel) {
     EXPECT_EQ(valueOf(key->attributes[0]), other);
 }
 
-TEST(KeyObjectTest, AFailedSetupFreesTheObjectOnce) {
+TEST(key_object_test, AFailedSetupFreesTheObjectOnce) {
     const Bytes seven(7);
     const KEY_ITEM item = itemOf(seven);
     KEY_OBJ* object = KeyShell();
@@ -315,7 +315,7 @@ TEST(KeyObjectTest, AFailedSetupFreesTheObjectOnce) {
     KeyFree(&object);
 }
 
-TEST(KeyObjectTest, FreeingNothingAndAShell) {
+TEST(key_object_test, FreeingNothingAndAShell) {
     KeyFree(nullptr);
     KEY_OBJ* object = nullptr;
     KeyFree(&object);
@@ -340,7 +340,7 @@ long exhaust(KeyAllocator allocator, const KEY_ITEM* value) {
 }
 
 // Shell, attributes, fixed values, and then what the setter makes.
-TEST(KeyObjectTest, ExhaustedMemoryIsToldAndLeaksNothing) {
+TEST(key_object_test, ExhaustedMemoryIsToldAndLeaksNothing) {
     const Bytes bytes = noise(24);
     const KEY_ITEM item = itemOf(bytes);
     for (const Secret& secret : kSecrets)
@@ -351,7 +351,7 @@ TEST(KeyObjectTest, ExhaustedMemoryIsToldAndLeaksNothing) {
     EXPECT_EQ(exhaust(KeyAllocTokenKey, &item), 2 + 1);
 }
 
-TEST(KeyObjectTest, AGetterWithoutMemoryGivesNothing) {
+TEST(key_object_test, AGetterWithoutMemoryGivesNothing) {
     rsakeys::Key source(ofBits(512));
     const Key key(KeyAllocRsaPrivate, source.items());
     const Bytes bytes = noise(8);

@@ -11,7 +11,7 @@ using digests::hex;
 using digests::kMd2;
 
 // RFC 1319, appendix A.5.
-TEST(Md2Test, GivesThePublishedDigests) {
+TEST(md2_test, GivesThePublishedDigests) {
     const char* const known[][2] = {
         {"", "8350e5a3e24c153df2275c9f80692773"},
         {"a", "32ec01ec4a6dac72c0ab96fb34c0b5d1"},
@@ -26,20 +26,20 @@ TEST(Md2Test, GivesThePublishedDigests) {
         EXPECT_EQ(digestOf(kMd2, bytesOf(text)), hex(digest)) << text;
 }
 
-TEST(Md2Test, NoUpdateIsTheEmptyMessage) {
+TEST(md2_test, NoUpdateIsTheEmptyMessage) {
     MD2_CTX context = begun(kMd2);
     EXPECT_EQ(ended(kMd2, context), hex("8350e5a3e24c153df2275c9f80692773"));
 }
 
-TEST(Md2Test, GivesTheDigestsOfItsDefinition) {
+TEST(md2_test, GivesTheDigestsOfItsDefinition) {
     expectDigestsOfOtherPrograms(kMd2);
 }
 
-TEST(Md2Test, EveryCutGivesTheSameDigest) {
+TEST(md2_test, EveryCutGivesTheSameDigest) {
     expectEveryCut(kMd2);
 }
 
-TEST(Md2Test, TheCountStaysBelow16) {
+TEST(md2_test, TheCountStaysBelow16) {
     MD2_CTX context = begun(kMd2);
     for (std::uint32_t i = 1; i <= 40; ++i) {
         absorb(kMd2, context, {1});
@@ -49,15 +49,15 @@ TEST(Md2Test, TheCountStaysBelow16) {
     EXPECT_EQ(context.count, 140U % 16);
 }
 
-TEST(Md2Test, AWholeBlockLeavesTheBufferEmpty) {
+TEST(md2_test, AWholeBlockLeavesTheBufferEmpty) {
     expectAWholeBlockLeavesTheBufferEmpty(kMd2);
 }
 
-TEST(Md2Test, WithoutAnOutputTheDigestCanBeContinued) {
+TEST(md2_test, WithoutAnOutputTheDigestCanBeContinued) {
     expectQueryLeavesTheDigest(kMd2);
 }
 
-TEST(Md2Test, TheFinalWipesTheContext) {
+TEST(md2_test, TheFinalWipesTheContext) {
     expectFinalWipesTheContext(kMd2);
 }
 

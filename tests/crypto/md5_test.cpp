@@ -12,7 +12,7 @@ using digests::hex;
 using digests::kMd5;
 
 // RFC 1321, appendix A.5.
-TEST(Md5Test, GivesThePublishedDigests) {
+TEST(md5_test, GivesThePublishedDigests) {
     const char* const known[][2] = {
         {"", "d41d8cd98f00b204e9800998ecf8427e"},
         {"a", "0cc175b9c0f1b6a831c399e269772661"},
@@ -27,29 +27,29 @@ TEST(Md5Test, GivesThePublishedDigests) {
         EXPECT_EQ(digestOf(kMd5, bytesOf(text)), hex(digest)) << text;
 }
 
-TEST(Md5Test, NoUpdateIsTheEmptyMessage) {
+TEST(md5_test, NoUpdateIsTheEmptyMessage) {
     MD5_CTX context = begun(kMd5);
     EXPECT_EQ(ended(kMd5, context), hex("d41d8cd98f00b204e9800998ecf8427e"));
 }
 
-TEST(Md5Test, GivesTheDigestsOfAnotherProgram) {
+TEST(md5_test, GivesTheDigestsOfAnotherProgram) {
     expectDigestsOfOtherPrograms(kMd5);
 }
 
-TEST(Md5Test, EveryCutGivesTheSameDigest) {
+TEST(md5_test, EveryCutGivesTheSameDigest) {
     expectEveryCut(kMd5);
 }
 
-TEST(Md5Test, AWholeBlockLeavesTheBufferEmpty) {
+TEST(md5_test, AWholeBlockLeavesTheBufferEmpty) {
     expectAWholeBlockLeavesTheBufferEmpty(kMd5);
 }
 
-TEST(Md5Test, BitsAreCountedAndCarried) {
+TEST(md5_test, BitsAreCountedAndCarried) {
     expectBitsAreCountedAndCarried(kMd5);
 }
 
 // Half a gigabyte and more in one update, by the counter alone.
-TEST(Md5Test, TheHighWordTakesTheUpperBitsOfALength) {
+TEST(md5_test, TheHighWordTakesTheUpperBitsOfALength) {
     const struct {
         std::uint32_t length, low, high;
     } kKnown[] = {{0x1FFFFFFF, 0xFFFFFFF8, 0}, {0x20000000, 0, 1}, {0x20000001, 8, 1}, {0xFFFFFFFF, 0xFFFFFFF8, 7}};
@@ -65,15 +65,15 @@ TEST(Md5Test, TheHighWordTakesTheUpperBitsOfALength) {
     }
 }
 
-TEST(Md5Test, BothWordsOfTheLengthArePadded) {
+TEST(md5_test, BothWordsOfTheLengthArePadded) {
     expectLongMessages(kMd5);
 }
 
-TEST(Md5Test, WithoutAnOutputTheDigestCanBeContinued) {
+TEST(md5_test, WithoutAnOutputTheDigestCanBeContinued) {
     expectQueryLeavesTheDigest(kMd5);
 }
 
-TEST(Md5Test, TheFinalWipesTheContext) {
+TEST(md5_test, TheFinalWipesTheContext) {
     expectFinalWipesTheContext(kMd5);
 }
 

@@ -31,7 +31,7 @@ constexpr OneBlock kOneBlock[] = {
     {"88bca90e90875a7f0f79c384627bafb216f80a6f85920584c42fceb0be255daf1e", 129, "0000000000000000", "5b78d3a43dfff1f1"},
 };
 
-TEST(Rc2Test, GivesThePublishedBlocks) {
+TEST(rc2_test, GivesThePublishedBlocks) {
     for (const OneBlock& known : kOneBlock) {
         const Bytes key = hex(known.key);
         EXPECT_EQ(plainBlocks(kRc2, true, key, Bytes(8), known.bits, hex(known.plain)), hex(known.cipher));
@@ -39,7 +39,7 @@ TEST(Rc2Test, GivesThePublishedBlocks) {
     }
 }
 
-TEST(Rc2Test, GivesTheStreamsOfAnotherProgram) {
+TEST(rc2_test, GivesTheStreamsOfAnotherProgram) {
     ciphers::expectStreams("Rc2");
 }
 
@@ -52,7 +52,7 @@ int initResult(std::uint32_t keyLength) {
     return encrypting;
 }
 
-TEST(Rc2Test, KeysHave1To128Bytes) {
+TEST(rc2_test, KeysHave1To128Bytes) {
     EXPECT_EQ(initResult(0), -3);
     for (std::uint32_t length = 1; length <= 128; ++length)
         EXPECT_EQ(initResult(length), 0);
@@ -69,7 +69,7 @@ RC2_CTX loaded(unsigned long bits) {
     return context;
 }
 
-TEST(Rc2Test, EffectiveBitsOutsideTheirRangeCountAs1024) {
+TEST(rc2_test, EffectiveBitsOutsideTheirRangeCountAs1024) {
     const RC2_CTX most = loaded(1024);
     for (const unsigned long bits : {0UL, 1025UL, 65536UL, 0x80000000UL, ~0UL}) {
         const RC2_CTX context = loaded(bits);
@@ -79,7 +79,7 @@ TEST(Rc2Test, EffectiveBitsOutsideTheirRangeCountAs1024) {
         EXPECT_NE(std::memcmp(loaded(bits).expandedKey, most.expandedKey, sizeof most.expandedKey), 0) << bits;
 }
 
-TEST(Rc2Test, InitLoadsTheContext) {
+TEST(rc2_test, InitLoadsTheContext) {
     const RC2_CTX context = loaded(128);
     const Bytes iv = hex("01 02 03 04 05 06 07 08");
     EXPECT_EQ(Bytes(std::begin(context.chain), std::end(context.chain)), iv);
@@ -89,12 +89,12 @@ TEST(Rc2Test, InitLoadsTheContext) {
 }
 
 // The record goes to a token too: integers are CK_ULONG.
-TEST(Rc2Test, TheParameterRecordIsThatOfPkcs11) {
+TEST(rc2_test, TheParameterRecordIsThatOfPkcs11) {
     EXPECT_EQ(offsetof(RC2_PARAMETER, iv), sizeof(unsigned long));
     EXPECT_EQ(sizeof(RC2_PARAMETER), sizeof(unsigned long) + 8);
 }
 
-TEST(Rc2Test, MissingArgumentsAreTold) {
+TEST(rc2_test, MissingArgumentsAreTold) {
     ciphers::expectMissingArguments(kRc2);
 }
 

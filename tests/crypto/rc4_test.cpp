@@ -29,7 +29,7 @@ Bytes updated(RC4_CTX& context, const Bytes& input) {
 }
 
 // RFC 6229: the key stream at 0 and at 240.
-TEST(Rc4Test, GivesThePublishedKeyStreams) {
+TEST(rc4_test, GivesThePublishedKeyStreams) {
     struct KeyStream {
         const char* key;
         const char* atStart;
@@ -47,7 +47,7 @@ TEST(Rc4Test, GivesThePublishedKeyStreams) {
     }
 }
 
-TEST(Rc4Test, GivesTheStreamsOfAnotherProgram) {
+TEST(rc4_test, GivesTheStreamsOfAnotherProgram) {
     int seen = 0;
     for (const CipherStream& stream : kCipherStreams) {
         if (std::string(stream.cipher) != "Rc4")
@@ -61,7 +61,7 @@ TEST(Rc4Test, GivesTheStreamsOfAnotherProgram) {
     EXPECT_GT(seen, 0);
 }
 
-TEST(Rc4Test, EveryCutGivesTheSameStream) {
+TEST(rc4_test, EveryCutGivesTheSameStream) {
     const Bytes key = ciphers::noiseBytes(16, 51);
     for (std::size_t length = 1; length <= 40; ++length) {
         const Bytes plain = ciphers::noiseBytes(length, 52);
@@ -77,7 +77,7 @@ TEST(Rc4Test, EveryCutGivesTheSameStream) {
     }
 }
 
-TEST(Rc4Test, OutputMayBeInput) {
+TEST(rc4_test, OutputMayBeInput) {
     const Bytes key = ciphers::noiseBytes(16, 53);
     for (const std::size_t length : {1U, 7U, 8U, 9U, 100U}) {
         const Bytes plain = ciphers::noiseBytes(length, 54);
@@ -90,7 +90,7 @@ TEST(Rc4Test, OutputMayBeInput) {
     }
 }
 
-TEST(Rc4Test, AQueryReportsTheInputLengthAndChangesNothing) {
+TEST(rc4_test, AQueryReportsTheInputLengthAndChangesNothing) {
     RC4_CTX context = keyed(Bytes(5, 7));
     const RC4_CTX before = context;
     for (const std::uint32_t asked : {0U, 1U, 8U, 1000U, 0xFFFFFFFFU}) {
@@ -102,7 +102,7 @@ TEST(Rc4Test, AQueryReportsTheInputLengthAndChangesNothing) {
 }
 
 // The length is the key object's business.
-TEST(Rc4Test, AnyLengthOfKeyIsTakenAndTheFirst256BytesCount) {
+TEST(rc4_test, AnyLengthOfKeyIsTakenAndTheFirst256BytesCount) {
     const Bytes key = ciphers::noiseBytes(300, 55);
     const RC4_CTX expected = keyed(Bytes(key.begin(), key.begin() + 256));
     for (const std::ptrdiff_t length : {257, 300}) {
@@ -116,13 +116,13 @@ TEST(Rc4Test, AnyLengthOfKeyIsTakenAndTheFirst256BytesCount) {
     EXPECT_EQ(std::memcmp(&none, &zero, sizeof none), 0);
 }
 
-TEST(Rc4Test, TheKeyIsCycled) {
+TEST(rc4_test, TheKeyIsCycled) {
     const RC4_CTX once = keyed(hex("010203"));
     const RC4_CTX thrice = keyed(hex("010203010203010203"));
     EXPECT_EQ(std::memcmp(&once, &thrice, sizeof once), 0);
 }
 
-TEST(Rc4Test, InitGivesAPermutationAndIndexesOfZero) {
+TEST(rc4_test, InitGivesAPermutationAndIndexesOfZero) {
     const RC4_CTX context = keyed(ciphers::noiseBytes(16, 56));
     EXPECT_EQ(context.x, 0);
     EXPECT_EQ(context.y, 0);
@@ -133,7 +133,7 @@ TEST(Rc4Test, InitGivesAPermutationAndIndexesOfZero) {
         EXPECT_EQ(count, 1);
 }
 
-TEST(Rc4Test, MissingArgumentsAreTold) {
+TEST(rc4_test, MissingArgumentsAreTold) {
     RC4_CTX context = keyed(Bytes(5, 7));
     std::uint8_t byte = 1;
     std::uint32_t length = 7;

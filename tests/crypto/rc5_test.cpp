@@ -40,7 +40,7 @@ constexpr OneBlock kOneBlock[] = {
     {12, "5269f149d41ba0152497574d7f153125", "0000000000000000", "65c178b284d197cc", "eb44e415da319824"},
 };
 
-TEST(Rc5Test, GivesThePublishedBlocks) {
+TEST(rc5_test, GivesThePublishedBlocks) {
     for (const OneBlock& known : kOneBlock) {
         const Bytes key = hex(known.key);
         const Bytes iv = hex(known.iv);
@@ -49,7 +49,7 @@ TEST(Rc5Test, GivesThePublishedBlocks) {
     }
 }
 
-TEST(Rc5Test, GivesTheStreamsOfItsDefinition) {
+TEST(rc5_test, GivesTheStreamsOfItsDefinition) {
     ciphers::expectStreams("Rc5");
 }
 
@@ -59,7 +59,7 @@ RC5_CTX loaded(const Bytes& key, const RC5_PARAMETER& parameter) {
     return context;
 }
 
-TEST(Rc5Test, OtherRoundsThan8And12And16CountAs16) {
+TEST(rc5_test, OtherRoundsThan8And12And16CountAs16) {
     const Bytes key = ciphers::noiseBytes(16, 41);
     const Bytes iv = ciphers::noiseBytes(8, 42);
     const RC5_CTX sixteen = loaded(key, {4, 16, iv.data(), 8});
@@ -72,7 +72,7 @@ TEST(Rc5Test, OtherRoundsThan8And12And16CountAs16) {
     EXPECT_EQ(loaded(key, {4, 12, iv.data(), 8}).rounds, 12);
 }
 
-TEST(Rc5Test, TheWordSizeIsIgnored) {
+TEST(rc5_test, TheWordSizeIsIgnored) {
     const Bytes key = ciphers::noiseBytes(16, 43);
     const Bytes iv = ciphers::noiseBytes(8, 44);
     const RC5_CTX expected = loaded(key, {4, 12, iv.data(), 8});
@@ -82,7 +82,7 @@ TEST(Rc5Test, TheWordSizeIsIgnored) {
     }
 }
 
-TEST(Rc5Test, AnInitialValueIsFilledUpWithZerosOrCutTo8Bytes) {
+TEST(rc5_test, AnInitialValueIsFilledUpWithZerosOrCutTo8Bytes) {
     const Bytes key(16);
     const Bytes iv = hex("A1 A2 A3 A4 A5 A6 A7 A8 A9 AA");
     for (std::size_t length = 0; length <= iv.size(); ++length) {
@@ -100,7 +100,7 @@ TEST(Rc5Test, AnInitialValueIsFilledUpWithZerosOrCutTo8Bytes) {
     }
 }
 
-TEST(Rc5Test, AnInitialValueThatIsNotThereMustHaveNoBytes) {
+TEST(rc5_test, AnInitialValueThatIsNotThereMustHaveNoBytes) {
     const Bytes key(16);
     const RC5_PARAMETER none{4, 12, nullptr, 0};
     const RC5_PARAMETER missing{4, 12, nullptr, 1};
@@ -109,7 +109,7 @@ TEST(Rc5Test, AnInitialValueThatIsNotThereMustHaveNoBytes) {
     EXPECT_EQ(RC5_EncryptInit(&context, key.data(), 16, &missing), -2);
 }
 
-TEST(Rc5Test, KeysHave0To256Bytes) {
+TEST(rc5_test, KeysHave0To256Bytes) {
     const Bytes key = ciphers::noiseBytes(300, 45);
     const RC5_PARAMETER parameter{4, 12, nullptr, 0};
     RC5_CTX context{};
@@ -121,7 +121,7 @@ TEST(Rc5Test, KeysHave0To256Bytes) {
     }
 }
 
-TEST(Rc5Test, OnlyTheSubkeysInUseAreSet) {
+TEST(rc5_test, OnlyTheSubkeysInUseAreSet) {
     const RC5_CTX context = loaded(Bytes(16), {4, 8, nullptr, 0});
     for (int i = 18; i < 34; ++i)
         EXPECT_EQ(context.subkeys[i], 0U);
@@ -129,13 +129,13 @@ TEST(Rc5Test, OnlyTheSubkeysInUseAreSet) {
 }
 
 // The record goes to a token too: integers are CK_ULONG.
-TEST(Rc5Test, TheParameterRecordIsThatOfPkcs11) {
+TEST(rc5_test, TheParameterRecordIsThatOfPkcs11) {
     EXPECT_EQ(offsetof(RC5_PARAMETER, rounds), sizeof(unsigned long));
     EXPECT_EQ(offsetof(RC5_PARAMETER, iv), 2 * sizeof(unsigned long));
     EXPECT_EQ(offsetof(RC5_PARAMETER, ivLength), 2 * sizeof(unsigned long) + sizeof(void*));
 }
 
-TEST(Rc5Test, MissingArgumentsAreTold) {
+TEST(rc5_test, MissingArgumentsAreTold) {
     ciphers::expectMissingArguments(kRc5);
 }
 

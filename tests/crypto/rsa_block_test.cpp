@@ -59,14 +59,14 @@ std::vector<const RsaKeyVector*> usableKeys() {
     return keys;
 }
 
-TEST(RsaBlockTest, EncryptBlockGivesTheBlockWithConstantFiller) {
+TEST(rsa_block_test, EncryptBlockGivesTheBlockWithConstantFiller) {
     for (const RsaKeyVector* vector : usableKeys()) {
         const Result result = run(RSA_EncryptBlock, *loadPublic(*vector), hex(vector->message), lengthOf(*vector));
         EXPECT_EQ(result.bytes, hex(vector->constantPad)) << vector->bits;
     }
 }
 
-TEST(RsaBlockTest, TwoEncryptionsOfOneMessageAreOneBlock) {
+TEST(rsa_block_test, TwoEncryptionsOfOneMessageAreOneBlock) {
     const auto context = loadPublic(ofBits(1024));
     const Result first = run(RSA_EncryptBlock, *context, noise(50), 128);
     EXPECT_EQ(first.code, 128);
@@ -74,7 +74,7 @@ TEST(RsaBlockTest, TwoEncryptionsOfOneMessageAreOneBlock) {
         EXPECT_EQ(run(RSA_EncryptBlock, *context, noise(50), 128).bytes, first.bytes);
 }
 
-TEST(RsaBlockTest, TheFillerOfAnEncryptedBlockIsAllOnes) {
+TEST(rsa_block_test, TheFillerOfAnEncryptedBlockIsAllOnes) {
     const RsaKeyVector& vector = ofBits(1024);
     const auto context = loadPrivate(vector);
     const Bytes message = noise(40);
@@ -89,7 +89,7 @@ TEST(RsaBlockTest, TheFillerOfAnEncryptedBlockIsAllOnes) {
     EXPECT_EQ(bytesOf(raw.data(), 128), expected);
 }
 
-TEST(RsaBlockTest, DecryptBlockOpensBlocksOfAnotherProgramAndOurs) {
+TEST(rsa_block_test, DecryptBlockOpensBlocksOfAnotherProgramAndOurs) {
     for (const RsaKeyVector* vector : usableKeys()) {
         const auto context = loadPrivate(*vector);
         for (const char* block : {vector->encrypted, vector->constantPad}) {
@@ -99,14 +99,14 @@ TEST(RsaBlockTest, DecryptBlockOpensBlocksOfAnotherProgramAndOurs) {
     }
 }
 
-TEST(RsaBlockTest, SignBlockGivesTheBlockOfAnotherProgram) {
+TEST(rsa_block_test, SignBlockGivesTheBlockOfAnotherProgram) {
     for (const RsaKeyVector* vector : usableKeys()) {
         const Result result = run(RSA_SignBlock, *loadPrivate(*vector), hex(vector->message), lengthOf(*vector));
         EXPECT_EQ(result.bytes, hex(vector->signedBlock)) << vector->bits;
     }
 }
 
-TEST(RsaBlockTest, RecoverBlockOpensTheBlockOfAnotherProgram) {
+TEST(rsa_block_test, RecoverBlockOpensTheBlockOfAnotherProgram) {
     for (const RsaKeyVector* vector : usableKeys()) {
         const Result result =
             run(RSA_RecoverBlock, *loadPublic(*vector), hex(vector->signedBlock), lengthOf(*vector) - 11);
@@ -114,7 +114,7 @@ TEST(RsaBlockTest, RecoverBlockOpensTheBlockOfAnotherProgram) {
     }
 }
 
-TEST(RsaBlockTest, DataOfEveryLengthThatFitsGoesThroughBothTypes) {
+TEST(rsa_block_test, DataOfEveryLengthThatFitsGoesThroughBothTypes) {
     for (const int bits : {96, 97, 512}) {
         const RsaKeyVector& vector = ofBits(bits);
         const auto publicKey = loadPublic(vector);
@@ -135,7 +135,7 @@ TEST(RsaBlockTest, DataOfEveryLengthThatFitsGoesThroughBothTypes) {
     }
 }
 
-TEST(RsaBlockTest, ALengthThatIsNoneIsABadArgument) {
+TEST(rsa_block_test, ALengthThatIsNoneIsABadArgument) {
     const RsaKeyVector& vector = ofBits(512);
     const auto context = loadPrivate(vector);
     const Bytes input(65, 0);
@@ -151,7 +151,7 @@ TEST(RsaBlockTest, ALengthThatIsNoneIsABadArgument) {
     }
 }
 
-TEST(RsaBlockTest, AModulusOf11BytesIsRefused) {
+TEST(rsa_block_test, AModulusOf11BytesIsRefused) {
     const RsaKeyVector& vector = ofBits(88);
     const auto context = loadPrivate(vector);
     ASSERT_NE(context, nullptr) << "it is loaded";
@@ -166,14 +166,14 @@ TEST(RsaBlockTest, AModulusOf11BytesIsRefused) {
     }
 }
 
-TEST(RsaBlockTest, AModulusOf12BytesTakesOneByte) {
+TEST(rsa_block_test, AModulusOf12BytesTakesOneByte) {
     const auto context = loadPublic(ofBits(96));
     EXPECT_EQ(RSA_ModulusLength(context.get()), 12);
     EXPECT_EQ(run(RSA_EncryptBlock, *context, {7}, 12).code, 12);
     EXPECT_EQ(run(RSA_EncryptBlock, *context, {7, 7}, 12).code, -102);
 }
 
-TEST(RsaBlockTest, AContextWithAModulusAbove1024BytesIsRefused) {
+TEST(rsa_block_test, AContextWithAModulusAbove1024BytesIsRefused) {
     const auto context = loadPrivate(ofBits(512));
     context->modulus[0] = 257;  // no load gives that
     EXPECT_EQ(RSA_ModulusLength(context.get()), -103);
@@ -186,7 +186,7 @@ TEST(RsaBlockTest, AContextWithAModulusAbove1024BytesIsRefused) {
     EXPECT_EQ(RSA_Decrypt(context.get(), input.data(), output.data(), 1028, &length), -103);
 }
 
-TEST(RsaBlockTest, ABlockThatIsNotBelowTheModulusIsRefused) {
+TEST(rsa_block_test, ABlockThatIsNotBelowTheModulusIsRefused) {
     const RsaKeyVector& vector = ofBits(512);
     const auto publicKey = loadPublic(vector);
     const auto privateKey = loadPrivate(vector);
@@ -244,7 +244,7 @@ Bytes blockOf(std::uint8_t type, std::uint8_t filler, std::size_t count) {
     return block;
 }
 
-TEST(RsaBlockTest, AType1BlockNeedsEightFillerBytes) {
+TEST(rsa_block_test, AType1BlockNeedsEightFillerBytes) {
     const Forge forge;
     for (std::size_t count = 0; count <= 61; ++count) {
         const Bytes block = blockOf(1, 0xFF, count);
@@ -259,7 +259,7 @@ TEST(RsaBlockTest, AType1BlockNeedsEightFillerBytes) {
     }
 }
 
-TEST(RsaBlockTest, AType2BlockNeedsEightFillerBytesThatAreNotZero) {
+TEST(rsa_block_test, AType2BlockNeedsEightFillerBytesThatAreNotZero) {
     const Forge forge;
     for (std::size_t count = 0; count <= 61; ++count) {
         const Bytes block = blockOf(2, 0xA5, count);
@@ -273,7 +273,7 @@ TEST(RsaBlockTest, AType2BlockNeedsEightFillerBytesThatAreNotZero) {
     }
 }
 
-TEST(RsaBlockTest, AType2BlockMayHaveAnyFillerButZero) {
+TEST(rsa_block_test, AType2BlockMayHaveAnyFillerButZero) {
     const Forge forge;
     Bytes block = blockOf(2, 0xFF, 8);
     for (std::size_t i = 2; i < 10; ++i) {
@@ -285,7 +285,7 @@ TEST(RsaBlockTest, AType2BlockMayHaveAnyFillerButZero) {
     EXPECT_EQ(forge.decrypt(block).code, 53);
 }
 
-TEST(RsaBlockTest, AType1BlockEndsItsFillerWithZeroAlone) {
+TEST(rsa_block_test, AType1BlockEndsItsFillerWithZeroAlone) {
     const Forge forge;
     for (const unsigned end : {1U, 0x7FU, 0xFEU}) {
         Bytes block = blockOf(1, 0xFF, 20);
@@ -294,7 +294,7 @@ TEST(RsaBlockTest, AType1BlockEndsItsFillerWithZeroAlone) {
     }
 }
 
-TEST(RsaBlockTest, ABlockWithoutAnEndOfItsFillerIsRefused) {
+TEST(rsa_block_test, ABlockWithoutAnEndOfItsFillerIsRefused) {
     const Forge forge;
     Bytes block(64, 0xFF);
     block[0] = 0;
@@ -306,7 +306,7 @@ TEST(RsaBlockTest, ABlockWithoutAnEndOfItsFillerIsRefused) {
 
 // The block of the longest modulus fills its array: the address sanitizer guards the end. To the power of 1 it is
 // itself.
-TEST(RsaBlockTest, FillerWithoutAnEndIsReadNoFurtherThanTheLongestBlock) {
+TEST(rsa_block_test, FillerWithoutAnEndIsReadNoFurtherThanTheLongestBlock) {
     Key key(ofBits(512));
     key.set(RSA_MODULUS, Bytes(MPI_MAX_BYTES, 0xFF));
     key.set(RSA_PUBLIC_EXPONENT, {1});
@@ -322,7 +322,7 @@ TEST(RsaBlockTest, FillerWithoutAnEndIsReadNoFurtherThanTheLongestBlock) {
     EXPECT_EQ(empty.bytes, Bytes());
 }
 
-TEST(RsaBlockTest, ABlockBeginsWithZeroAndItsType) {
+TEST(rsa_block_test, ABlockBeginsWithZeroAndItsType) {
     const Forge forge;
     for (unsigned type = 0; type < 256; ++type) {
         EXPECT_EQ(forge.recover(blockOf(static_cast<std::uint8_t>(type), 0xFF, 20)).code, type == 1 ? 41 : -105);
@@ -337,7 +337,7 @@ TEST(RsaBlockTest, ABlockBeginsWithZeroAndItsType) {
     }
 }
 
-TEST(RsaBlockTest, AnEntryMakesOrOpensByTheKindOfKey) {
+TEST(rsa_block_test, AnEntryMakesOrOpensByTheKindOfKey) {
     const RsaKeyVector& vector = ofBits(1024);
     const auto publicKey = loadPublic(vector);
     const auto privateKey = loadPrivate(vector);
@@ -365,7 +365,7 @@ TEST(RsaBlockTest, AnEntryMakesOrOpensByTheKindOfKey) {
     EXPECT_EQ(run(RSA_DecryptBlock, *privateKey, hex(vector.signedBlock), 117).code, -105);
 }
 
-TEST(RsaBlockTest, EncryptTakesUpTo11BytesLessThanTheModulus) {
+TEST(rsa_block_test, EncryptTakesUpTo11BytesLessThanTheModulus) {
     for (const RsaKeyVector* vector : usableKeys()) {
         const auto context = loadPublic(*vector);
         const auto k = static_cast<std::uint32_t>(lengthOf(*vector));
@@ -384,7 +384,7 @@ TEST(RsaBlockTest, EncryptTakesUpTo11BytesLessThanTheModulus) {
     }
 }
 
-TEST(RsaBlockTest, DecryptTakesABlockOfTheModulusLengthAlone) {
+TEST(rsa_block_test, DecryptTakesABlockOfTheModulusLengthAlone) {
     for (const RsaKeyVector* vector : usableKeys()) {
         const auto context = loadPrivate(*vector);
         const auto k = static_cast<std::uint32_t>(lengthOf(*vector));
@@ -399,7 +399,7 @@ TEST(RsaBlockTest, DecryptTakesABlockOfTheModulusLengthAlone) {
     }
 }
 
-TEST(RsaBlockTest, DecryptWithoutOutputReportsTheMostWithoutComputing) {
+TEST(rsa_block_test, DecryptWithoutOutputReportsTheMostWithoutComputing) {
     const auto context = loadPrivate(ofBits(1024));
     const Bytes notBelow(128, 0xFF);
     std::uint32_t length = 0;
@@ -407,7 +407,7 @@ TEST(RsaBlockTest, DecryptWithoutOutputReportsTheMostWithoutComputing) {
     EXPECT_EQ(length, 117U);
 }
 
-TEST(RsaBlockTest, EntriesNeedContextInputAndLength) {
+TEST(rsa_block_test, EntriesNeedContextInputAndLength) {
     const auto context = loadPublic(ofBits(512));
     const Bytes input(64);
     Bytes output(64);
@@ -420,7 +420,7 @@ TEST(RsaBlockTest, EntriesNeedContextInputAndLength) {
     }
 }
 
-TEST(RsaBlockTest, BlocksLeaveTheContextAsItIs) {
+TEST(rsa_block_test, BlocksLeaveTheContextAsItIs) {
     const RsaKeyVector& vector = ofBits(512);
     const auto context = loadPrivate(vector);
     const auto before = std::make_unique<RSA_CTX>(*context);

@@ -33,7 +33,7 @@ Bytes limbsOf(const std::uint32_t* x) {
     return bytesOf(x, static_cast<int>(x[0] * 4));
 }
 
-TEST(RsaGenerateTest, TheFirstKeysOfAFreshThread) {
+TEST(rsa_generate_test, TheFirstKeysOfAFreshThread) {
     for (const RsaGeneratedKey& row : kRsaGeneratedKeys) {
         onFreshThread([&] {
             int code = -1;
@@ -51,7 +51,7 @@ TEST(RsaGenerateTest, TheFirstKeysOfAFreshThread) {
     }
 }
 
-TEST(RsaGenerateTest, ItemsAreTheSameKeyInWholeLimbs) {
+TEST(rsa_generate_test, ItemsAreTheSameKeyInWholeLimbs) {
     for (const RsaGeneratedKey& row : kRsaGeneratedKeys) {
         if (row.number != 1)
             continue;
@@ -68,7 +68,7 @@ TEST(RsaGenerateTest, ItemsAreTheSameKeyInWholeLimbs) {
     }
 }
 
-TEST(RsaGenerateTest, EverySizeIsExactAndEveryKeyIsAcceptedAndHasItsExponent) {
+TEST(rsa_generate_test, EverySizeIsExactAndEveryKeyIsAcceptedAndHasItsExponent) {
     for (int bits = 24; bits <= 200; bits += 7) {
         KEY_ITEM* items = nullptr;
         ASSERT_EQ(RSA_GenerateKeyItems(&items, bits), 0) << bits;
@@ -80,7 +80,7 @@ TEST(RsaGenerateTest, EverySizeIsExactAndEveryKeyIsAcceptedAndHasItsExponent) {
     }
 }
 
-TEST(RsaGenerateTest, SizesWithoutAKeyEndAfterTenAttempts) {
+TEST(rsa_generate_test, SizesWithoutAKeyEndAfterTenAttempts) {
     for (const int bits : kRsaSizesWithoutKey) {
         onFreshThread([&] {
             int code = 0;
@@ -101,7 +101,7 @@ TEST(RsaGenerateTest, SizesWithoutAKeyEndAfterTenAttempts) {
     }
 }
 
-TEST(RsaGenerateTest, SizesOutsideTheFieldsAreRefusedBeforeAnythingIsDrawn) {
+TEST(rsa_generate_test, SizesOutsideTheFieldsAreRefusedBeforeAnythingIsDrawn) {
     for (const int bits : {INT32_MIN, -1, 0, 1, 8193, 16384, INT32_MAX}) {
         onFreshThread([&] {
             int code = 0;
@@ -114,7 +114,7 @@ TEST(RsaGenerateTest, SizesOutsideTheFieldsAreRefusedBeforeAnythingIsDrawn) {
     }
 }
 
-TEST(RsaGenerateTest, APositiveFlagCancelsBeforeTheFirstStep) {
+TEST(rsa_generate_test, APositiveFlagCancelsBeforeTheFirstStep) {
     onFreshThread([] {
         RSA_CTX context;
         const std::atomic<std::int32_t> cancel{1};
@@ -123,7 +123,7 @@ TEST(RsaGenerateTest, APositiveFlagCancelsBeforeTheFirstStep) {
     });
 }
 
-TEST(RsaGenerateTest, AFlagOfZeroOrBelowDoesNotCancel) {
+TEST(rsa_generate_test, AFlagOfZeroOrBelowDoesNotCancel) {
     for (const std::int32_t value : {0, -1, INT32_MIN}) {
         RSA_CTX context;
         const std::atomic<std::int32_t> cancel{value};
@@ -131,7 +131,7 @@ TEST(RsaGenerateTest, AFlagOfZeroOrBelowDoesNotCancel) {
     }
 }
 
-TEST(RsaGenerateTest, AFlagThatIsRaisedOnTheWayCancels) {
+TEST(rsa_generate_test, AFlagThatIsRaisedOnTheWayCancels) {
     std::atomic<std::int32_t> cancel{0};
     std::atomic<int> drawn{0};
     int code = 0;
@@ -150,11 +150,11 @@ TEST(RsaGenerateTest, AFlagThatIsRaisedOnTheWayCancels) {
     EXPECT_EQ(code, -101);
 }
 
-TEST(RsaGenerateTest, ItemsNeedSomewhereToStand) {
+TEST(rsa_generate_test, ItemsNeedSomewhereToStand) {
     EXPECT_EQ(RSA_GenerateKeyItems(nullptr, 512), -2);
 }
 
-TEST(RsaGenerateTest, ExhaustedMemoryIsOneCodeForTheArrayAndAnotherForAString) {
+TEST(rsa_generate_test, ExhaustedMemoryIsOneCodeForTheArrayAndAnotherForAString) {
     for (long n = 1; n <= 10; ++n) {
         KEY_ITEM* items = nullptr;
         int code = 0;
@@ -168,7 +168,7 @@ TEST(RsaGenerateTest, ExhaustedMemoryIsOneCodeForTheArrayAndAnotherForAString) {
     }
 }
 
-TEST(RsaGenerateTest, FreeingNoItemsIsNothing) {
+TEST(rsa_generate_test, FreeingNoItemsIsNothing) {
     KeyItemsFree(nullptr, RSA_ITEM_COUNT);
     KEY_ITEM* items = nullptr;
     KeyItemsFree(&items, RSA_ITEM_COUNT);

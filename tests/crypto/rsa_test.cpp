@@ -29,7 +29,7 @@ int init(Key& key, std::uint32_t length) {
     return RSA_Init(context.get(), key.items(), length, nullptr);
 }
 
-TEST(RsaTest, TheItemsOfAKeyStandInTheirOrder) {
+TEST(rsa_test, TheItemsOfAKeyStandInTheirOrder) {
     for (std::size_t i = 0; i < RSA_ITEM_COUNT; ++i)
         EXPECT_EQ(kItems[i], static_cast<RsaItem>(i));
     EXPECT_EQ(RSA_ITEM_COUNT, 8U);
@@ -38,7 +38,7 @@ TEST(RsaTest, TheItemsOfAKeyStandInTheirOrder) {
     EXPECT_EQ(sizeof(RSA_KEY_ITEMS), 8 * sizeof(KEY_ITEM));
 }
 
-TEST(RsaTest, InitLoadsEveryNumberOfAPrivateKey) {
+TEST(rsa_test, InitLoadsEveryNumberOfAPrivateKey) {
     for (const RsaKeyVector& vector : kRsaKeys) {
         const auto context = loadPrivate(vector);
         ASSERT_NE(context, nullptr) << vector.bits;
@@ -53,7 +53,7 @@ TEST(RsaTest, InitLoadsEveryNumberOfAPrivateKey) {
     }
 }
 
-TEST(RsaTest, TheLengthOfTheItemsTellsTheKind) {
+TEST(rsa_test, TheLengthOfTheItemsTellsTheKind) {
     Key key(ofBits(512));
     for (std::uint32_t length = 0; length <= 70; ++length) {
         RSA_CTX context = {};
@@ -65,7 +65,7 @@ TEST(RsaTest, TheLengthOfTheItemsTellsTheKind) {
     }
 }
 
-TEST(RsaTest, APublicKeyIsTheFirstTwoItemsAlone) {
+TEST(rsa_test, APublicKeyIsTheFirstTwoItemsAlone) {
     Key key(ofBits(512));
     const auto two = std::make_unique<KEY_ITEM[]>(2);  // the address checker guards what is behind
     std::copy_n(key.items(), 2, two.get());
@@ -75,14 +75,14 @@ TEST(RsaTest, APublicKeyIsTheFirstTwoItemsAlone) {
     EXPECT_EQ(context->publicExponent[1], 3U);
 }
 
-TEST(RsaTest, InitNeedsContextAndItems) {
+TEST(rsa_test, InitNeedsContextAndItems) {
     Key key(ofBits(512));
     RSA_CTX context = {};
     EXPECT_EQ(RSA_Init(nullptr, key.items(), 64, nullptr), -2);
     EXPECT_EQ(RSA_Init(&context, nullptr, 64, nullptr), -2);
 }
 
-TEST(RsaTest, InitForgetsAKeptSignatureEvenIfItFails) {
+TEST(rsa_test, InitForgetsAKeptSignatureEvenIfItFails) {
     Key key(ofBits(512));
     for (const std::uint32_t length : {0U, 16U, 64U}) {
         const auto context = std::make_unique<RSA_CTX>();
@@ -93,7 +93,7 @@ TEST(RsaTest, InitForgetsAKeptSignatureEvenIfItFails) {
     }
 }
 
-TEST(RsaTest, ANumberAbove1024BytesIsNotLoadedEvenIfTheExcessIsZeros) {
+TEST(rsa_test, ANumberAbove1024BytesIsNotLoadedEvenIfTheExcessIsZeros) {
     for (const RsaItem item : kItems) {
         Key key(ofBits(512));
         key.set(item, Bytes(1025, 0));
@@ -104,7 +104,7 @@ TEST(RsaTest, ANumberAbove1024BytesIsNotLoadedEvenIfTheExcessIsZeros) {
     }
 }
 
-TEST(RsaTest, ANumberThatDoesNotFitItsFieldIsNotLoadedAndOverwritesNothing) {
+TEST(rsa_test, ANumberThatDoesNotFitItsFieldIsNotLoadedAndOverwritesNothing) {
     for (const RsaItem item : {RSA_PRIME_1, RSA_PRIME_2, RSA_EXPONENT_1, RSA_EXPONENT_2, RSA_COEFFICIENT}) {
         for (const std::size_t length : {513U, 1024U}) {
             Key key(ofBits(512));
@@ -127,7 +127,7 @@ TEST(RsaTest, ANumberThatDoesNotFitItsFieldIsNotLoadedAndOverwritesNothing) {
     }
 }
 
-TEST(RsaTest, NumbersOfFullLengthAreLoaded) {
+TEST(rsa_test, NumbersOfFullLengthAreLoaded) {
     Key key(ofBits(512));
     key.set(RSA_MODULUS, Bytes(1024, 0xFF));
     key.set(RSA_PUBLIC_EXPONENT, Bytes(1024, 0xFF));
@@ -136,7 +136,7 @@ TEST(RsaTest, NumbersOfFullLengthAreLoaded) {
     EXPECT_EQ(init(key, 64), -14) << "loaded, and found not to belong there";
 }
 
-TEST(RsaTest, AnItemWithoutBytesIsNotReadAndANumberOfNoBytesIsZero) {
+TEST(rsa_test, AnItemWithoutBytesIsNotReadAndANumberOfNoBytesIsZero) {
     Key key(ofBits(512));
     RSA_KEY_ITEMS items;
     std::copy_n(key.items(), RSA_ITEM_COUNT, items);
@@ -148,7 +148,7 @@ TEST(RsaTest, AnItemWithoutBytesIsNotReadAndANumberOfNoBytesIsZero) {
     EXPECT_EQ(RSA_ModulusLength(&context), -106);
 }
 
-TEST(RsaTest, AKeyWithAnyWrongNumberIsRefused) {
+TEST(rsa_test, AKeyWithAnyWrongNumberIsRefused) {
     for (const int bits : {96, 512, 1000, 2048}) {
         for (const RsaItem item : kItems) {
             Key key(ofBits(bits));
@@ -164,7 +164,7 @@ TEST(RsaTest, AKeyWithAnyWrongNumberIsRefused) {
     }
 }
 
-TEST(RsaTest, ARefusedKeyIsNotUsable) {
+TEST(rsa_test, ARefusedKeyIsNotUsable) {
     Key key(ofBits(512));
     key.set(RSA_EXPONENT_1, {5});
     RSA_CTX context = {};
@@ -188,7 +188,7 @@ Number lessOne(const Bytes& x) {
     return result;
 }
 
-TEST(RsaTest, AnInverseAboveItsModulusIsRefused) {
+TEST(rsa_test, AnInverseAboveItsModulusIsRefused) {
     Key key(ofBits(1024));
     Number phi;
     MPI_Mul(phi.data(), lessOne(key[RSA_PRIME_1]).data(), lessOne(key[RSA_PRIME_2]).data());
@@ -200,7 +200,7 @@ TEST(RsaTest, AnInverseAboveItsModulusIsRefused) {
     EXPECT_EQ(init(other, 64), -14);
 }
 
-TEST(RsaTest, AKeyWhoseExponentIsReducedByTheLeastCommonMultipleIsRefused) {
+TEST(rsa_test, AKeyWhoseExponentIsReducedByTheLeastCommonMultipleIsRefused) {
     int found = 0;
     for (const RsaKeyVector& vector : kRsaKeys) {
         if (*vector.reducedD == '\0')
@@ -213,7 +213,7 @@ TEST(RsaTest, AKeyWhoseExponentIsReducedByTheLeastCommonMultipleIsRefused) {
     EXPECT_GT(found, 0) << "no vector is such a key";
 }
 
-TEST(RsaTest, PrimesInTheOtherOrderAreRefusedUnlessAllTheRestFollows) {
+TEST(rsa_test, PrimesInTheOtherOrderAreRefusedUnlessAllTheRestFollows) {
     Key key(ofBits(512));
     const Bytes p = key[RSA_PRIME_1];
     const Bytes exponent1 = key[RSA_EXPONENT_1];
@@ -229,7 +229,7 @@ TEST(RsaTest, PrimesInTheOtherOrderAreRefusedUnlessAllTheRestFollows) {
     EXPECT_EQ(init(key, 64), 0);
 }
 
-TEST(RsaTest, PublicOpIsThePowerForEveryExponent) {
+TEST(rsa_test, PublicOpIsThePowerForEveryExponent) {
     for (const RsaKeyVector& vector : kRsaKeys) {
         const auto context = loadPublic(vector);
         ASSERT_NE(context, nullptr);
@@ -239,7 +239,7 @@ TEST(RsaTest, PublicOpIsThePowerForEveryExponent) {
     }
 }
 
-TEST(RsaTest, PublicOpOfZeroAndOne) {
+TEST(rsa_test, PublicOpOfZeroAndOne) {
     for (const int bits : {96, 512, 2048}) {
         const auto context = loadPublic(ofBits(bits));
         const Number one = {1, 1};
@@ -254,7 +254,7 @@ TEST(RsaTest, PublicOpOfZeroAndOne) {
 
 // What the steps of the common exponent give where there is no Montgomery form: 16 squarings and a product, each
 // reduced by the constant that lifting finds for an even number (worked out in python3). It is not x^65537.
-TEST(RsaTest, PublicOpOfTheCommonExponentWithAnEvenModulusFollowsTheSteps) {
+TEST(rsa_test, PublicOpOfTheCommonExponentWithAnEvenModulusFollowsTheSteps) {
     const struct {
         const char* modulus;
         const char* input;
@@ -278,7 +278,7 @@ void privateOp(const RSA_CTX& context, Number& result, const Number& input) {
                   context.coefficient);
 }
 
-TEST(RsaTest, PrivateOpUndoesTheBarePower) {
+TEST(rsa_test, PrivateOpUndoesTheBarePower) {
     for (const RsaKeyVector& vector : kRsaKeys) {
         const auto context = loadPrivate(vector);
         ASSERT_NE(context, nullptr);
@@ -288,7 +288,7 @@ TEST(RsaTest, PrivateOpUndoesTheBarePower) {
     }
 }
 
-TEST(RsaTest, PrivateOpOfAMultipleOfAPrimeGivesZeroForThatPrime) {
+TEST(rsa_test, PrivateOpOfAMultipleOfAPrimeGivesZeroForThatPrime) {
     const auto context = loadPrivate(ofBits(512));
     for (const std::uint32_t* prime : {context->prime1, context->prime2}) {
         Number input = {};
@@ -301,7 +301,7 @@ TEST(RsaTest, PrivateOpOfAMultipleOfAPrimeGivesZeroForThatPrime) {
     }
 }
 
-TEST(RsaTest, ABareNumberBetweenThePrimesComesBackWithTheModulusAdded) {
+TEST(rsa_test, ABareNumberBetweenThePrimesComesBackWithTheModulusAdded) {
     Key key(ofBits(512));  // openssl's p is above its q
     const Bytes p = key[RSA_PRIME_1];
     const Bytes exponent1 = key[RSA_EXPONENT_1];
@@ -329,7 +329,7 @@ TEST(RsaTest, ABareNumberBetweenThePrimesComesBackWithTheModulusAdded) {
 
 // Factors that are no primes, even or equal ones among them, make a key that the check accepts; what comes out is of no
 // use, but it must be as long as the modulus and nothing else may happen.
-TEST(RsaTest, KeysOfCompositeFactorsDoNoHarm) {
+TEST(rsa_test, KeysOfCompositeFactorsDoNoHarm) {
     const char* const factors[][2] = {{"80 00 00 00 00 00 00 00", "ff ff ff ff ff ff ff c5"},
                                       {"ff ff ff ff ff ff ff c5", "80 00 00 00 00 00 00 00"},
                                       {"04", "ff ff ff ff ff ff ff ff ff ff ff 61"},
@@ -369,7 +369,7 @@ TEST(RsaTest, KeysOfCompositeFactorsDoNoHarm) {
     }
 }
 
-TEST(RsaTest, ANumberOfNoneOrOfMoreLimbsThanAnyKeyHasIsRefused) {
+TEST(rsa_test, ANumberOfNoneOrOfMoreLimbsThanAnyKeyHasIsRefused) {
     std::uint32_t* (*const numbers[])(RSA_CTX&) = {
         [](RSA_CTX& c) { return c.modulus; },         [](RSA_CTX& c) { return c.publicExponent; },
         [](RSA_CTX& c) { return c.privateExponent; }, [](RSA_CTX& c) { return c.prime1; },
@@ -386,7 +386,7 @@ TEST(RsaTest, ANumberOfNoneOrOfMoreLimbsThanAnyKeyHasIsRefused) {
     }
 }
 
-TEST(RsaTest, FactorsOfOneAreRefused) {
+TEST(rsa_test, FactorsOfOneAreRefused) {
     Key key(ofBits(512));
     key.set(RSA_PRIME_1, {1});
     key.set(RSA_PRIME_2, key[RSA_MODULUS].size() > 512 ? Bytes{1} : key[RSA_MODULUS]);
@@ -396,7 +396,7 @@ TEST(RsaTest, FactorsOfOneAreRefused) {
     EXPECT_EQ(init(key, 64), -14);
 }
 
-TEST(RsaTest, FinalWritesNothingAndReportsNoBytes) {
+TEST(rsa_test, FinalWritesNothingAndReportsNoBytes) {
     std::uint8_t output = 0x5A;
     std::uint32_t length = 9;
     EXPECT_EQ(RSA_Final(nullptr, &output, &length), 0);

@@ -15,7 +15,7 @@ using digests::hex;
 using digests::kSha1;
 
 // RFC 3174, section 7.3, and FIPS 180-1, appendix A.
-TEST(Sha1Test, GivesThePublishedDigests) {
+TEST(sha1_test, GivesThePublishedDigests) {
     std::string eighty;
     for (int i = 0; i < 80; ++i)
         eighty += "01234567";
@@ -29,41 +29,41 @@ TEST(Sha1Test, GivesThePublishedDigests) {
         EXPECT_EQ(digestOf(kSha1, bytesOf(text)), hex(digest)) << text.substr(0, 80);
 }
 
-TEST(Sha1Test, NoUpdateIsTheEmptyMessage) {
+TEST(sha1_test, NoUpdateIsTheEmptyMessage) {
     SHA1_CTX context = begun(kSha1);
     EXPECT_EQ(ended(kSha1, context), hex("da39a3ee5e6b4b0d3255bfef95601890afd80709"));
 }
 
-TEST(Sha1Test, GivesTheDigestsOfAnotherProgram) {
+TEST(sha1_test, GivesTheDigestsOfAnotherProgram) {
     expectDigestsOfOtherPrograms(kSha1);
 }
 
-TEST(Sha1Test, EveryCutGivesTheSameDigest) {
+TEST(sha1_test, EveryCutGivesTheSameDigest) {
     expectEveryCut(kSha1);
 }
 
-TEST(Sha1Test, AWholeBlockLeavesTheBufferEmpty) {
+TEST(sha1_test, AWholeBlockLeavesTheBufferEmpty) {
     expectAWholeBlockLeavesTheBufferEmpty(kSha1);
 }
 
-TEST(Sha1Test, BitsAreCountedAndCarried) {
+TEST(sha1_test, BitsAreCountedAndCarried) {
     expectBitsAreCountedAndCarried(kSha1);
 }
 
-TEST(Sha1Test, BothWordsOfTheLengthArePadded) {
+TEST(sha1_test, BothWordsOfTheLengthArePadded) {
     expectLongMessages(kSha1);
 }
 
-TEST(Sha1Test, WithoutAnOutputTheDigestCanBeContinued) {
+TEST(sha1_test, WithoutAnOutputTheDigestCanBeContinued) {
     expectQueryLeavesTheDigest(kSha1);
 }
 
-TEST(Sha1Test, TheFinalWipesTheContext) {
+TEST(sha1_test, TheFinalWipesTheContext) {
     expectFinalWipesTheContext(kSha1);
 }
 
 // By hashlib of Python, from twenty zero bytes.
-TEST(Sha1Test, RepeatedlyGivesTheDigestOfTheDigest) {
+TEST(sha1_test, RepeatedlyGivesTheDigestOfTheDigest) {
     const std::pair<std::uint32_t, const char*> known[] = {{0, "0000000000000000000000000000000000000000"},
                                                            {1, "6768033e216468247bd031a0a2d9876d79818f8f"},
                                                            {2, "24d5d1ed739e0825bc6d9d44a7dd0d720454eafa"},

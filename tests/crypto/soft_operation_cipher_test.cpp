@@ -109,7 +109,7 @@ Bytes split(const Direction& direction, ALG_OBJ* alg, const Bytes& input, std::s
     return output;
 }
 
-TEST(SoftOperationCipherTest, GivesTheStreamsOfAnotherProgramAllInOne) {
+TEST(soft_operation_cipher_test, GivesTheStreamsOfAnotherProgramAllInOne) {
     for (const CipherStream& stream : kCipherStreams) {
         const Mechanism& mechanism = named(stream.cipher);
         SoftChooser chooser;
@@ -129,7 +129,7 @@ TEST(SoftOperationCipherTest, GivesTheStreamsOfAnotherProgramAllInOne) {
     }
 }
 
-TEST(SoftOperationCipherTest, GivesTheStreamsOfAnotherProgramAtEveryCut) {
+TEST(soft_operation_cipher_test, GivesTheStreamsOfAnotherProgramAtEveryCut) {
     for (const CipherStream& stream : kCipherStreams) {
         const Mechanism& mechanism = named(stream.cipher);
         const Bytes plain = hex(stream.plain);
@@ -151,7 +151,7 @@ TEST(SoftOperationCipherTest, GivesTheStreamsOfAnotherProgramAtEveryCut) {
 }
 
 // Without padding, whole blocks give the padded stream less its last block.
-TEST(SoftOperationCipherTest, ThePlainModesAreServedToo) {
+TEST(soft_operation_cipher_test, ThePlainModesAreServedToo) {
     int seen = 0;
     for (const CipherStream& stream : kCipherStreams) {
         const Mechanism& mechanism = named(stream.cipher);
@@ -186,7 +186,7 @@ struct Ready {
     std::unique_ptr<Alg> alg;
 };
 
-TEST(SoftOperationCipherTest, NoInputGivesNoOutputForEveryMechanism) {
+TEST(soft_operation_cipher_test, NoInputGivesNoOutputForEveryMechanism) {
     const auto expectNothing = [](const Direction& direction, ALG_OBJ* alg) {
         std::uint8_t output = 0x5A;
         for (std::uint8_t* to : {static_cast<std::uint8_t*>(nullptr), &output}) {
@@ -215,7 +215,7 @@ TEST(SoftOperationCipherTest, NoInputGivesNoOutputForEveryMechanism) {
     expectNothing(kDecrypt, alg);
 }
 
-TEST(SoftOperationCipherTest, AQueryOfTheModesAdds15) {
+TEST(soft_operation_cipher_test, AQueryOfTheModesAdds15) {
     for (const Mechanism& mechanism : kMechanisms) {
         Ready ready(mechanism, mechanism.padded);
         const Bytes input(100);
@@ -234,7 +234,7 @@ TEST(SoftOperationCipherTest, AQueryOfTheModesAdds15) {
     }
 }
 
-TEST(SoftOperationCipherTest, OtherMechanismsAreNotSupported) {
+TEST(soft_operation_cipher_test, OtherMechanismsAreNotSupported) {
     const Key key(KeyAllocDes, Bytes(8, 1));
     SoftChooser chooser;
     constexpr CK_MECHANISM_TYPE kServed[] = {0x001, 0x102, 0x105, 0x111, 0x122, 0x125, 0x133, 0x136, 0x332, 0x335};
@@ -255,7 +255,7 @@ TEST(SoftOperationCipherTest, OtherMechanismsAreNotSupported) {
     EXPECT_EQ(EncryptInitOp(hash, key, chooser), -6);
 }
 
-TEST(SoftOperationCipherTest, AnInitNeedsObjectAndChooser) {
+TEST(soft_operation_cipher_test, AnInitNeedsObjectAndChooser) {
     const Mechanism& mechanism = named("Des");
     Ready ready(mechanism, mechanism.padded);
     for (const Direction& direction : {kEncrypt, kDecrypt}) {
@@ -269,7 +269,7 @@ TEST(SoftOperationCipherTest, AnInitNeedsObjectAndChooser) {
     }
 }
 
-TEST(SoftOperationCipherTest, AKeyMustBeThereAndFit) {
+TEST(soft_operation_cipher_test, AKeyMustBeThereAndFit) {
     rsakeys::Key source(ofBits(512));
     const Key rsaPrivate(KeyAllocRsaPrivate, source.items());
     const Key rsaPublic(KeyAllocRsaPublic, source.items());
@@ -293,7 +293,7 @@ TEST(SoftOperationCipherTest, AKeyMustBeThereAndFit) {
         EXPECT_EQ(EncryptInitOp(rsa, key, chooser), -4);
 }
 
-TEST(SoftOperationCipherTest, AKeyShorterThanTheCipherReadsIsRefused) {
+TEST(soft_operation_cipher_test, AKeyShorterThanTheCipherReadsIsRefused) {
     for (const std::size_t length : {1U, 7U, 8U, 23U, 24U}) {
         const Key key(KeyAllocRc4, Bytes(length, 1));  // the rule of another cipher
         const Mechanism& des = named("Des");
@@ -309,7 +309,7 @@ TEST(SoftOperationCipherTest, AKeyShorterThanTheCipherReadsIsRefused) {
     EXPECT_EQ(EncryptInitOp(*ready.alg, tooLong, ready.chooser), -3) << "by RC2 itself";
 }
 
-TEST(SoftOperationCipherTest, AParameterMustBeThereAndLongEnough) {
+TEST(soft_operation_cipher_test, AParameterMustBeThereAndLongEnough) {
     for (const Mechanism& mechanism : kMechanisms) {
         if (mechanism.padded == CKM_RC4)
             continue;
@@ -337,7 +337,7 @@ void expectClosed(const Direction& direction, ALG_OBJ* alg) {
     EXPECT_EQ(output, Bytes(32));
 }
 
-TEST(SoftOperationCipherTest, NothingRunsWithoutAnInit) {
+TEST(soft_operation_cipher_test, NothingRunsWithoutAnInit) {
     const Mechanism& des = named("Des");
     Ready ready(des, des.padded);
     expectClosed(kEncrypt, *ready.alg);
@@ -355,7 +355,7 @@ TEST(SoftOperationCipherTest, NothingRunsWithoutAnInit) {
 }
 
 // Whoever fills an object by hand may leave any part of it out.
-TEST(SoftOperationCipherTest, AHalfMadeObjectIsAnAbsentArgument) {
+TEST(soft_operation_cipher_test, AHalfMadeObjectIsAnAbsentArgument) {
     ALG_OBJ shell = {};
     SoftChooser chooser;
     const Key key(KeyAllocDes, Bytes(8, 1));
@@ -376,7 +376,7 @@ TEST(SoftOperationCipherTest, AHalfMadeObjectIsAnAbsentArgument) {
     }
 }
 
-TEST(SoftOperationCipherTest, EveryStepNeedsTheContext) {
+TEST(soft_operation_cipher_test, EveryStepNeedsTheContext) {
     rsakeys::Key source(ofBits(512));
     const Key key(KeyAllocRsaPublic, source.items());
     SoftChooser chooser;
@@ -393,7 +393,7 @@ TEST(SoftOperationCipherTest, EveryStepNeedsTheContext) {
     alg->context = context;
 }
 
-TEST(SoftOperationCipherTest, StepsNeedInputAndLength) {
+TEST(soft_operation_cipher_test, StepsNeedInputAndLength) {
     const Mechanism& des = named("Des");
     Ready ready(des, des.padded);
     Bytes output(32);
@@ -406,7 +406,7 @@ TEST(SoftOperationCipherTest, StepsNeedInputAndLength) {
     EXPECT_EQ(EncryptFinalOp(*ready.alg, output.data(), nullptr), -2);
 }
 
-TEST(SoftOperationCipherTest, AnInitFillsTheSlotsOfItsOwnOperationAlone) {
+TEST(soft_operation_cipher_test, AnInitFillsTheSlotsOfItsOwnOperationAlone) {
     const Mechanism& des = named("Des");
     Ready ready(des, des.padded);
     SOFT_TABLE& table = ready.chooser.table;
@@ -423,7 +423,7 @@ TEST(SoftOperationCipherTest, AnInitFillsTheSlotsOfItsOwnOperationAlone) {
     EXPECT_TRUE(table.encryptInit == nullptr && table.encryptUpdate == nullptr && table.encryptFinal == nullptr);
 }
 
-TEST(SoftOperationCipherTest, DecryptingWhatIsNoWholeBlocksIsAWrongLength) {
+TEST(soft_operation_cipher_test, DecryptingWhatIsNoWholeBlocksIsAWrongLength) {
     for (const char* cipher : {"Des", "Des3", "Rc2", "Rc5"}) {
         const Mechanism& mechanism = named(cipher);
         Ready ready(mechanism, mechanism.padded);
@@ -461,7 +461,7 @@ Bytes noise(std::size_t length) {
     return bytes;
 }
 
-TEST(SoftOperationCipherTest, AQueryOfRsaReportsWholeBlocks) {
+TEST(soft_operation_cipher_test, AQueryOfRsaReportsWholeBlocks) {
     RsaPair rsa(1024);
     std::uint32_t length = 0;
     const Bytes input(1000);
@@ -496,7 +496,7 @@ TEST(SoftOperationCipherTest, AQueryOfRsaReportsWholeBlocks) {
     EXPECT_EQ(length, 33554432U * 117U);
 }
 
-TEST(SoftOperationCipherTest, RsaTakesAMessageInChunks) {
+TEST(soft_operation_cipher_test, RsaTakesAMessageInChunks) {
     for (const int bits : {96, 512, 1024}) {
         RsaPair rsa(bits);
         const std::size_t k = lengthOf(ofBits(bits));
@@ -512,7 +512,7 @@ TEST(SoftOperationCipherTest, RsaTakesAMessageInChunks) {
     }
 }
 
-TEST(SoftOperationCipherTest, RsaGivesTheBlocksOfAnotherProgram) {
+TEST(soft_operation_cipher_test, RsaGivesTheBlocksOfAnotherProgram) {
     const RsaKeyVector& vector = ofBits(2048);
     RsaPair rsa(2048);
     const Bytes message = hex(vector.message);
@@ -526,7 +526,7 @@ TEST(SoftOperationCipherTest, RsaGivesTheBlocksOfAnotherProgram) {
     EXPECT_EQ(whole(kDecrypt, rsa.alg, hex(vector.signedBlock)), message) << "a public key opens type 1";
 }
 
-TEST(SoftOperationCipherTest, ALastRsaChunkThatIsNoBlockIsAWrongLength) {
+TEST(soft_operation_cipher_test, ALastRsaChunkThatIsNoBlockIsAWrongLength) {
     RsaPair rsa(512);
     ASSERT_EQ(DecryptInitOp(rsa.alg, rsa.privateKey, rsa.chooser), 0);
     Bytes input = hex(ofBits(512).encrypted);
@@ -535,7 +535,7 @@ TEST(SoftOperationCipherTest, ALastRsaChunkThatIsNoBlockIsAWrongLength) {
     whole(kDecrypt, rsa.alg, Bytes(63), -3);
 }
 
-TEST(SoftOperationCipherTest, ABlockThatDoesNotOpenIsOneCode) {
+TEST(soft_operation_cipher_test, ABlockThatDoesNotOpenIsOneCode) {
     RsaPair rsa(512);
     ASSERT_EQ(DecryptInitOp(rsa.alg, rsa.privateKey, rsa.chooser), 0);
     whole(kDecrypt, rsa.alg, hex(ofBits(512).items[RSA_MODULUS]), -12);
@@ -545,7 +545,7 @@ TEST(SoftOperationCipherTest, ABlockThatDoesNotOpenIsOneCode) {
     whole(kDecrypt, rsa.alg, twoBlocks, -12);
 }
 
-TEST(SoftOperationCipherTest, RsaUpdatesTakeOneBlockAndTheFinalIsEmpty) {
+TEST(soft_operation_cipher_test, RsaUpdatesTakeOneBlockAndTheFinalIsEmpty) {
     RsaPair rsa(1024);
     ASSERT_EQ(EncryptInitOp(rsa.alg, rsa.publicKey, rsa.chooser), 0);
     const Bytes input(118);
@@ -558,7 +558,7 @@ TEST(SoftOperationCipherTest, RsaUpdatesTakeOneBlockAndTheFinalIsEmpty) {
     EXPECT_EQ(length, 0U);
 }
 
-TEST(SoftOperationCipherTest, AKeyThatIsTooShortForABlockIsToldByTheOperation) {
+TEST(soft_operation_cipher_test, AKeyThatIsTooShortForABlockIsToldByTheOperation) {
     RsaPair rsa(88);
     const Bytes input(11);
     Bytes output(64);
@@ -575,7 +575,7 @@ TEST(SoftOperationCipherTest, AKeyThatIsTooShortForABlockIsToldByTheOperation) {
     EXPECT_EQ(DecryptOp(rsa.alg, input.data(), 11, nullptr, &length), -103);
 }
 
-TEST(SoftOperationCipherTest, ARefusedRsaKeyIsToldByTheInit) {
+TEST(soft_operation_cipher_test, ARefusedRsaKeyIsToldByTheInit) {
     SoftChooser chooser;
     const Alg alg(AlgAllocRsa);
     rsakeys::Key source(ofBits(512));

@@ -36,7 +36,7 @@ constexpr Row kRows[] = {
 };
 constexpr std::uint8_t kAbc[] = {'a', 'b', 'c'};
 
-TEST(SoftOperationDigestTest, GivesThePublishedDigests) {
+TEST(soft_operation_digest_test, GivesThePublishedDigests) {
     for (const Row& row : kRows) {
         SoftChooser chooser;
         const Alg alg(row.allocator);
@@ -54,7 +54,7 @@ TEST(SoftOperationDigestTest, GivesThePublishedDigests) {
     }
 }
 
-TEST(SoftOperationDigestTest, TakesItsDataInPieces) {
+TEST(soft_operation_digest_test, TakesItsDataInPieces) {
     for (const Row& row : kRows) {
         SoftChooser chooser;
         const Alg alg(row.allocator);
@@ -71,7 +71,7 @@ TEST(SoftOperationDigestTest, TakesItsDataInPieces) {
     }
 }
 
-TEST(SoftOperationDigestTest, OtherMechanismsAreNotSupported) {
+TEST(soft_operation_digest_test, OtherMechanismsAreNotSupported) {
     SoftChooser chooser;
     for (CK_MECHANISM_TYPE code = 0; code < 0x400; ++code) {
         if (code == CKM_MD2 || code == CKM_MD5 || code == CKM_SHA_1)
@@ -82,7 +82,7 @@ TEST(SoftOperationDigestTest, OtherMechanismsAreNotSupported) {
     }
 }
 
-TEST(SoftOperationDigestTest, StepsNeedTheirArgumentsAndAnInit) {
+TEST(soft_operation_digest_test, StepsNeedTheirArgumentsAndAnInit) {
     SoftChooser chooser;
     const Alg alg(AlgAllocSha1);
     Bytes output(20);
@@ -103,7 +103,7 @@ TEST(SoftOperationDigestTest, StepsNeedTheirArgumentsAndAnInit) {
     EXPECT_TRUE(chooser.table.digestInit != nullptr && chooser.table.encryptUpdate == nullptr);
 }
 
-TEST(SoftOperationDigestTest, AnInitNeedsTheContext) {
+TEST(soft_operation_digest_test, AnInitNeedsTheContext) {
     SoftChooser chooser;
     const Alg alg(AlgAllocSha1);
     void* const context = std::exchange(alg->context, nullptr);
@@ -115,7 +115,7 @@ TEST(SoftOperationDigestTest, AnInitNeedsTheContext) {
 
 // By Python: W = bytearray((b"seed" + bytes(range(4, 256)))[:n]), then W[b * 20:b * 20 + 20] =
 // hashlib.sha1(W[:n]).digest() for each b below n / 20, rounded up; the first n bytes.
-TEST(SoftOperationDigestTest, RandomBytesFollowFromTheSeed) {
+TEST(soft_operation_digest_test, RandomBytesFollowFromTheSeed) {
     SoftChooser chooser;
     const Alg alg(AlgAllocHashChainRandom);
     const Bytes seed = {'s', 'e', 'e', 'd'};
@@ -131,7 +131,7 @@ TEST(SoftOperationDigestTest, RandomBytesFollowFromTheSeed) {
     }
 }
 
-TEST(SoftOperationDigestTest, TheVariantsOfTheGeneratorAreServedByTheirMechanism) {
+TEST(soft_operation_digest_test, TheVariantsOfTheGeneratorAreServedByTheirMechanism) {
     SoftChooser chooser;
     const Bytes seed = {'s', 'e', 'e', 'd'};
     struct Variant {
@@ -154,7 +154,7 @@ TEST(SoftOperationDigestTest, TheVariantsOfTheGeneratorAreServedByTheirMechanism
     EXPECT_EQ(RandomInitOp(other, seed.data(), 4, chooser), -6);
 }
 
-TEST(SoftOperationDigestTest, AnEmptySeedWorks) {
+TEST(soft_operation_digest_test, AnEmptySeedWorks) {
     SoftChooser chooser;
     const Alg alg(AlgAllocHashChainRandom);
     ASSERT_EQ(RandomInitOp(alg, nullptr, 0, chooser), 0);
@@ -163,7 +163,7 @@ TEST(SoftOperationDigestTest, AnEmptySeedWorks) {
     EXPECT_EQ(output, hex("60 2c 63 d2 f3 d1 3c a3 20 6c df 20 4c de 24 e7 d8 f4 26 6c")) << "sha1(bytes(range(20)))";
 }
 
-TEST(SoftOperationDigestTest, RandomNeedsItsArgumentsAndASeed) {
+TEST(soft_operation_digest_test, RandomNeedsItsArgumentsAndASeed) {
     SoftChooser chooser;
     const Alg alg(AlgAllocHashChainRandom);
     Bytes output(20);
@@ -177,7 +177,7 @@ TEST(SoftOperationDigestTest, RandomNeedsItsArgumentsAndASeed) {
     EXPECT_EQ(RandomOp(alg, nullptr, 20), -2);
 }
 
-TEST(SoftOperationDigestTest, AKeyPairIsSetUpInBothShells) {
+TEST(soft_operation_digest_test, AKeyPairIsSetUpInBothShells) {
     for (const RsaGeneratedKey& row : kRsaGeneratedKeys) {
         if (row.bits != 512 || row.number != 1)
             continue;
@@ -206,7 +206,7 @@ TEST(SoftOperationDigestTest, AKeyPairIsSetUpInBothShells) {
     }
 }
 
-TEST(SoftOperationDigestTest, AKeyPairNeedsItsArgumentsAndItsMechanism) {
+TEST(soft_operation_digest_test, AKeyPairNeedsItsArgumentsAndItsMechanism) {
     SoftChooser chooser;
     std::int32_t bits = 96;
     const Alg alg(AlgAllocRsaKeyPairGen, &bits);
@@ -230,7 +230,7 @@ TEST(SoftOperationDigestTest, AKeyPairNeedsItsArgumentsAndItsMechanism) {
     KeyFree(&privateShell);
 }
 
-TEST(SoftOperationDigestTest, AKeyPairWithoutMemoryLeaksNothing) {
+TEST(soft_operation_digest_test, AKeyPairWithoutMemoryLeaksNothing) {
     SoftChooser chooser;
     const std::int32_t bits = 96;
     const Alg alg(AlgAllocRsaKeyPairGen, &bits);

@@ -67,7 +67,7 @@ Bytes opened(const Pair& pair, const Bytes& signature) {
     return data;
 }
 
-TEST(SoftOperationSignatureTest, RsaSignsTheDataAsAnotherProgramDoes) {
+TEST(soft_operation_signature_test, RsaSignsTheDataAsAnotherProgramDoes) {
     for (const int bits : {96, 512, 1024, 2048, 4096}) {
         Pair pair(bits);
         const Alg alg(AlgAllocRsa);
@@ -80,7 +80,7 @@ TEST(SoftOperationSignatureTest, RsaSignsTheDataAsAnotherProgramDoes) {
     }
 }
 
-TEST(SoftOperationSignatureTest, ADigestIsSignedBare) {
+TEST(soft_operation_signature_test, ADigestIsSignedBare) {
     for (const Mechanism& mechanism : kDigests) {
         Pair pair(512);
         const Alg alg(mechanism.allocator);
@@ -92,7 +92,7 @@ TEST(SoftOperationSignatureTest, ADigestIsSignedBare) {
     }
 }
 
-TEST(SoftOperationSignatureTest, ADigestTakesItsDataAtEveryCut) {
+TEST(soft_operation_signature_test, ADigestTakesItsDataAtEveryCut) {
     Bytes message(40);
     for (std::size_t i = 0; i < message.size(); ++i)
         message[i] = static_cast<std::uint8_t>(i * 3);
@@ -118,7 +118,7 @@ TEST(SoftOperationSignatureTest, ADigestTakesItsDataAtEveryCut) {
     }
 }
 
-TEST(SoftOperationSignatureTest, AnEmptyMessageHasASignature) {
+TEST(soft_operation_signature_test, AnEmptyMessageHasASignature) {
     for (const Mechanism& mechanism : kDigests) {
         Pair pair(512);
         const Alg alg(mechanism.allocator);
@@ -133,7 +133,7 @@ TEST(SoftOperationSignatureTest, AnEmptyMessageHasASignature) {
     }
 }
 
-TEST(SoftOperationSignatureTest, AQueryLeavesTheSignatureOpen) {
+TEST(soft_operation_signature_test, AQueryLeavesTheSignatureOpen) {
     for (const Mechanism& mechanism : kDigests) {
         Pair pair(512);
         const Alg alg(mechanism.allocator);
@@ -149,7 +149,7 @@ TEST(SoftOperationSignatureTest, AQueryLeavesTheSignatureOpen) {
     }
 }
 
-TEST(SoftOperationSignatureTest, RsaKeepsTheSignatureFromUpdateToFinal) {
+TEST(soft_operation_signature_test, RsaKeepsTheSignatureFromUpdateToFinal) {
     Pair pair(512);
     const Alg alg(AlgAllocRsa);
     ASSERT_EQ(SignInitOp(alg, pair.privateKey, pair.chooser), 0);
@@ -167,7 +167,7 @@ TEST(SoftOperationSignatureTest, RsaKeepsTheSignatureFromUpdateToFinal) {
     EXPECT_EQ(signature, hex(ofBits(512).signedBlock));
 }
 
-TEST(SoftOperationSignatureTest, RsaWithoutAnUpdateHasASignatureOfNoBytes) {
+TEST(soft_operation_signature_test, RsaWithoutAnUpdateHasASignatureOfNoBytes) {
     Pair pair(512);
     const Alg alg(AlgAllocRsa);
     ASSERT_EQ(SignInitOp(alg, pair.privateKey, pair.chooser), 0);
@@ -178,7 +178,7 @@ TEST(SoftOperationSignatureTest, RsaWithoutAnUpdateHasASignatureOfNoBytes) {
     EXPECT_EQ(signature, Bytes(64, 0));
 }
 
-TEST(SoftOperationSignatureTest, RsaSignsUpTo11BytesLessThanTheModulus) {
+TEST(soft_operation_signature_test, RsaSignsUpTo11BytesLessThanTheModulus) {
     Pair pair(512);
     const Alg alg(AlgAllocRsa);
     const Bytes message(54, 7);
@@ -188,7 +188,7 @@ TEST(SoftOperationSignatureTest, RsaSignsUpTo11BytesLessThanTheModulus) {
     EXPECT_EQ(SignUpdateOp(alg, nullptr, 0), -2) << "no input at all";
 }
 
-TEST(SoftOperationSignatureTest, ADigestThatDoesNotFitTheModulusIsAWrongLength) {
+TEST(soft_operation_signature_test, ADigestThatDoesNotFitTheModulusIsAWrongLength) {
     Pair pair(96);
     for (const Mechanism& mechanism : kDigests) {
         const Alg alg(mechanism.allocator);
@@ -201,7 +201,7 @@ TEST(SoftOperationSignatureTest, ADigestThatDoesNotFitTheModulusIsAWrongLength) 
     }
 }
 
-TEST(SoftOperationSignatureTest, AModulusTooShortIsToldByTheFinal) {
+TEST(soft_operation_signature_test, AModulusTooShortIsToldByTheFinal) {
     Pair pair(88);
     const Alg alg(AlgAllocRsa);
     ASSERT_EQ(SignInitOp(alg, pair.privateKey, pair.chooser), 0);
@@ -222,7 +222,7 @@ Bytes signatureOf(Pair& pair, const Bytes& data) {
     return signature;
 }
 
-TEST(SoftOperationSignatureTest, AnotherSignatureIsRefusedUnderRsa) {
+TEST(soft_operation_signature_test, AnotherSignatureIsRefusedUnderRsa) {
     Pair pair(512);
     const Alg alg(AlgAllocRsa);
     const Bytes data = hex("61 62 63 64 65");
@@ -245,7 +245,7 @@ TEST(SoftOperationSignatureTest, AnotherSignatureIsRefusedUnderRsa) {
     EXPECT_EQ(verify({good.begin(), good.end() - 1}), -13);
 }
 
-TEST(SoftOperationSignatureTest, UnderADigestTheRsaOperationsOwnCodeComesBack) {
+TEST(soft_operation_signature_test, UnderADigestTheRsaOperationsOwnCodeComesBack) {
     for (const Mechanism& mechanism : kDigests) {
         Pair pair(512);
         Pair tooShort(88);
@@ -270,7 +270,7 @@ TEST(SoftOperationSignatureTest, UnderADigestTheRsaOperationsOwnCodeComesBack) {
     }
 }
 
-TEST(SoftOperationSignatureTest, KeptDataNeverRunsPastItsField) {
+TEST(soft_operation_signature_test, KeptDataNeverRunsPastItsField) {
     Pair pair(512);
     const Alg alg(AlgAllocRsa);
     ASSERT_EQ(VerifyInitOp(alg, pair.publicKey, pair.chooser), 0);
@@ -285,7 +285,7 @@ TEST(SoftOperationSignatureTest, KeptDataNeverRunsPastItsField) {
     EXPECT_EQ(VerifyFinalOp(alg, data.data(), 64), -13);
 }
 
-TEST(SoftOperationSignatureTest, OtherMechanismsAreNotSupported) {
+TEST(soft_operation_signature_test, OtherMechanismsAreNotSupported) {
     Pair pair(512);
     for (CK_MECHANISM_TYPE code = 0; code < 0x400; ++code) {
         if (code == 1 || (code >= 4 && code <= 6))
@@ -297,7 +297,7 @@ TEST(SoftOperationSignatureTest, OtherMechanismsAreNotSupported) {
     }
 }
 
-TEST(SoftOperationSignatureTest, AnInitNeedsObjectChooserAndAKeyThatFits) {
+TEST(soft_operation_signature_test, AnInitNeedsObjectChooserAndAKeyThatFits) {
     Pair pair(512);
     const Key secret(KeyAllocRc4, Bytes(256, 1));
     const Key empty(KeyAllocRsaPrivate);
@@ -313,7 +313,7 @@ TEST(SoftOperationSignatureTest, AnInitNeedsObjectChooserAndAKeyThatFits) {
     }
 }
 
-TEST(SoftOperationSignatureTest, AnInitNeedsTheContext) {
+TEST(soft_operation_signature_test, AnInitNeedsTheContext) {
     Pair pair(512);
     for (const AlgAllocator allocator : {AlgAllocRsa, AlgAllocSha1Rsa}) {
         const Alg alg(allocator);
@@ -325,7 +325,7 @@ TEST(SoftOperationSignatureTest, AnInitNeedsTheContext) {
     }
 }
 
-TEST(SoftOperationSignatureTest, AKeyThatTheCheckRefusesIsToldByTheInit) {
+TEST(soft_operation_signature_test, AKeyThatTheCheckRefusesIsToldByTheInit) {
     Pair pair(512);
     rsakeys::Key source(ofBits(512));
     source.set(RSA_COEFFICIENT, {5});
@@ -334,7 +334,7 @@ TEST(SoftOperationSignatureTest, AKeyThatTheCheckRefusesIsToldByTheInit) {
         EXPECT_EQ(SignInitOp(Alg(allocator), broken, pair.chooser), -14);
 }
 
-TEST(SoftOperationSignatureTest, InitsFillTheSlotsOfTheirOperation) {
+TEST(soft_operation_signature_test, InitsFillTheSlotsOfTheirOperation) {
     Pair pair(512);
     SOFT_TABLE& table = pair.chooser.table;
     for (const AlgAllocator allocator : {AlgAllocRsa, AlgAllocMd2Rsa}) {
@@ -352,7 +352,7 @@ TEST(SoftOperationSignatureTest, InitsFillTheSlotsOfTheirOperation) {
     }
 }
 
-TEST(SoftOperationSignatureTest, NothingRunsWithoutAnInit) {
+TEST(soft_operation_signature_test, NothingRunsWithoutAnInit) {
     Pair pair(512);
     const Bytes input(64);
     Bytes output(64);
@@ -383,7 +383,7 @@ TEST(SoftOperationSignatureTest, NothingRunsWithoutAnInit) {
 }
 
 // Whose slots a signature fills in part: but the context is a pair.
-TEST(SoftOperationSignatureTest, ASignatureOfADigestIsNeitherACipherNorADigest) {
+TEST(soft_operation_signature_test, ASignatureOfADigestIsNeitherACipherNorADigest) {
     Pair pair(512);
     const Bytes input(64);
     Bytes output(128);
@@ -407,7 +407,7 @@ TEST(SoftOperationSignatureTest, ASignatureOfADigestIsNeitherACipherNorADigest) 
     EXPECT_EQ(output, Bytes(128));
 }
 
-TEST(SoftOperationSignatureTest, ACipherDoesNotSign) {
+TEST(soft_operation_signature_test, ACipherDoesNotSign) {
     SoftChooser chooser;
     const Alg alg(AlgAllocRc4);
     const Key key(KeyAllocRc4, Bytes(5, 1));
@@ -425,7 +425,7 @@ TEST(SoftOperationSignatureTest, ACipherDoesNotSign) {
     EXPECT_EQ(length, 7U);
 }
 
-TEST(SoftOperationSignatureTest, StepsNeedTheirArguments) {
+TEST(soft_operation_signature_test, StepsNeedTheirArguments) {
     Pair pair(512);
     for (const AlgAllocator allocator : {AlgAllocRsa, AlgAllocSha1Rsa}) {
         const Alg alg(allocator);

@@ -59,9 +59,9 @@ struct Entries {
 };
 // NOLINTEND(readability-non-const-parameter)
 
-class TokenSideTest : public testing::Test {
+class token_side_test : public testing::Test {
   protected:
-    ~TokenSideTest() override { UseTokenSide(nullptr); }
+    ~token_side_test() override { UseTokenSide(nullptr); }
 
     // Runs each operation in turn with one entry installed, and expects that entry alone to be called.
     template <class Entry, class Run>
@@ -90,7 +90,7 @@ class TokenSideTest : public testing::Test {
 
 using E = Entries<42>;
 
-TEST_F(TokenSideTest, InitsGoThereWithTheChooserAttached) {
+TEST_F(token_side_test, InitsGoThereWithTheChooserAttached) {
     expectEntry(&TOKEN_SIDE::digestInit, E::digestInit, "digestInit", [&] { return DigestInitOp(alg, &chooser); });
     expectEntry(&TOKEN_SIDE::encryptInit, E::init, "init", [&] { return EncryptInitOp(alg, key, &chooser); });
     expectEntry(&TOKEN_SIDE::decryptInit, E::init, "init", [&] { return DecryptInitOp(alg, key, &chooser); });
@@ -102,7 +102,7 @@ TEST_F(TokenSideTest, InitsGoThereWithTheChooserAttached) {
     EXPECT_TRUE(last.first == in && last.firstLength == 4);
 }
 
-TEST_F(TokenSideTest, StepsGoThereWithTheirArguments) {
+TEST_F(token_side_test, StepsGoThereWithTheirArguments) {
     alg->chooser = &chooser;
     expectEntry(&TOKEN_SIDE::digestUpdate, E::absorb, "absorb", [&] { return DigestUpdateOp(alg, in, 4); });
     EXPECT_TRUE(last.first == in && last.firstLength == 4);
@@ -124,7 +124,7 @@ TEST_F(TokenSideTest, StepsGoThereWithTheirArguments) {
     EXPECT_TRUE(last.first == in && last.firstLength == 4);
 }
 
-TEST_F(TokenSideTest, OneShotsGoThereWithTheirArguments) {
+TEST_F(token_side_test, OneShotsGoThereWithTheirArguments) {
     alg->chooser = &chooser;
     const auto expectTransform = [&](auto member, auto operation) {
         expectEntry(member, E::transform, "transform", [&] { return operation(alg, in, 4, out, &length); });
@@ -140,7 +140,7 @@ TEST_F(TokenSideTest, OneShotsGoThereWithTheirArguments) {
     EXPECT_TRUE(last.first == out && last.firstLength == 4);
 }
 
-TEST_F(TokenSideTest, AKeyPairInATokenIsNotMadeHere) {
+TEST_F(token_side_test, AKeyPairInATokenIsNotMadeHere) {
     const std::int32_t bits = 96;
     const Alg generator(AlgAllocRsaKeyPairGen, &bits);
     KEY_OBJ* publicKey = KeyShell();
@@ -151,7 +151,7 @@ TEST_F(TokenSideTest, AKeyPairInATokenIsNotMadeHere) {
 }
 
 // A module's list is found by place alone: the n-th function of PKCS#11 2.20 (pkcs11f.h), behind the version.
-TEST(TokenSideRecordsTest, FunctionsStandAtTheirPlaces) {
+TEST(token_side_test_records, FunctionsStandAtTheirPlaces) {
     const struct {
         std::size_t place, offset;
     } kKnown[] = {{0, offsetof(CK_FUNCTION_LIST, C_Initialize)},

@@ -148,9 +148,9 @@ TEST(plain_certificate_test, ExhaustedMemoryIsAReason) {
 }
 
 // The waiting key is Alice's, in a provider of either kind; "MY" is empty.
-class plain_certificate_install_test : public testing::Test {
+class plain_certificate_test_install : public testing::Test {
   protected:
-    plain_certificate_install_test() {
+    plain_certificate_test_install() {
         crypto_.providers = {{kMicrosoft, PROV_RSA_FULL}, {kOther, PROV_RSA_FULL}};
         reset();
     }
@@ -194,7 +194,7 @@ class plain_certificate_install_test : public testing::Test {
     FakeStore store_;
 };
 
-TEST_F(plain_certificate_install_test, MicrosoftProviderGetsItThroughTheStore) {
+TEST_F(plain_certificate_test_install, MicrosoftProviderGetsItThroughTheStore) {
     const CallPlan calls;
     EXPECT_EQ(install(kMicrosoft, hex(vectors::kAlice)), 0);
     ASSERT_EQ(store_.ders("MY"), std::vector<Bytes>{hex(vectors::kAlice)});
@@ -216,7 +216,7 @@ TEST_F(plain_certificate_install_test, MicrosoftProviderGetsItThroughTheStore) {
         << "of the two provider contexts one is the store's to release";
 }
 
-TEST_F(plain_certificate_install_test, AnotherProviderGetsItOnTheKey) {
+TEST_F(plain_certificate_test_install, AnotherProviderGetsItOnTheKey) {
     const CallPlan calls;
     EXPECT_EQ(install(kOther, hex(vectors::kAlice)), 0);
     EXPECT_EQ(crypto_.containers.at({kOther, kContainer}).at(AT_SIGNATURE).certificate, hex(vectors::kAlice));
@@ -229,7 +229,7 @@ TEST_F(plain_certificate_install_test, AnotherProviderGetsItOnTheKey) {
                                         "CryptDestroyKey", "CryptReleaseContext"}));
 }
 
-TEST_F(plain_certificate_install_test, NineCharactersOfTheNameDecideAndTheirCase) {
+TEST_F(plain_certificate_test_install, NineCharactersOfTheNameDecideAndTheirCase) {
     const struct {
         const char* provider;
         bool throughStore;
@@ -252,7 +252,7 @@ TEST_F(plain_certificate_install_test, NineCharactersOfTheNameDecideAndTheirCase
     }
 }
 
-TEST_F(plain_certificate_install_test, CertificateOfAnotherKeyIsRefused) {
+TEST_F(plain_certificate_test_install, CertificateOfAnotherKeyIsRefused) {
     for (const char* provider : {kMicrosoft, kOther}) {
         reset();
         const CallPlan calls;
@@ -264,12 +264,12 @@ TEST_F(plain_certificate_install_test, CertificateOfAnotherKeyIsRefused) {
     }
 }
 
-TEST_F(plain_certificate_install_test, SecondInstallationFindsNoMarker) {
+TEST_F(plain_certificate_test_install, SecondInstallationFindsNoMarker) {
     EXPECT_EQ(install(kMicrosoft, hex(vectors::kAlice)), 0);
     EXPECT_EQ(install(kMicrosoft, hex(vectors::kAlice)), 22038309);
 }
 
-TEST_F(plain_certificate_install_test, EmptyArgumentsConsumeTheMarker) {
+TEST_F(plain_certificate_test_install, EmptyArgumentsConsumeTheMarker) {
     EXPECT_EQ(InstallPlainCertificate("", "AAAA", 4, AT_SIGNATURE), 22068201);
     EXPECT_EQ(system_.marker(), "(none)");
     reset();
@@ -277,7 +277,7 @@ TEST_F(plain_certificate_install_test, EmptyArgumentsConsumeTheMarker) {
     EXPECT_EQ(system_.marker(), "(none)");
 }
 
-TEST_F(plain_certificate_install_test, ComparisonIsSkippedWhereTheKeyCannotBeExported) {
+TEST_F(plain_certificate_test_install, ComparisonIsSkippedWhereTheKeyCannotBeExported) {
     for (const char* provider : {kMicrosoft, kOther}) {
         for (int occurrence = 1; occurrence <= 2; ++occurrence) {
             reset();
@@ -290,7 +290,7 @@ TEST_F(plain_certificate_install_test, ComparisonIsSkippedWhereTheKeyCannotBeExp
     }
 }
 
-TEST_F(plain_certificate_install_test, ComparisonIsSkippedForAnEmptyExport) {
+TEST_F(plain_certificate_test_install, ComparisonIsSkippedForAnEmptyExport) {
     for (const DWORD secondSize : {0U, 500U}) {
         reset();
         const Replaced<&platform::CryptoApi::CryptExportPublicKeyInfo> empty(
@@ -302,7 +302,7 @@ TEST_F(plain_certificate_install_test, ComparisonIsSkippedForAnEmptyExport) {
     }
 }
 
-TEST_F(plain_certificate_install_test, SignatureKeyIsComparedWhateverTheKeySpecification) {
+TEST_F(plain_certificate_test_install, SignatureKeyIsComparedWhateverTheKeySpecification) {
     const Replaced<&platform::CryptoApi::CryptExportPublicKeyInfo> watched(
         [&](HCRYPTPROV prov, DWORD spec, DWORD encoding, PCERT_PUBLIC_KEY_INFO info, DWORD* size) {
             EXPECT_EQ(spec, AT_SIGNATURE);
@@ -315,25 +315,25 @@ TEST_F(plain_certificate_install_test, SignatureKeyIsComparedWhateverTheKeySpeci
     EXPECT_EQ(store_.stores["MY"][0]->key->spec, AT_KEYEXCHANGE);
 }
 
-TEST_F(plain_certificate_install_test, SignatureKeyTakesTheCertificateWhateverTheKeySpecification) {
+TEST_F(plain_certificate_test_install, SignatureKeyTakesTheCertificateWhateverTheKeySpecification) {
     crypto_.addKey(kOther, kContainer, AT_KEYEXCHANGE, 1024);
     EXPECT_EQ(install(kOther, hex(vectors::kAlice), AT_KEYEXCHANGE), 0);
     EXPECT_EQ(crypto_.containers.at({kOther, kContainer}).at(AT_SIGNATURE).certificate, hex(vectors::kAlice));
     EXPECT_TRUE(crypto_.containers.at({kOther, kContainer}).at(AT_KEYEXCHANGE).certificate.empty());
 }
 
-TEST_F(plain_certificate_install_test, ExchangeKeyAloneIsNotFoundOnTheKeyPath) {
+TEST_F(plain_certificate_test_install, ExchangeKeyAloneIsNotFoundOnTheKeyPath) {
     crypto_.containers[{kOther, kContainer}].clear();
     crypto_.addKey(kOther, kContainer, AT_KEYEXCHANGE, 1024);
     EXPECT_EQ(install(kOther, hex(vectors::kAlice), AT_KEYEXCHANGE), 22068105);
 }
 
-TEST_F(plain_certificate_install_test, KeySpecificationIsNotedAsItStands) {
+TEST_F(plain_certificate_test_install, KeySpecificationIsNotedAsItStands) {
     EXPECT_EQ(install(kMicrosoft, hex(vectors::kAlice), -1), 0);
     EXPECT_EQ(store_.stores["MY"][0]->key->spec, 0xFFFFFFFFU);
 }
 
-TEST_F(plain_certificate_install_test, ContainerThatDoesNotOpen) {
+TEST_F(plain_certificate_test_install, ContainerThatDoesNotOpen) {
     for (const char* provider : {kMicrosoft, kOther}) {
         reset();
         crypto_.containers.clear();
@@ -343,21 +343,21 @@ TEST_F(plain_certificate_install_test, ContainerThatDoesNotOpen) {
     }
 }
 
-TEST_F(plain_certificate_install_test, MicrosoftContainerIsOpenedAgainByItsAnsiName) {
+TEST_F(plain_certificate_test_install, MicrosoftContainerIsOpenedAgainByItsAnsiName) {
     CallPlan calls;
     calls.failCall("CryptAcquireContextW");
     EXPECT_EQ(install(kMicrosoft, hex(vectors::kBob)), 0) << "without the first context nothing is compared";
     EXPECT_EQ(calls.count("CryptExportPublicKeyInfo"), 0);
 }
 
-TEST_F(plain_certificate_install_test, ReplacesTheCertificateOfThatIssuerAndSerial) {
+TEST_F(plain_certificate_test_install, ReplacesTheCertificateOfThatIssuerAndSerial) {
     store_.add("MY", hex(vectors::kAlice), false);
     EXPECT_EQ(install(kMicrosoft, hex(vectors::kAlice)), 0);
     ASSERT_EQ(store_.ders("MY").size(), 1U);
     EXPECT_NE(store_.stores["MY"][0]->key, nullptr);
 }
 
-TEST_F(plain_certificate_install_test, UnreadableCertificateIsNotComparedAndTheStoreRefusesIt) {
+TEST_F(plain_certificate_test_install, UnreadableCertificateIsNotComparedAndTheStoreRefusesIt) {
     const Bytes shaped = certificateOf(hex("30 05 A0 03 02 01 02"));
     ASSERT_EQ(shape(shaped), 0);
     const CallPlan calls;
@@ -366,7 +366,7 @@ TEST_F(plain_certificate_install_test, UnreadableCertificateIsNotComparedAndTheS
     EXPECT_EQ(calls.openHandles(), "");
 }
 
-TEST_F(plain_certificate_install_test, CertificateLongerThanItsBytesIsNotGivenToAKey) {
+TEST_F(plain_certificate_test_install, CertificateLongerThanItsBytesIsNotGivenToAKey) {
     Bytes shaped = join({hex("30 84 7F FF FF FF"), hex("30 05 A0 03 02 01 02"), hex("30 00"), hex("03 02 00 FF")});
     ASSERT_EQ(shape(shaped), 0) << "the outer length is not looked at";
     const CallPlan calls;
@@ -375,7 +375,7 @@ TEST_F(plain_certificate_install_test, CertificateLongerThanItsBytesIsNotGivenTo
     EXPECT_EQ(calls.openHandles(), "");
 }
 
-TEST_F(plain_certificate_install_test, KeyInformationThatIsRefusedDoesNotCount) {
+TEST_F(plain_certificate_test_install, KeyInformationThatIsRefusedDoesNotCount) {
     CallPlan calls;
     calls.failCall("CertSetCertificateContextProperty");
     EXPECT_EQ(install(kMicrosoft, hex(vectors::kAlice)), 0);
@@ -383,7 +383,7 @@ TEST_F(plain_certificate_install_test, KeyInformationThatIsRefusedDoesNotCount) 
     EXPECT_EQ(calls.openHandles(), "");
 }
 
-TEST_F(plain_certificate_install_test, NamesAreConvertedByTheirCodePages) {
+TEST_F(plain_certificate_test_install, NamesAreConvertedByTheirCodePages) {
     std::vector<UINT> codePages;
     const Replaced<&platform::SystemApi::MultiByteToWideChar> convert(
         [&](UINT codePage, DWORD flags, LPCSTR text, int length, LPWSTR wide, int capacity) {
@@ -396,7 +396,7 @@ TEST_F(plain_certificate_install_test, NamesAreConvertedByTheirCodePages) {
     EXPECT_EQ(codePages, (std::vector<UINT>{CP_ACP, CP_ACP, CP_THREAD_ACP, CP_THREAD_ACP}));
 }
 
-TEST_F(plain_certificate_install_test, NameThatCannotBeConvertedIsAnException) {
+TEST_F(plain_certificate_test_install, NameThatCannotBeConvertedIsAnException) {
     for (const int occurrence : {1, 3, 5, 7}) {
         reset();
         CallPlan calls;
@@ -407,7 +407,7 @@ TEST_F(plain_certificate_install_test, NameThatCannotBeConvertedIsAnException) {
     }
 }
 
-TEST_F(plain_certificate_install_test, EachFailureOfTheStorePathHasItsCode) {
+TEST_F(plain_certificate_test_install, EachFailureOfTheStorePathHasItsCode) {
     for (int n = 1;; ++n) {
         reset();
         CallPlan calls;
@@ -439,7 +439,7 @@ TEST_F(plain_certificate_install_test, EachFailureOfTheStorePathHasItsCode) {
     }
 }
 
-TEST_F(plain_certificate_install_test, EachFailureOfTheKeyPathHasItsCode) {
+TEST_F(plain_certificate_test_install, EachFailureOfTheKeyPathHasItsCode) {
     for (int n = 1;; ++n) {
         reset();
         CallPlan calls;
@@ -471,7 +471,7 @@ TEST_F(plain_certificate_install_test, EachFailureOfTheKeyPathHasItsCode) {
     }
 }
 
-TEST_F(plain_certificate_install_test, ExhaustedMemoryIsAnException) {
+TEST_F(plain_certificate_test_install, ExhaustedMemoryIsAnException) {
     const std::string text = base64(hex(vectors::kAlice));
     for (const char* provider : {kMicrosoft, kOther}) {
         for (long n = 1;; ++n) {
@@ -495,7 +495,7 @@ TEST_F(plain_certificate_install_test, ExhaustedMemoryIsAnException) {
     }
 }
 
-TEST_F(plain_certificate_install_test, BindingRefusesNothingAtAll) {
+TEST_F(plain_certificate_test_install, BindingRefusesNothingAtAll) {
     const Bytes der = hex(vectors::kAlice);
     const CallPlan calls;
     EXPECT_EQ(BindCertificateToContainer(nullptr, 10, kContainer, kMicrosoft, 2), 8215);
@@ -505,12 +505,12 @@ TEST_F(plain_certificate_install_test, BindingRefusesNothingAtAll) {
     EXPECT_TRUE(calls.log().empty());
 }
 
-TEST_F(plain_certificate_install_test, MarkerWithoutANameHasNoContainerToBind) {
+TEST_F(plain_certificate_test_install, MarkerWithoutANameHasNoContainerToBind) {
     system_.writeMarker(std::string(1, '\0'));
     EXPECT_EQ(install(kMicrosoft, hex(vectors::kAlice)), 22068215);
 }
 
-TEST_F(plain_certificate_install_test, BindingGivesBareReasons) {
+TEST_F(plain_certificate_test_install, BindingGivesBareReasons) {
     const Bytes der = hex(vectors::kAlice);
     const auto bind = [&](const char* failing) {
         CallPlan calls;

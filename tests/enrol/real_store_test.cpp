@@ -271,10 +271,10 @@ TEST_F(real_store_test, NamesReadAsOnTheOtherPlatform) {
 }
 
 // With the Microsoft provider: the key moves to a container of its own.
-class real_chain_test : public real_store_test {
+class real_store_test_chain : public real_store_test {
   protected:
-    real_chain_test() { useProvider(kMicrosoft, CRYPT_EXPORTABLE); }
-    ~real_chain_test() override {
+    real_store_test_chain() { useProvider(kMicrosoft, CRYPT_EXPORTABLE); }
+    ~real_store_test_chain() override {
         for (const Bytes& der : {root_, intermediate_})
             remove("ROOT", der);
         forgetMovedKey();
@@ -378,7 +378,7 @@ class real_chain_test : public real_store_test {
     Bytes leaf_;
 };
 
-TEST_F(real_chain_test, ChainIsInstalledUnderEitherProtection) {
+TEST_F(real_store_test_chain, ChainIsInstalledUnderEitherProtection) {
     for (const bool isProtected : {true, false}) {
         useProvider(kMicrosoft, CRYPT_EXPORTABLE);
         ASSERT_EQ(installChain({intermediate_, leaf_, root_}, isProtected), 0);
@@ -398,7 +398,7 @@ TEST_F(real_chain_test, ChainIsInstalledUnderEitherProtection) {
     }
 }
 
-TEST_F(real_chain_test, KeyThatMayNotLeaveIsNotInstalled) {
+TEST_F(real_store_test_chain, KeyThatMayNotLeaveIsNotInstalled) {
     useProvider(kMicrosoft, 0);
     const std::int32_t code = installChain({root_, intermediate_, leaf_});
     EXPECT_TRUE(code == 22068106 || code == 22068108) << code;
@@ -407,18 +407,18 @@ TEST_F(real_chain_test, KeyThatMayNotLeaveIsNotInstalled) {
     EXPECT_TRUE(hasOurKey(kContainer)) << "the waiting key stays";
 }
 
-TEST_F(real_chain_test, CertificateAloneIsBoundBeforeItIsNoChain) {
+TEST_F(real_store_test_chain, CertificateAloneIsBoundBeforeItIsNoChain) {
     EXPECT_EQ(installChain({leaf_}), 22068207);
     EXPECT_EQ(count("MY", leaf_), 1);
     EXPECT_TRUE(hasOurKey(notedContainer()));
 }
 
-TEST_F(real_chain_test, ChainOfAnotherKeyIsRefused) {
+TEST_F(real_store_test_chain, ChainOfAnotherKeyIsRefused) {
     EXPECT_EQ(installChain({root_, hex(vectors::kAlice)}), 22068125);
     EXPECT_EQ(count("ROOT", root_), 0);
 }
 
-TEST_F(real_chain_test, MessageOfOpensslReachesTheStores) {
+TEST_F(real_store_test_chain, MessageOfOpensslReachesTheStores) {
     enrol::ContainerName name = {};
     std::strncpy(name, kContainer, sizeof name - 1);
     ASSERT_EQ(enrol::WriteContainerMarker(name), 0);

@@ -351,7 +351,7 @@ int failEachCall(const std::map<std::string, Outcome>& outcomes, Operation opera
     }
 }
 
-TEST(request_failures, EachPlatformCallHasItsCodeAndLeavesWhatIsTold) {
+TEST(request_test_failures, EachPlatformCallHasItsCodeAndLeavesWhatIsTold) {
     enrol::chooseProvider(kProvider, sizeof(kProvider) - 1);
     EXPECT_EQ(failEachCall(kOutcomes, [] { return generate(1024); }), static_cast<int>(kOutcomes.size()));
     std::map<std::string, Outcome> all = kOutcomes;

@@ -132,9 +132,9 @@ TEST(signed_data_test, ExhaustedMemoryIsAReason) {
         EXPECT_TRUE(reason == 8203 || reason == 8224) << reason;
 }
 
-class signed_data_install_test : public testing::Test {
+class signed_data_test_install : public testing::Test {
   protected:
-    signed_data_install_test() {
+    signed_data_test_install() {
         crypto_.providers = {{kMicrosoft, PROV_RSA_FULL}, {kOther, PROV_RSA_FULL}};
         reset();
     }
@@ -254,7 +254,7 @@ std::int32_t codeOfCommonCall(const std::string& entry, int occurrence) {
     return entry == "CertComparePublicKeyInfo" ? 22068125 : 0;
 }
 
-TEST_F(signed_data_install_test, MarkerIsTakenFirst) {
+TEST_F(signed_data_test_install, MarkerIsTakenFirst) {
     EXPECT_EQ(InstallSignedCertificate("", "AAAA", 4, 2, 3), 22068201);
     EXPECT_EQ(system_.marker(), "(none)");
     EXPECT_EQ(InstallSignedCertificate(kMicrosoft, "AAAA", 4, 2, 3), 22038309);
@@ -263,7 +263,7 @@ TEST_F(signed_data_install_test, MarkerIsTakenFirst) {
     EXPECT_EQ(system_.marker(), "(none)");
 }
 
-TEST_F(signed_data_install_test, LeafGoesToTheMovedKeyAndTheChainToItsStores) {
+TEST_F(signed_data_test_install, LeafGoesToTheMovedKeyAndTheChainToItsStores) {
     for (const DWORD flags : {3U, 0U}) {
         reset();
         const CallPlan calls;
@@ -280,7 +280,7 @@ TEST_F(signed_data_install_test, LeafGoesToTheMovedKeyAndTheChainToItsStores) {
     }
 }
 
-TEST_F(signed_data_install_test, AnyOrderOfTheMessageWillDo) {
+TEST_F(signed_data_test_install, AnyOrderOfTheMessageWillDo) {
     std::vector<Bytes> chain = {hex(vectors::kAuthority), hex(vectors::kIssuing), hex(vectors::kAliceIssued)};
     std::sort(chain.begin(), chain.end());
     do {
@@ -292,14 +292,14 @@ TEST_F(signed_data_install_test, AnyOrderOfTheMessageWillDo) {
     } while (std::next_permutation(chain.begin(), chain.end()));
 }
 
-TEST_F(signed_data_install_test, RootAndLeafAloneAreAChain) {
+TEST_F(signed_data_test_install, RootAndLeafAloneAreAChain) {
     EXPECT_EQ(install(kMicrosoft, hex(vectors::kAliceChain)), 0);
     EXPECT_EQ(store_.ders("MY"), std::vector<Bytes>{hex(vectors::kAlice)});
     EXPECT_EQ(store_.ders("ROOT"), std::vector<Bytes>{hex(vectors::kAuthority)});
     EXPECT_TRUE(store_.ders("CA").empty());
 }
 
-TEST_F(signed_data_install_test, AnotherProviderGetsTheLeafOnTheKey) {
+TEST_F(signed_data_test_install, AnotherProviderGetsTheLeafOnTheKey) {
     waitingKey(kOther).flags = 0;  // the key does not move, so it need not be exportable
     const CallPlan calls;
     EXPECT_EQ(install(kOther, hex(vectors::kIssuedChain)), 0);
@@ -312,13 +312,13 @@ TEST_F(signed_data_install_test, AnotherProviderGetsTheLeafOnTheKey) {
     expectAuthorities();
 }
 
-TEST_F(signed_data_install_test, KeyThatMayNotLeaveIsNotInstalled) {
+TEST_F(signed_data_test_install, KeyThatMayNotLeaveIsNotInstalled) {
     waitingKey(kMicrosoft).flags = 0;
     EXPECT_EQ(install(kMicrosoft, hex(vectors::kIssuedChain)), 22068106);
     expectNothingStored();
 }
 
-TEST_F(signed_data_install_test, CertificateAloneIsBoundBeforeItIsNoChain) {
+TEST_F(signed_data_test_install, CertificateAloneIsBoundBeforeItIsNoChain) {
     for (const char* provider : {kMicrosoft, kOther}) {
         reset();
         EXPECT_EQ(install(provider, certificatesOnly({hex(vectors::kAliceIssued)})), 22068207);
@@ -331,7 +331,7 @@ TEST_F(signed_data_install_test, CertificateAloneIsBoundBeforeItIsNoChain) {
     EXPECT_NE(movedTo(kMicrosoft), "");
 }
 
-TEST_F(signed_data_install_test, BrokenChainsAreBoundAndPartlyStored) {
+TEST_F(signed_data_test_install, BrokenChainsAreBoundAndPartlyStored) {
     const Bytes root = hex(vectors::kAuthority);
     const Bytes leaf = hex(vectors::kAliceIssued);
     const Bytes other = makeCertificate({"CN=Other Root", "CN=Other Root"});
@@ -346,7 +346,7 @@ TEST_F(signed_data_install_test, BrokenChainsAreBoundAndPartlyStored) {
     }
 }
 
-TEST_F(signed_data_install_test, RefusalByAStoreComesAfterTheInstallation) {
+TEST_F(signed_data_test_install, RefusalByAStoreComesAfterTheInstallation) {
     for (const int refused : {1, 2}) {
         EXPECT_EQ(installFailing(kMicrosoft, "CertAddCertificateContextToStore", refused), 22068207);
         EXPECT_EQ(store_.ders("MY"), std::vector<Bytes>{hex(vectors::kAliceIssued)});
@@ -356,7 +356,7 @@ TEST_F(signed_data_install_test, RefusalByAStoreComesAfterTheInstallation) {
     }
 }
 
-TEST_F(signed_data_install_test, MessagesWithoutALeaf) {
+TEST_F(signed_data_test_install, MessagesWithoutALeaf) {
     CertificateParts large;
     large.subject = "CN=" + std::string(10240, 'x');
     const Bytes ring = certificatesOnly({makeCertificate({"CN=A", "CN=B"}), makeCertificate({"CN=B", "CN=A"})});
@@ -370,7 +370,7 @@ TEST_F(signed_data_install_test, MessagesWithoutALeaf) {
     }
 }
 
-TEST_F(signed_data_install_test, ChainOfAnotherKeyIsRefused) {
+TEST_F(signed_data_test_install, ChainOfAnotherKeyIsRefused) {
     for (const char* provider : {kMicrosoft, kOther}) {
         reset();
         EXPECT_EQ(install(provider, certificatesOnly({hex(vectors::kBob), hex(vectors::kAuthority)})), 22068125);
@@ -378,7 +378,7 @@ TEST_F(signed_data_install_test, ChainOfAnotherKeyIsRefused) {
     }
 }
 
-TEST_F(signed_data_install_test, MissingContainerAndMissingKey) {
+TEST_F(signed_data_test_install, MissingContainerAndMissingKey) {
     for (const char* provider : {kMicrosoft, kOther}) {
         reset();
         crypto_.containers.at({provider, kWaiting}).clear();
@@ -393,7 +393,7 @@ TEST_F(signed_data_install_test, MissingContainerAndMissingKey) {
     EXPECT_EQ(install(kMicrosoft, hex(vectors::kIssuedChain)), 22068215) << "a marker that names no container";
 }
 
-TEST_F(signed_data_install_test, EachStepOfTheMoveHasItsCode) {
+TEST_F(signed_data_test_install, EachStepOfTheMoveHasItsCode) {
     EXPECT_EQ(installFailing(kMicrosoft, "CryptAcquireContextA"), 22068103);
     EXPECT_EQ(installFailing(kMicrosoft, "CryptGetUserKey"), 22068105);
     EXPECT_EQ(installFailing(kMicrosoft, "CryptExportKey", 1), 22068106);
@@ -406,7 +406,7 @@ TEST_F(signed_data_install_test, EachStepOfTheMoveHasItsCode) {
     EXPECT_EQ(installFailing(kMicrosoft, "CryptAcquireContextA", 2), 0) << "another name is tried";
 }
 
-TEST_F(signed_data_install_test, EachFailureOfTheStorePathHasItsCode) {
+TEST_F(signed_data_test_install, EachFailureOfTheStorePathHasItsCode) {
     failEach(kMicrosoft, [](const std::string& entry, int occurrence) {
         if (entry == "CryptAcquireContextA")
             return occurrence == 1 ? 22068103 : 0;
@@ -424,7 +424,7 @@ TEST_F(signed_data_install_test, EachFailureOfTheStorePathHasItsCode) {
     });
 }
 
-TEST_F(signed_data_install_test, EachFailureOfTheKeyPathHasItsCode) {
+TEST_F(signed_data_test_install, EachFailureOfTheKeyPathHasItsCode) {
     failEach(kOther, [](const std::string& entry, int occurrence) {
         if (entry == "CryptAcquireContextW")
             return 22068103;
@@ -436,7 +436,7 @@ TEST_F(signed_data_install_test, EachFailureOfTheKeyPathHasItsCode) {
     });
 }
 
-TEST_F(signed_data_install_test, ExhaustedMemoryLeavesNothingOpen) {
+TEST_F(signed_data_test_install, ExhaustedMemoryLeavesNothingOpen) {
     const std::string text = base64(hex(vectors::kAliceChain));
     for (long n = 1;; ++n) {
         reset();

@@ -47,13 +47,13 @@ Bytes longValid() {
 
 // ---- Key and certificate
 
-TEST(CertificateQueryTest, KeyBelongsToItsCertificate) {
+TEST(certificate_query_test, KeyBelongsToItsCertificate) {
     const PrivateKey key(vectors::kAliceNumbers);
     EXPECT_EQ(VT_CheckCertAndPriKey(Input(vectors::kAliceCertificate), &key.record), 0);
     EXPECT_EQ(VT_CheckCertAndPriKey(Input(vectors::kBobCertificate), &key.record), kKeyMismatch);
 }
 
-TEST(CertificateQueryTest, ModulusAndExponentCountAlone) {
+TEST(certificate_query_test, ModulusAndExponentCountAlone) {
     const Input certificate(vectors::kAliceCertificate);
     PrivateKey key(vectors::kAliceNumbers);
     for (PKCS_Blob* part : {&key.record.privateExponent, &key.record.prime1, &key.record.prime2, &key.record.exponent1,
@@ -76,7 +76,7 @@ TEST(CertificateQueryTest, ModulusAndExponentCountAlone) {
     EXPECT_EQ(VT_CheckCertAndPriKey(certificate, &absent.record), kKeyMismatch);
 }
 
-TEST(CertificateQueryTest, LeadingZerosDoNotCount) {
+TEST(certificate_query_test, LeadingZerosDoNotCount) {
     PrivateKey key(vectors::kAliceNumbers);
     for (const std::size_t part : {0U, 1U})
         key.numbers[part].insert(key.numbers[part].begin(), 3, 0);
@@ -85,7 +85,7 @@ TEST(CertificateQueryTest, LeadingZerosDoNotCount) {
     EXPECT_EQ(VT_CheckCertAndPriKey(Input(vectors::kAliceCertificate), &key.record), 0);
 }
 
-TEST(CertificateQueryTest, CheckNeedsItsArguments) {
+TEST(certificate_query_test, CheckNeedsItsArguments) {
     const PrivateKey key(vectors::kAliceNumbers);
     EXPECT_EQ(VT_CheckCertAndPriKey(nullptr, &key.record), kNullArgument);
     EXPECT_EQ(VT_CheckCertAndPriKey(Input(vectors::kAliceCertificate), nullptr), kNullArgument);
@@ -97,7 +97,7 @@ TEST(CertificateQueryTest, CheckNeedsItsArguments) {
 
 // ---- Signatures
 
-TEST(CertificateQueryTest, ChainIsVerified) {
+TEST(certificate_query_test, ChainIsVerified) {
     MessageContext ctx;
     const Input root(vectors::kRootSha1);
     const Input leaf(vectors::kLeafSha1);
@@ -110,7 +110,7 @@ TEST(CertificateQueryTest, ChainIsVerified) {
               kIssuersDiffer);
 }
 
-TEST(CertificateQueryTest, ChainNeedsItsArguments) {
+TEST(certificate_query_test, ChainNeedsItsArguments) {
     MessageContext ctx;
     const Input root(vectors::kRootSha1);
     EXPECT_EQ(VT_VerifyCertificateChain(nullptr, root, root), kNullArgument);
@@ -124,7 +124,7 @@ TEST(CertificateQueryTest, ChainNeedsItsArguments) {
 
 // ---- Validity
 
-TEST(CertificateQueryTest, ValidityIsVerified) {
+TEST(certificate_query_test, ValidityIsVerified) {
     MessageContext ctx;
     EXPECT_EQ(VT_VerifyCertificateValidPeriod(ctx, Input(longValid())), 0);
     EXPECT_EQ(VT_VerifyCertificateValidPeriod(ctx, Input(with(vectors::kAliceCertificate,
@@ -142,7 +142,7 @@ TEST(CertificateQueryTest, ValidityIsVerified) {
 
 // ---- The public key
 
-TEST(CertificateQueryTest, PublicKeyIsGiven) {
+TEST(certificate_query_test, PublicKeyIsGiven) {
     MessageContext ctx;
     PKCS_PubKey key = {};
     ASSERT_EQ(VT_GetPublicKeyFromCert(ctx, Input(vectors::kAliceCertificate), &key), 0);
@@ -153,7 +153,7 @@ TEST(CertificateQueryTest, PublicKeyIsGiven) {
     PKCS_FreePubKey(&key);
 }
 
-TEST(CertificateQueryTest, PublicKeyNeedsItsArguments) {
+TEST(certificate_query_test, PublicKeyNeedsItsArguments) {
     MessageContext ctx;
     PKCS_PubKey key = {};
     const Input certificate(vectors::kAliceCertificate);
@@ -168,7 +168,7 @@ TEST(CertificateQueryTest, PublicKeyNeedsItsArguments) {
 
 // ---- The subject
 
-TEST(CertificateQueryTest, SubjectIsAListOfNodes) {
+TEST(certificate_query_test, SubjectIsAListOfNodes) {
     MessageContext ctx;
     const List names;
     ASSERT_EQ(VT_GetSubjectFromCert(ctx, Input(vectors::kAliceCertificate), names), 0);
@@ -179,7 +179,7 @@ TEST(CertificateQueryTest, SubjectIsAListOfNodes) {
     EXPECT_EQ(textsOf(names).size(), 6U) << "behind what it holds";
 }
 
-TEST(CertificateQueryTest, SubjectNeedsItsArguments) {
+TEST(certificate_query_test, SubjectNeedsItsArguments) {
     MessageContext ctx;
     const List names;
     const Input certificate(vectors::kAliceCertificate);
@@ -192,7 +192,7 @@ TEST(CertificateQueryTest, SubjectNeedsItsArguments) {
     EXPECT_TRUE(textsOf(names).empty());
 }
 
-TEST(CertificateQueryTest, ContextMustHaveAnOperation) {
+TEST(certificate_query_test, ContextMustHaveAnOperation) {
     const List names;
     const Input certificate(longValid());
     PKCS_PubKey key = {};
@@ -219,7 +219,7 @@ void queryAll(PKCS_Ctx* ctx, const Bytes& der) {
     PKCS_FreePubKey(&numbers);
 }
 
-TEST(CertificateQueryTest, BrokenCertificatesAreSurvived) {
+TEST(certificate_query_test, BrokenCertificatesAreSurvived) {
     MessageContext ctx;
     const Bytes good = hex(vectors::kAliceCertificate);
     for (const support::Broken& broken : support::truncations(good)) {
@@ -238,7 +238,7 @@ TEST(CertificateQueryTest, BrokenCertificatesAreSurvived) {
     }
 }
 
-TEST(CertificateQueryTest, ExhaustedMemoryIsACode) {
+TEST(certificate_query_test, ExhaustedMemoryIsACode) {
     MessageContext ctx;
     const Input certificate(longValid());
     const Input root(vectors::kRootSha1);

@@ -27,13 +27,13 @@ static_assert(offsetof(PKCS_Settings, unused) == 4 * sizeof(void*) + 4);
 
 constexpr PKCS_Settings kTokenSettings = {1, "token", 5, "pin", 3, 9};
 
-TEST(ContextTest, VersionIsAConstantText) {
+TEST(context_test, VersionIsAConstantText) {
     EXPECT_THAT(PKCS_GetVersion(), StartsWith("VTF4C 0.99(beta) Build20030320"));
     EXPECT_GT(std::string(PKCS_GetVersion()).size(), std::string("VTF4C 0.99(beta) Build20030320").size());
     EXPECT_EQ(PKCS_GetVersion(), PKCS_GetVersion());
 }
 
-TEST(ContextTest, CreatedInSoftwareAndDestroyed) {
+TEST(context_test, CreatedInSoftwareAndDestroyed) {
     PKCS_Ctx* ctx = nullptr;
     ASSERT_EQ(PKCS_CreateCtx(&ctx, nullptr), 0);
     ASSERT_NE(ctx, nullptr);
@@ -43,29 +43,29 @@ TEST(ContextTest, CreatedInSoftwareAndDestroyed) {
     EXPECT_EQ(ctx, nullptr);
 }
 
-TEST(ContextTest, DestroyingNothingIsFine) {
+TEST(context_test, DestroyingNothingIsFine) {
     PKCS_Ctx* ctx = nullptr;
     EXPECT_EQ(PKCS_DestroyCtx(&ctx), 0);
     EXPECT_EQ(PKCS_DestroyCtx(nullptr), 0);
 }
 
-TEST(ContextTest, DestroyingACallersOwnRecord) {
+TEST(context_test, DestroyingACallersOwnRecord) {
     auto* ctx = static_cast<PKCS_Ctx*>(T_malloc(sizeof(PKCS_Ctx)));
     EXPECT_EQ(PKCS_DestroyCtx(&ctx), 0);
     EXPECT_EQ(ctx, nullptr);
 }
 
-TEST(ContextTest, CreatingNeedsAPlace) {
+TEST(context_test, CreatingNeedsAPlace) {
     EXPECT_EQ(PKCS_CreateCtx(nullptr, nullptr), -1010);
 }
 
-TEST(ContextTest, SettingsWithoutAModuleChooseTheSoftware) {
+TEST(context_test, SettingsWithoutAModuleChooseTheSoftware) {
     PKCS_Ctx* ctx = nullptr;
     EXPECT_EQ(PKCS_CreateCtx(&ctx, &kTokenSettings), 0);
     EXPECT_EQ(PKCS_DestroyCtx(&ctx), 0);
 }
 
-TEST(ContextTest, ExhaustedMemoryGivesItsCodeAndNoContext) {
+TEST(context_test, ExhaustedMemoryGivesItsCodeAndNoContext) {
     for (long n = 1;; ++n) {
         PKCS_Ctx sentinel = {};
         PKCS_Ctx* ctx = &sentinel;
@@ -88,7 +88,7 @@ TEST(ContextTest, ExhaustedMemoryGivesItsCodeAndNoContext) {
     }
 }
 
-TEST(ContextTest, InitializeLoadsAModule) {
+TEST(context_test, InitializeLoadsAModule) {
     RecordingModule module;
     module.addToken("Card one");
     EXPECT_EQ(PKCS_Initialize(module.path(), "Card", "1234"), 0);
@@ -99,7 +99,7 @@ TEST(ContextTest, InitializeLoadsAModule) {
     EXPECT_THAT(module.names(), ElementsAre("C_GetFunctionList", "C_OpenSession", "C_Logout", "C_Finalize"));
 }
 
-TEST(ContextTest, InitializeGivesTheLoadersCodes) {
+TEST(context_test, InitializeGivesTheLoadersCodes) {
     EXPECT_EQ(PKCS_Initialize(nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(PKCS_Initialize("no_such_module_here", "Card", "1234"), -20);
     RecordingModule module;
@@ -110,7 +110,7 @@ TEST(ContextTest, InitializeGivesTheLoadersCodes) {
     EXPECT_EQ(PKCS_Finalize(), 0) << "with nothing loaded";
 }
 
-TEST(ContextTest, BothTextsAndAModuleChooseTheToken) {
+TEST(context_test, BothTextsAndAModuleChooseTheToken) {
     RecordingModule module;
     module.addToken("Card");
     ASSERT_EQ(PKCS_Initialize(module.path(), "Card", "1234"), 0);
@@ -127,7 +127,7 @@ TEST(ContextTest, BothTextsAndAModuleChooseTheToken) {
 }
 
 // A positive code counts as success here.
-TEST(ContextTest, TokenThatRefusesASessionGivesAContextThatComputesNothing) {
+TEST(context_test, TokenThatRefusesASessionGivesAContextThatComputesNothing) {
     RecordingModule module;
     module.addToken("Card");
     ASSERT_EQ(PKCS_Initialize(module.path(), "Card", "1234"), 0);
@@ -139,7 +139,7 @@ TEST(ContextTest, TokenThatRefusesASessionGivesAContextThatComputesNothing) {
     EXPECT_EQ(PKCS_Finalize(), 0);
 }
 
-TEST(ContextTest, ChoosersErrorIsGivenAndNothingIsLeft) {
+TEST(context_test, ChoosersErrorIsGivenAndNothingIsLeft) {
     RecordingModule module;
     module.addToken("Card");
     ASSERT_EQ(PKCS_Initialize(module.path(), "Card", "1234"), 0);

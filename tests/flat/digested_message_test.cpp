@@ -4,14 +4,14 @@ namespace {
 
 using namespace envelopes;
 
-class DigestedMessageTest : public testing::Test {
+class digested_message_test : public testing::Test {
   protected:
     int32_t read(const Bytes& message, PKCS_Blob* data) { return PKCS7_ReadDigestedDataMsg(ctx, Input(message), data); }
 
     MessageContext ctx;
 };
 
-TEST_F(DigestedMessageTest, ReadsWhatOpensslWrote) {
+TEST_F(digested_message_test, ReadsWhatOpensslWrote) {
     for (const char* made : {vectors::kDigestedSha1, vectors::kDigestedMd5, vectors::kDigestedMd2}) {
         Output data;
         EXPECT_EQ(read(hex(made), data), 0);
@@ -23,13 +23,13 @@ TEST_F(DigestedMessageTest, ReadsWhatOpensslWrote) {
     EXPECT_NE(data.blob.data, nullptr);
 }
 
-TEST_F(DigestedMessageTest, WritesWhatOpensslWrites) {
+TEST_F(digested_message_test, WritesWhatOpensslWrites) {
     Output message;
     EXPECT_EQ(PKCS7_WriteDigestedDataMsg(ctx, Input(vectors::kText), Algorithm(2), message), 0);
     EXPECT_EQ(message.text(), hexOf(vectors::kDigestedMd5));
 }
 
-TEST_F(DigestedMessageTest, WhatIsWrittenReads) {
+TEST_F(digested_message_test, WhatIsWrittenReads) {
     for (const int32_t type : {1, 2, 3}) {
         for (const Bytes& bytes : {Bytes{}, Bytes{0}, Bytes(5000, 0x30)}) {
             Output message, data;
@@ -42,7 +42,7 @@ TEST_F(DigestedMessageTest, WhatIsWrittenReads) {
     }
 }
 
-TEST_F(DigestedMessageTest, AMessageIsNestedAndComesBackWhole) {
+TEST_F(digested_message_test, AMessageIsNestedAndComesBackWhole) {
     for (const char* inner : {vectors::kDigestedSha1, vectors::kEnvelopedDes3}) {
         Output message, data;
         ASSERT_EQ(PKCS7_WriteDigestedDataMsg(ctx, Input(inner), Algorithm(1), message), 0);
@@ -56,7 +56,7 @@ TEST_F(DigestedMessageTest, AMessageIsNestedAndComesBackWhole) {
     EXPECT_EQ(data.bytes(), Bytes({1, 2}));
 }
 
-TEST_F(DigestedMessageTest, TheOuterTagOfANestedMessageIsNotThatOfTheNewOne) {
+TEST_F(digested_message_test, TheOuterTagOfANestedMessageIsNotThatOfTheNewOne) {
     Output plain;
     ASSERT_EQ(PKCS7_WriteDigestedDataMsg(ctx, Input(vectors::kEncryptedDes), Algorithm(1), plain), 0);
     for (const Bytes& nested : underOtherTags(hex(vectors::kEncryptedDes))) {
@@ -66,7 +66,7 @@ TEST_F(DigestedMessageTest, TheOuterTagOfANestedMessageIsNotThatOfTheNewOne) {
     }
 }
 
-TEST_F(DigestedMessageTest, AChangedByteIsFound) {
+TEST_F(digested_message_test, AChangedByteIsFound) {
     Bytes changed = hex(vectors::kDigestedSha1);
     const Bytes text = hex(vectors::kText);
     *std::search(changed.begin(), changed.end(), text.begin(), text.end()) ^= 1;
@@ -78,7 +78,7 @@ TEST_F(DigestedMessageTest, AChangedByteIsFound) {
     EXPECT_TRUE(data.untouched());
 }
 
-TEST_F(DigestedMessageTest, WhatDoesNotFitIsRefused) {
+TEST_F(digested_message_test, WhatDoesNotFitIsRefused) {
     Output data;
     EXPECT_EQ(read(hex(vectors::kDigestedSha256), data), kUnsupported);
     EXPECT_EQ(read(hex(vectors::kEncryptedDes3), data), kWrongContentType);
@@ -93,7 +93,7 @@ TEST_F(DigestedMessageTest, WhatDoesNotFitIsRefused) {
     EXPECT_TRUE(data.untouched());
 }
 
-TEST_F(DigestedMessageTest, ArgumentsAreLookedAtInTheirOrder) {
+TEST_F(digested_message_test, ArgumentsAreLookedAtInTheirOrder) {
     const Input text(vectors::kText), message(vectors::kDigestedSha1);
     const Algorithm sha1(1), none(99);
     Output out;
@@ -122,14 +122,14 @@ TEST_F(DigestedMessageTest, ArgumentsAreLookedAtInTheirOrder) {
     EXPECT_TRUE(out.untouched());
 }
 
-TEST_F(DigestedMessageTest, SurvivesEveryMessage) {
+TEST_F(digested_message_test, SurvivesEveryMessage) {
     for (const char* good : {vectors::kDigestedSha1, vectors::kDigestedMd5})
         survives(hex(good), -3000, [&](const PKCS_Blob& message, PKCS_Blob* data) {
             return PKCS7_ReadDigestedDataMsg(ctx, &message, data);
         });
 }
 
-TEST_F(DigestedMessageTest, SurvivesExhaustedMemory) {
+TEST_F(digested_message_test, SurvivesExhaustedMemory) {
     const Input text(vectors::kText), message(vectors::kDigestedSha1);
     const Algorithm sha1(1);
     survivesExhaustion([&](PKCS_Blob& out) { return PKCS7_ReadDigestedDataMsg(ctx, message, &out); });

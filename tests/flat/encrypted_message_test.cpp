@@ -46,7 +46,7 @@ struct Key {
 
 const Bytes kSecret = kDes3Key;
 
-class EncryptedMessageTest : public testing::Test {
+class encrypted_message_test : public testing::Test {
   protected:
     int32_t read(const Bytes& message, PKCS_Blob* data) {
         return PKCS7_ReadEncryptedDataMsg(ctx, Input(message), Input(kSecret), data);
@@ -55,7 +55,7 @@ class EncryptedMessageTest : public testing::Test {
     MessageContext ctx;
 };
 
-TEST_F(EncryptedMessageTest, ReadsWhatOpensslWrote) {
+TEST_F(encrypted_message_test, ReadsWhatOpensslWrote) {
     for (const Cipher& cipher : kCiphers) {
         Output data;
         EXPECT_EQ(PKCS7_ReadEncryptedDataMsg(ctx, Input(cipher.message), Input(cipher.key), data), 0);
@@ -63,7 +63,7 @@ TEST_F(EncryptedMessageTest, ReadsWhatOpensslWrote) {
     }
 }
 
-TEST_F(EncryptedMessageTest, WritesWhatOpensslWrites) {
+TEST_F(encrypted_message_test, WritesWhatOpensslWrites) {
     for (const Cipher& cipher : kCiphers) {
         if (cipher.type == kRc4)  // whose parameters openssl writes as an empty string
             continue;
@@ -74,7 +74,7 @@ TEST_F(EncryptedMessageTest, WritesWhatOpensslWrites) {
     }
 }
 
-TEST_F(EncryptedMessageTest, WhatIsWrittenReads) {
+TEST_F(encrypted_message_test, WhatIsWrittenReads) {
     for (const Cipher& cipher : kCiphers) {
         for (const Bytes& bytes : {Bytes{}, Bytes{0}, Bytes(16, 7), Bytes(5000, 0x30)}) {
             Output message, data;
@@ -88,7 +88,7 @@ TEST_F(EncryptedMessageTest, WhatIsWrittenReads) {
     }
 }
 
-TEST_F(EncryptedMessageTest, LengthsOfEveryFormAreThoseOfTheClasses) {
+TEST_F(encrypted_message_test, LengthsOfEveryFormAreThoseOfTheClasses) {
     // A ciphertext is put into its message without a value around it. RC4's is as long as the text.
     const Bytes secret(16, 7);
     const VT_P11_Alg rc4 = algorithmOf(token::kRc4);
@@ -113,7 +113,7 @@ TEST_F(EncryptedMessageTest, LengthsOfEveryFormAreThoseOfTheClasses) {
     }
 }
 
-TEST_F(EncryptedMessageTest, AMessageIsNestedAndComesBackWithItsTypeAndBytes) {
+TEST_F(encrypted_message_test, AMessageIsNestedAndComesBackWithItsTypeAndBytes) {
     const Bytes body = der::join({der::integer(0), kSha1Algorithm});
     Output message, data;
     ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(contentOf(2, der::tlv(0x30, body))), Algorithm(5, kIv),
@@ -124,7 +124,7 @@ TEST_F(EncryptedMessageTest, AMessageIsNestedAndComesBackWithItsTypeAndBytes) {
     EXPECT_EQ(PKCS7_GetMsgType(ctx, data), 4);
 }
 
-TEST_F(EncryptedMessageTest, TheTagsOfANestedMessageAreNotThoseOfTheNewOne) {
+TEST_F(encrypted_message_test, TheTagsOfANestedMessageAreNotThoseOfTheNewOne) {
     const Key secret(kSecret);
     Output plain;
     ASSERT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, Input(vectors::kDigestedSha1), Algorithm(5, kIv), secret, plain), 0);
@@ -146,7 +146,7 @@ TEST_F(EncryptedMessageTest, TheTagsOfANestedMessageAreNotThoseOfTheNewOne) {
     }
 }
 
-TEST_F(EncryptedMessageTest, TheKeysThirdFieldIsTheLengthInUse) {
+TEST_F(encrypted_message_test, TheKeysThirdFieldIsTheLengthInUse) {
     const Bytes twice = der::join({hex("0102030405"), hex("0102030405")});
     const Input text(vectors::kText);
     const Algorithm rc2(6, ivIn(vectors::kEncryptedRc240), 40);
@@ -161,7 +161,7 @@ TEST_F(EncryptedMessageTest, TheKeysThirdFieldIsTheLengthInUse) {
     EXPECT_EQ(PKCS7_WriteEncryptedDataMsg(ctx, text, des3, Key(Bytes(16, 1), 16), refusedShort), kBadKey);
 }
 
-TEST_F(EncryptedMessageTest, WhatDoesNotFitIsRefused) {
+TEST_F(encrypted_message_test, WhatDoesNotFitIsRefused) {
     const auto encrypted = [](std::int64_t version, const Bytes& info) {
         return contentOf(6, der::sequence({der::integer(version), info}));
     };
@@ -182,7 +182,7 @@ TEST_F(EncryptedMessageTest, WhatDoesNotFitIsRefused) {
     EXPECT_TRUE(data.untouched());
 }
 
-TEST_F(EncryptedMessageTest, AWrongKeyGivesACode) {
+TEST_F(encrypted_message_test, AWrongKeyGivesACode) {
     const Input message(vectors::kEncryptedDes3);
     Output data;
     EXPECT_EQ(PKCS7_ReadEncryptedDataMsg(ctx, message, Input(Bytes(5, 1)), data), kBadKey);
@@ -190,7 +190,7 @@ TEST_F(EncryptedMessageTest, AWrongKeyGivesACode) {
     EXPECT_TRUE(data.untouched());
 }
 
-TEST_F(EncryptedMessageTest, ArgumentsAreLookedAtInTheirOrder) {
+TEST_F(encrypted_message_test, ArgumentsAreLookedAtInTheirOrder) {
     const Input text(vectors::kText), message(vectors::kEncryptedDes3), key(kSecret);
     const Algorithm des3(5, kIv), none(99), withoutIv(5), badBits(6, kIv, 56);
     const Key secret(kSecret);
@@ -222,7 +222,7 @@ TEST_F(EncryptedMessageTest, ArgumentsAreLookedAtInTheirOrder) {
     EXPECT_TRUE(out.untouched());
 }
 
-TEST_F(EncryptedMessageTest, SurvivesEveryMessage) {
+TEST_F(encrypted_message_test, SurvivesEveryMessage) {
     for (const Cipher& cipher : {kCiphers[0], kCiphers[2]}) {
         const Input key(cipher.key);
         survives(hex(cipher.message), kNullArgument, [&](const PKCS_Blob& message, PKCS_Blob* data) {
@@ -231,7 +231,7 @@ TEST_F(EncryptedMessageTest, SurvivesEveryMessage) {
     }
 }
 
-TEST_F(EncryptedMessageTest, WhateverIsNestedComesOutAsOfTheClasses) {
+TEST_F(encrypted_message_test, WhateverIsNestedComesOutAsOfTheClasses) {
     // Bytes that decode as a message are wrapped as that message, however odd: the ciphertext is put in all the same.
     const Key secret(kSecret);
     Software op;
@@ -255,7 +255,7 @@ TEST_F(EncryptedMessageTest, WhateverIsNestedComesOutAsOfTheClasses) {
     EXPECT_GT(nested, 100);
 }
 
-TEST_F(EncryptedMessageTest, SurvivesExhaustedMemory) {
+TEST_F(encrypted_message_test, SurvivesExhaustedMemory) {
     const Input text(vectors::kText), message(vectors::kEncryptedRc240), key("0102030405");
     const Algorithm des3(5, kIv);
     const Key secret(kSecret);

@@ -28,7 +28,7 @@ Bytes info(const Bytes& algorithm) {
     return der::sequence({pkcs7(1), algorithm, der::tlv(0x80, Bytes(8, 1))});
 }
 
-class EnvelopedMessageTest : public testing::Test {
+class enveloped_message_test : public testing::Test {
   protected:
     int32_t read(const Bytes& message, PKCS_Blob* data, int32_t mode = 1) {
         return PKCS7_ReadEnvelopedDataMsg(ctx, Input(message), mode, recipient, nullptr, data);
@@ -65,7 +65,7 @@ class EnvelopedMessageTest : public testing::Test {
 
 // ---- Reading
 
-TEST_F(EnvelopedMessageTest, ReadsWhatOpensslWrote) {
+TEST_F(enveloped_message_test, ReadsWhatOpensslWrote) {
     for (const char* made :
          {vectors::kEnvelopedDes3, vectors::kEnvelopedDes3Cms, vectors::kEnvelopedDes, vectors::kEnvelopedRc240,
           vectors::kEnvelopedRc264, vectors::kEnvelopedRc2128, vectors::kEnvelopedRc4, vectors::kEnvelopedForTwo}) {
@@ -82,14 +82,14 @@ TEST_F(EnvelopedMessageTest, ReadsWhatOpensslWrote) {
     EXPECT_EQ(data.text(), hexOf(vectors::kText));
 }
 
-TEST_F(EnvelopedMessageTest, OnlyTheFirstRecipientIsTried) {
+TEST_F(enveloped_message_test, OnlyTheFirstRecipientIsTried) {
     const PrivateKey second(vectors::kSignerKey);
     Output data;
     EXPECT_EQ(PKCS7_ReadEnvelopedDataMsg(ctx, Input(vectors::kEnvelopedForTwo), 1, second, nullptr, data), kRsaFailed);
     EXPECT_TRUE(data.untouched());
 }
 
-TEST_F(EnvelopedMessageTest, NoRecipientIsMatchedAgainstTheKey) {
+TEST_F(enveloped_message_test, NoRecipientIsMatchedAgainstTheKey) {
     // Another name and serial number than the certificate's.
     Software op;
     MiByte ciphertext;
@@ -101,7 +101,7 @@ TEST_F(EnvelopedMessageTest, NoRecipientIsMatchedAgainstTheKey) {
     EXPECT_EQ(data.bytes(), Bytes({'x'}));
 }
 
-TEST_F(EnvelopedMessageTest, ADetachedReadConfirmsAndHandsNothingBack) {
+TEST_F(enveloped_message_test, ADetachedReadConfirmsAndHandsNothingBack) {
     const Bytes message = hex(vectors::kEnvelopedDetached);
     EXPECT_EQ(readDetached(message, Input(vectors::kEnvelopedCiphertext)), 0);
     EXPECT_EQ(readDetached(message, nullptr), kNullArgument);
@@ -113,7 +113,7 @@ TEST_F(EnvelopedMessageTest, ADetachedReadConfirmsAndHandsNothingBack) {
     EXPECT_EQ(read(message, data), kElementAbsent);
 }
 
-TEST_F(EnvelopedMessageTest, OtherModesAreRefusedOnceTheKeyIsOpen) {
+TEST_F(enveloped_message_test, OtherModesAreRefusedOnceTheKeyIsOpen) {
     Output data;
     const Bytes message = hex(vectors::kEnvelopedDes3);
     for (const int32_t mode : {0, 3, -1})
@@ -123,12 +123,12 @@ TEST_F(EnvelopedMessageTest, OtherModesAreRefusedOnceTheKeyIsOpen) {
     EXPECT_TRUE(data.untouched());
 }
 
-TEST_F(EnvelopedMessageTest, WithoutARecipientTheKeyStaysEmpty) {
+TEST_F(enveloped_message_test, WithoutARecipientTheKeyStaysEmpty) {
     Output data;
     EXPECT_EQ(read(envelopedData(0, der::set({}), info(kDes3Algorithm)), data), kUnsupported);
 }
 
-TEST_F(EnvelopedMessageTest, WhatDoesNotFitIsRefused) {
+TEST_F(enveloped_message_test, WhatDoesNotFitIsRefused) {
     Output data;
     const Bytes recipients = der::set({goodRecipient()});
     EXPECT_EQ(read(hex(vectors::kEnvelopedAes128), data), kUnsupported);
@@ -145,7 +145,7 @@ TEST_F(EnvelopedMessageTest, WhatDoesNotFitIsRefused) {
     EXPECT_TRUE(data.untouched());
 }
 
-TEST_F(EnvelopedMessageTest, AnIncompletePrivateKeyIsNoKey) {
+TEST_F(enveloped_message_test, AnIncompletePrivateKeyIsNoKey) {
     PKCS_PriKey record = recipient.record;
     record.coefficient = {nullptr, 0};
     Output data;
@@ -153,7 +153,7 @@ TEST_F(EnvelopedMessageTest, AnIncompletePrivateKeyIsNoKey) {
               kMaterialMissing);
 }
 
-TEST_F(EnvelopedMessageTest, ReadingNeedsItsArguments) {
+TEST_F(enveloped_message_test, ReadingNeedsItsArguments) {
     const Input message(vectors::kEnvelopedDes3);
     Output out;
     EXPECT_EQ(PKCS7_ReadEnvelopedDataMsg(nullptr, message, 1, recipient, nullptr, out), kNullArgument);
@@ -167,7 +167,7 @@ TEST_F(EnvelopedMessageTest, ReadingNeedsItsArguments) {
 
 // ---- Writing
 
-TEST_F(EnvelopedMessageTest, WhatIsWrittenReads) {
+TEST_F(enveloped_message_test, WhatIsWrittenReads) {
     for (const Cipher& cipher : kCiphers) {
         const Algorithm alg(cipher.type, cipher.type == kRc4 ? Bytes() : kIv, cipher.bits);
         for (const Bytes& bytes : {Bytes{}, Bytes{0}, Bytes(16, 7), Bytes(5000, 0x30)}) {
@@ -180,7 +180,7 @@ TEST_F(EnvelopedMessageTest, WhatIsWrittenReads) {
     }
 }
 
-TEST_F(EnvelopedMessageTest, KeysOfAnySizeCarryTheSessionKey) {
+TEST_F(enveloped_message_test, KeysOfAnySizeCarryTheSessionKey) {
     Output message, data;
     const PrivateKey large(vectors::kLargeKey);
     ASSERT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, des3, rsa, 1, Input(vectors::kLargeCertificate), nullptr, message),
@@ -189,7 +189,7 @@ TEST_F(EnvelopedMessageTest, KeysOfAnySizeCarryTheSessionKey) {
     EXPECT_EQ(data.text(), hexOf(vectors::kText));
 }
 
-TEST_F(EnvelopedMessageTest, AMessageTellsRecipientAndAlgorithms) {
+TEST_F(enveloped_message_test, AMessageTellsRecipientAndAlgorithms) {
     Output message;
     ASSERT_EQ(write({'x'}, des3, message), 0);
     VT_EnvelopedDataContentInfo enveloped;
@@ -205,7 +205,7 @@ TEST_F(EnvelopedMessageTest, AMessageTellsRecipientAndAlgorithms) {
     EXPECT_EQ(hexOf(algorithm), toHex(kDes3Algorithm));
 }
 
-TEST_F(EnvelopedMessageTest, TheSessionKeyComesFromTheCurrentSecond) {
+TEST_F(enveloped_message_test, TheSessionKeyComesFromTheCurrentSecond) {
     MiTime first, last;
     first.SetCurrentTime();
     Output message;
@@ -233,7 +233,7 @@ TEST_F(EnvelopedMessageTest, TheSessionKeyComesFromTheCurrentSecond) {
     EXPECT_TRUE(found);
 }
 
-TEST_F(EnvelopedMessageTest, ADetachedMessageHandsItsCiphertextOut) {
+TEST_F(enveloped_message_test, ADetachedMessageHandsItsCiphertextOut) {
     Output message, ciphertext;
     ASSERT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, des3, rsa, 2, certificate, ciphertext, message), 0);
     EXPECT_EQ(ciphertext.blob.length, (hex(vectors::kText).size() / 8 + 1) * 8);
@@ -246,7 +246,7 @@ TEST_F(EnvelopedMessageTest, ADetachedMessageHandsItsCiphertextOut) {
     EXPECT_EQ(alone.blob.length, message.blob.length);
 }
 
-TEST_F(EnvelopedMessageTest, AnyOtherModeWritesAttached) {
+TEST_F(enveloped_message_test, AnyOtherModeWritesAttached) {
     for (const int32_t mode : {0, 1, 3, -2}) {
         Output message, ciphertext, data;
         ASSERT_EQ(PKCS7_WriteEnvelopedDataMsg(ctx, text, des3, rsa, mode, certificate, ciphertext, message), 0);
@@ -256,7 +256,7 @@ TEST_F(EnvelopedMessageTest, AnyOtherModeWritesAttached) {
     }
 }
 
-TEST_F(EnvelopedMessageTest, AMessageIsNestedAndComesBackWithItsTypeAndBytes) {
+TEST_F(enveloped_message_test, AMessageIsNestedAndComesBackWithItsTypeAndBytes) {
     const Bytes body = der::join({der::integer(1), kSha1Algorithm});
     Output message, data;
     ASSERT_EQ(write(contentOf(2, der::tlv(0x30, body)), des3, message), 0);
@@ -264,7 +264,7 @@ TEST_F(EnvelopedMessageTest, AMessageIsNestedAndComesBackWithItsTypeAndBytes) {
     EXPECT_EQ(data.text(), toHex(contentOf(2, der::tlv(0x04, body))));
 }
 
-TEST_F(EnvelopedMessageTest, TheOuterTagOfANestedMessageIsNotThatOfTheNewOne) {
+TEST_F(enveloped_message_test, TheOuterTagOfANestedMessageIsNotThatOfTheNewOne) {
     for (const Bytes& nested : underOtherTags(hex(vectors::kDigestedSha1))) {
         for (const int32_t mode : {1, 2}) {
             Output message, ciphertext;
@@ -283,7 +283,7 @@ TEST_F(EnvelopedMessageTest, TheOuterTagOfANestedMessageIsNotThatOfTheNewOne) {
     }
 }
 
-TEST_F(EnvelopedMessageTest, EffectiveBitsAreTheLengthOfTheSessionKey) {
+TEST_F(enveloped_message_test, EffectiveBitsAreTheLengthOfTheSessionKey) {
     Output out;
     EXPECT_EQ(write({'x'}, Algorithm(5, kIv, 128), out), kBadKey);     // 16 bytes are too few for triple DES
     EXPECT_EQ(write({'x'}, Algorithm(5, kIv, 0), out), kUnsupported);  // no key at all
@@ -293,7 +293,7 @@ TEST_F(EnvelopedMessageTest, EffectiveBitsAreTheLengthOfTheSessionKey) {
     EXPECT_TRUE(out.untouched());
 }
 
-TEST_F(EnvelopedMessageTest, WritingLooksAtItsArgumentsInTheirOrder) {
+TEST_F(enveloped_message_test, WritingLooksAtItsArgumentsInTheirOrder) {
     Output out;
     const Algorithm none(99);
     EXPECT_EQ(PKCS7_WriteEnvelopedDataMsg(nullptr, text, des3, rsa, 1, certificate, nullptr, out), kNullArgument);
@@ -316,7 +316,7 @@ TEST_F(EnvelopedMessageTest, WritingLooksAtItsArgumentsInTheirOrder) {
     EXPECT_TRUE(out.untouched());
 }
 
-TEST_F(EnvelopedMessageTest, TheCertificateIsReadBeforeTheAlgorithms) {
+TEST_F(enveloped_message_test, TheCertificateIsReadBeforeTheAlgorithms) {
     Output out;
     const Algorithm none(99);
     const Input malformed(Bytes{0x30, 0x03}), empty(der::sequence({}));
@@ -325,7 +325,7 @@ TEST_F(EnvelopedMessageTest, TheCertificateIsReadBeforeTheAlgorithms) {
     EXPECT_TRUE(out.untouched());
 }
 
-TEST_F(EnvelopedMessageTest, OfTheAlgorithmOfTheKeyTheTypeAloneCounts) {
+TEST_F(enveloped_message_test, OfTheAlgorithmOfTheKeyTheTypeAloneCounts) {
     // An IV without bytes is refused where it is looked at.
     std::uint8_t byte = 0;
     const PKCS_Alg keyAlg = {8, &byte, 0, 7};
@@ -339,7 +339,7 @@ TEST_F(EnvelopedMessageTest, OfTheAlgorithmOfTheKeyTheTypeAloneCounts) {
               kNullArgument);
 }
 
-TEST_F(EnvelopedMessageTest, ACertificateWithNoRsaKeyIsRefused) {
+TEST_F(enveloped_message_test, ACertificateWithNoRsaKeyIsRefused) {
     // The recipient's own, with another algorithm of its key: the identifier's last arc is changed.
     Bytes other = hex(vectors::kRecipientCertificate);
     const Bytes rsaOid = der::oid({1, 2, 840, 113549, 1, 1, 1});
@@ -353,13 +353,13 @@ TEST_F(EnvelopedMessageTest, ACertificateWithNoRsaKeyIsRefused) {
 
 // ---- Hostile input
 
-TEST_F(EnvelopedMessageTest, SurvivesEveryMessage) {
+TEST_F(enveloped_message_test, SurvivesEveryMessage) {
     survives(hex(vectors::kEnvelopedDes3), kNullArgument, [&](const PKCS_Blob& message, PKCS_Blob* data) {
         return PKCS7_ReadEnvelopedDataMsg(ctx, &message, 1, recipient, nullptr, data);
     });
 }
 
-TEST_F(EnvelopedMessageTest, SurvivesEveryCertificate) {
+TEST_F(enveloped_message_test, SurvivesEveryCertificate) {
     // A message is written all the same where the change is of no concern.
     for (const Bytes& bytes : spoiled(hex(vectors::kRecipientCertificate))) {
         Output message;
@@ -369,7 +369,7 @@ TEST_F(EnvelopedMessageTest, SurvivesEveryCertificate) {
     }
 }
 
-TEST_F(EnvelopedMessageTest, SurvivesExhaustedMemory) {
+TEST_F(enveloped_message_test, SurvivesExhaustedMemory) {
     const Input message(vectors::kEnvelopedDes3);
     survivesExhaustion(
         [&](PKCS_Blob& out) { return PKCS7_ReadEnvelopedDataMsg(ctx, message, 1, recipient, nullptr, &out); });

@@ -86,7 +86,7 @@ int32_t decodedPublic(const Bytes& der) {
 
 // ---- PKCS#1
 
-TEST(KeyFormsTest, RecordsAreEncodedAsOpensslDoes) {
+TEST(key_forms_test, RecordsAreEncodedAsOpensslDoes) {
     for (const KeyVector& vector : kKeyVectors) {
         const PrivateKey key(vector.numbers);
         Output der;
@@ -100,7 +100,7 @@ TEST(KeyFormsTest, RecordsAreEncodedAsOpensslDoes) {
     }
 }
 
-TEST(KeyFormsTest, DerOfOpensslGivesItsNumbers) {
+TEST(key_forms_test, DerOfOpensslGivesItsNumbers) {
     for (const KeyVector& vector : kKeyVectors) {
         if (vector.bits == 1032)
             continue;  // its own test
@@ -116,7 +116,7 @@ TEST(KeyFormsTest, DerOfOpensslGivesItsNumbers) {
 }
 
 // The zero in front of a number goes where the number without it has a multiple of eight bytes, as whole keys have.
-TEST(KeyFormsTest, TheZeroInFrontStaysWithOtherSizes) {
+TEST(key_forms_test, TheZeroInFrontStaysWithOtherSizes) {
     const auto& vector = *std::find_if(std::begin(kKeyVectors), std::end(kKeyVectors),
                                        [](const KeyVector& key) { return key.bits == 1032; });
     PublicRecord key;
@@ -128,7 +128,7 @@ TEST(KeyFormsTest, TheZeroInFrontStaysWithOtherSizes) {
     EXPECT_EQ(der.text(), hexOf(vector.publicDer)) << "and does not count";
 }
 
-TEST(KeyFormsTest, NumbersAreWrittenInTheirShortestForm) {
+TEST(key_forms_test, NumbersAreWrittenInTheirShortestForm) {
     PrivateKey key(vectors::kRecipientKey);
     Output plain;
     ASSERT_EQ(VT_PKCS1PriKeyEncode(key, plain), 0);
@@ -149,7 +149,7 @@ TEST(KeyFormsTest, NumbersAreWrittenInTheirShortestForm) {
     EXPECT_EQ(der.text(), "30 06 02 01 7F 02 01 00");
 }
 
-TEST(KeyFormsTest, EveryNumberMustBeThere) {
+TEST(key_forms_test, EveryNumberMustBeThere) {
     std::uint8_t byte = 0;
     for (const auto number : kNumbers) {
         for (const PKCS_Blob& absent : {PKCS_Blob{nullptr, 0}, PKCS_Blob{nullptr, 4}, PKCS_Blob{&byte, 0}}) {
@@ -169,7 +169,7 @@ TEST(KeyFormsTest, EveryNumberMustBeThere) {
     }
 }
 
-TEST(KeyFormsTest, Pkcs1NeedsItsArguments) {
+TEST(key_forms_test, Pkcs1NeedsItsArguments) {
     const PrivateKey key(vectors::kRecipientKey);
     const PKCS_PubKey publicKey = publicOf(key.record);
     const Input der(kKeyVectors[0].privateDer);
@@ -188,7 +188,7 @@ TEST(KeyFormsTest, Pkcs1NeedsItsArguments) {
     EXPECT_EQ(VT_PKCS1PriKeyDecode(&kNullData, &privateOut.record), kMaterialMissing);
 }
 
-TEST(KeyFormsTest, MalformedDerIsRefused) {
+TEST(key_forms_test, MalformedDerIsRefused) {
     const Bytes good = hex(kKeyVectors[0].privateDer);
     EXPECT_EQ(decodedPrivate({}), VT_E_MALFORMED);
     EXPECT_EQ(decodedPublic({}), VT_E_MALFORMED);
@@ -202,12 +202,12 @@ TEST(KeyFormsTest, MalformedDerIsRefused) {
     EXPECT_EQ(decodedPublic(hex("04 02 30 00")), VT_E_MALFORMED);
 }
 
-TEST(KeyFormsTest, WhatFollowsTheDerDoesNotCount) {
+TEST(key_forms_test, WhatFollowsTheDerDoesNotCount) {
     EXPECT_EQ(decodedPrivate(der::join({hex(kKeyVectors[0].privateDer), hex("30 00 FF")})), 0);
     EXPECT_EQ(decodedPublic(der::join({hex(kKeyVectors[0].publicDer), hex("30 00 FF")})), 0);
 }
 
-TEST(KeyFormsTest, ANumberOfZeroIsRefused) {
+TEST(key_forms_test, ANumberOfZeroIsRefused) {
     EXPECT_EQ(decodedPublic(hex("30 08 02 01 00 02 03 01 00 01")), -1015);
     EXPECT_EQ(decodedPublic(hex("30 06 02 01 11 02 01 00")), -1015);
     for (std::size_t zero = 1; zero <= 8; ++zero) {
@@ -218,7 +218,7 @@ TEST(KeyFormsTest, ANumberOfZeroIsRefused) {
     }
 }
 
-TEST(KeyFormsTest, BrokenDerGivesCodes) {
+TEST(key_forms_test, BrokenDerGivesCodes) {
     const auto tryBoth = [](const Bytes& der) {
         const int32_t privateCode = decodedPrivate(der);
         const int32_t publicCode = decodedPublic(der);
@@ -237,7 +237,7 @@ TEST(KeyFormsTest, BrokenDerGivesCodes) {
     }
 }
 
-TEST(KeyFormsTest, Pkcs1SurvivesExhaustedMemory) {
+TEST(key_forms_test, Pkcs1SurvivesExhaustedMemory) {
     const PrivateKey key(vectors::kRecipientKey);
     const PKCS_PubKey publicKey = publicOf(key.record);
     survivesExhaustion([&](PKCS_Blob& out) { return VT_PKCS1PriKeyEncode(key, &out); });
@@ -264,7 +264,7 @@ TEST(KeyFormsTest, Pkcs1SurvivesExhaustedMemory) {
 
 // ---- Blobs and DER
 
-TEST(KeyFormsTest, BlobsAndDerAreThoseOfOpenssl) {
+TEST(key_forms_test, BlobsAndDerAreThoseOfOpenssl) {
     for (const MsPrivateKey& vector : kMsPrivateKeys) {
         if (vector.bits != 2048)
             continue;
@@ -276,13 +276,13 @@ TEST(KeyFormsTest, BlobsAndDerAreThoseOfOpenssl) {
     EXPECT_EQ(toHex(publicBlob(hex(keyOf(2048).publicDer))), toHex(expected));
 }
 
-TEST(KeyFormsTest, BlobsOf2048BitsGoThroughDerAndBack) {
+TEST(key_forms_test, BlobsOf2048BitsGoThroughDerAndBack) {
     const Bytes blob = hex(keyOf(2048).blob);
     EXPECT_EQ(toHex(privateBlob(privateDer(blob))), toHex(blob));
 }
 
 // Two ways to the same DER.
-TEST(KeyFormsTest, PublicDerIsTheSameWithAndWithoutARecord) {
+TEST(key_forms_test, PublicDerIsTheSameWithAndWithoutARecord) {
     for (const MsPrivateKey& vector : kMsPrivateKeys) {
         const Bytes blob = hex(vector.publicBlob);
         PublicRecord key;
@@ -298,7 +298,7 @@ TEST(KeyFormsTest, PublicDerIsTheSameWithAndWithoutARecord) {
 }
 
 // A key of any size goes into a blob of 2048 bits. That is no key for anybody else, and what callers get.
-TEST(KeyFormsTest, SmallerPrivateKeysLieInALargeBlob) {
+TEST(key_forms_test, SmallerPrivateKeysLieInALargeBlob) {
     const MsPrivateKey& vector = keyOf(1024);
     const Bytes small = hex(vector.blob);
     const Bytes blob = privateBlob(hex(vector.der));
@@ -316,7 +316,7 @@ TEST(KeyFormsTest, SmallerPrivateKeysLieInALargeBlob) {
     EXPECT_EQ(part(blob, 916, 128), part(small, 468, 128)) << "private exponent";
 }
 
-TEST(KeyFormsTest, ThePathTo1024BitsIsThroughTheRecord) {
+TEST(key_forms_test, ThePathTo1024BitsIsThroughTheRecord) {
     const MsPrivateKey& vector = keyOf(1024);
     PrivateRecord key;
     ASSERT_EQ(VT_PKCS1PriKeyDecode(Input(vector.der), &key.record), 0);
@@ -326,7 +326,7 @@ TEST(KeyFormsTest, ThePathTo1024BitsIsThroughTheRecord) {
     EXPECT_EQ(toHex(blob), hexOf(vector.blob));
 }
 
-TEST(KeyFormsTest, OtherPublicKeysHaveNoBlob) {
+TEST(key_forms_test, OtherPublicKeysHaveNoBlob) {
     const auto codeOf = [](const char* text) {
         const Bytes der = hex(text);
         std::uint32_t length = 276;
@@ -340,7 +340,7 @@ TEST(KeyFormsTest, OtherPublicKeysHaveNoBlob) {
     EXPECT_EQ(codeOf(kKeyVectors[2].publicDer), kUnsupported);
 }
 
-TEST(KeyFormsTest, ConvertersHaveTheirCodes) {
+TEST(key_forms_test, ConvertersHaveTheirCodes) {
     const Bytes blob = hex(keyOf(2048).blob);
     const Bytes der = hex(keyOf(2048).der);
     const Bytes publicDer = hex(keyOf(2048).publicDer);
@@ -366,7 +366,7 @@ TEST(KeyFormsTest, ConvertersHaveTheirCodes) {
     EXPECT_EQ(VT_MSPriKeyToP1Der(zeros.data(), out.data(), &length), kMaterialMissing) << "no bytes of exponent";
 }
 
-TEST(KeyFormsTest, TooSmallABufferIsRefusedUntouched) {
+TEST(key_forms_test, TooSmallABufferIsRefusedUntouched) {
     const Bytes blob = hex(keyOf(2048).blob);
     const Bytes der = hex(keyOf(2048).der);
     const Bytes publicDer = hex(keyOf(2048).publicDer);
@@ -388,7 +388,7 @@ TEST(KeyFormsTest, TooSmallABufferIsRefusedUntouched) {
     });
 }
 
-TEST(KeyFormsTest, ConvertersSurviveExhaustedMemory) {
+TEST(key_forms_test, ConvertersSurviveExhaustedMemory) {
     const Bytes blob = hex(keyOf(2048).blob);
     const Bytes der = hex(keyOf(2048).der);
     const Bytes publicDer = hex(keyOf(2048).publicDer);
@@ -414,7 +414,7 @@ TEST(KeyFormsTest, ConvertersSurviveExhaustedMemory) {
 
 // ---- RSA over data of any size
 
-TEST(KeyFormsTest, BigInputGoesInBlocks) {
+TEST(key_forms_test, BigInputGoesInBlocks) {
     MessageContext ctx;
     const PrivateKey key(vectors::kRecipientKey);
     const PKCS_PubKey publicKey = publicOf(key.record);
@@ -436,7 +436,7 @@ TEST(KeyFormsTest, BigInputGoesInBlocks) {
     }
 }
 
-TEST(KeyFormsTest, BigOperationsHaveTheirCodes) {
+TEST(key_forms_test, BigOperationsHaveTheirCodes) {
     MessageContext ctx;
     PrivateKey key(vectors::kRecipientKey);
     PKCS_PubKey publicKey = publicOf(key.record);
@@ -464,7 +464,7 @@ TEST(KeyFormsTest, BigOperationsHaveTheirCodes) {
     EXPECT_TRUE(out.untouched());
 }
 
-TEST(KeyFormsTest, BigOperationsSurviveExhaustedMemory) {
+TEST(key_forms_test, BigOperationsSurviveExhaustedMemory) {
     MessageContext ctx;
     const PrivateKey key(vectors::kRecipientKey);
     const PKCS_PubKey publicKey = publicOf(key.record);

@@ -22,7 +22,7 @@ constexpr char kFunction[] = "cos";
 
 void function() {}
 
-TEST(LibraryTest, LoadsFindsAndFrees) {
+TEST(library_test, LoadsFindsAndFrees) {
     void* library = VT_LoadLibrary(kLibrary);
     ASSERT_NE(library, nullptr);
     EXPECT_NE(VT_GetFuncAddress(library, kFunction), nullptr);
@@ -30,11 +30,11 @@ TEST(LibraryTest, LoadsFindsAndFrees) {
     EXPECT_NE(VT_FreeLibrary(library), 0);
 }
 
-TEST(LibraryTest, MissingLibraryIsNull) {
+TEST(library_test, MissingLibraryIsNull) {
     EXPECT_EQ(VT_LoadLibrary("no_such_library_here"), nullptr);
 }
 
-TEST(LibraryTest, NullArgumentsAreFailures) {
+TEST(library_test, NullArgumentsAreFailures) {
     EXPECT_EQ(VT_LoadLibrary(nullptr), nullptr);
     EXPECT_EQ(VT_GetFuncAddress(nullptr, kFunction), nullptr);
     void* library = VT_LoadLibrary(kLibrary);
@@ -43,7 +43,7 @@ TEST(LibraryTest, NullArgumentsAreFailures) {
     EXPECT_EQ(VT_FreeLibrary(nullptr), 0);
 }
 
-TEST(LibraryTest, GoesThroughThePlatform) {
+TEST(library_test, GoesThroughThePlatform) {
     int place = 0;
     void* const handle = &place;
     std::string path;
@@ -68,13 +68,13 @@ TEST(LibraryTest, GoesThroughThePlatform) {
     EXPECT_NE(VT_FreeLibrary(handle), 0);
 }
 
-TEST(LibraryTest, FailureToFreeIsZero) {
+TEST(library_test, FailureToFreeIsZero) {
     int place = 0;
     const Replaced<&SystemApi::FreeLibrary> free([](HMODULE) { return FALSE; });
     EXPECT_EQ(VT_FreeLibrary(&place), 0);
 }
 
-TEST(LibraryTest, FileLengthIsItsSize) {
+TEST(library_test, FileLengthIsItsSize) {
     const std::string path = testing::TempDir() + "flat_library_test.bin";
     std::filesystem::remove(path);
     EXPECT_EQ(VT_GetFileLen(path.c_str()), 0) << "no file";
@@ -85,7 +85,7 @@ TEST(LibraryTest, FileLengthIsItsSize) {
     std::filesystem::remove(path);
 }
 
-TEST(LibraryTest, NullPathHasNoLength) {
+TEST(library_test, NullPathHasNoLength) {
     EXPECT_EQ(VT_GetFileLen(nullptr), 0);
 }
 

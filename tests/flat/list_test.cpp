@@ -40,7 +40,7 @@ std::uint32_t total(const VT_List* list) {
     return count;
 }
 
-TEST(ListTest, HeadCarriesItsText) {
+TEST(list_test, HeadCarriesItsText) {
     const ListPtr list = newList();
     ASSERT_NE(list, nullptr);
     EXPECT_STREQ(reinterpret_cast<const char*>(list->data), "This is a List Head");
@@ -48,7 +48,7 @@ TEST(ListTest, HeadCarriesItsText) {
     EXPECT_EQ(list->next, nullptr);
 }
 
-TEST(ListTest, CreateTellsWhichAllocationFailed) {
+TEST(list_test, CreateTellsWhichAllocationFailed) {
     VT_List* list = nullptr;
     EXPECT_EQ(whenAllocationFails(1, [&] { return VT_CreateList(&list); }), -1);
     EXPECT_EQ(list, nullptr);
@@ -57,19 +57,19 @@ TEST(ListTest, CreateTellsWhichAllocationFailed) {
     EXPECT_EQ(VT_CreateList(nullptr), -1);
 }
 
-TEST(ListTest, FreshListHasNoNodes) {
+TEST(list_test, FreshListHasNoNodes) {
     EXPECT_EQ(total(newList().get()), 0U);
 }
 
-TEST(ListTest, NullListHasNoNodes) {
+TEST(list_test, NullListHasNoNodes) {
     EXPECT_EQ(total(nullptr), 0U);
 }
 
-TEST(ListTest, TotalNeedsSomewhereToGo) {
+TEST(list_test, TotalNeedsSomewhereToGo) {
     EXPECT_EQ(VT_GetListNodeTotal(newList().get(), nullptr), -4);
 }
 
-TEST(ListTest, TotalLeavesTheHeadOut) {
+TEST(list_test, TotalLeavesTheHeadOut) {
     const ListPtr list = newList();
     add(list, "a");
     EXPECT_EQ(total(list.get()), 1U);
@@ -78,7 +78,7 @@ TEST(ListTest, TotalLeavesTheHeadOut) {
     EXPECT_EQ(total(list.get()), 3U);
 }
 
-TEST(ListTest, IndexZeroIsTheFirstNodeAdded) {
+TEST(list_test, IndexZeroIsTheFirstNodeAdded) {
     const ListPtr list = newList();
     add(list, "first");
     add(list, "second");
@@ -86,7 +86,7 @@ TEST(ListTest, IndexZeroIsTheFirstNodeAdded) {
     EXPECT_EQ(at(list, 1), "second");
 }
 
-TEST(ListTest, NodesOwnACopyWithAZeroBehind) {
+TEST(list_test, NodesOwnACopyWithAZeroBehind) {
     const ListPtr list = newList();
     std::string text = "abc";
     ASSERT_EQ(add(list, text), 0);
@@ -98,13 +98,13 @@ TEST(ListTest, NodesOwnACopyWithAZeroBehind) {
     EXPECT_EQ(node->next, nullptr);
 }
 
-TEST(ListTest, DataMayHoldZeros) {
+TEST(list_test, DataMayHoldZeros) {
     const ListPtr list = newList();
     add(list, std::string("a\0b", 3));
     EXPECT_EQ(at(list, 0), std::string("a\0b", 3));
 }
 
-TEST(ListTest, AddRefusesNullAndEmpty) {
+TEST(list_test, AddRefusesNullAndEmpty) {
     const ListPtr list = newList();
     const std::uint8_t byte = 1;
     EXPECT_EQ(VT_AddListNode(list.get(), nullptr, 1), -4);
@@ -113,7 +113,7 @@ TEST(ListTest, AddRefusesNullAndEmpty) {
     EXPECT_EQ(total(list.get()), 0U);
 }
 
-TEST(ListTest, AddTellsWhichAllocationFailedAndLeavesTheList) {
+TEST(list_test, AddTellsWhichAllocationFailedAndLeavesTheList) {
     const ListPtr list = newList();
     add(list, "a");
     const std::string b = "b";
@@ -124,7 +124,7 @@ TEST(ListTest, AddTellsWhichAllocationFailedAndLeavesTheList) {
     EXPECT_EQ(at(list, 1), "c");
 }
 
-TEST(ListTest, NegativeIndexIsRefused) {
+TEST(list_test, NegativeIndexIsRefused) {
     const ListPtr list = newList();
     add(list, "a");
     std::uint32_t length = 77;
@@ -136,7 +136,7 @@ TEST(ListTest, NegativeIndexIsRefused) {
     EXPECT_EQ(out, 0x55);
 }
 
-TEST(ListTest, IndexPastTheEndIsRefused) {
+TEST(list_test, IndexPastTheEndIsRefused) {
     const ListPtr list = newList();
     std::uint32_t length = 77;
     std::uint8_t out = 0x55;
@@ -149,7 +149,7 @@ TEST(ListTest, IndexPastTheEndIsRefused) {
     EXPECT_EQ(out, 0x55);
 }
 
-TEST(ListTest, NullOutGivesTheLengthAlone) {
+TEST(list_test, NullOutGivesTheLengthAlone) {
     const ListPtr list = newList();
     add(list, "abcde");
     std::uint32_t length = 0;
@@ -158,7 +158,7 @@ TEST(ListTest, NullOutGivesTheLengthAlone) {
     EXPECT_EQ(VT_GetListNodeByIndex(list.get(), 0, nullptr, nullptr), 0);
 }
 
-TEST(ListTest, LookUpsInAnyOrderAgree) {
+TEST(list_test, LookUpsInAnyOrderAgree) {
     const ListPtr list = newList();
     for (int i = 0; i < 50; ++i)
         add(list, "node " + std::to_string(i));
@@ -171,7 +171,7 @@ TEST(ListTest, LookUpsInAnyOrderAgree) {
     EXPECT_EQ(at(list, 0), "node 0");
 }
 
-TEST(ListTest, LongListsStayUsable) {
+TEST(list_test, LongListsStayUsable) {
     constexpr std::int32_t kNodes = 100000;
     const ListPtr list = newList();
     for (std::int32_t i = 0; i < kNodes; ++i)
@@ -185,7 +185,7 @@ TEST(ListTest, LongListsStayUsable) {
     }
 }
 
-TEST(ListTest, HeadIsANodeLikeAnyOther) {
+TEST(list_test, HeadIsANodeLikeAnyOther) {
     const ListPtr list = newList();
     add(list, "a");
     add(list, "b");
@@ -202,7 +202,7 @@ TEST(ListTest, HeadIsANodeLikeAnyOther) {
     EXPECT_EQ(total(list.get()), 4U);
 }
 
-TEST(ListTest, DestroyLeavesTheCallersPointer) {
+TEST(list_test, DestroyLeavesTheCallersPointer) {
     VT_List* list = nullptr;
     ASSERT_EQ(VT_CreateList(&list), 0);
     const std::uint8_t byte = 1;
@@ -211,7 +211,7 @@ TEST(ListTest, DestroyLeavesTheCallersPointer) {
     EXPECT_NE(list, nullptr);
 }
 
-TEST(ListTest, DestroyAcceptsNull) {
+TEST(list_test, DestroyAcceptsNull) {
     VT_List* none = nullptr;
     EXPECT_EQ(VT_DestroyList(&none), 0);
     EXPECT_EQ(VT_DestroyList(nullptr), 0);

@@ -8,7 +8,7 @@
 
 namespace {
 
-TEST(MemoryTest, MallocGivesOneByteMoreAllZero) {
+TEST(memory_test, MallocGivesOneByteMoreAllZero) {
     for (const std::size_t size : {std::size_t{0}, std::size_t{1}, std::size_t{15}, std::size_t{4096}}) {
         auto* bytes = static_cast<std::uint8_t*>(T_malloc(size));
         ASSERT_NE(bytes, nullptr);
@@ -19,20 +19,20 @@ TEST(MemoryTest, MallocGivesOneByteMoreAllZero) {
     }
 }
 
-TEST(MemoryTest, MallocIsNullOnFailure) {
+TEST(memory_test, MallocIsNullOnFailure) {
     EXPECT_EQ(whenAllocationFails(1, [] { return T_malloc(16); }), nullptr);
 }
 
-TEST(MemoryTest, MallocOfTheLargestSizeIsNull) {
+TEST(memory_test, MallocOfTheLargestSizeIsNull) {
     volatile std::size_t largest = SIZE_MAX;
     EXPECT_EQ(T_malloc(largest), nullptr);
 }
 
-TEST(MemoryTest, FreeAcceptsNull) {
+TEST(memory_test, FreeAcceptsNull) {
     T_free(nullptr);
 }
 
-TEST(MemoryTest, ReallocKeepsTheBytes) {
+TEST(memory_test, ReallocKeepsTheBytes) {
     auto* text = static_cast<char*>(T_malloc(5));
     T_strcpy(text, "hello");
     text = static_cast<char*>(T_realloc(text, 1000));
@@ -41,7 +41,7 @@ TEST(MemoryTest, ReallocKeepsTheBytes) {
     T_free(text);
 }
 
-TEST(MemoryTest, FailedReallocIsNullAndKeepsTheOld) {
+TEST(memory_test, FailedReallocIsNullAndKeepsTheOld) {
     auto* text = static_cast<char*>(T_malloc(5));
     T_strcpy(text, "hello");
     EXPECT_EQ(whenAllocationFails(1, [&] { return T_realloc(text, 1000); }), nullptr);
@@ -49,26 +49,26 @@ TEST(MemoryTest, FailedReallocIsNullAndKeepsTheOld) {
     T_free(text);
 }
 
-TEST(MemoryTest, ReallocOfNullAllocates) {
+TEST(memory_test, ReallocOfNullAllocates) {
     void* bytes = T_realloc(nullptr, 8);
     ASSERT_NE(bytes, nullptr);
     T_memset(bytes, 0xFF, 8);
     T_free(bytes);
 }
 
-TEST(MemoryTest, MemsetFillsAndGivesTheBuffer) {
+TEST(memory_test, MemsetFillsAndGivesTheBuffer) {
     char buffer[5] = "abcd";
     EXPECT_EQ(T_memset(buffer + 1, 'x', 2), buffer + 1);
     EXPECT_STREQ(buffer, "axxd");
 }
 
-TEST(MemoryTest, MemcpyCopiesAndGivesTheTarget) {
+TEST(memory_test, MemcpyCopiesAndGivesTheTarget) {
     char buffer[5] = "abcd";
     EXPECT_EQ(T_memcpy(buffer, "xyz", 2), buffer);
     EXPECT_STREQ(buffer, "xycd");
 }
 
-TEST(MemoryTest, MemmoveTakesOverlaps) {
+TEST(memory_test, MemmoveTakesOverlaps) {
     char buffer[7] = "abcdef";
     EXPECT_EQ(T_memmove(buffer + 1, buffer, 5), buffer + 1);
     EXPECT_STREQ(buffer, "aabcde");
@@ -76,25 +76,25 @@ TEST(MemoryTest, MemmoveTakesOverlaps) {
     EXPECT_STREQ(buffer, "abcdee");
 }
 
-TEST(MemoryTest, MemcmpOrdersUnsignedBytesPastZeros) {
+TEST(memory_test, MemcmpOrdersUnsignedBytesPastZeros) {
     EXPECT_EQ(T_memcmp("a\0b", "a\0b", 3), 0);
     EXPECT_LT(T_memcmp("a\0b", "a\0c", 3), 0);
     EXPECT_GT(T_memcmp("\x80", "\x7F", 1), 0);
     EXPECT_EQ(T_memcmp("a", "b", 0), 0);
 }
 
-TEST(MemoryTest, StrlenCountsToTheZero) {
+TEST(memory_test, StrlenCountsToTheZero) {
     EXPECT_EQ(T_strlen(""), 0U);
     EXPECT_EQ(T_strlen("abc\0def"), 3U);
 }
 
-TEST(MemoryTest, StrcpyCopiesTheZeroAndNoMore) {
+TEST(memory_test, StrcpyCopiesTheZeroAndNoMore) {
     char buffer[6] = "-----";
     EXPECT_EQ(T_strcpy(buffer, "abc"), buffer);
     EXPECT_EQ(std::memcmp(buffer, "abc\0-", 6), 0);
 }
 
-TEST(MemoryTest, StrcmpOrdersTexts) {
+TEST(memory_test, StrcmpOrdersTexts) {
     EXPECT_EQ(T_strcmp("abc", "abc"), 0);
     EXPECT_LT(T_strcmp("abc", "abd"), 0);
     EXPECT_GT(T_strcmp("abc", "ab"), 0);

@@ -64,7 +64,7 @@ Bytes withoutLeadingZeros(Bytes bytes) {
     return bytes;
 }
 
-TEST(MsKeyTest, NumbersAreThoseOfOpenssl) {
+TEST(ms_key_test, NumbersAreThoseOfOpenssl) {
     for (const MsPublicKey& vector : kMsPublicKeys) {
         if (vector.bits == 4096)
             continue;
@@ -81,7 +81,7 @@ TEST(MsKeyTest, NumbersAreThoseOfOpenssl) {
     }
 }
 
-TEST(MsKeyTest, DerIsThatOfOpenssl) {
+TEST(ms_key_test, DerIsThatOfOpenssl) {
     for (const MsPublicKey& vector : kMsPublicKeys) {
         const Bytes blob = hex(vector.blob);
         EXPECT_EQ(toHex(internalDer(blob)), toHex(hex(vector.der))) << vector.bits;
@@ -91,7 +91,7 @@ TEST(MsKeyTest, DerIsThatOfOpenssl) {
     }
 }
 
-TEST(MsKeyTest, ExponentIsTheShortestTwosComplementOfAnUnsignedWord) {
+TEST(ms_key_test, ExponentIsTheShortestTwosComplementOfAnUnsignedWord) {
     EXPECT_EQ(toHex(exponentOf(65537)), "01 00 01");
     EXPECT_EQ(toHex(exponentOf(3)), "03");
     EXPECT_EQ(toHex(exponentOf(0x7F)), "7F");
@@ -103,7 +103,7 @@ TEST(MsKeyTest, ExponentIsTheShortestTwosComplementOfAnUnsignedWord) {
     EXPECT_EQ(toHex(exponentOf(0)), "");
 }
 
-TEST(MsKeyTest, DerIntegersAreShortest) {
+TEST(ms_key_test, DerIntegersAreShortest) {
     struct Case {
         std::uint32_t exponent;
         std::uint8_t mostSignificant;
@@ -123,7 +123,7 @@ TEST(MsKeyTest, DerIntegersAreShortest) {
     }
 }
 
-TEST(MsKeyTest, LeadingZerosOfTheModulusStayInTheRecordAndLeaveTheDer) {
+TEST(ms_key_test, LeadingZerosOfTheModulusStayInTheRecordAndLeaveTheDer) {
     Bytes modulus(64, 0);
     modulus[0] = 0x85;
     const Bytes blob = makeBlob(512, 65537, modulus);
@@ -136,13 +136,13 @@ TEST(MsKeyTest, LeadingZerosOfTheModulusStayInTheRecordAndLeaveTheDer) {
     EXPECT_EQ(toHex(internalDer(blob)), "30 09 02 02 00 85 02 03 01 00 01");
 }
 
-TEST(MsKeyTest, ZeroModulusIsTheIntegerZero) {
+TEST(ms_key_test, ZeroModulusIsTheIntegerZero) {
     const Bytes blob = makeBlob(512, 65537, Bytes(64, 0));
     EXPECT_EQ(toHex(exportedDer(blob)), "30 08 02 01 00 02 03 01 00 01");
 }
 
 // The length bytes of the DER: one below 128, two below 256, three from 256 on.
-TEST(MsKeyTest, DerLengthsAreShortest) {
+TEST(ms_key_test, DerLengthsAreShortest) {
     const auto start = [](std::size_t significant) {
         Bytes modulus(256, 0);
         for (std::size_t i = 0; i < significant; ++i)
@@ -159,7 +159,7 @@ TEST(MsKeyTest, DerLengthsAreShortest) {
     EXPECT_THAT(start(256), testing::StartsWith("30 82 01 09 02 82"));
 }
 
-TEST(MsKeyTest, OtherBitLengthsAreRefused) {
+TEST(ms_key_test, OtherBitLengthsAreRefused) {
     PKCS_PubKey key = {};
     std::uint32_t length = 77;
     for (const std::uint32_t bits : {0U, 8U, 768U, 2047U, 2056U, 4096U, 0x00080000U, 0xFFFFFFFFU}) {
@@ -174,7 +174,7 @@ TEST(MsKeyTest, OtherBitLengthsAreRefused) {
     EXPECT_EQ(length, 77U);
 }
 
-TEST(MsKeyTest, HeaderIsReadForItsBitLengthAlone) {
+TEST(ms_key_test, HeaderIsReadForItsBitLengthAlone) {
     Bytes blob = hex(kMsPublicKeys[0].blob);
     for (std::size_t i = 0; i < 12; ++i)
         blob[i] = 0xEE;
@@ -182,14 +182,14 @@ TEST(MsKeyTest, HeaderIsReadForItsBitLengthAlone) {
     EXPECT_EQ(toHex(internalDer(blob)), toHex(hex(kMsPublicKeys[0].der)));
 }
 
-TEST(MsKeyTest, UnusedArgumentIsNotLookedAt) {
+TEST(ms_key_test, UnusedArgumentIsNotLookedAt) {
     PKCS_PubKey key = {};
     int anything = 0;
     EXPECT_EQ(VT_MSPubKeyToVPK(&anything, hex(kMsPublicKeys[0].blob).data(), &key), 0);
     PKCS_FreePubKey(&key);
 }
 
-TEST(MsKeyTest, NullArgumentsAreRefused) {
+TEST(ms_key_test, NullArgumentsAreRefused) {
     const Bytes blob = hex(kMsPublicKeys[0].blob);
     PKCS_PubKey key = {};
     std::uint32_t length = 0;
@@ -202,7 +202,7 @@ TEST(MsKeyTest, NullArgumentsAreRefused) {
     EXPECT_EQ(flat::publicKeyBlobToP1Der(blob.data(), blob.size(), der, nullptr), -1010);
 }
 
-TEST(MsKeyTest, OutputRecordIsOverwrittenUnread) {
+TEST(ms_key_test, OutputRecordIsOverwrittenUnread) {
     PKCS_PubKey key;
     std::memset(&key, 0xA5, sizeof key);
     ASSERT_EQ(VT_MSPubKeyToVPK(nullptr, hex(kMsPublicKeys[0].blob).data(), &key), 0);
@@ -210,7 +210,7 @@ TEST(MsKeyTest, OutputRecordIsOverwrittenUnread) {
     PKCS_FreePubKey(&key);
 }
 
-TEST(MsKeyTest, TooSmallABufferIsRefusedUntouched) {
+TEST(ms_key_test, TooSmallABufferIsRefusedUntouched) {
     const Bytes blob = hex(kMsPublicKeys[0].blob);
     const std::size_t size = hex(kMsPublicKeys[0].der).size();
     for (std::uint32_t capacity = 0; capacity < size; ++capacity) {
@@ -223,7 +223,7 @@ TEST(MsKeyTest, TooSmallABufferIsRefusedUntouched) {
     }
 }
 
-TEST(MsKeyTest, LargerBufferGetsTheLength) {
+TEST(ms_key_test, LargerBufferGetsTheLength) {
     const Bytes blob = hex(kMsPublicKeys[0].blob);
     const Bytes expected = hex(kMsPublicKeys[0].der);
     Bytes der(200, 0x55);
@@ -235,14 +235,14 @@ TEST(MsKeyTest, LargerBufferGetsTheLength) {
     EXPECT_EQ(der, expected);
 }
 
-TEST(MsKeyTest, NullOutputGivesTheLengthWhateverItHeld) {
+TEST(ms_key_test, NullOutputGivesTheLengthWhateverItHeld) {
     const Bytes blob = hex(kMsPublicKeys[0].blob);
     std::uint32_t length = 1;
     EXPECT_EQ(VT_MSPubKeyToP1Der(blob.data(), nullptr, &length), 0);
     EXPECT_EQ(length, hex(kMsPublicKeys[0].der).size());
 }
 
-TEST(MsKeyTest, ExhaustedMemory) {
+TEST(ms_key_test, ExhaustedMemory) {
     const Bytes blob = hex(kMsPublicKeys[0].blob);
     PKCS_PubKey key = {};
     std::uint32_t length = 77;
@@ -254,7 +254,7 @@ TEST(MsKeyTest, ExhaustedMemory) {
     EXPECT_EQ(length, 77U);
 }
 
-TEST(MsKeyTest, InternalConverterAllocatesNothing) {
+TEST(ms_key_test, InternalConverterAllocatesNothing) {
     const Bytes blob = hex(kMsPublicKeys[0].blob);
     std::uint8_t der[128] = {};
     std::uint32_t length = sizeof der;
@@ -262,7 +262,7 @@ TEST(MsKeyTest, InternalConverterAllocatesNothing) {
     EXPECT_EQ(whenAllocationFails(1, convert), 0);
 }
 
-TEST(MsKeyTest, BlobCutAtAnyByteIsRefused) {
+TEST(ms_key_test, BlobCutAtAnyByteIsRefused) {
     for (const MsPublicKey& vector : kMsPublicKeys) {
         const Bytes blob = hex(vector.blob);
         std::uint32_t length = 0;
@@ -275,7 +275,7 @@ TEST(MsKeyTest, BlobCutAtAnyByteIsRefused) {
     }
 }
 
-TEST(MsKeyTest, BytesBehindTheModulusAreLeftAlone) {
+TEST(ms_key_test, BytesBehindTheModulusAreLeftAlone) {
     Bytes blob = hex(kMsPublicKeys[0].blob);
     ASSERT_EQ(blob.size(), kHeader + 64);
     blob.push_back(0xEE);

@@ -124,7 +124,7 @@ const MsPrivateKey& keyOf(unsigned int bits, unsigned int exponent = 65537) {
 
 // ---- Reading
 
-TEST(MsPrivateKeyTest, EachNumberIsReadFromItsOffset) {
+TEST(ms_private_key_test, EachNumberIsReadFromItsOffset) {
     const Bytes blob = anyBlob(2048);
     const PrivateRecord read(blob);
     ASSERT_EQ(read.code, 0);
@@ -138,7 +138,7 @@ TEST(MsPrivateKeyTest, EachNumberIsReadFromItsOffset) {
 }
 
 // Callers have always got these numbers, which are those of no key.
-TEST(MsPrivateKeyTest, SmallerBlobsAreReadAtTheOffsetsOfALargeOne) {
+TEST(ms_private_key_test, SmallerBlobsAreReadAtTheOffsetsOfALargeOne) {
     for (const std::uint32_t bits : {512U, 1024U}) {
         const Bytes blob = anyBlob(bits);
         const PrivateRecord read(blob);
@@ -150,7 +150,7 @@ TEST(MsPrivateKeyTest, SmallerBlobsAreReadAtTheOffsetsOfALargeOne) {
     }
 }
 
-TEST(MsPrivateKeyTest, ABlobOfOpensslOf1024BitsGivesItsModulusAndWrongNumbers) {
+TEST(ms_private_key_test, ABlobOfOpensslOf1024BitsGivesItsModulusAndWrongNumbers) {
     Bytes blob = hex(keyOf(1024).blob);
     ASSERT_EQ(blob.size(), 596u);
     const Bytes prime = reversed(slice(blob, 148, 64));
@@ -163,14 +163,14 @@ TEST(MsPrivateKeyTest, ABlobOfOpensslOf1024BitsGivesItsModulusAndWrongNumbers) {
 }
 
 // Nothing beyond what is read is touched: each buffer ends where the last number does, for the sanitizer to see.
-TEST(MsPrivateKeyTest, NothingBehindTheLastNumberIsRead) {
+TEST(ms_private_key_test, NothingBehindTheLastNumberIsRead) {
     EXPECT_EQ(PrivateRecord(anyBlob(2048, 1172)).code, 0);
     EXPECT_EQ(PrivateRecord(anyBlob(1024, 1044)).code, 0);
     EXPECT_EQ(PrivateRecord(anyBlob(512, 980)).code, 0);
     EXPECT_EQ(PrivateRecord(anyBlob(768, 16)).code, -1008);
 }
 
-TEST(MsPrivateKeyTest, OtherBitLengthsAreRefused) {
+TEST(ms_private_key_test, OtherBitLengthsAreRefused) {
     for (const std::uint32_t bits : {0U, 8U, 768U, 2047U, 2056U, 4096U, 0x00080000U, 0xFFFFFFFFU}) {
         const PrivateRecord read(anyBlob(bits));
         EXPECT_EQ(read.code, -1008) << bits;
@@ -178,7 +178,7 @@ TEST(MsPrivateKeyTest, OtherBitLengthsAreRefused) {
     }
 }
 
-TEST(MsPrivateKeyTest, ExponentIsTheShortestTwosComplementOfAnUnsignedWord) {
+TEST(ms_private_key_test, ExponentIsTheShortestTwosComplementOfAnUnsignedWord) {
     const auto exponentOf = [](const char* word) {
         Bytes blob = anyBlob(512);
         const Bytes bytes = hex(word);
@@ -193,7 +193,7 @@ TEST(MsPrivateKeyTest, ExponentIsTheShortestTwosComplementOfAnUnsignedWord) {
     EXPECT_EQ(exponentOf("00 00 00 00"), "");
 }
 
-TEST(MsPrivateKeyTest, HeaderIsReadForItsBitLengthAlone) {
+TEST(ms_private_key_test, HeaderIsReadForItsBitLengthAlone) {
     Bytes blob = hex(keyOf(2048).blob);
     const PrivateRecord before(blob);
     std::fill(blob.begin(), blob.begin() + 12, std::uint8_t{0xEE});
@@ -202,7 +202,7 @@ TEST(MsPrivateKeyTest, HeaderIsReadForItsBitLengthAlone) {
     EXPECT_EQ(bytesOf(after.record.coefficient), bytesOf(before.record.coefficient));
 }
 
-TEST(MsPrivateKeyTest, ReadingNeedsItsArguments) {
+TEST(ms_private_key_test, ReadingNeedsItsArguments) {
     const Bytes blob = anyBlob(2048);
     PKCS_PriKey key = {};
     int anything = 0;
@@ -212,7 +212,7 @@ TEST(MsPrivateKeyTest, ReadingNeedsItsArguments) {
     PKCS_FreePriKey(&key);
 }
 
-TEST(MsPrivateKeyTest, OutputRecordIsOverwrittenUnread) {
+TEST(ms_private_key_test, OutputRecordIsOverwrittenUnread) {
     const Bytes blob = anyBlob(2048);
     PKCS_PriKey key;
     std::memset(&key, 0xA5, sizeof key);
@@ -221,7 +221,7 @@ TEST(MsPrivateKeyTest, OutputRecordIsOverwrittenUnread) {
     PKCS_FreePriKey(&key);
 }
 
-TEST(MsPrivateKeyTest, ExhaustedMemoryLeavesTheRecordAlone) {
+TEST(ms_private_key_test, ExhaustedMemoryLeavesTheRecordAlone) {
     const Bytes blob = anyBlob(2048);
     PKCS_PriKey key = {};
     for (long n = 1; n <= 8; ++n)
@@ -233,7 +233,7 @@ TEST(MsPrivateKeyTest, ExhaustedMemoryLeavesTheRecordAlone) {
 
 // ---- Writing
 
-TEST(MsPrivateKeyTest, EachNumberIsWrittenToItsOffset) {
+TEST(ms_private_key_test, EachNumberIsWrittenToItsOffset) {
     for (const Size& size : kSizes) {
         Record key(size.bits);
         Bytes blob(size.bytes, 0xAA);
@@ -247,7 +247,7 @@ TEST(MsPrivateKeyTest, EachNumberIsWrittenToItsOffset) {
     }
 }
 
-TEST(MsPrivateKeyTest, HeaderOfAPrivateBlob) {
+TEST(ms_private_key_test, HeaderOfAPrivateBlob) {
     for (const Size& size : kSizes) {
         Record key(size.bits);
         Bytes blob(size.bytes, 0xAA);
@@ -258,7 +258,7 @@ TEST(MsPrivateKeyTest, HeaderOfAPrivateBlob) {
     }
 }
 
-TEST(MsPrivateKeyTest, BlobsAreThoseOfOpenssl) {
+TEST(ms_private_key_test, BlobsAreThoseOfOpenssl) {
     for (const MsPrivateKey& vector : kMsPrivateKeys) {
         if (vector.bits != 2048)
             continue;
@@ -272,7 +272,7 @@ TEST(MsPrivateKeyTest, BlobsAreThoseOfOpenssl) {
     }
 }
 
-TEST(MsPrivateKeyTest, AShorterNumberLeavesTheRestOfItsPlace) {
+TEST(ms_private_key_test, AShorterNumberLeavesTheRestOfItsPlace) {
     for (const Size& size : kSizes) {
         for (std::size_t i = 0; i < std::size(kPlaces); ++i) {
             Record key(size.bits);
@@ -290,7 +290,7 @@ TEST(MsPrivateKeyTest, AShorterNumberLeavesTheRestOfItsPlace) {
     }
 }
 
-TEST(MsPrivateKeyTest, ALongerNumberIsRefusedAndWritesNothing) {
+TEST(ms_private_key_test, ALongerNumberIsRefusedAndWritesNothing) {
     for (const Size& size : kSizes) {
         for (std::size_t i = 0; i < std::size(kPlaces); ++i) {
             Record key(size.bits);
@@ -305,7 +305,7 @@ TEST(MsPrivateKeyTest, ALongerNumberIsRefusedAndWritesNothing) {
     }
 }
 
-TEST(MsPrivateKeyTest, ExponentIsWrittenByItsValue) {
+TEST(ms_private_key_test, ExponentIsWrittenByItsValue) {
     const auto written = [](const char* exponent) -> std::string {
         Record key(2048);
         key.setExponent(exponent);
@@ -324,7 +324,7 @@ TEST(MsPrivateKeyTest, ExponentIsWrittenByItsValue) {
     EXPECT_EQ(written(""), "00 00 00 00");
 }
 
-TEST(MsPrivateKeyTest, AnAbsentNumberIsRefused) {
+TEST(ms_private_key_test, AnAbsentNumberIsRefused) {
     for (const Size& size : kSizes) {
         Bytes blob(size.bytes, 0xAA);
         auto length = static_cast<std::uint32_t>(size.bytes);
@@ -340,7 +340,7 @@ TEST(MsPrivateKeyTest, AnAbsentNumberIsRefused) {
     }
 }
 
-TEST(MsPrivateKeyTest, NullOutputGivesTheLength) {
+TEST(ms_private_key_test, NullOutputGivesTheLength) {
     for (const Size& size : kSizes) {
         Record key(size.bits);
         std::uint32_t length = 1;
@@ -349,7 +349,7 @@ TEST(MsPrivateKeyTest, NullOutputGivesTheLength) {
     }
 }
 
-TEST(MsPrivateKeyTest, TooSmallABufferIsRefusedUntouched) {
+TEST(ms_private_key_test, TooSmallABufferIsRefusedUntouched) {
     for (const Size& size : kSizes) {
         Record key(size.bits);
         for (const std::uint32_t capacity : {0U, 1U, static_cast<std::uint32_t>(size.bytes) - 1}) {
@@ -367,7 +367,7 @@ TEST(MsPrivateKeyTest, TooSmallABufferIsRefusedUntouched) {
     }
 }
 
-TEST(MsPrivateKeyTest, WritingNeedsItsArguments) {
+TEST(ms_private_key_test, WritingNeedsItsArguments) {
     for (const Size& size : kSizes) {
         Record key(size.bits);
         Bytes blob(size.bytes);
@@ -408,7 +408,7 @@ Bytes modulusOf(std::size_t size) {
     return modulus;
 }
 
-TEST(MsPrivateKeyTest, PublicBlobOf2048Bits) {
+TEST(ms_private_key_test, PublicBlobOf2048Bits) {
     const PublicBlob written(modulusOf(256), hex("01 00 01"));
     ASSERT_EQ(written.code, 0);
     EXPECT_EQ(written.length, 276u);
@@ -417,7 +417,7 @@ TEST(MsPrivateKeyTest, PublicBlobOf2048Bits) {
 }
 
 // OpenSSL calls every key one for key exchange: bytes 4 to 7.
-TEST(MsPrivateKeyTest, PublicBlobIsThatOfOpensslButForTheAlgorithm) {
+TEST(ms_private_key_test, PublicBlobIsThatOfOpensslButForTheAlgorithm) {
     Bytes expected = hex(keyOf(2048).publicBlob);
     ASSERT_EQ(toHex(slice(expected, 4, 4)), "00 A4 00 00");
     expected[5] = 0x24;
@@ -430,13 +430,13 @@ TEST(MsPrivateKeyTest, PublicBlobIsThatOfOpensslButForTheAlgorithm) {
     EXPECT_EQ(toHex(blob), toHex(expected));
 }
 
-TEST(MsPrivateKeyTest, PublicExponentOfThreeBytesIsUnsigned) {
+TEST(ms_private_key_test, PublicExponentOfThreeBytesIsUnsigned) {
     EXPECT_EQ(toHex(slice(PublicBlob(modulusOf(256), hex("80 00 01")).blob, 16, 4)), "01 00 80 00");
     EXPECT_EQ(toHex(slice(PublicBlob(modulusOf(256), hex("FF FF FF")).blob, 16, 4)), "FF FF FF 00");
     EXPECT_EQ(toHex(slice(PublicBlob(modulusOf(256), hex("00 00 03")).blob, 16, 4)), "03 00 00 00");
 }
 
-TEST(MsPrivateKeyTest, OtherPublicKeysAreRefusedBehindTheHeader) {
+TEST(ms_private_key_test, OtherPublicKeysAreRefusedBehindTheHeader) {
     const auto refused = [](std::size_t modulus, const char* exponent) {
         const PublicBlob written(modulusOf(modulus), hex(exponent));
         EXPECT_EQ(written.code, -1006) << modulus << " " << exponent;
@@ -456,7 +456,7 @@ TEST(MsPrivateKeyTest, OtherPublicKeysAreRefusedBehindTheHeader) {
     refused(0, "01 00 01");
 }
 
-TEST(MsPrivateKeyTest, PublicNumbersThatAreAbsentAreRefused) {
+TEST(ms_private_key_test, PublicNumbersThatAreAbsentAreRefused) {
     Bytes modulus = modulusOf(256);
     Bytes exponent = hex("01 00 01");
     Bytes blob(276, 0xAA);
@@ -468,7 +468,7 @@ TEST(MsPrivateKeyTest, PublicNumbersThatAreAbsentAreRefused) {
     EXPECT_THAT(slice(blob, 16, 260), testing::Each(0xAA));
 }
 
-TEST(MsPrivateKeyTest, PublicBlobNeedsItsArgumentsAndRoom) {
+TEST(ms_private_key_test, PublicBlobNeedsItsArgumentsAndRoom) {
     PublicBlob written(modulusOf(256), hex("01 00 01"));
     EXPECT_EQ(VT_VPKToMSPubKey(nullptr, nullptr, written.blob.data(), &written.length), -1010);
     EXPECT_EQ(VT_VPKToMSPubKey(nullptr, &written.key, written.blob.data(), nullptr), -1010);

@@ -50,10 +50,10 @@ std::string textOf(const char* digits) {
     return toHex(hex(digits));
 }
 
-class PfxFileTest : public testing::Test {
+class pfx_file_test : public testing::Test {
   protected:
-    PfxFileTest() { VTPKCS_InitKeyObj(&object); }
-    ~PfxFileTest() override { VTPKCS_DestroyKeyObj(&object); }
+    pfx_file_test() { VTPKCS_InitKeyObj(&object); }
+    ~pfx_file_test() override { VTPKCS_DestroyKeyObj(&object); }
 
     int32_t open(const Bytes& pfx, const char* password = kSecret, int32_t skipMac = 0, VT_List* list = nullptr) {
         KeyOutput key;
@@ -83,7 +83,7 @@ class PfxFileTest : public testing::Test {
 
 // ---- Making
 
-TEST_F(PfxFileTest, WhatIsMadeIsOpened) {
+TEST_F(pfx_file_test, WhatIsMadeIsOpened) {
     const List others;
     const Bytes root = hex(vectors::kRootCertificate);
     const Bytes curve = hex(vectors::kCurveCertificate);
@@ -97,7 +97,7 @@ TEST_F(PfxFileTest, WhatIsMadeIsOpened) {
     EXPECT_EQ(open(pfx, "53"), kDigestMismatch);
 }
 
-TEST_F(PfxFileTest, FileHasKeyInTheClearContentAndCertificatesInTheEncryptedOne) {
+TEST_F(pfx_file_test, FileHasKeyInTheClearContentAndCertificatesInTheEncryptedOne) {
     const Bytes pfx = generate();
     VT_P11_OP& op = *static_cast<PKCS_Ctx*>(ctx)->operation;
     const MiByte password("secret", 6);
@@ -129,7 +129,7 @@ TEST_F(PfxFileTest, FileHasKeyInTheClearContentAndCertificatesInTheEncryptedOne)
     EXPECT_TRUE(std::equal(iterations.begin(), iterations.end(), pfx.end() - 4));
 }
 
-TEST_F(PfxFileTest, FurtherCertificatesHaveNoAttributes) {
+TEST_F(pfx_file_test, FurtherCertificatesHaveNoAttributes) {
     const List others;
     const Bytes root = hex(vectors::kRootCertificate);
     VT_AddListNode(others, root.data(), static_cast<uint32_t>(root.size()));
@@ -148,13 +148,13 @@ TEST_F(PfxFileTest, FurtherCertificatesHaveNoAttributes) {
     EXPECT_EQ(certificates.getCertDerByIndex(1, der), 0);
 }
 
-TEST_F(PfxFileTest, EmptyPasswordIsAPassword) {
+TEST_F(pfx_file_test, EmptyPasswordIsAPassword) {
     const Bytes pfx = generate(nullptr, "");
     EXPECT_EQ(open(pfx, ""), 0);
     EXPECT_EQ(open(pfx), kDigestMismatch);
 }
 
-TEST_F(PfxFileTest, KeyAndCertificateMustBelongTogether) {
+TEST_F(pfx_file_test, KeyAndCertificateMustBelongTogether) {
     Output pfx;
     EXPECT_EQ(VT_GenPFX(ctx, Input(vectors::kBobCertificate), aliceKey, Input(kSecret), nullptr, pfx), kKeyMismatch);
     EXPECT_TRUE(pfx.untouched());
@@ -162,7 +162,7 @@ TEST_F(PfxFileTest, KeyAndCertificateMustBelongTogether) {
         << "before the password is looked at";
 }
 
-TEST_F(PfxFileTest, MakingNeedsItsArguments) {
+TEST_F(pfx_file_test, MakingNeedsItsArguments) {
     const Input password(kSecret);
     Output pfx;
     EXPECT_EQ(VT_GenPFX(nullptr, alice, aliceKey, password, nullptr, pfx), kNullArgument);
@@ -181,7 +181,7 @@ TEST_F(PfxFileTest, MakingNeedsItsArguments) {
     EXPECT_TRUE(pfx.untouched());
 }
 
-TEST_F(PfxFileTest, AllNumbersOfTheKeyMustBeThere) {
+TEST_F(pfx_file_test, AllNumbersOfTheKeyMustBeThere) {
     PrivateKey key(vectors::kAliceNumbers);
     key.record.coefficient = {nullptr, 0};
     Output pfx;
@@ -189,7 +189,7 @@ TEST_F(PfxFileTest, AllNumbersOfTheKeyMustBeThere) {
     EXPECT_TRUE(pfx.untouched());
 }
 
-TEST_F(PfxFileTest, Holds127FurtherCertificates) {
+TEST_F(pfx_file_test, Holds127FurtherCertificates) {
     const List others;
     const Bytes root = hex(vectors::kRootCertificate);
     for (int i = 0; i < 127; ++i)
@@ -203,7 +203,7 @@ TEST_F(PfxFileTest, Holds127FurtherCertificates) {
 
 // ---- Opening
 
-TEST_F(PfxFileTest, OpensTheFilesOfOtherPrograms) {
+TEST_F(pfx_file_test, OpensTheFilesOfOtherPrograms) {
     for (const char* pfx : {vectors::kPfxRc4, vectors::kPfxRc4Short, vectors::kPfxTripleDes, vectors::kPfxRc2,
                             vectors::kPfxRc2Short, vectors::kPfxOneIteration})
         EXPECT_EQ(open(hex(pfx)), 0);
@@ -213,7 +213,7 @@ TEST_F(PfxFileTest, OpensTheFilesOfOtherPrograms) {
     EXPECT_EQ(open(hex(vectors::kPfxNss)), kElementAbsent) << "indefinite lengths";
 }
 
-TEST_F(PfxFileTest, ListReceivesAllCertificates) {
+TEST_F(pfx_file_test, ListReceivesAllCertificates) {
     const List list;
     ASSERT_EQ(open(hex(vectors::kPfxChain), kSecret, 0, list), 0);
     EXPECT_THAT(list.items(), ElementsAre(textOf(vectors::kAliceCertificate), textOf(vectors::kRootCertificate),
@@ -222,7 +222,7 @@ TEST_F(PfxFileTest, ListReceivesAllCertificates) {
     EXPECT_EQ(list.items().size(), 5U) << "behind what it holds";
 }
 
-TEST_F(PfxFileTest, MacIsCheckedUnlessSkipped) {
+TEST_F(pfx_file_test, MacIsCheckedUnlessSkipped) {
     EXPECT_EQ(open(hex(vectors::kPfxRc2), "77"), kDigestMismatch);
     EXPECT_NE(open(hex(vectors::kPfxRc2), "77", 1), 0) << "the key does not open";
     EXPECT_EQ(open(hex(vectors::kPfxRc2), kSecret, 1), 0);
@@ -233,7 +233,7 @@ TEST_F(PfxFileTest, MacIsCheckedUnlessSkipped) {
     EXPECT_EQ(open(hex(vectors::kPfxNoMac), kSecret, 1), kIndexOutOfRange) << "openssl leaves certificates open then";
 }
 
-TEST_F(PfxFileTest, WhatIsNotThereHasACode) {
+TEST_F(pfx_file_test, WhatIsNotThereHasACode) {
     EXPECT_EQ(open(hex(vectors::kPfxNoKey)), kIndexOutOfRange);
     EXPECT_EQ(open(hex(vectors::kPfxNoCertificate)), kIndexOutOfRange);
     EXPECT_EQ(open(hex(vectors::kPfxOpenKey)), kIndexOutOfRange) << "a key bag, not a shrouded one";
@@ -244,7 +244,7 @@ TEST_F(PfxFileTest, WhatIsNotThereHasACode) {
     EXPECT_EQ(open(hex(vectors::kPfxNewEncryption)), kUnsupported);
 }
 
-TEST_F(PfxFileTest, NoneOfTheCertificatesIsTheKeys) {
+TEST_F(pfx_file_test, NoneOfTheCertificatesIsTheKeys) {
     VT_P11_OP& op = *static_cast<PKCS_Ctx*>(ctx)->operation;
     const MiByte password("secret", 6);
     MiByte shrouded;
@@ -267,7 +267,7 @@ TEST_F(PfxFileTest, NoneOfTheCertificatesIsTheKeys) {
     EXPECT_EQ(list.items().size(), 2U) << "the list keeps what it received";
 }
 
-TEST_F(PfxFileTest, EmptyCertificatesArePassedOver) {
+TEST_F(pfx_file_test, EmptyCertificatesArePassedOver) {
     VT_P11_OP& op = *static_cast<PKCS_Ctx*>(ctx)->operation;
     const MiByte password("secret", 6);
     VT_PFX made;
@@ -289,7 +289,7 @@ TEST_F(PfxFileTest, EmptyCertificatesArePassedOver) {
 }
 
 // A token shows each step.
-class PfxFileOnTokenTest : public tokens::TokenTest {
+class pfx_file_test_on_token : public tokens::TokenTest {
   protected:
     int shroud(int pbeType, MiByte& shrouded) {
         module.forgetCalls();
@@ -298,7 +298,7 @@ class PfxFileOnTokenTest : public tokens::TokenTest {
     }
 };
 
-TEST_F(PfxFileOnTokenTest, IvIsDerivedForBlockCiphersAlone) {
+TEST_F(pfx_file_test_on_token, IvIsDerivedForBlockCiphersAlone) {
     MiByte shrouded;
     shroud(1, shrouded);
     EXPECT_EQ(module.count("C_Digest"), 1U) << "16 bytes of key";
@@ -308,7 +308,7 @@ TEST_F(PfxFileOnTokenTest, IvIsDerivedForBlockCiphersAlone) {
     EXPECT_EQ(module.count("C_Digest"), 2U) << "5 bytes of key, and an IV";
 }
 
-TEST_F(PfxFileOnTokenTest, TimeSeedsTheSalt) {
+TEST_F(pfx_file_test_on_token, TimeSeedsTheSalt) {
     MiByte shrouded;
     shroud(1, shrouded);
     const Bytes seed = module.call("C_SeedRandom").input;
@@ -319,7 +319,7 @@ TEST_F(PfxFileOnTokenTest, TimeSeedsTheSalt) {
     EXPECT_EQ(module.call("C_GenerateRandom").room, 8U);
 }
 
-TEST_F(PfxFileOnTokenTest, ShortDigestsOfAModuleAreSurvived) {
+TEST_F(pfx_file_test_on_token, ShortDigestsOfAModuleAreSurvived) {
     for (const std::size_t length : {0U, 1U, 19U}) {
         module.answer("C_Digest", Bytes(length, 0xD1));
         KeyOutput key;
@@ -331,7 +331,7 @@ TEST_F(PfxFileOnTokenTest, ShortDigestsOfAModuleAreSurvived) {
     }
 }
 
-TEST_F(PfxFileTest, OpeningNeedsItsArguments) {
+TEST_F(pfx_file_test, OpeningNeedsItsArguments) {
     const Input pfx(vectors::kPfxRc4);
     const Input password(kSecret);
     KeyOutput key;
@@ -351,7 +351,7 @@ TEST_F(PfxFileTest, OpeningNeedsItsArguments) {
     EXPECT_TRUE(key.untouched() && certificate.untouched());
 }
 
-TEST_F(PfxFileTest, BrokenFilesAreSurvived) {
+TEST_F(pfx_file_test, BrokenFilesAreSurvived) {
     const Input password(kSecret);
     survives(hex(vectors::kPfxOneIteration), kNullArgument, [&](const PKCS_Blob& pfx, Output& certificate) {
         KeyOutput key;
@@ -359,7 +359,7 @@ TEST_F(PfxFileTest, BrokenFilesAreSurvived) {
     });
 }
 
-TEST_F(PfxFileTest, ExhaustedMemoryIsACode) {
+TEST_F(pfx_file_test, ExhaustedMemoryIsACode) {
     const Input pfx(vectors::kPfxOneIteration);
     const Input password(kSecret);
     int32_t last = -1;
@@ -386,7 +386,7 @@ TEST_F(PfxFileTest, ExhaustedMemoryIsACode) {
 
 // ---- Telling a PFX
 
-TEST_F(PfxFileTest, AnyPfxIsOne) {
+TEST_F(pfx_file_test, AnyPfxIsOne) {
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input(vectors::kPfxRc4)), 0);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input(vectors::kPfxNoMac)), 0);
     EXPECT_EQ(VT_CheckPFXDer(ctx, Input(vectors::kPfxNew)), 0);
@@ -412,7 +412,7 @@ Bytes blobOfAlice() {
     return blob;
 }
 
-TEST_F(PfxFileTest, BlobAndCertificateGoIntoTheBuffersOfTheCaller) {
+TEST_F(pfx_file_test, BlobAndCertificateGoIntoTheBuffersOfTheCaller) {
     const Bytes pfx = hex(vectors::kPfxChain);
     const Bytes expected = hex(vectors::kAliceCertificate);
     const auto size = static_cast<uint32_t>(pfx.size());
@@ -436,7 +436,7 @@ TEST_F(PfxFileTest, BlobAndCertificateGoIntoTheBuffersOfTheCaller) {
     EXPECT_EQ(list.items().size(), 4U);
 }
 
-TEST_F(PfxFileTest, PasswordWithoutALengthEndsAtItsZeroByte) {
+TEST_F(pfx_file_test, PasswordWithoutALengthEndsAtItsZeroByte) {
     const Bytes pfx = hex(vectors::kPfxRc4);
     const auto size = static_cast<uint32_t>(pfx.size());
     uint32_t blobLength = 0;
@@ -454,7 +454,7 @@ TEST_F(PfxFileTest, PasswordWithoutALengthEndsAtItsZeroByte) {
               0);
 }
 
-TEST_F(PfxFileTest, BuffersMustBeLargeEnough) {
+TEST_F(pfx_file_test, BuffersMustBeLargeEnough) {
     const Bytes pfx = hex(vectors::kPfxRc4);
     const auto size = static_cast<uint32_t>(pfx.size());
     Bytes blob(1172);
@@ -475,7 +475,7 @@ TEST_F(PfxFileTest, BuffersMustBeLargeEnough) {
     EXPECT_EQ(open(), 0);
 }
 
-TEST_F(PfxFileTest, BlobNeedsItsArguments) {
+TEST_F(pfx_file_test, BlobNeedsItsArguments) {
     const Bytes pfx = hex(vectors::kPfxRc4);
     const auto size = static_cast<uint32_t>(pfx.size());
     uint32_t length = 0;
@@ -495,7 +495,7 @@ TEST_F(PfxFileTest, BlobNeedsItsArguments) {
 
 // ---- A key object
 
-TEST_F(PfxFileTest, KeyObjectIsFilledFromAPfx) {
+TEST_F(pfx_file_test, KeyObjectIsFilledFromAPfx) {
     Output certificate;
     ASSERT_EQ(VTPKCS_GetCertAndPriKeyObj(ctx, Input(vectors::kPfxRc2), Input(kSecret), 2, object, certificate), 0);
     EXPECT_EQ(object->kind, 3);
@@ -504,7 +504,7 @@ TEST_F(PfxFileTest, KeyObjectIsFilledFromAPfx) {
     EXPECT_EQ(certificate.text(), textOf(vectors::kAliceCertificate));
 }
 
-TEST_F(PfxFileTest, KeyObjectNamesAKeyOfTheToken) {
+TEST_F(pfx_file_test, KeyObjectNamesAKeyOfTheToken) {
     Output certificate;
     ASSERT_EQ(VTPKCS_GetCertAndPriKeyObj(ctx, alice, Input("6B 65 79"), 1, object, certificate), 0);
     EXPECT_EQ(object->kind, 4);
@@ -512,7 +512,7 @@ TEST_F(PfxFileTest, KeyObjectNamesAKeyOfTheToken) {
     EXPECT_EQ(certificate.text(), textOf(vectors::kAliceCertificate));
 }
 
-TEST_F(PfxFileTest, OtherSourcesOfAKeyObjectAreNotSupported) {
+TEST_F(pfx_file_test, OtherSourcesOfAKeyObjectAreNotSupported) {
     Output certificate;
     for (const int32_t source : {0, 3, -1})
         EXPECT_EQ(VTPKCS_GetCertAndPriKeyObj(ctx, alice, Input(kSecret), source, object, certificate), kUnsupported);
@@ -520,7 +520,7 @@ TEST_F(PfxFileTest, OtherSourcesOfAKeyObjectAreNotSupported) {
     EXPECT_EQ(object->kind, 0);
 }
 
-TEST_F(PfxFileTest, KeyObjectNeedsItsArguments) {
+TEST_F(pfx_file_test, KeyObjectNeedsItsArguments) {
     const Input pfx(vectors::kPfxRc2);
     const Input password(kSecret);
     Output certificate;

@@ -87,7 +87,7 @@ void expectInit(std::int32_t (*init)(Record*)) {
     EXPECT_EQ(init(nullptr), 0);
 }
 
-TEST(RecordsTest, InitFillsWithZero) {
+TEST(records_test, InitFillsWithZero) {
     expectInit(PKCS_InitAlg);
     expectInit(PKCS_InitKey);
     expectInit(PKCS_InitPubKey);
@@ -107,24 +107,24 @@ void expectFree(std::int32_t (*free)(Record*), Record record) {
     EXPECT_EQ(free(nullptr), 0);
 }
 
-TEST(RecordsTest, FreeReleasesTheIv) {
+TEST(records_test, FreeReleasesTheIv) {
     expectFree(PKCS_FreeAlg, PKCS_Alg{3, static_cast<std::uint8_t*>(T_malloc(8)), 8, 64});
 }
 
-TEST(RecordsTest, FreeReleasesTheKeyBytes) {
+TEST(records_test, FreeReleasesTheKeyBytes) {
     expectFree(PKCS_FreeKey, PKCS_Key{static_cast<std::uint8_t*>(T_malloc(24)), 24, 24});
 }
 
-TEST(RecordsTest, FreeReleasesThePublicNumbers) {
+TEST(records_test, FreeReleasesThePublicNumbers) {
     expectFree(PKCS_FreePubKey, PKCS_PubKey{someBlob(), someBlob()});
 }
 
-TEST(RecordsTest, FreeReleasesAllEightPrivateNumbers) {
+TEST(records_test, FreeReleasesAllEightPrivateNumbers) {
     expectFree(PKCS_FreePriKey, PKCS_PriKey{someBlob(), someBlob(), someBlob(), someBlob(), someBlob(), someBlob(),
                                             someBlob(), someBlob()});
 }
 
-TEST(RecordsTest, FreeTakesAbsentNumbers) {
+TEST(records_test, FreeTakesAbsentNumbers) {
     PKCS_PriKey key = {};
     key.prime2 = someBlob();
     expectFree(PKCS_FreePriKey, key);

@@ -72,7 +72,7 @@ std::string request(const Bytes& subject, const Bytes& attributes, std::uint64_t
          der::sequence({der::oid({1, 2, 840, 113549, 1, 1, signature}), hex("05 00")}), der::bitString(0, {})}));
 }
 
-class RequestTest : public testing::Test {
+class request_test : public testing::Test {
   protected:
     // Of the token family.
     int32_t make(Output& out, const VT_List* subject = nullptr, const VT_List* attributes = nullptr, int32_t type = 9) {
@@ -102,7 +102,7 @@ class RequestTest : public testing::Test {
 
 // ---- Making
 
-TEST_F(RequestTest, WithoutSubjectAndAttributesItHasTheSamples) {
+TEST_F(request_test, WithoutSubjectAndAttributesItHasTheSamples) {
     Output byObject;
     ASSERT_EQ(make(byObject), 0);
     EXPECT_EQ(byObject.text(), request(sampleSubject(), sampleAttributes()));
@@ -112,7 +112,7 @@ TEST_F(RequestTest, WithoutSubjectAndAttributesItHasTheSamples) {
     EXPECT_EQ(byKey.text(), request(sampleSubject(), sampleAttributes()));
 }
 
-TEST_F(RequestTest, SubjectAndAttributesGoIn) {
+TEST_F(request_test, SubjectAndAttributesGoIn) {
     const List subject;
     add(subject, " CN =Alice");
     add(subject, "  E =alice@example.com");
@@ -128,7 +128,7 @@ TEST_F(RequestTest, SubjectAndAttributesGoIn) {
         << "attributes in the order of DER";
 }
 
-TEST_F(RequestTest, EmptyListsGiveNothing) {
+TEST_F(request_test, EmptyListsGiveNothing) {
     const List empty;
     Output out;
     ASSERT_EQ(make(out, empty, empty), 0);
@@ -136,7 +136,7 @@ TEST_F(RequestTest, EmptyListsGiveNothing) {
 }
 
 // Requests have been made so: with a private key, a subject is not read.
-TEST_F(RequestTest, SubjectIsNotReadWithAPrivateKey) {
+TEST_F(request_test, SubjectIsNotReadWithAPrivateKey) {
     const List subject;
     add(subject, " CN =Alice");
     const List broken;
@@ -148,7 +148,7 @@ TEST_F(RequestTest, SubjectIsNotReadWithAPrivateKey) {
     }
 }
 
-TEST_F(RequestTest, AttributesAreReadWithAPrivateKey) {
+TEST_F(request_test, AttributesAreReadWithAPrivateKey) {
     const List attributes;
     add(attributes, attribute(2, 0x13, "short"));
     Output out;
@@ -156,7 +156,7 @@ TEST_F(RequestTest, AttributesAreReadWithAPrivateKey) {
     EXPECT_EQ(out.text(), request(sampleSubject(), attribute(2, 0x13, "short")));
 }
 
-TEST_F(RequestTest, SignatureTypeIsTold) {
+TEST_F(request_test, SignatureTypeIsTold) {
     struct Case {
         int32_t type;
         std::uint64_t identifier;
@@ -177,7 +177,7 @@ TEST_F(RequestTest, SignatureTypeIsTold) {
 }
 
 // RSA alone takes no more than fits into a block of 1024 bits.
-TEST_F(RequestTest, RsaAloneTakesShortRequests) {
+TEST_F(request_test, RsaAloneTakesShortRequests) {
     Output out;
     EXPECT_EQ(make(out, nullptr, nullptr, 8), kTooLong);
     EXPECT_EQ(makeWithKey(out, nullptr, nullptr, 8), kTooLong);
@@ -191,7 +191,7 @@ TEST_F(RequestTest, RsaAloneTakesShortRequests) {
     EXPECT_EQ(out.text(), request(der::sequence({}), {}, 1, items));
 }
 
-TEST_F(RequestTest, AnyKindOfKeyObjectDoes) {
+TEST_F(request_test, AnyKindOfKeyObjectDoes) {
     KeyObject empty;
     for (const int32_t kind : {0, 1, 2, 3}) {
         empty->kind = kind;
@@ -209,7 +209,7 @@ TEST_F(RequestTest, AnyKindOfKeyObjectDoes) {
     EXPECT_EQ(VTPKCS_GENPKCS10(ctx, empty, &publicKey, nullptr, nullptr, 9, none), kNullArgument);
 }
 
-TEST_F(RequestTest, TheKeysMustBeAPair) {
+TEST_F(request_test, TheKeysMustBeAPair) {
     const PrivateKey other(vectors::kSignerKey);
     const auto makeFor = [&](const PKCS_Blob& modulus, const PKCS_Blob& exponent) {
         const PKCS_PubKey given = {modulus, exponent};
@@ -233,7 +233,7 @@ TEST_F(RequestTest, TheKeysMustBeAPair) {
     EXPECT_EQ(VTPKCS_GENPKCS10(ctx, unrelated, &publicKey, nullptr, nullptr, 9, out), 0) << "nobody asks the object";
 }
 
-TEST_F(RequestTest, MakingHasItsCodes) {
+TEST_F(request_test, MakingHasItsCodes) {
     Output out;
     EXPECT_EQ(VTPKCS_GENPKCS10(nullptr, object, &publicKey, nullptr, nullptr, 9, out), kNullArgument);
     EXPECT_EQ(VTPKCS_GENPKCS10(ctx, nullptr, &publicKey, nullptr, nullptr, 9, out), kNullArgument);
@@ -264,7 +264,7 @@ TEST_F(RequestTest, MakingHasItsCodes) {
     EXPECT_TRUE(out.untouched());
 }
 
-TEST_F(RequestTest, MakingSurvivesExhaustedMemory) {
+TEST_F(request_test, MakingSurvivesExhaustedMemory) {
     survivesExhaustion(
         [&](PKCS_Blob& out) { return VTPKCS_GENPKCS10(ctx, object, &publicKey, nullptr, nullptr, 9, &out); });
     survivesExhaustion([&](PKCS_Blob& out) { return VT_GENPKCS10(ctx, key, &publicKey, nullptr, nullptr, 9, &out); });
@@ -272,7 +272,7 @@ TEST_F(RequestTest, MakingSurvivesExhaustedMemory) {
 
 // ---- Taking apart
 
-TEST_F(RequestTest, KeyAndSubjectComeBack) {
+TEST_F(request_test, KeyAndSubjectComeBack) {
     const List given;
     add(given, " CN =Alice");
     add(given, " OU =Test");
@@ -288,7 +288,7 @@ TEST_F(RequestTest, KeyAndSubjectComeBack) {
     EXPECT_EQ(texts(subject), (std::vector<std::string>{"what it held", " CN =Alice", " OU =Test", "  C =DE"}));
 }
 
-TEST_F(RequestTest, RequestsOfOpensslComeApart) {
+TEST_F(request_test, RequestsOfOpensslComeApart) {
     for (const char* made : {vectors::kRequestSha1, vectors::kRequestMd5, vectors::kRequestSha256,
                              vectors::kRequestAttributes, vectors::kRequestForged}) {
         tokens::PublicKey found;
@@ -297,7 +297,7 @@ TEST_F(RequestTest, RequestsOfOpensslComeApart) {
     }
 }
 
-TEST_F(RequestTest, TakingApartHasItsCodes) {
+TEST_F(request_test, TakingApartHasItsCodes) {
     const Input good(vectors::kRequestSha1);
     tokens::PublicKey found;
     EXPECT_EQ(VTPKCS_DecomposePKCS10(nullptr, good, found, nullptr), kNullArgument);
@@ -311,7 +311,7 @@ TEST_F(RequestTest, TakingApartHasItsCodes) {
 
 // ---- Verifying
 
-TEST_F(RequestTest, SignedRequestsOfOpensslVerify) {
+TEST_F(request_test, SignedRequestsOfOpensslVerify) {
     EXPECT_EQ(verify(vectors::kRequestSha1), 0);
     EXPECT_EQ(verify(vectors::kRequestMd5), 0);
     EXPECT_EQ(verify(vectors::kRequestMd2), 0);
@@ -319,7 +319,7 @@ TEST_F(RequestTest, SignedRequestsOfOpensslVerify) {
     EXPECT_EQ(verify(vectors::kRequestBare), 0);
 }
 
-TEST_F(RequestTest, VerifyingHasItsCodes) {
+TEST_F(request_test, VerifyingHasItsCodes) {
     EXPECT_EQ(VTPKCS_VerifyPKCS10(nullptr, Input(vectors::kRequestSha1)), kNullArgument);
     EXPECT_EQ(VTPKCS_VerifyPKCS10(ctx, nullptr), kNullArgument);
     EXPECT_EQ(VTPKCS_VerifyPKCS10(ctx, &kNullData), kMaterialMissing);
@@ -335,7 +335,7 @@ TEST_F(RequestTest, VerifyingHasItsCodes) {
     EXPECT_NE(VTPKCS_VerifyPKCS10(ctx, &made.blob), 0) << "it has no signature";
 }
 
-TEST_F(RequestTest, BrokenRequestsGiveCodes) {
+TEST_F(request_test, BrokenRequestsGiveCodes) {
     const auto tryOne = [&](const Bytes& der) {
         const List subject;
         const int32_t apart = takeApart(der, subject);
@@ -358,7 +358,7 @@ TEST_F(RequestTest, BrokenRequestsGiveCodes) {
         tryOne(bad[i]);
 }
 
-TEST_F(RequestTest, ReadingSurvivesExhaustedMemory) {
+TEST_F(request_test, ReadingSurvivesExhaustedMemory) {
     const Input good(vectors::kRequestSha1);
     bool clean = true;
     int32_t code = -1;

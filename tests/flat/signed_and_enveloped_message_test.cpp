@@ -8,7 +8,7 @@ using namespace envelopes;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class SignedAndEnvelopedMessageTest : public testing::Test {
+class signed_and_enveloped_message_test : public testing::Test {
   protected:
     int32_t read(const Bytes& message, PKCS_Blob* data, VT_List* certificates = nullptr, VT_List* lists = nullptr,
                  int32_t mode = 1) {
@@ -45,7 +45,7 @@ class SignedAndEnvelopedMessageTest : public testing::Test {
     PrivateKey recipient{vectors::kRecipientKey};
 };
 
-TEST_F(SignedAndEnvelopedMessageTest, OpensAndVerifies) {
+TEST_F(signed_and_enveloped_message_test, OpensAndVerifies) {
     for (const char* made : {vectors::kSealed, vectors::kSealedMd5, vectors::kSealedAttributes}) {
         Output data;
         EXPECT_EQ(read(hex(made), data), 0);
@@ -53,27 +53,27 @@ TEST_F(SignedAndEnvelopedMessageTest, OpensAndVerifies) {
     }
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, ContentOfAnotherTypeComesBackWithItsTypeAndBytes) {
+TEST_F(signed_and_enveloped_message_test, ContentOfAnotherTypeComesBackWithItsTypeAndBytes) {
     Output data;
     EXPECT_EQ(read(hex(vectors::kSealedNested), data), 0);
     EXPECT_EQ(data.text(), toHex(contentOf(2, der::tlv(0x04, der::integer(5)))));
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, OneGoodSignerIsEnough) {
+TEST_F(signed_and_enveloped_message_test, OneGoodSignerIsEnough) {
     EXPECT_EQ(codeOf(vectors::kSealedSecondGood), 0);
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, WithoutAGoodSignerNothingIsHandedOut) {
+TEST_F(signed_and_enveloped_message_test, WithoutAGoodSignerNothingIsHandedOut) {
     EXPECT_EQ(codeOf(vectors::kSealedSpoiled), kNoSignerVerified);
     EXPECT_EQ(codeOf(vectors::kSealedNoCertificate), kNoSignerVerified);
     EXPECT_EQ(codeOf(vectors::kSealedNoSigner), kNoSignerVerified);
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, TheSignatureMustBeEncrypted) {
+TEST_F(signed_and_enveloped_message_test, TheSignatureMustBeEncrypted) {
     EXPECT_NE(codeOf(vectors::kSealedClearSignature), 0);
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, TheListsAreFilledAlsoWhenNoSignerIsGood) {
+TEST_F(signed_and_enveloped_message_test, TheListsAreFilledAlsoWhenNoSignerIsGood) {
     List certificates, lists;
     Output data;
     EXPECT_EQ(read(hex(vectors::kSealedSpoiled), data, certificates, lists), kNoSignerVerified);
@@ -90,7 +90,7 @@ TEST_F(SignedAndEnvelopedMessageTest, TheListsAreFilledAlsoWhenNoSignerIsGood) {
     EXPECT_EQ(lists.items().size(), 1);
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, TheListsStayEmptyWhenTheMessageDoesNotOpen) {
+TEST_F(signed_and_enveloped_message_test, TheListsStayEmptyWhenTheMessageDoesNotOpen) {
     List certificates, lists;
     Output data;
     const PrivateKey wrong(vectors::kSignerKey);
@@ -100,13 +100,13 @@ TEST_F(SignedAndEnvelopedMessageTest, TheListsStayEmptyWhenTheMessageDoesNotOpen
     EXPECT_THAT(certificates.items(), IsEmpty());
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, AnExternalCertificateNeverVerifies) {
+TEST_F(signed_and_enveloped_message_test, AnExternalCertificateNeverVerifies) {
     EXPECT_EQ(withExternal(Input(vectors::kSignerCertificate)), kNoSignerVerified);
     EXPECT_EQ(withExternal(&kNullData), kMaterialMissing);
     EXPECT_EQ(withExternal(Input(Bytes{0x30, 0x01})), kNullArgument);
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, ADetachedReadTakesTheCiphertextAndLeavesIt) {
+TEST_F(signed_and_enveloped_message_test, ADetachedReadTakesTheCiphertextAndLeavesIt) {
     EXPECT_EQ(readDetached(vectors::kSealedDetached, hex(vectors::kSealedCiphertext)), 0);
     EXPECT_EQ(readDetached(vectors::kSealedDetached, Bytes(9)), kWrongLength);
     PKCS_Blob none = {nullptr, 0};
@@ -114,7 +114,7 @@ TEST_F(SignedAndEnvelopedMessageTest, ADetachedReadTakesTheCiphertextAndLeavesIt
     EXPECT_EQ(codeOf(vectors::kSealedDetached), kElementAbsent);
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, OtherModesAreRefused) {
+TEST_F(signed_and_enveloped_message_test, OtherModesAreRefused) {
     Output data;
     for (const int32_t mode : {0, 3, -1})
         EXPECT_EQ(read(hex(vectors::kSealed), data, nullptr, nullptr, mode), kUnsupported);
@@ -129,7 +129,7 @@ TEST_F(SignedAndEnvelopedMessageTest, OtherModesAreRefused) {
     EXPECT_TRUE(data.untouched());
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, WhatDoesNotFitIsRefused) {
+TEST_F(signed_and_enveloped_message_test, WhatDoesNotFitIsRefused) {
     EXPECT_EQ(codeOf(vectors::kSealedVersion0), kWrongVersion);
     EXPECT_EQ(codeOf(vectors::kSealedSignerVersion2), kWrongVersion);
     EXPECT_EQ(codeOf(vectors::kSealedRecipientSequence), kElementAbsent);
@@ -144,7 +144,7 @@ TEST_F(SignedAndEnvelopedMessageTest, WhatDoesNotFitIsRefused) {
     EXPECT_TRUE(data.untouched());
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, ReadingNeedsItsArguments) {
+TEST_F(signed_and_enveloped_message_test, ReadingNeedsItsArguments) {
     const Input message(vectors::kSealed);
     Output out;
     const auto read = [](PKCS_Ctx* context, const PKCS_Blob* der, const PKCS_PriKey* key, PKCS_Blob* data) {
@@ -159,7 +159,7 @@ TEST_F(SignedAndEnvelopedMessageTest, ReadingNeedsItsArguments) {
     EXPECT_TRUE(out.untouched());
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, WritingDoesNothingAndGivesZero) {
+TEST_F(signed_and_enveloped_message_test, WritingDoesNothingAndGivesZero) {
     EXPECT_EQ(PKCS7_WriteSignedAndEnvelopedDataMsg(nullptr), 0);
     EXPECT_EQ(PKCS7_WriteSignedAndEnvelopedDataMsg(nullptr, nullptr, nullptr, nullptr), 0);
     Output message;
@@ -167,14 +167,14 @@ TEST_F(SignedAndEnvelopedMessageTest, WritingDoesNothingAndGivesZero) {
     EXPECT_TRUE(message.untouched());
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, SurvivesEveryMessage) {
+TEST_F(signed_and_enveloped_message_test, SurvivesEveryMessage) {
     survives(hex(vectors::kSealedAttributes), kNullArgument, [&](const PKCS_Blob& message, PKCS_Blob* data) {
         const List certificates, lists;
         return PKCS7_ReadSignedAndEnvelopedDataMsg(ctx, &message, 1, recipient, nullptr, certificates, lists, data);
     });
 }
 
-TEST_F(SignedAndEnvelopedMessageTest, SurvivesExhaustedMemory) {
+TEST_F(signed_and_enveloped_message_test, SurvivesExhaustedMemory) {
     const Input message(vectors::kSealed);
     survivesExhaustion([&](PKCS_Blob& out) {
         VT_List* certificates = nullptr;

@@ -37,10 +37,10 @@ Bytes withCertificates(const char* message, const Bytes& certificates) {
                                                                     der::tagged(0, certificates), parts[4]}))});
 }
 
-class SignedMessageTest : public testing::Test {
+class signed_message_test : public testing::Test {
   protected:
-    SignedMessageTest() { PKCS_CreateCtx(&ctx, nullptr); }
-    ~SignedMessageTest() override { PKCS_DestroyCtx(&ctx); }
+    signed_message_test() { PKCS_CreateCtx(&ctx, nullptr); }
+    ~signed_message_test() override { PKCS_DestroyCtx(&ctx); }
 
     int32_t typeOf(Bytes message) {
         const PKCS_Blob blob = blobOf(message);
@@ -107,7 +107,7 @@ class SignedMessageTest : public testing::Test {
 
 // ---- The type of a message
 
-TEST_F(SignedMessageTest, TypesAreTold) {
+TEST_F(signed_message_test, TypesAreTold) {
     const auto message = [](std::uint8_t type) {
         return der::sequence({der::oid({1, 2, 840, 113549, 1, 7, type}), der::tagged(0, hex("04 00"))});
     };
@@ -124,7 +124,7 @@ TEST_F(SignedMessageTest, TypesAreTold) {
     EXPECT_EQ(typeOf(der::sequence({kSignedOid})), 4) << "by its type alone";
 }
 
-TEST_F(SignedMessageTest, WhatIsNoMessageHasNoType) {
+TEST_F(signed_message_test, WhatIsNoMessageHasNoType) {
     EXPECT_EQ(typeOf(hex(vectors::kContent)), 0);
     EXPECT_EQ(typeOf(hex("00")), 0);
     EXPECT_EQ(typeOf(hex("30 80")), -1001) << "an empty sequence has no type";
@@ -134,7 +134,7 @@ TEST_F(SignedMessageTest, WhatIsNoMessageHasNoType) {
     EXPECT_EQ(PKCS7_GetMsgType(ctx, &empty), 0);
 }
 
-TEST_F(SignedMessageTest, TypeNeedsItsArguments) {
+TEST_F(signed_message_test, TypeNeedsItsArguments) {
     const PKCS_Blob none = {};
     EXPECT_EQ(PKCS7_GetMsgType(nullptr, &none), -1010);
     EXPECT_EQ(PKCS7_GetMsgType(ctx, nullptr), -1010);
@@ -143,7 +143,7 @@ TEST_F(SignedMessageTest, TypeNeedsItsArguments) {
 
 // ---- Data messages
 
-TEST_F(SignedMessageTest, DataAreWrittenAndRead) {
+TEST_F(signed_message_test, DataAreWrittenAndRead) {
     Bytes content = hex(vectors::kContent);
     const PKCS_Blob data = blobOf(content);
     Output message;
@@ -157,7 +157,7 @@ TEST_F(SignedMessageTest, DataAreWrittenAndRead) {
 }
 
 // Unlike the other writers.
-TEST_F(SignedMessageTest, DataThatAreAMessageAreWrappedAllTheSame) {
+TEST_F(signed_message_test, DataThatAreAMessageAreWrappedAllTheSame) {
     Bytes inner = hex(vectors::kDataMessage);
     const PKCS_Blob data = blobOf(inner);
     Output message;
@@ -165,7 +165,7 @@ TEST_F(SignedMessageTest, DataThatAreAMessageAreWrappedAllTheSame) {
     EXPECT_EQ(message.text(), support::toHex(dataContent(inner)));
 }
 
-TEST_F(SignedMessageTest, EmptyDataAreWrittenAndRead) {
+TEST_F(signed_message_test, EmptyDataAreWrittenAndRead) {
     std::uint8_t byte = 0;
     const PKCS_Blob data = {&byte, 0};
     Output message;
@@ -177,7 +177,7 @@ TEST_F(SignedMessageTest, EmptyDataAreWrittenAndRead) {
     EXPECT_NE(back.blob.data, nullptr);
 }
 
-TEST_F(SignedMessageTest, DataMessagesHaveTheirCodes) {
+TEST_F(signed_message_test, DataMessagesHaveTheirCodes) {
     const auto read = [&](Bytes der) {
         const PKCS_Blob message = blobOf(der);
         Output data;
@@ -203,7 +203,7 @@ TEST_F(SignedMessageTest, DataMessagesHaveTheirCodes) {
 
 // ---- Reading signed messages
 
-TEST_F(SignedMessageTest, ReadsWhatOpensslSigned) {
+TEST_F(signed_message_test, ReadsWhatOpensslSigned) {
     for (const char* message : {vectors::kPlain, vectors::kPlainWithChain, vectors::kPlainMd5, vectors::kAttributes,
                                 vectors::kAttributesSmime, vectors::kBig, vectors::kTwoSigners, vectors::kWithLists}) {
         Output data;
@@ -213,39 +213,39 @@ TEST_F(SignedMessageTest, ReadsWhatOpensslSigned) {
     }
 }
 
-TEST_F(SignedMessageTest, ReadsDetachedMessages) {
+TEST_F(signed_message_test, ReadsDetachedMessages) {
     for (const char* message : {vectors::kDetached, vectors::kAttributesDetachedMd5, vectors::kPlain}) {
         EXPECT_EQ(readDetached(message, hex(vectors::kContent)), 0);
         EXPECT_EQ(readDetached(message, hex("00")), -1017) << "another content";
     }
 }
 
-TEST_F(SignedMessageTest, NestedMessageComesBackWhole) {
+TEST_F(signed_message_test, NestedMessageComesBackWhole) {
     Output data;
     ASSERT_EQ(readAttached(hex(vectors::kNested), data), 0);
     EXPECT_EQ(data.text(), support::toHex(elementsOf(signedDataOf(vectors::kNested)).at(2)));
 }
 
-TEST_F(SignedMessageTest, OneGoodSignerIsEnough) {
+TEST_F(signed_message_test, OneGoodSignerIsEnough) {
     EXPECT_EQ(readAttached(vectors::kSecondIsGood), 0);
     EXPECT_EQ(readAttached(vectors::kNoneIsGood), -1017);
     EXPECT_EQ(readAttached(vectors::kAttributesOfOther), -1017);
 }
 
-TEST_F(SignedMessageTest, BadSignerEndsTheCall) {
+TEST_F(signed_message_test, BadSignerEndsTheCall) {
     EXPECT_EQ(readAttached(vectors::kSecondHasVersion2), -1020);
 }
 
-TEST_F(SignedMessageTest, SignerWithoutACertificateIsPassedOver) {
+TEST_F(signed_message_test, SignerWithoutACertificateIsPassedOver) {
     EXPECT_EQ(readAttached(vectors::kNoCertificates), -1017);
 }
 
-TEST_F(SignedMessageTest, NewerAlgorithmsAreRefused) {
+TEST_F(signed_message_test, NewerAlgorithmsAreRefused) {
     EXPECT_EQ(readAttached(vectors::kSha256), -1006);
 }
 
 // The decoder lets a member reach past the end of the element that it is in.
-TEST_F(SignedMessageTest, MessageWhoseLengthIsTooShortIsReadWhole) {
+TEST_F(signed_message_test, MessageWhoseLengthIsTooShortIsReadWhole) {
     Bytes message = hex(vectors::kPlain);
     ASSERT_EQ(message.at(1), 0x82);
     const unsigned int length = message[2] * 256U + message[3];
@@ -270,7 +270,7 @@ TEST_F(SignedMessageTest, MessageWhoseLengthIsTooShortIsReadWhole) {
     EXPECT_EQ(readAttached(message, data), -1001);
 }
 
-TEST_F(SignedMessageTest, BytesBehindAMessageAreNotLookedAt) {
+TEST_F(signed_message_test, BytesBehindAMessageAreNotLookedAt) {
     Bytes message = hex(vectors::kPlain);
     message.insert(message.end(), {0xFF, 0xFF, 0xFF});
     EXPECT_EQ(typeOf(message), 4);
@@ -279,11 +279,11 @@ TEST_F(SignedMessageTest, BytesBehindAMessageAreNotLookedAt) {
     EXPECT_EQ(data.text(), hexOf(vectors::kContent));
 }
 
-TEST_F(SignedMessageTest, SignerKnownByItsKeyIsMalformed) {
+TEST_F(signed_message_test, SignerKnownByItsKeyIsMalformed) {
     EXPECT_EQ(readAttached(vectors::kKeyIdentifier), -3000);
 }
 
-TEST_F(SignedMessageTest, ModesDecideWhereTheContentIs) {
+TEST_F(signed_message_test, ModesDecideWhereTheContentIs) {
     EXPECT_EQ(readAttached(vectors::kDetached), -1003);
     Bytes der = hex(vectors::kPlain);
     const PKCS_Blob message = blobOf(der);
@@ -295,7 +295,7 @@ TEST_F(SignedMessageTest, ModesDecideWhereTheContentIs) {
     EXPECT_EQ(PKCS7_ReadSignedDataMsg(ctx, &message, 2, nullptr, nullptr, nullptr, &none), -1003);
 }
 
-TEST_F(SignedMessageTest, ReadingNeedsItsArguments) {
+TEST_F(signed_message_test, ReadingNeedsItsArguments) {
     Bytes der = hex(vectors::kPlain);
     const PKCS_Blob message = blobOf(der);
     const PKCS_Blob none = {};
@@ -306,7 +306,7 @@ TEST_F(SignedMessageTest, ReadingNeedsItsArguments) {
     EXPECT_EQ(PKCS7_ReadSignedDataMsg(ctx, &none, 1, nullptr, nullptr, nullptr, &data.blob), -1003);
 }
 
-TEST_F(SignedMessageTest, OtherMessagesAndMalformedOnesHaveTheirCodes) {
+TEST_F(signed_message_test, OtherMessagesAndMalformedOnesHaveTheirCodes) {
     Output data;
     EXPECT_EQ(readAttached(hex(vectors::kDataMessage), data), -1009);
     EXPECT_EQ(readAttached(der::sequence({kSignedOid}), data), -1001);
@@ -317,7 +317,7 @@ TEST_F(SignedMessageTest, OtherMessagesAndMalformedOnesHaveTheirCodes) {
 }
 
 // Callers act on -1017: the certificate that they bring is looked at and never used.
-TEST_F(SignedMessageTest, ExternalCertificateNeverVerifies) {
+TEST_F(signed_message_test, ExternalCertificateNeverVerifies) {
     Bytes certificate = hex(vectors::kAlice);
     EXPECT_EQ(readExternal(vectors::kPlain, blobOf(certificate)), -1017);
     EXPECT_EQ(readExternal(vectors::kNoCertificates, blobOf(certificate)), -1017);
@@ -327,7 +327,7 @@ TEST_F(SignedMessageTest, ExternalCertificateNeverVerifies) {
     EXPECT_EQ(readExternal(vectors::kCertificatesOnly, PKCS_Blob{}), -1003) << "no content";
 }
 
-TEST_F(SignedMessageTest, ContextWithoutAnOperationObjectIsNoticedLate) {
+TEST_F(signed_message_test, ContextWithoutAnOperationObjectIsNoticedLate) {
     PKCS_Ctx empty = {};
     Bytes der = hex(vectors::kPlain);
     PKCS_Blob message = blobOf(der);
@@ -338,7 +338,7 @@ TEST_F(SignedMessageTest, ContextWithoutAnOperationObjectIsNoticedLate) {
     EXPECT_EQ(PKCS7_ReadSignedDataMsg(&empty, &message, 1, nullptr, nullptr, nullptr, &data.blob), -1017);
 }
 
-TEST_F(SignedMessageTest, ListsReceiveCertificatesAndRevocationLists) {
+TEST_F(signed_message_test, ListsReceiveCertificatesAndRevocationLists) {
     const List certificates({vectors::kRoot});
     const List lists;
     Output data;
@@ -347,7 +347,7 @@ TEST_F(SignedMessageTest, ListsReceiveCertificatesAndRevocationLists) {
     EXPECT_THAT(lists.items(), ElementsAre(hexOf(vectors::kIssuerList), hexOf(vectors::kRootList)));
 }
 
-TEST_F(SignedMessageTest, ListsKeepWhatAFailingCallGaveThem) {
+TEST_F(signed_message_test, ListsKeepWhatAFailingCallGaveThem) {
     const List certificates;
     const List lists;
     Output data;
@@ -357,7 +357,7 @@ TEST_F(SignedMessageTest, ListsKeepWhatAFailingCallGaveThem) {
 }
 
 // The mode is looked at once the lists are full.
-TEST_F(SignedMessageTest, ListsAreFilledBeforeTheModeIsLookedAt) {
+TEST_F(signed_message_test, ListsAreFilledBeforeTheModeIsLookedAt) {
     Bytes der = hex(vectors::kWithLists);
     const PKCS_Blob message = blobOf(der);
     for (const int32_t mode : {2, 3}) {
@@ -372,7 +372,7 @@ TEST_F(SignedMessageTest, ListsAreFilledBeforeTheModeIsLookedAt) {
 }
 
 // What an authority answers with. Its reader goes by the list, and by the code not being 0.
-TEST_F(SignedMessageTest, CertificatesOnlyFillTheListAndFail) {
+TEST_F(signed_message_test, CertificatesOnlyFillTheListAndFail) {
     const List certificates;
     Output data;
     EXPECT_EQ(readAttached(hex(vectors::kCertificatesOnly), data, certificates.list), -1003);
@@ -384,7 +384,7 @@ TEST_F(SignedMessageTest, CertificatesOnlyFillTheListAndFail) {
     EXPECT_THAT(lists.items(), ElementsAre(hexOf(vectors::kIssuerList)));
 }
 
-TEST_F(SignedMessageTest, ChoiceWithoutACertificateEndsTheCall) {
+TEST_F(signed_message_test, ChoiceWithoutACertificateEndsTheCall) {
     // An extended certificate, [0] in place of the SEQUENCE, in front of Alice's.
     Bytes extended = hex(vectors::kAlice);
     extended[0] = 0xA0;
@@ -398,7 +398,7 @@ TEST_F(SignedMessageTest, ChoiceWithoutACertificateEndsTheCall) {
 
 // ---- Writing signed messages
 
-TEST_F(SignedMessageTest, WritesTheMessageInSchemaOrder) {
+TEST_F(signed_message_test, WritesTheMessageInSchemaOrder) {
     Parts parts;
     Output message;
     ASSERT_EQ(write(parts, message), 0);
@@ -412,7 +412,7 @@ TEST_F(SignedMessageTest, WritesTheMessageInSchemaOrder) {
     EXPECT_EQ(message.blob.data[message.blob.length], 0);
 }
 
-TEST_F(SignedMessageTest, WritesDetachedMessages) {
+TEST_F(signed_message_test, WritesDetachedMessages) {
     Parts parts;
     parts.mode = 2;
     Output message;
@@ -422,7 +422,7 @@ TEST_F(SignedMessageTest, WritesDetachedMessages) {
     EXPECT_EQ(readDetached(message.text().c_str(), parts.content), 0);
 }
 
-TEST_F(SignedMessageTest, WritesAndReadsBackInEveryWay) {
+TEST_F(signed_message_test, WritesAndReadsBackInEveryWay) {
     for (const int32_t digest : {1, 2, 3}) {
         Parts parts;
         parts.digest.algType = digest;
@@ -440,7 +440,7 @@ TEST_F(SignedMessageTest, WritesAndReadsBackInEveryWay) {
     EXPECT_EQ(readAttached(message.text().c_str()), 0);
 }
 
-TEST_F(SignedMessageTest, CertificatesAndListsGoAlong) {
+TEST_F(signed_message_test, CertificatesAndListsGoAlong) {
     const List certificates({vectors::kIssuer, vectors::kRoot});
     const List lists({vectors::kIssuerList, vectors::kRootList});
     Parts parts;
@@ -458,7 +458,7 @@ TEST_F(SignedMessageTest, CertificatesAndListsGoAlong) {
                 testing::UnorderedElementsAre(hexOf(vectors::kIssuerList), hexOf(vectors::kRootList)));
 }
 
-TEST_F(SignedMessageTest, MessageOfAMessageIsNested) {
+TEST_F(signed_message_test, MessageOfAMessageIsNested) {
     Parts parts;
     parts.content = hex(vectors::kDetached);
     Output message;
@@ -470,7 +470,7 @@ TEST_F(SignedMessageTest, MessageOfAMessageIsNested) {
     EXPECT_EQ(typeOf(data.bytes()), 4);
 }
 
-TEST_F(SignedMessageTest, NestedMessageHasTheTagOfTheFormat) {
+TEST_F(signed_message_test, NestedMessageHasTheTagOfTheFormat) {
     Parts parts;
     parts.content = hex(vectors::kDetached);
     Output usual;
@@ -485,13 +485,13 @@ TEST_F(SignedMessageTest, NestedMessageHasTheTagOfTheFormat) {
     }
 }
 
-TEST_F(SignedMessageTest, MessageWithoutATypeIsTakenForOne) {
+TEST_F(signed_message_test, MessageWithoutATypeIsTakenForOne) {
     Parts parts;
     parts.content = hex("30 00");
     EXPECT_EQ(write(parts), -1001);
 }
 
-TEST_F(SignedMessageTest, SignsNothing) {
+TEST_F(signed_message_test, SignsNothing) {
     Parts parts;
     parts.content.reserve(1);
     parts.content.clear();
@@ -502,7 +502,7 @@ TEST_F(SignedMessageTest, SignsNothing) {
     EXPECT_EQ(data.blob.length, 0u);
 }
 
-TEST_F(SignedMessageTest, WritingNeedsItsArguments) {
+TEST_F(signed_message_test, WritingNeedsItsArguments) {
     Parts parts;
     const PKCS_Blob content = blobOf(parts.content);
     const PKCS_Blob certificate = blobOf(parts.certificate);
@@ -518,7 +518,7 @@ TEST_F(SignedMessageTest, WritingNeedsItsArguments) {
     EXPECT_EQ(writeWithout(7), 0);
 }
 
-TEST_F(SignedMessageTest, WritingHasItsCodes) {
+TEST_F(signed_message_test, WritingHasItsCodes) {
     const auto writeWith = [&](auto change) {
         Parts parts;
         change(parts);
@@ -543,7 +543,7 @@ TEST_F(SignedMessageTest, WritingHasItsCodes) {
 }
 
 // The codes come in the order in which the arguments are looked at.
-TEST_F(SignedMessageTest, FirstFaultIsTold) {
+TEST_F(signed_message_test, FirstFaultIsTold) {
     Parts parts;
     parts.signature.algType = 12;
     parts.content = Bytes();
@@ -560,7 +560,7 @@ TEST_F(SignedMessageTest, FirstFaultIsTold) {
     EXPECT_EQ(write(late), -14) << "the signature before the list";
 }
 
-TEST_F(SignedMessageTest, WritingNeedsAnOperationObject) {
+TEST_F(signed_message_test, WritingNeedsAnOperationObject) {
     Parts parts;
     PKCS_Ctx empty = {};
     std::swap(*ctx, empty);
@@ -572,9 +572,9 @@ TEST_F(SignedMessageTest, WritingNeedsAnOperationObject) {
 
 // ---- On a token
 
-class SignedMessageOnTokenTest : public SignedMessageTest {
+class signed_message_test_on_token : public signed_message_test {
   protected:
-    SignedMessageOnTokenTest() {
+    signed_message_test_on_token() {
         PKCS_DestroyCtx(&ctx);
         module.addToken("Card");
         const PKCS_Settings settings = {0, "token", 5, "pin", 3, 0};
@@ -582,7 +582,7 @@ class SignedMessageOnTokenTest : public SignedMessageTest {
         EXPECT_EQ(PKCS_CreateCtx(&ctx, &settings), 0);
         module.forgetCalls();
     }
-    ~SignedMessageOnTokenTest() override {
+    ~signed_message_test_on_token() override {
         PKCS_DestroyCtx(&ctx);
         PKCS_Finalize();
     }
@@ -590,7 +590,7 @@ class SignedMessageOnTokenTest : public SignedMessageTest {
     p11::RecordingModule module;
 };
 
-TEST_F(SignedMessageOnTokenTest, TokenDigestsAndSigns) {
+TEST_F(signed_message_test_on_token, TokenDigestsAndSigns) {
     Parts parts;
     Output message;
     ASSERT_EQ(write(parts, message), 0);
@@ -600,13 +600,13 @@ TEST_F(SignedMessageOnTokenTest, TokenDigestsAndSigns) {
 }
 
 // Tokens often cannot use a public key that they do not hold.
-TEST_F(SignedMessageOnTokenTest, TokenOnlyDigestsWhereASignatureIsRead) {
+TEST_F(signed_message_test_on_token, TokenOnlyDigestsWhereASignatureIsRead) {
     EXPECT_EQ(readAttached(vectors::kPlain), -1017) << "the module makes its digests up";
     EXPECT_THAT(module.names(), ElementsAre("C_DigestInit", "C_Digest"));
 }
 
 // Of thousands of signers none costs a run over the content.
-TEST_F(SignedMessageOnTokenTest, ContentIsDigestedOnceForAllSignersOfAnAlgorithm) {
+TEST_F(signed_message_test_on_token, ContentIsDigestedOnceForAllSignersOfAnAlgorithm) {
     EXPECT_EQ(readAttached(vectors::kTwoSigners), -1017);
     EXPECT_THAT(module.names(), ElementsAre("C_DigestInit", "C_Digest"));
     module.forgetCalls();
@@ -622,7 +622,7 @@ TEST_F(SignedMessageOnTokenTest, ContentIsDigestedOnceForAllSignersOfAnAlgorithm
     EXPECT_THAT(module.names(), ElementsAre("C_DigestInit", "C_Digest", "C_DigestInit", "C_Digest"));
 }
 
-TEST_F(SignedMessageOnTokenTest, CodesOfTheTokenPassThrough) {
+TEST_F(signed_message_test_on_token, CodesOfTheTokenPassThrough) {
     module.fail("C_DigestInit", CKR_DEVICE_ERROR);
     EXPECT_EQ(readAttached(vectors::kPlain), static_cast<int32_t>(CKR_DEVICE_ERROR));
     Parts parts;
@@ -655,7 +655,7 @@ Bytes certificateOf(const char* subject, const char* issuer) {
     return support::makeCertificate(parts);
 }
 
-TEST_F(SignedMessageTest, LeafIsFoundInAnyOrder) {
+TEST_F(signed_message_test, LeafIsFoundInAnyOrder) {
     std::vector<const char*> chain = {vectors::kAlice, vectors::kIssuer, vectors::kRoot};
     std::sort(chain.begin(), chain.end());
     do {
@@ -667,7 +667,7 @@ TEST_F(SignedMessageTest, LeafIsFoundInAnyOrder) {
     } while (std::next_permutation(chain.begin(), chain.end()));
 }
 
-TEST_F(SignedMessageTest, LoneCertificateIsTheLeaf) {
+TEST_F(signed_message_test, LoneCertificateIsTheLeaf) {
     for (const char* lone : {vectors::kRoot, vectors::kIssuer, vectors::kAlice}) {
         const List list({lone});
         const Leaf leaf(list.list);
@@ -676,14 +676,14 @@ TEST_F(SignedMessageTest, LoneCertificateIsTheLeaf) {
     }
 }
 
-TEST_F(SignedMessageTest, FirstOfTwoLeavesIsTaken) {
+TEST_F(signed_message_test, FirstOfTwoLeavesIsTaken) {
     const List list({vectors::kIssuer, vectors::kBob, vectors::kAlice});
     const Leaf leaf(list.list);
     ASSERT_EQ(leaf.code, 0);
     EXPECT_EQ(leaf.text(), hexOf(vectors::kBob));
 }
 
-TEST_F(SignedMessageTest, ChainThatLoopsHasNoLeaf) {
+TEST_F(signed_message_test, ChainThatLoopsHasNoLeaf) {
     List list;
     list.add(certificateOf("CN=One", "CN=Two"));
     list.add(certificateOf("CN=Two", "CN=One"));
@@ -692,7 +692,7 @@ TEST_F(SignedMessageTest, ChainThatLoopsHasNoLeaf) {
     EXPECT_EQ(Leaf(twice.list).code, -1001) << "each is the other's issuer";
 }
 
-TEST_F(SignedMessageTest, LeafNeedsCertificates) {
+TEST_F(signed_message_test, LeafNeedsCertificates) {
     EXPECT_EQ(Leaf(nullptr).code, 8014);
     const List empty;
     EXPECT_EQ(Leaf(empty.list).code, 8014);
@@ -705,7 +705,7 @@ TEST_F(SignedMessageTest, LeafNeedsCertificates) {
     EXPECT_EQ(PKCS7_GetLeafCert(list.list, &der, nullptr), -1010);
 }
 
-TEST_F(SignedMessageTest, LeafIsReadUnderBothEncodings) {
+TEST_F(signed_message_test, LeafIsReadUnderBothEncodings) {
     std::vector<DWORD> encodings;
     int open = 0;
     const support::Replaced<& platform::CryptoApi::CertCreateCertificateContext>* opened = nullptr;
@@ -737,7 +737,7 @@ bool isDocumented(int32_t code) {
     return std::find(std::begin(kCodes), std::end(kCodes), code) != std::end(kCodes) || (code < 0 && code > -1000);
 }
 
-class SignedMessageHostileTest : public SignedMessageTest {
+class signed_message_test_hostile : public signed_message_test {
   protected:
     void tryAll(const Bytes& message) {
         Output attached;
@@ -755,7 +755,7 @@ class SignedMessageHostileTest : public SignedMessageTest {
     }
 };
 
-TEST_F(SignedMessageTest, TruncatedMessagesAreRefused) {
+TEST_F(signed_message_test, TruncatedMessagesAreRefused) {
     for (const char* message : {vectors::kAttributes, vectors::kWithLists}) {
         for (const support::Broken& broken : support::truncations(hex(message))) {
             if (broken.bytes.empty())
@@ -766,7 +766,7 @@ TEST_F(SignedMessageTest, TruncatedMessagesAreRefused) {
     }
 }
 
-TEST_F(SignedMessageHostileTest, BrokenElementsGiveCodes) {
+TEST_F(signed_message_test_hostile, BrokenElementsGiveCodes) {
     for (const char* message : {vectors::kAttributes, vectors::kWithLists}) {
         const Bytes good = hex(message);
         for (const auto& kind :
@@ -778,7 +778,7 @@ TEST_F(SignedMessageHostileTest, BrokenElementsGiveCodes) {
     }
 }
 
-TEST_F(SignedMessageHostileTest, RandomChangesGiveCodes) {
+TEST_F(signed_message_test_hostile, RandomChangesGiveCodes) {
     support::Noise noise(20260);
     const Bytes good = hex(vectors::kAttributes);
     for (int i = 0; i < 400; ++i) {
@@ -789,7 +789,7 @@ TEST_F(SignedMessageHostileTest, RandomChangesGiveCodes) {
     }
 }
 
-TEST_F(SignedMessageHostileTest, DeepNestingGivesACode) {
+TEST_F(signed_message_test_hostile, DeepNestingGivesACode) {
     Bytes nested;
     for (int i = 0; i < 2000; ++i)
         nested = der::tlv(0x30, nested);
@@ -799,13 +799,13 @@ TEST_F(SignedMessageHostileTest, DeepNestingGivesACode) {
     tryAll(der::repeat(20000, hex("A0 84 7F FF FF FF")));
 }
 
-TEST_F(SignedMessageHostileTest, AbsurdLengthsGiveACode) {
+TEST_F(signed_message_test_hostile, AbsurdLengthsGiveACode) {
     tryAll(hex("30 84 FF FF FF FF"));
     tryAll(der::join({hex("30 84 FF FF FF FF"), kSignedOid, hex("A0 84 FF FF FF F0 30 84 FF FF FF E0")}));
     tryAll(der::join({hex("30 85 01 00 00 00 00"), kSignedOid}));
 }
 
-TEST_F(SignedMessageTest, TenThousandCertificates) {
+TEST_F(signed_message_test, TenThousandCertificates) {
     const int32_t count = 10000;
     // Bob's first, so that Alice's is the last to be found.
     const Bytes all = der::join({der::repeat(count - 1, hex(vectors::kBob)), hex(vectors::kAlice)});
@@ -823,7 +823,7 @@ TEST_F(SignedMessageTest, TenThousandCertificates) {
 }
 
 // Among few and among many certificates alike.
-TEST_F(SignedMessageTest, FirstCertificateThatASignerNamesIsUsed) {
+TEST_F(signed_message_test, FirstCertificateThatASignerNamesIsUsed) {
     const Bytes alice = hex(vectors::kAlice);
     const Bytes key = hex(vectors::kAliceKey.items[0]);
     Bytes impostor = alice;  // of the same name and number
@@ -849,7 +849,7 @@ TEST_F(SignedMessageTest, FirstCertificateThatASignerNamesIsUsed) {
 }
 
 // One tool writes a name in PrintableString where another has it in UTF8String.
-TEST_F(SignedMessageTest, SignerMayNameItsCertificateInOtherStringTypes) {
+TEST_F(signed_message_test, SignerMayNameItsCertificateInOtherStringTypes) {
     std::vector<Bytes> signer = elementsOf(signerOf(vectors::kPlain));
     ASSERT_EQ(std::count(signer[1].begin(), signer[1].end(), 0x0C), 2);
     std::replace(signer[1].begin(), signer[1].end(), std::uint8_t{0x0C}, std::uint8_t{0x13});
@@ -867,7 +867,7 @@ TEST_F(SignedMessageTest, SignerMayNameItsCertificateInOtherStringTypes) {
 }
 
 // The message has some 200 KB. Comparing each signer with each certificate takes minutes.
-TEST_F(SignedMessageTest, ThousandsOfSignersAndCertificates) {
+TEST_F(signed_message_test, ThousandsOfSignersAndCertificates) {
     constexpr std::size_t kCount = 5000;
     const Bytes none = hex("30 00");
     const Bytes certificate =
@@ -886,7 +886,7 @@ TEST_F(SignedMessageTest, ThousandsOfSignersAndCertificates) {
 
 // -1 is the engine's own code for exhausted memory, and -1003 tells of a key that could not be copied. The exceptions'
 // constants are for malformed input alone.
-TEST_F(SignedMessageTest, ExhaustedMemoryGivesItsCodeAndLeaksNothing) {
+TEST_F(signed_message_test, ExhaustedMemoryGivesItsCodeAndLeaksNothing) {
     Bytes der = hex(vectors::kWithLists);
     Parts parts;
     const PKCS_Blob content = blobOf(parts.content);

@@ -39,7 +39,7 @@ PKCS_PubKey publicOf(const PKCS_PriKey& key) {
 
 // ---- Key objects
 
-TEST(TokenFunctionsTest, ANewObjectIsEmpty) {
+TEST(token_functions_test, ANewObjectIsEmpty) {
     VTPKCS_KeyObj* object = nullptr;
     ASSERT_EQ(VTPKCS_InitKeyObj(&object), 0);
     const Bytes zeros(sizeof *object, 0);
@@ -49,7 +49,7 @@ TEST(TokenFunctionsTest, ANewObjectIsEmpty) {
     EXPECT_EQ(VTPKCS_DestroyKeyObj(&object), 0) << "nothing";
 }
 
-TEST(TokenFunctionsTest, ObjectsNeedTheirArguments) {
+TEST(token_functions_test, ObjectsNeedTheirArguments) {
     KeyObject object;
     const PrivateKey key(vectors::kRecipientKey);
     const PKCS_PubKey publicKey = publicOf(key.record);
@@ -68,7 +68,7 @@ TEST(TokenFunctionsTest, ObjectsNeedTheirArguments) {
     EXPECT_EQ(object->kind, VTPKCS_UNSET);
 }
 
-TEST(TokenFunctionsTest, KeysAreCopied) {
+TEST(token_functions_test, KeysAreCopied) {
     KeyObject object;
     PrivateKey key(vectors::kRecipientKey);
     const PKCS_PubKey publicKey = publicOf(key.record);
@@ -99,7 +99,7 @@ TEST(TokenFunctionsTest, KeysAreCopied) {
     EXPECT_STREQ(object->tokenKeyLabel, "Alice's key");
 }
 
-TEST(TokenFunctionsTest, KeysAreReplaced) {
+TEST(token_functions_test, KeysAreReplaced) {
     KeyObject object;
     for (const auto* items : {&vectors::kRecipientKey, &vectors::kSignerKey}) {
         const PrivateKey key(*items);
@@ -120,7 +120,7 @@ TEST(TokenFunctionsTest, KeysAreReplaced) {
     }
 }
 
-TEST(TokenFunctionsTest, AnObjectTakesItsOwnKeys) {
+TEST(token_functions_test, AnObjectTakesItsOwnKeys) {
     KeyObject object;
     const PrivateKey key(vectors::kRecipientKey);
     ASSERT_EQ(VTPKCS_SetPriKeyObj(object, key), 0);
@@ -131,7 +131,7 @@ TEST(TokenFunctionsTest, AnObjectTakesItsOwnKeys) {
     EXPECT_STREQ(object->tokenKeyLabel, "label");
 }
 
-TEST(TokenFunctionsTest, AMissingNumberClearsTheKey) {
+TEST(token_functions_test, AMissingNumberClearsTheKey) {
     std::uint8_t byte = 1;
     const PKCS_Blob absent[] = {{nullptr, 0}, {nullptr, 4}, {&byte, 0}};
     for (const PKCS_Blob& missing : absent) {
@@ -163,7 +163,7 @@ TEST(TokenFunctionsTest, AMissingNumberClearsTheKey) {
     }
 }
 
-TEST(TokenFunctionsTest, ObjectsSurviveExhaustedMemory) {
+TEST(token_functions_test, ObjectsSurviveExhaustedMemory) {
     VTPKCS_KeyObj* object = nullptr;
     EXPECT_EQ(whenAllocationFails(1, [&] { return VTPKCS_InitKeyObj(&object); }), VT_E_MEMORY);
     EXPECT_EQ(object, nullptr);
@@ -185,7 +185,7 @@ TEST(TokenFunctionsTest, ObjectsSurviveExhaustedMemory) {
 
 // ---- Base64
 
-TEST(TokenFunctionsTest, Base64HasLinesOf64Characters) {
+TEST(token_functions_test, Base64HasLinesOf64Characters) {
     const Bytes input(100, 0);
     const char* const in = reinterpret_cast<const char*>(input.data());
     int32_t length = 0;
@@ -206,7 +206,7 @@ TEST(TokenFunctionsTest, Base64HasLinesOf64Characters) {
     EXPECT_EQ(back, input);
 }
 
-TEST(TokenFunctionsTest, Base64HasItsCodes) {
+TEST(token_functions_test, Base64HasItsCodes) {
     char out[8];
     int32_t length = 0;
     EXPECT_EQ(VTPKCS_Base64Encode("abc", 3, out, nullptr), kNullArgument);
@@ -221,7 +221,7 @@ TEST(TokenFunctionsTest, Base64HasItsCodes) {
 
 // ---- Key pairs in software
 
-TEST(TokenFunctionsTest, APairMadeInSoftwareGoesIntoTheObject) {
+TEST(token_functions_test, APairMadeInSoftwareGoesIntoTheObject) {
     MessageContext ctx;
     const Input publicLabel(Bytes{'p'});
     const Input privateLabel(Bytes{'q'});
@@ -241,7 +241,7 @@ TEST(TokenFunctionsTest, APairMadeInSoftwareGoesIntoTheObject) {
     EXPECT_EQ(opened.text(), "01 02 03");
 }
 
-TEST(TokenFunctionsTest, PairsOfOtherSizesHave1024Bits) {
+TEST(token_functions_test, PairsOfOtherSizesHave1024Bits) {
     MessageContext ctx;
     const Input label(Bytes{'p'});
     for (const int32_t bits : {1536, 0, -1, 1024}) {
@@ -252,7 +252,7 @@ TEST(TokenFunctionsTest, PairsOfOtherSizesHave1024Bits) {
     }
 }
 
-TEST(TokenFunctionsTest, SoftwareHoldsNothing) {
+TEST(token_functions_test, SoftwareHoldsNothing) {
     MessageContext ctx;
     const Input label(Bytes{'p'});
     KeyObject object;
@@ -269,7 +269,7 @@ TEST(TokenFunctionsTest, SoftwareHoldsNothing) {
     EXPECT_EQ(publicKey->modulus.data, nullptr);
 }
 
-TEST(TokenFunctionsTest, FunctionsNeedTheirArguments) {
+TEST(token_functions_test, FunctionsNeedTheirArguments) {
     MessageContext ctx;
     const Input label(Bytes{'p'});
     const Input empty{Bytes()};
@@ -311,7 +311,7 @@ TEST(TokenFunctionsTest, FunctionsNeedTheirArguments) {
     EXPECT_EQ(VTPKCS_CheckCertAndRSAPrivateKeyInToken(ctx, nullptr, 1, nullptr, 1), 0);
 }
 
-TEST(TokenFunctionsTest, PairsSurviveExhaustedMemory) {
+TEST(token_functions_test, PairsSurviveExhaustedMemory) {
     MessageContext ctx;
     const Input label(Bytes{'p'});
     bool clean = true;
@@ -330,7 +330,7 @@ TEST(TokenFunctionsTest, PairsSurviveExhaustedMemory) {
 
 // ---- On a token
 
-class TokenFunctionsOnTokenTest : public TokenTest {
+class token_functions_test_on_token : public TokenTest {
   protected:
     void addKey(const char* label, const KeyItems& items) {
         module.addObject({p11::label(label), p11::attribute(CKA_MODULUS, hex(items[0])),
@@ -350,7 +350,7 @@ class TokenFunctionsOnTokenTest : public TokenTest {
     }
 };
 
-TEST_F(TokenFunctionsOnTokenTest, PublicKeyIsReadByItsLabel) {
+TEST_F(token_functions_test_on_token, PublicKeyIsReadByItsLabel) {
     addKey("other", vectors::kSignerKey);
     addKey("mine", vectors::kRecipientKey);
     tokens::PublicKey key;
@@ -367,7 +367,7 @@ TEST_F(TokenFunctionsOnTokenTest, PublicKeyIsReadByItsLabel) {
     EXPECT_EQ(none->modulus.data, nullptr);
 }
 
-TEST_F(TokenFunctionsOnTokenTest, APairInTheTokenNamesItsLabel) {
+TEST_F(token_functions_test_on_token, APairInTheTokenNamesItsLabel) {
     for (const int32_t store : {1, 2, -1}) {
         module.objects().clear();
         module.forgetCalls();
@@ -388,14 +388,14 @@ TEST_F(TokenFunctionsOnTokenTest, APairInTheTokenNamesItsLabel) {
     }
 }
 
-TEST_F(TokenFunctionsOnTokenTest, OtherSizesAreMadeWith1024Bits) {
+TEST_F(token_functions_test_on_token, OtherSizesAreMadeWith1024Bits) {
     KeyObject object;
     tokens::PublicKey key;
     ASSERT_EQ(VTPKCS_GenRSAKeyPair(ctx, key, Input(p11::bytesOf("a")), object, Input(p11::bytesOf("b")), 768, 1), 0);
     EXPECT_THAT(module.call("C_GenerateKeyPair").attributes, testing::Contains(p11::number(CKA_MODULUS_BITS, 1024)));
 }
 
-TEST_F(TokenFunctionsOnTokenTest, PairsHaveTheirCodes) {
+TEST_F(token_functions_test_on_token, PairsHaveTheirCodes) {
     addKey("public", vectors::kSignerKey);
     KeyObject object;
     tokens::PublicKey key;
@@ -412,7 +412,7 @@ TEST_F(TokenFunctionsOnTokenTest, PairsHaveTheirCodes) {
     EXPECT_EQ(key->modulus.data, nullptr);
 }
 
-TEST_F(TokenFunctionsOnTokenTest, CertificatesGoInAndComeOut) {
+TEST_F(token_functions_test_on_token, CertificatesGoInAndComeOut) {
     const Bytes label = p11::bytesOf("certificate");
     const Bytes der = hex(vectors::kRecipientCertificate);
     const auto labelLength = static_cast<std::uint32_t>(label.size());
@@ -433,7 +433,7 @@ TEST_F(TokenFunctionsOnTokenTest, CertificatesGoInAndComeOut) {
     EXPECT_EQ(length, 0u) << "no such label";
 }
 
-TEST_F(TokenFunctionsOnTokenTest, CertificateAndKeyBelongTogether) {
+TEST_F(token_functions_test_on_token, CertificateAndKeyBelongTogether) {
     addCertificate("certificate", hex(vectors::kRecipientCertificate));
     addCertificate("junk", hex("30 05 06"));
     addCertificate("nothing", {});
@@ -459,7 +459,7 @@ TEST_F(TokenFunctionsOnTokenTest, CertificateAndKeyBelongTogether) {
 }
 
 // Another program may replace the certificate at any time, with a larger one too.
-TEST_F(TokenFunctionsOnTokenTest, ACertificateThatGrowsIsReadOnce) {
+TEST_F(token_functions_test_on_token, ACertificateThatGrowsIsReadOnce) {
     addCertificate("certificate", hex(vectors::kRecipientCertificate));
     addKey("key", vectors::kRecipientKey);
     module.before("C_FindObjectsInit", 2, [&] {

@@ -21,7 +21,7 @@ void add(VT_List* list, const char* der) {
 
 // ---- Writing
 
-class TokenMessageTest : public testing::Test {
+class token_message_test : public testing::Test {
   protected:
     int32_t write(VTPKCS_KeyObj* key, Output& message, int32_t digest = 1, int32_t mode = 1,
                   const VT_List* certificates = nullptr, const VT_List* lists = nullptr) {
@@ -45,7 +45,7 @@ class TokenMessageTest : public testing::Test {
     const PrivateKey alice{vectors::kAliceKey.items};
 };
 
-TEST_F(TokenMessageTest, WritesWhatItsSiblingWrites) {
+TEST_F(token_message_test, WritesWhatItsSiblingWrites) {
     KeyObject key(alice);
     for (const int32_t digest : {1, 2, 3}) {
         Output message;
@@ -63,14 +63,14 @@ TEST_F(TokenMessageTest, WritesWhatItsSiblingWrites) {
     EXPECT_EQ(message.text(), sibling(1, certificates, lists));
 }
 
-TEST_F(TokenMessageTest, SignatureIsThatOfOpenssl) {
+TEST_F(token_message_test, SignatureIsThatOfOpenssl) {
     KeyObject key(alice);
     Output message;
     ASSERT_EQ(write(key, message), 0);
     EXPECT_NE(message.text().find(hexOf(vectors::kAliceSha1)), std::string::npos);
 }
 
-TEST_F(TokenMessageTest, ContentIsAttachedInEveryMode) {
+TEST_F(token_message_test, ContentIsAttachedInEveryMode) {
     KeyObject key(alice);
     for (const int32_t mode : {1, 2, 0, 3, -1}) {
         Output message;
@@ -79,7 +79,7 @@ TEST_F(TokenMessageTest, ContentIsAttachedInEveryMode) {
     }
 }
 
-TEST_F(TokenMessageTest, EveryKindButTheTokensSignsByThePrivateKey) {
+TEST_F(token_message_test, EveryKindButTheTokensSignsByThePrivateKey) {
     KeyObject key(alice);
     for (const int32_t kind : {0, 1, 2, 3, 5}) {
         key->kind = kind;
@@ -97,7 +97,7 @@ TEST_F(TokenMessageTest, EveryKindButTheTokensSignsByThePrivateKey) {
     EXPECT_TRUE(message.untouched());
 }
 
-TEST_F(TokenMessageTest, MessagesAreNested) {
+TEST_F(token_message_test, MessagesAreNested) {
     KeyObject key(alice);
     Output outer;
     ASSERT_EQ(VTPKCS_GenSignedMsg(ctx, Input(vectors::kDetached), &kSha1, 1, certificate, key, nullptr, nullptr, outer),
@@ -108,7 +108,7 @@ TEST_F(TokenMessageTest, MessagesAreNested) {
     EXPECT_EQ(data.text(), hexOf(vectors::kDetached));
 }
 
-TEST_F(TokenMessageTest, WritingHasItsCodes) {
+TEST_F(token_message_test, WritingHasItsCodes) {
     KeyObject key(alice);
     Output out;
     EXPECT_EQ(VTPKCS_GenSignedMsg(nullptr, content, &kSha1, 1, certificate, key, nullptr, nullptr, out), kNullArgument);
@@ -137,7 +137,7 @@ TEST_F(TokenMessageTest, WritingHasItsCodes) {
 
 // ---- Reading
 
-TEST_F(TokenMessageTest, VerifiesWhatOpensslSigned) {
+TEST_F(token_message_test, VerifiesWhatOpensslSigned) {
     struct Case {
         const char* message;
         const char* signer;
@@ -155,7 +155,7 @@ TEST_F(TokenMessageTest, VerifiesWhatOpensslSigned) {
     }
 }
 
-TEST_F(TokenMessageTest, ListsAreFilled) {
+TEST_F(token_message_test, ListsAreFilled) {
     struct Case {
         const char* message;
         std::size_t certificates;
@@ -180,7 +180,7 @@ TEST_F(TokenMessageTest, ListsAreFilled) {
     }
 }
 
-TEST_F(TokenMessageTest, OnlyTheFirstSignerCounts) {
+TEST_F(token_message_test, OnlyTheFirstSignerCounts) {
     const auto read = [&](const char* message) {
         Output signer;
         Output data;
@@ -191,7 +191,7 @@ TEST_F(TokenMessageTest, OnlyTheFirstSignerCounts) {
     EXPECT_EQ(read(vectors::kSecondHasVersion2), kSignatureMismatch) << "the second is not looked at";
 }
 
-TEST_F(TokenMessageTest, OutputsAreThereAfterABadSignature) {
+TEST_F(token_message_test, OutputsAreThereAfterABadSignature) {
     for (const char* message : {vectors::kSecondIsGood, vectors::kNoneIsGood, vectors::kAttributesOfOther}) {
         const List certificates;
         Output signer;
@@ -208,7 +208,7 @@ TEST_F(TokenMessageTest, OutputsAreThereAfterABadSignature) {
     EXPECT_EQ(signer.text(), hexOf(vectors::kAlice));
 }
 
-TEST_F(TokenMessageTest, ReadingHasItsCodes) {
+TEST_F(token_message_test, ReadingHasItsCodes) {
     const Input good(vectors::kPlain);
     Output signer;
     Output data;
@@ -235,7 +235,7 @@ TEST_F(TokenMessageTest, ReadingHasItsCodes) {
 }
 
 // Attached content and no signers.
-TEST_F(TokenMessageTest, AMessageWithoutSignersIsRefused) {
+TEST_F(token_message_test, AMessageWithoutSignersIsRefused) {
     const Bytes message =
         der::sequence({der::oid({1, 2, 840, 113549, 1, 7, 2}),
                        der::tagged(0, der::sequence({der::integer(1), der::set({}),
@@ -248,7 +248,7 @@ TEST_F(TokenMessageTest, AMessageWithoutSignersIsRefused) {
     EXPECT_TRUE(data.untouched());
 }
 
-TEST_F(TokenMessageTest, BrokenMessagesGiveCodes) {
+TEST_F(token_message_test, BrokenMessagesGiveCodes) {
     const auto tryOne = [&](const Bytes& message) {
         Output signer;
         Output data;
@@ -272,7 +272,7 @@ TEST_F(TokenMessageTest, BrokenMessagesGiveCodes) {
         tryOne(bad[i]);
 }
 
-TEST_F(TokenMessageTest, MessagesSurviveExhaustedMemory) {
+TEST_F(token_message_test, MessagesSurviveExhaustedMemory) {
     KeyObject key(alice);
     survivesExhaustion([&](PKCS_Blob& out) {
         return VTPKCS_GenSignedMsg(ctx, content, &kSha1, 1, certificate, key, nullptr, nullptr, &out);
@@ -295,9 +295,9 @@ TEST_F(TokenMessageTest, MessagesSurviveExhaustedMemory) {
 
 // ---- On a token
 
-class TokenMessageOnTokenTest : public TokenTest {};
+class token_message_test_on_token : public TokenTest {};
 
-TEST_F(TokenMessageOnTokenTest, TheKeyOfTheLabelSigns) {
+TEST_F(token_message_test_on_token, TheKeyOfTheLabelSigns) {
     const CK_OBJECT_HANDLE held = module.addObject({p11::label("Alice's key")});
     KeyObject key("Alice's key");
     Output message;
@@ -314,7 +314,7 @@ TEST_F(TokenMessageOnTokenTest, TheKeyOfTheLabelSigns) {
     EXPECT_NE(message.text().find("04 81 80 " + toHex(Bytes(128, 0x51))), std::string::npos);
 }
 
-TEST_F(TokenMessageOnTokenTest, AKeyThatIsNotThereIsTold) {
+TEST_F(token_message_test_on_token, AKeyThatIsNotThereIsTold) {
     KeyObject key("nobody's");
     Output message;
     const auto generate = [&] {
@@ -328,7 +328,7 @@ TEST_F(TokenMessageOnTokenTest, AKeyThatIsNotThereIsTold) {
     EXPECT_TRUE(message.untouched());
 }
 
-TEST_F(TokenMessageOnTokenTest, ASoftwareKeyIsLoadedForTheSignature) {
+TEST_F(token_message_test_on_token, ASoftwareKeyIsLoadedForTheSignature) {
     const PrivateKey alice(vectors::kAliceKey.items);
     KeyObject key(alice);
     Output message;

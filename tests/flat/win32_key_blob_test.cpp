@@ -22,7 +22,7 @@ Bytes reversed(Bytes bytes) {
     return bytes;
 }
 
-class Win32KeyBlobTest : public testing::Test {
+class win32_key_blob_test : public testing::Test {
   protected:
     // An imported key lives as long as the test.
     HCRYPTKEY import(const Bytes& blob) {
@@ -53,7 +53,7 @@ class Win32KeyBlobTest : public testing::Test {
         return toHex(reversed(bytes));
     }
 
-    ~Win32KeyBlobTest() override {
+    ~win32_key_blob_test() override {
         for (const HCRYPTKEY key : imported)
             CryptDestroyKey(key);
     }
@@ -62,7 +62,7 @@ class Win32KeyBlobTest : public testing::Test {
     std::vector<HCRYPTKEY> imported;
 };
 
-TEST_F(Win32KeyBlobTest, PrivateBlobOf2048BitsIsImportedAndSigns) {
+TEST_F(win32_key_blob_test, PrivateBlobOf2048BitsIsImportedAndSigns) {
     const PrivateKey dave(vectors::kDaveKey.items);
     Bytes blob(1172);
     std::uint32_t length = 1172;
@@ -72,7 +72,7 @@ TEST_F(Win32KeyBlobTest, PrivateBlobOf2048BitsIsImportedAndSigns) {
     EXPECT_EQ(signature(), toHex(hex(vectors::kDaveSha1)));
 }
 
-TEST_F(Win32KeyBlobTest, PrivateBlobOf1024BitsIsImportedAndSigns) {
+TEST_F(win32_key_blob_test, PrivateBlobOf1024BitsIsImportedAndSigns) {
     const PrivateKey alice(vectors::kAliceKey.items);
     Bytes blob(596);
     std::uint32_t length = 596;
@@ -82,7 +82,7 @@ TEST_F(Win32KeyBlobTest, PrivateBlobOf1024BitsIsImportedAndSigns) {
     EXPECT_EQ(signature(), toHex(hex(vectors::kAliceSha1)));
 }
 
-TEST_F(Win32KeyBlobTest, PublicBlobIsImportedAndVerifies) {
+TEST_F(win32_key_blob_test, PublicBlobIsImportedAndVerifies) {
     const PrivateKey dave(vectors::kDaveKey.items);
     const PKCS_PubKey numbers = {dave.record.modulus, dave.record.publicExponent};
     Bytes blob(276);
@@ -97,7 +97,7 @@ TEST_F(Win32KeyBlobTest, PublicBlobIsImportedAndVerifies) {
     CryptDestroyHash(hash);
 }
 
-TEST_F(Win32KeyBlobTest, ExportedKeysComeBackAsTheyWere) {
+TEST_F(win32_key_blob_test, ExportedKeysComeBackAsTheyWere) {
     const HCRYPTKEY key = container.generate(AT_KEYEXCHANGE, 2048, CRYPT_EXPORTABLE);
     const Bytes blob = Container::exported(key, PRIVATEKEYBLOB);
     ASSERT_EQ(blob.size(), 1172u);
@@ -110,7 +110,7 @@ TEST_F(Win32KeyBlobTest, ExportedKeysComeBackAsTheyWere) {
     EXPECT_EQ(toHex(back), toHex(blob));
 }
 
-TEST_F(Win32KeyBlobTest, ExportedPublicKeyOfASignatureKeyIsWhatWeWrite) {
+TEST_F(win32_key_blob_test, ExportedPublicKeyOfASignatureKeyIsWhatWeWrite) {
     const Bytes blob = Container::exported(container.generate(AT_SIGNATURE, 2048, 0), PUBLICKEYBLOB);
     ASSERT_EQ(blob.size(), 276u);
     PKCS_PubKey key = {};
@@ -123,7 +123,7 @@ TEST_F(Win32KeyBlobTest, ExportedPublicKeyOfASignatureKeyIsWhatWeWrite) {
 }
 
 // The system takes the keys of openssl as we do.
-TEST_F(Win32KeyBlobTest, BlobsOfOpensslAreTheSystemsToo) {
+TEST_F(win32_key_blob_test, BlobsOfOpensslAreTheSystemsToo) {
     for (const MsPrivateKey& vector : kMsPrivateKeys) {
         if (vector.bits != 2048 || vector.exponent != 65537)
             continue;

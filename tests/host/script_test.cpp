@@ -13,7 +13,7 @@ using host::splitCommand;
 using host::valueOf;
 using testing::ElementsAre;
 
-TEST(script, ACommandIsSplitAtBlanksOutsideQuotes) {
+TEST(script_test, ACommandIsSplitAtBlanksOutsideQuotes) {
     EXPECT_THAT(splitCommand("  call a 1\t\"b c\" d\r"), ElementsAre("call", "a", "1", "\"b c", "d"));
     EXPECT_THAT(splitCommand(R"("a\"\\\n\x00z")"), ElementsAre(std::string("\"a\"\\\n\0z", 7)));
     EXPECT_THAT(splitCommand("\"\""), ElementsAre("\""));
@@ -23,7 +23,7 @@ TEST(script, ACommandIsSplitAtBlanksOutsideQuotes) {
     EXPECT_THROW(splitCommand(R"("\xG0")"), std::runtime_error);
 }
 
-TEST(script, WordsBecomeValuesAsInABrowser) {
+TEST(script_test, WordsBecomeValuesAsInABrowser) {
     EXPECT_EQ(valueOf("12").variant().type, NPVariantType_Int32);
     EXPECT_EQ(valueOf("-2147483648").variant().value.intValue, -2147483647 - 1);
     EXPECT_EQ(valueOf("2147483648").variant().type, NPVariantType_Double);
@@ -39,7 +39,7 @@ TEST(script, WordsBecomeValuesAsInABrowser) {
     EXPECT_THROW(valueOf("@no such file"), std::runtime_error);
 }
 
-TEST(script, OutcomesAreOneLineOfJson) {
+TEST(script_test, OutcomesAreOneLineOfJson) {
     Outcome outcome;
     EXPECT_EQ(host::jsonOf(outcome), R"({"ok":false})");
     outcome.ok = true;

@@ -11,7 +11,7 @@
 
 namespace {
 
-class version_resource : public testing::Test {
+class version_resource_test : public testing::Test {
   protected:
     void SetUp() override {
         DWORD ignored = 0;
@@ -40,7 +40,7 @@ class version_resource : public testing::Test {
     std::vector<char> data_;
 };
 
-TEST_F(version_resource, EachStringIsThere) {
+TEST_F(version_resource_test, EachStringIsThere) {
     EXPECT_EQ(text("MIMEType"), "application/npvemtrel_certenroll");
     EXPECT_EQ(text("OriginalFilename"), "npvemtrel_certenroll.dll");
     EXPECT_EQ(text("ProductName"), "npvemtrel_certenroll.dll");
@@ -51,7 +51,7 @@ TEST_F(version_resource, EachStringIsThere) {
     EXPECT_EQ(text("PrivateBuild"), "build 201410211030");
 }
 
-TEST_F(version_resource, NumbersAreTheVersions) {
+TEST_F(version_resource_test, NumbersAreTheVersions) {
     const std::string fixed = value("\\");
     ASSERT_EQ(fixed.size(), sizeof(VS_FIXEDFILEINFO));
     VS_FIXEDFILEINFO info;
@@ -64,7 +64,7 @@ TEST_F(version_resource, NumbersAreTheVersions) {
     EXPECT_EQ(info.dwFileType, 2u) << "a DLL";
 }
 
-TEST_F(version_resource, TheTranslationNamesTheBlock) {
+TEST_F(version_resource_test, TheTranslationNamesTheBlock) {
     const std::string translation = value("\\VarFileInfo\\Translation");
     EXPECT_EQ(translation, std::string("\x09\x04\xE4\x04", 4));
 }

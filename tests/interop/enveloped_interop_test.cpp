@@ -84,9 +84,9 @@ std::string line(std::initializer_list<std::string_view> words) {
     return all;
 }
 
-class EnvelopedInteropTest : public testing::Test {
+class enveloped_interop_test : public testing::Test {
   protected:
-    EnvelopedInteropTest() {
+    enveloped_interop_test() {
         for (const Who& who : {kRecipient, kLarge}) {
             const std::string name = who.name;
             home.file(name + ".der", toText(hex(who.certificate)));
@@ -170,7 +170,7 @@ class EnvelopedInteropTest : public testing::Test {
 
 // ---- Enveloped
 
-TEST_F(EnvelopedInteropTest, OpensslOpensWhatWeEnvelop) {
+TEST_F(enveloped_interop_test, OpensslOpensWhatWeEnvelop) {
     for (const std::string& text : {kShort, megabyte()})
         for (const Who& who : {kRecipient, kLarge})
             for (const Cipher& cipher : kCiphers) {
@@ -185,7 +185,7 @@ TEST_F(EnvelopedInteropTest, OpensslOpensWhatWeEnvelop) {
             }
 }
 
-TEST_F(EnvelopedInteropTest, OpensslOpensDetachedMessages) {
+TEST_F(enveloped_interop_test, OpensslOpensDetachedMessages) {
     envelop(kShort, kCiphers[0], kRecipient, 2);
     openssl("cms",
             "-decrypt -binary -inform DER -in ours.der -content ciphertext -out opened -recip recipient.pem"
@@ -193,7 +193,7 @@ TEST_F(EnvelopedInteropTest, OpensslOpensDetachedMessages) {
     EXPECT_EQ(file("opened"), kShort);
 }
 
-TEST_F(EnvelopedInteropTest, NssOpensWhatWeEnvelop) {
+TEST_F(enveloped_interop_test, NssOpensWhatWeEnvelop) {
     fillDatabase();
     for (const Cipher& cipher : kCiphers) {
         envelop(kShort, cipher, kRecipient, 1);
@@ -205,7 +205,7 @@ TEST_F(EnvelopedInteropTest, NssOpensWhatWeEnvelop) {
     EXPECT_TRUE(file("opened") == megabyte());
 }
 
-TEST_F(EnvelopedInteropTest, WeOpenWhatOpensslEnvelops) {
+TEST_F(enveloped_interop_test, WeOpenWhatOpensslEnvelops) {
     home.file("text", kShort);
     home.file("large", megabyte());
     openssl("cms", "-encrypt -binary -outform DER -des3 -in large -out theirs.der recipient.pem");
@@ -220,7 +220,7 @@ TEST_F(EnvelopedInteropTest, WeOpenWhatOpensslEnvelops) {
             }
 }
 
-TEST_F(EnvelopedInteropTest, WhatIsNewerOrNotDerIsRefused) {
+TEST_F(enveloped_interop_test, WhatIsNewerOrNotDerIsRefused) {
     home.file("text", kShort);
     const std::string encrypt = "-encrypt -binary -in text -outform DER -out theirs.der ";
     openssl("cms", encrypt + "-aes256 recipient.pem");
@@ -241,7 +241,7 @@ TEST_F(EnvelopedInteropTest, WhatIsNewerOrNotDerIsRefused) {
 
 // ---- Encrypted
 
-TEST_F(EnvelopedInteropTest, OpensslDecryptsWhatWeEncrypt) {
+TEST_F(enveloped_interop_test, OpensslDecryptsWhatWeEncrypt) {
     for (const std::string& text : {kShort, megabyte()})
         for (const Cipher& cipher : kCiphers) {
             if (isRc4(cipher) || (text != kShort && cipher.type != 5))
@@ -262,7 +262,7 @@ TEST_F(EnvelopedInteropTest, OpensslDecryptsWhatWeEncrypt) {
         }
 }
 
-TEST_F(EnvelopedInteropTest, WeDecryptWhatOpensslEncrypts) {
+TEST_F(enveloped_interop_test, WeDecryptWhatOpensslEncrypts) {
     home.file("text", kShort);
     for (const Cipher& cipher : kCiphers) {
         const Bytes secret = secretFor(cipher);
@@ -276,7 +276,7 @@ TEST_F(EnvelopedInteropTest, WeDecryptWhatOpensslEncrypts) {
 
 // ---- Digested
 
-TEST_F(EnvelopedInteropTest, DigestedMessagesGoBothWays) {
+TEST_F(enveloped_interop_test, DigestedMessagesGoBothWays) {
     const std::string large = megabyte();
     for (const std::string& text : {std::string(), kShort, large}) {
         home.file("text", text);
@@ -303,7 +303,7 @@ TEST_F(EnvelopedInteropTest, DigestedMessagesGoBothWays) {
 
 // ---- Requests
 
-TEST_F(EnvelopedInteropTest, OpensslReadsARequestAndFindsTheFiller) {
+TEST_F(enveloped_interop_test, OpensslReadsARequestAndFindsTheFiller) {
     Software op;
     VT_PKCS10 request;
     request.setName(toMiByte(der::name(3, 0x13, "Request")));
@@ -318,7 +318,7 @@ TEST_F(EnvelopedInteropTest, OpensslReadsARequestAndFindsTheFiller) {
     EXPECT_THAT(attempt("openssl req -inform DER -in ours.der -noout -verify").output, HasSubstr("failure"));
 }
 
-TEST_F(EnvelopedInteropTest, OpensslVerifiesARequestWithASignaturePutIn) {
+TEST_F(enveloped_interop_test, OpensslVerifiesARequestWithASignaturePutIn) {
     Software op;
     VT_PKCS10 request;
     request.setName(toMiByte(der::name(3, 0x13, "Request")));
@@ -336,7 +336,7 @@ TEST_F(EnvelopedInteropTest, OpensslVerifiesARequestWithASignaturePutIn) {
     EXPECT_THAT(run("openssl req -inform DER -in ours.der -noout -verify"), HasSubstr("verify OK"));
 }
 
-TEST_F(EnvelopedInteropTest, WeVerifyWhatOpensslRequests) {
+TEST_F(enveloped_interop_test, WeVerifyWhatOpensslRequests) {
     Software op;
     for (const auto& [digest, expected] : {std::pair("sha1", 0), std::pair("md5", 0), std::pair("sha256", -1006)}) {
         for (const char* who : {"recipient", "large"}) {

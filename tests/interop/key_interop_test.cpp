@@ -37,7 +37,7 @@ struct Record {
     Record& operator=(const Record&) = delete;
 };
 
-class KeyInteropTest : public SoftTokenTest {
+class key_interop_test : public SoftTokenTest {
   protected:
     // A new key as key.der (RSAPrivateKey) and key.blob.
     Bytes makeKey(int bits) const {
@@ -61,7 +61,7 @@ class KeyInteropTest : public SoftTokenTest {
     }
 };
 
-TEST_F(KeyInteropTest, OpensslReadsPrivateBlobs) {
+TEST_F(key_interop_test, OpensslReadsPrivateBlobs) {
     for (int i = 0; i < 2; ++i) {
         const Bytes der = makeKey(2048);
         const auto length = static_cast<std::uint32_t>(der.size());
@@ -75,7 +75,7 @@ TEST_F(KeyInteropTest, OpensslReadsPrivateBlobs) {
     }
 }
 
-TEST_F(KeyInteropTest, PrivateBlobsOfOpensslAreRead) {
+TEST_F(key_interop_test, PrivateBlobsOfOpensslAreRead) {
     for (int i = 0; i < 2; ++i) {
         const Bytes der = makeKey(2048);
         const Bytes blob = readFile("key.blob");
@@ -83,7 +83,7 @@ TEST_F(KeyInteropTest, PrivateBlobsOfOpensslAreRead) {
     }
 }
 
-TEST_F(KeyInteropTest, OpensslReadsPublicBlobs) {
+TEST_F(key_interop_test, OpensslReadsPublicBlobs) {
     const Record key(makeKey(2048));
     const PKCS_PubKey numbers = {key.key.modulus, key.key.publicExponent};
     openssl("rsa -in key.pem -RSAPublicKey_out -outform DER -out public.der");
@@ -96,7 +96,7 @@ TEST_F(KeyInteropTest, OpensslReadsPublicBlobs) {
     T_free(der.data);
 }
 
-TEST_F(KeyInteropTest, PrivateDerIsThatOfOpenssl) {
+TEST_F(key_interop_test, PrivateDerIsThatOfOpenssl) {
     for (const int bits : {512, 1024, 2048, 3072}) {
         const Record key(makeKey(bits));
         PKCS_Blob der = {};
@@ -108,7 +108,7 @@ TEST_F(KeyInteropTest, PrivateDerIsThatOfOpenssl) {
 
 // ---- The token family, on a token
 
-class KeyObjectInteropTest : public KeyInteropTest {
+class key_interop_test_objects : public key_interop_test {
   protected:
     void SetUp() override {
         // SoftHSM itself refuses the template of a key pair.
@@ -166,7 +166,7 @@ class KeyObjectInteropTest : public KeyInteropTest {
     PKCS_PubKey publicKey = {};
 };
 
-TEST_F(KeyObjectInteropTest, ThePairLiesInTheToken) {
+TEST_F(key_interop_test_objects, ThePairLiesInTheToken) {
     EXPECT_EQ(object->kind, VTPKCS_TOKEN_KEY);
     EXPECT_STREQ(object->tokenKeyLabel, "holder private");
     EXPECT_THAT(objects(), AllOf(HasSubstr("holder public"), HasSubstr("holder private")));
@@ -178,7 +178,7 @@ TEST_F(KeyObjectInteropTest, ThePairLiesInTheToken) {
     PKCS_FreePubKey(&again);
 }
 
-TEST_F(KeyObjectInteropTest, CertificateAndKeyBelongTogether) {
+TEST_F(key_interop_test_objects, CertificateAndKeyBelongTogether) {
     const Bytes certificate = makeCertificate();
     EXPECT_EQ(belong(privateLabel), 0) << "no certificate yet";
     ASSERT_EQ(store(certificate), 0);
@@ -193,7 +193,7 @@ TEST_F(KeyObjectInteropTest, CertificateAndKeyBelongTogether) {
     EXPECT_EQ(back, certificate);
 }
 
-TEST_F(KeyObjectInteropTest, OpensslVerifiesWhatTheTokenSigns) {
+TEST_F(key_interop_test_objects, OpensslVerifiesWhatTheTokenSigns) {
     Bytes certificate = makeCertificate();
     Bytes content = bytesOf(bytes(std::string("Signed in the token.\n")));
     const PKCS_Blob data = blobOf(content);
@@ -219,7 +219,7 @@ TEST_F(KeyObjectInteropTest, OpensslVerifiesWhatTheTokenSigns) {
     }
 }
 
-TEST_F(KeyObjectInteropTest, OpensslReadsTheRequest) {
+TEST_F(key_interop_test_objects, OpensslReadsTheRequest) {
     PKCS_Blob request = {};
     ASSERT_EQ(VTPKCS_GENPKCS10(ctx, object, &publicKey, nullptr, nullptr, 9, &request), 0);
     file("request.der", Bytes(request.data, request.data + request.length));

@@ -26,9 +26,9 @@ MiByte toMiByte(const std::string& text) {
     return {text.data(), static_cast<unsigned int>(text.size())};
 }
 
-class PfxInteropTest : public testing::Test {
+class pfx_interop_test : public testing::Test {
   protected:
-    PfxInteropTest() {
+    pfx_interop_test() {
         home.file("key.der", toText(hex(vectors::kAlicePkcs1)));
         run("openssl rsa -inform DER -in key.der -out key.pem");
         for (const auto& [name, der] :
@@ -120,7 +120,7 @@ class PfxInteropTest : public testing::Test {
     MessageContext ctx;
 };
 
-TEST_F(PfxInteropTest, OpensslReadsWhatIsGenerated) {
+TEST_F(pfx_interop_test, OpensslReadsWhatIsGenerated) {
     for (const std::string password :
          {"secret", "", "with blanks and more than sixty-four bytes, so that it does not fit"}) {
         generate(password);
@@ -129,7 +129,7 @@ TEST_F(PfxInteropTest, OpensslReadsWhatIsGenerated) {
     }
 }
 
-TEST_F(PfxInteropTest, OpensslReadsEachEncryption) {
+TEST_F(pfx_interop_test, OpensslReadsEachEncryption) {
     for (const int type : {1, 2, 3, 5, 6})
         for (const int iterations : {1, 2048}) {
             compose(type, iterations, "secret");
@@ -139,12 +139,12 @@ TEST_F(PfxInteropTest, OpensslReadsEachEncryption) {
         }
 }
 
-TEST_F(PfxInteropTest, OpensslReadsBytesAsCharacters) {
+TEST_F(pfx_interop_test, OpensslReadsBytesAsCharacters) {
     compose(3, 5, "caf\xE9\x80");
     readByOpenssl("caf\xE9\x80");
 }
 
-TEST_F(PfxInteropTest, GnutlsReadsWhatIsGenerated) {
+TEST_F(pfx_interop_test, GnutlsReadsWhatIsGenerated) {
     generate("secret");
     const std::string text = run("certtool --p12-info --inder --infile ours.p12 --password secret");
     EXPECT_THAT(text, HasSubstr("MAC info"));
@@ -159,7 +159,7 @@ TEST_F(PfxInteropTest, GnutlsReadsWhatIsGenerated) {
     }
 }
 
-TEST_F(PfxInteropTest, NssReadsWhatIsGenerated) {
+TEST_F(pfx_interop_test, NssReadsWhatIsGenerated) {
     generate("secret");
     run("mkdir db && certutil -N -d sql:db --empty-password");
     run("pk12util -i ours.p12 -d sql:db -W secret -K ''");
@@ -168,7 +168,7 @@ TEST_F(PfxInteropTest, NssReadsWhatIsGenerated) {
     EXPECT_THAT(run("certutil -K -d sql:db -f /dev/null"), HasSubstr("rsa"));
 }
 
-TEST_F(PfxInteropTest, NssReadsEachEncryption) {
+TEST_F(pfx_interop_test, NssReadsEachEncryption) {
     for (const int type : {1, 2, 3, 5, 6}) {
         compose(type, 100, "secret");
         run("rm -rf db && mkdir db && certutil -N -d sql:db --empty-password");
@@ -177,7 +177,7 @@ TEST_F(PfxInteropTest, NssReadsEachEncryption) {
     }
 }
 
-TEST_F(PfxInteropTest, FilesOfOpensslAreOpened) {
+TEST_F(pfx_interop_test, FilesOfOpensslAreOpened) {
     for (const char* pbe : {"RC4-128", "RC4-40", "3DES", "RC2-128", "RC2-40"})
         for (const char* iterations : {"1", "2048", "100000"}) {
             openssl(std::string("-export -inkey key.pem -in alice.pem -certfile root.pem -name Alice -macalg sha1 ") +
@@ -188,7 +188,7 @@ TEST_F(PfxInteropTest, FilesOfOpensslAreOpened) {
         }
 }
 
-TEST_F(PfxInteropTest, FilesOfGnutlsAreOpened) {
+TEST_F(pfx_interop_test, FilesOfGnutlsAreOpened) {
     for (const char* cipher : {"3des-pkcs12", "rc2-40", "arcfour"}) {
         run(std::string("certtool --to-p12 --load-privkey key.pem --load-certificate alice.pem --p12-name Alice ") +
             "--password secret --hash sha1 --outder --pkcs-cipher " + cipher + " --outfile theirs.p12");
@@ -197,7 +197,7 @@ TEST_F(PfxInteropTest, FilesOfGnutlsAreOpened) {
 }
 
 // NSS writes indefinite lengths; openssl makes DER of it.
-TEST_F(PfxInteropTest, FilesOfNssAreOpenedOnceTheyAreDer) {
+TEST_F(pfx_interop_test, FilesOfNssAreOpenedOnceTheyAreDer) {
     generate("secret");
     run("mkdir db && certutil -N -d sql:db --empty-password");
     run("pk12util -i ours.p12 -d sql:db -W secret -K ''");

@@ -54,9 +54,9 @@ const Who kAlice = {"alice", vectors::kAlice, vectors::kAliceKey};
 const Who kBob = {"bob", vectors::kBob, vectors::kBobKey};
 const Who kDave = {"dave", vectors::kDave, vectors::kDaveKey};
 
-class SignedInteropTest : public testing::Test {
+class signed_interop_test : public testing::Test {
   protected:
-    SignedInteropTest() {
+    signed_interop_test() {
         PKCS_CreateCtx(&ctx, nullptr);
         home.file("root.der", textOf(hex(vectors::kRoot)));
         home.file("issuer.der", textOf(hex(vectors::kIssuer)));
@@ -71,7 +71,7 @@ class SignedInteropTest : public testing::Test {
             run("name=" + name + "; openssl rsa -inform DER -in ${name}_key.der -out $name.key");
         }
     }
-    ~SignedInteropTest() override { PKCS_DestroyCtx(&ctx); }
+    ~signed_interop_test() override { PKCS_DestroyCtx(&ctx); }
 
     // A command line in the scratch folder, which must succeed.
     std::string run(const std::string& command) {
@@ -133,7 +133,7 @@ std::string megabyte() {
     return text;
 }
 
-TEST_F(SignedInteropTest, OpensslVerifiesWhatWeSign) {
+TEST_F(signed_interop_test, OpensslVerifiesWhatWeSign) {
     const auto verified = [&](const std::string& content, const Who& who, int32_t digest, const char* verifier) {
         write(content, who, digest, 1);
         run(std::string("openssl ") + verifier +
@@ -148,7 +148,7 @@ TEST_F(SignedInteropTest, OpensslVerifiesWhatWeSign) {
     EXPECT_TRUE(verified(megabyte(), kDave, 2, "smime"));
 }
 
-TEST_F(SignedInteropTest, OpensslVerifiesDetachedMessages) {
+TEST_F(signed_interop_test, OpensslVerifiesDetachedMessages) {
     home.file("content", kShort);
     for (const char* verifier : {"cms", "smime"}) {
         write(kShort, kAlice, 1, 2);
@@ -159,7 +159,7 @@ TEST_F(SignedInteropTest, OpensslVerifiesDetachedMessages) {
     }
 }
 
-TEST_F(SignedInteropTest, OpensslFindsCertificatesAndLists) {
+TEST_F(signed_interop_test, OpensslFindsCertificatesAndLists) {
     VT_List* certificates = nullptr;
     VT_List* lists = nullptr;
     VT_CreateList(&certificates);
@@ -180,7 +180,7 @@ TEST_F(SignedInteropTest, OpensslFindsCertificatesAndLists) {
     EXPECT_THAT(run("openssl pkcs7 -inform DER -in ours.der -print_certs"), HasSubstr("BEGIN X509 CRL"));
 }
 
-TEST_F(SignedInteropTest, OpensslSeesTheNestedMessage) {
+TEST_F(signed_interop_test, OpensslSeesTheNestedMessage) {
     write(kShort, kAlice, 1, 1);
     const std::string inner = readFile(home.file("ours.der"));
     write(inner, kBob, 1, 1);
@@ -190,7 +190,7 @@ TEST_F(SignedInteropTest, OpensslSeesTheNestedMessage) {
     EXPECT_NE(outer.find(inner), std::string::npos);
 }
 
-TEST_F(SignedInteropTest, WeVerifyWhatOpensslSigns) {
+TEST_F(signed_interop_test, WeVerifyWhatOpensslSigns) {
     const auto check = [&](const std::string& text, const std::string& command) {
         run(command + " -nodetach");
         EXPECT_TRUE(read(1) == text) << command;
@@ -212,7 +212,7 @@ TEST_F(SignedInteropTest, WeVerifyWhatOpensslSigns) {
     check(megabyte(), signWith("smime", "-md md5 -noattr", "dave"));
 }
 
-TEST_F(SignedInteropTest, WeVerifySeveralSigners) {
+TEST_F(signed_interop_test, WeVerifySeveralSigners) {
     home.file("content", kShort);
     for (const char* attributes : {"-noattr", ""}) {
         run(std::string("openssl cms -sign -binary -nodetach -outform DER -md sha1 ") + attributes +
@@ -222,7 +222,7 @@ TEST_F(SignedInteropTest, WeVerifySeveralSigners) {
     }
 }
 
-TEST_F(SignedInteropTest, NewerAlgorithmsAreRefused) {
+TEST_F(signed_interop_test, NewerAlgorithmsAreRefused) {
     home.file("content", kShort);
     for (const char* digest : {"sha224", "sha256", "sha384", "sha512"}) {
         run(std::string("openssl cms -sign -binary -nodetach -outform DER -signer alice.pem -inkey alice.key -md ") +
@@ -236,9 +236,9 @@ TEST_F(SignedInteropTest, NewerAlgorithmsAreRefused) {
 
 // ---- NSS
 
-class SignedInteropNssTest : public SignedInteropTest {
+class signed_interop_test_nss : public signed_interop_test {
   protected:
-    SignedInteropNssTest() {
+    signed_interop_test_nss() {
         run("mkdir db && certutil -N -d sql:db --empty-password");
         for (const char* authority : {"root", "issuer"})
             run(std::string("certutil -A -d sql:db -t CT,CT,CT -n ") + authority + " -i " + authority + ".der");
@@ -247,7 +247,7 @@ class SignedInteropNssTest : public SignedInteropTest {
     }
 };
 
-TEST_F(SignedInteropNssTest, VerifiesWhatWeSign) {
+TEST_F(signed_interop_test_nss, VerifiesWhatWeSign) {
     write(kShort, kAlice, 1, 1);
     EXPECT_THAT(run("cmsutil -D -d sql:db -h 1 -i ours.der"),
                 AllOf(HasSubstr("signer0.status=GoodSignature"), HasSubstr(kShort)));
@@ -257,7 +257,7 @@ TEST_F(SignedInteropNssTest, VerifiesWhatWeSign) {
 }
 
 // cmsutil writes indefinite lengths, which count as no content here; openssl puts the lengths in.
-TEST_F(SignedInteropNssTest, WeVerifyWhatItSignsOnceItIsDer) {
+TEST_F(signed_interop_test_nss, WeVerifyWhatItSignsOnceItIsDer) {
     home.file("content", kShort);
     for (const char* options : {"", "-G", "-G -P"})
         for (const int32_t mode : {1, 2}) {

@@ -8,7 +8,7 @@ using rsakeys::ofBits;
 using support::hex;
 using support::toHex;
 
-class TokenCipherTest : public SoftTokenTest {};
+class token_cipher_test : public SoftTokenTest {};
 
 Bytes pattern(std::size_t length) {
     Bytes made(length);
@@ -20,7 +20,7 @@ Bytes pattern(std::size_t length) {
 const Bytes kIv = hex("01 23 45 67 89 ab cd ef");
 const Bytes kDes3 = hex("01 23 45 67 89 ab cd ef 23 45 67 89 ab cd ef 01 45 67 89 ab cd ef 01 23");
 
-TEST_F(TokenCipherTest, TripleDesBetweenTokenSoftwareAndOpenssl) {
+TEST_F(token_cipher_test, TripleDesBetweenTokenSoftwareAndOpenssl) {
     load();
     Op onToken(tokenSelection());
     Op software(softwareSelection());
@@ -49,7 +49,7 @@ TEST_F(TokenCipherTest, TripleDesBetweenTokenSoftwareAndOpenssl) {
     }
 }
 
-TEST_F(TokenCipherTest, CiphersThatTheTokenDoesNotHave) {
+TEST_F(token_cipher_test, CiphersThatTheTokenDoesNotHave) {
     load();
     Op op(tokenSelection());
     MiByte out;
@@ -64,7 +64,7 @@ TEST_F(TokenCipherTest, CiphersThatTheTokenDoesNotHave) {
     EXPECT_EQ(op->Encrypt(algorithm(token::kDes3Cbc, kIv), sessionKey(token::kDes3Key, kDes3), bytes("x"), out), 0);
 }
 
-TEST_F(TokenCipherTest, RsaBetweenTokenSoftwareAndOpenssl) {
+TEST_F(token_cipher_test, RsaBetweenTokenSoftwareAndOpenssl) {
     for (const int bits : {512, 1024, 2048, 4096})
         writeKeys(ofBits(bits), std::to_string(bits));
     load();
@@ -102,7 +102,7 @@ TEST_F(TokenCipherTest, RsaBetweenTokenSoftwareAndOpenssl) {
     }
 }
 
-TEST_F(TokenCipherTest, BigRsaAsksForTheSize) {
+TEST_F(token_cipher_test, BigRsaAsksForTheSize) {
     writeKeys(ofBits(2048), "card");
     load();
     Op op(tokenSelection());
@@ -128,7 +128,7 @@ TEST_F(TokenCipherTest, BigRsaAsksForTheSize) {
     EXPECT_GT(fresh->RSABigEncrypt(publicCard, more, encrypted), 0);
 }
 
-TEST_F(TokenCipherTest, ATokenRecoversNoSignature) {
+TEST_F(token_cipher_test, ATokenRecoversNoSignature) {
     writeKeys(ofBits(1024), "card");
     load();
     Op op(tokenSelection());
@@ -145,7 +145,7 @@ TEST_F(TokenCipherTest, ATokenRecoversNoSignature) {
     EXPECT_EQ(bytesOf(back), Bytes{'x'});
 }
 
-TEST_F(TokenCipherTest, DamagedCiphertextIsTheModulesAnswer) {
+TEST_F(token_cipher_test, DamagedCiphertextIsTheModulesAnswer) {
     writeKeys(ofBits(1024), "card");
     load();
     Op op(tokenSelection());
@@ -162,7 +162,7 @@ TEST_F(TokenCipherTest, DamagedCiphertextIsTheModulesAnswer) {
     EXPECT_TRUE(out.Empty());
 }
 
-TEST_F(TokenCipherTest, DigestsAreTheSameAndMd2IsSoftwareAlone) {
+TEST_F(token_cipher_test, DigestsAreTheSameAndMd2IsSoftwareAlone) {
     load();
     Op onToken(tokenSelection());
     MiByte digest;
@@ -182,7 +182,7 @@ TEST_F(TokenCipherTest, DigestsAreTheSameAndMd2IsSoftwareAlone) {
     }
 }
 
-TEST_F(TokenCipherTest, RandomNumbersOfATokenDoNotRepeat) {
+TEST_F(token_cipher_test, RandomNumbersOfATokenDoNotRepeat) {
     load();
     Op op(tokenSelection());
     MiByte first;

@@ -7,9 +7,9 @@ namespace {
 using namespace interop;
 using rsakeys::ofBits;
 
-class TokenExamplesOnTokenTest : public SoftTokenTest {};
+class token_examples_on_token_test : public SoftTokenTest {};
 
-TEST_F(TokenExamplesOnTokenTest, OpensslVerifiesASignatureOfTheCard) {
+TEST_F(token_examples_on_token_test, OpensslVerifiesASignatureOfTheCard) {
     writeKeys(ofBits(2048), "card");
     MiByte signature;
     ASSERT_EQ(signOnCard(VT_SOFTHSM, kLabel, kPin, "card private", bytes("hello"), signature), 0);
@@ -23,7 +23,7 @@ TEST_F(TokenExamplesOnTokenTest, OpensslVerifiesASignatureOfTheCard) {
         0);
 }
 
-TEST_F(TokenExamplesOnTokenTest, FailuresHaveTheirCodes) {
+TEST_F(token_examples_on_token_test, FailuresHaveTheirCodes) {
     MiByte signature;
     EXPECT_EQ(signOnCard(VT_SOFTHSM, kLabel, "0000", "card private", bytes("hello"), signature), CKR_PIN_INCORRECT);
     EXPECT_EQ(signOnCard(VT_SOFTHSM, "Another", kPin, "card private", bytes("hello"), signature),
@@ -31,7 +31,7 @@ TEST_F(TokenExamplesOnTokenTest, FailuresHaveTheirCodes) {
     EXPECT_EQ(signOnCard(VT_SOFTHSM, kLabel, kPin, "no key", bytes("hello"), signature), crypto::kObjectNotFound);
 }
 
-TEST_F(TokenExamplesOnTokenTest, ALoadedKeyAndACipherWorkThere) {
+TEST_F(token_examples_on_token_test, ALoadedKeyAndACipherWorkThere) {
     load();
     const int code = withOperations(true, [](VT_P11_OP& op) {
         VT_P11_Key key;

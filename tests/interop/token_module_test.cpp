@@ -9,7 +9,7 @@ namespace {
 
 using namespace interop;
 
-class TokenModuleTest : public SoftTokenTest {
+class token_module_test : public SoftTokenTest {
   protected:
     static bool isOnToken(const char* knownLabel) {
         Op op(tokenSelection());
@@ -24,7 +24,7 @@ class TokenModuleTest : public SoftTokenTest {
     }
 };
 
-TEST_F(TokenModuleTest, LoadTakesTheTokenWhoseLabelBeginsSo) {
+TEST_F(token_module_test, LoadTakesTheTokenWhoseLabelBeginsSo) {
     for (const char* label :
          {"Signing card", "Signing", "S", "", "Signing card  ", static_cast<const char*>(nullptr)}) {
         EXPECT_EQ(TokenModuleLoad(VT_SOFTHSM, label, kPin), 0) << label;
@@ -32,7 +32,7 @@ TEST_F(TokenModuleTest, LoadTakesTheTokenWhoseLabelBeginsSo) {
     }
 }
 
-TEST_F(TokenModuleTest, LoadFindsNoOtherLabel) {
+TEST_F(token_module_test, LoadFindsNoOtherLabel) {
     for (const char* label : {"signing card", "igning card", "Signing card2", " Signing card",
                               "Signing card                     "})  // 33 characters, the field has 32
         EXPECT_EQ(TokenModuleLoad(VT_SOFTHSM, label, kPin), crypto::kNoMatchingToken) << label;
@@ -40,7 +40,7 @@ TEST_F(TokenModuleTest, LoadFindsNoOtherLabel) {
     EXPECT_TRUE(isInSoftware(op));
 }
 
-TEST_F(TokenModuleTest, WrongPinIsTheModulesAnswer) {
+TEST_F(token_module_test, WrongPinIsTheModulesAnswer) {
     EXPECT_EQ(TokenModuleLoad(VT_SOFTHSM, kLabel, "4321"), CKR_PIN_INCORRECT);
     EXPECT_EQ(TokenModuleLoad(VT_SOFTHSM, kLabel, ""), CKR_PIN_INCORRECT);
     EXPECT_EQ(TokenModuleLoad(VT_SOFTHSM, kLabel, nullptr), CKR_PIN_INCORRECT);
@@ -54,14 +54,14 @@ TEST_F(TokenModuleTest, WrongPinIsTheModulesAnswer) {
     EXPECT_FALSE(isInSoftware(op));
 }
 
-TEST_F(TokenModuleTest, FilesThatAreNoModule) {
+TEST_F(token_module_test, FilesThatAreNoModule) {
     EXPECT_EQ(TokenModuleLoad(file("nowhere.so").c_str(), kLabel, kPin), crypto::kModuleNotLoaded);
     EXPECT_EQ(TokenModuleLoad(file("text.so", "text").c_str(), kLabel, kPin), crypto::kModuleNotLoaded);
     EXPECT_EQ(TokenModuleLoad("libm.so.6", kLabel, kPin), crypto::kModuleNotInitialised);
     EXPECT_EQ(TokenModuleUnload(), 0) << "nothing is loaded";
 }
 
-TEST_F(TokenModuleTest, ModuleWithoutAToken) {
+TEST_F(token_module_test, ModuleWithoutAToken) {
     // Without drivers OpenSC sees no reader, whatever is plugged in.
     setenv("OPENSC_CONF",
            file("opensc.conf", "app default { enable_default_driver = false; reader_drivers = none; }").c_str(), 1);
@@ -69,7 +69,7 @@ TEST_F(TokenModuleTest, ModuleWithoutAToken) {
     unsetenv("OPENSC_CONF");
 }
 
-TEST_F(TokenModuleTest, NoModuleMeansSoftware) {
+TEST_F(token_module_test, NoModuleMeansSoftware) {
     EXPECT_EQ(TokenModuleLoad(nullptr, kLabel, kPin), 0);
     Op op(tokenSelection());
     EXPECT_TRUE(isInSoftware(op));
@@ -81,7 +81,7 @@ TEST_F(TokenModuleTest, NoModuleMeansSoftware) {
     EXPECT_FALSE(isInSoftware(onToken));
 }
 
-TEST_F(TokenModuleTest, BothTextsOfTheSelectionAreTheSwitch) {
+TEST_F(token_module_test, BothTextsOfTheSelectionAreTheSwitch) {
     load();
     for (const VT_P11_SELECTION& selection :
          {VT_P11_SELECTION{0, nullptr, 0, nullptr, 0}, VT_P11_SELECTION{0, "a", 1, nullptr, 1},
@@ -94,7 +94,7 @@ TEST_F(TokenModuleTest, BothTextsOfTheSelectionAreTheSwitch) {
     EXPECT_FALSE(isInSoftware(op)) << "what the texts say does not matter";
 }
 
-TEST_F(TokenModuleTest, SoftwareAgainAfterTheLastUnload) {
+TEST_F(token_module_test, SoftwareAgainAfterTheLastUnload) {
     load();
     ASSERT_EQ(TokenModuleUnload(), 0);
     Op op(tokenSelection());
@@ -103,14 +103,14 @@ TEST_F(TokenModuleTest, SoftwareAgainAfterTheLastUnload) {
     EXPECT_EQ(TokenModuleUnload(), 0);
 }
 
-TEST_F(TokenModuleTest, LoadedAgainAfterAnUnload) {
+TEST_F(token_module_test, LoadedAgainAfterAnUnload) {
     for (int i = 0; i < 3; ++i) {
         ASSERT_NO_FATAL_FAILURE(load());
         ASSERT_EQ(TokenModuleUnload(), 0) << i;
     }
 }
 
-TEST_F(TokenModuleTest, TheNewestOfTwoModulesIsCurrent) {
+TEST_F(token_module_test, TheNewestOfTwoModulesIsCurrent) {
     // A copy of the library has a state of its own, and reads another folder.
     const SoftTokens others({"Second card"});
     const std::string copy = others.home().file("copy.so");
@@ -127,7 +127,7 @@ TEST_F(TokenModuleTest, TheNewestOfTwoModulesIsCurrent) {
     EXPECT_FALSE(isOnToken("first key"));
 }
 
-TEST_F(TokenModuleTest, ChoosersStayWithTheirModule) {
+TEST_F(token_module_test, ChoosersStayWithTheirModule) {
     const SoftTokens others({"Second card"});
     const std::string copy = others.home().file("copy.so");
     std::filesystem::copy_file(VT_SOFTHSM, copy);
@@ -145,7 +145,7 @@ TEST_F(TokenModuleTest, ChoosersStayWithTheirModule) {
     EXPECT_TRUE(first->CheckLabelExistInToken(text("first key"), 9, 0));
 }
 
-TEST_F(TokenModuleTest, OneFileServesOneLoad) {
+TEST_F(token_module_test, OneFileServesOneLoad) {
     // A library has one state in a process: its second token, too, is finalised by the first unload.
     load();
     EXPECT_EQ(TokenModuleLoad(VT_SOFTHSM, kLabel, kPin), CKR_USER_ALREADY_LOGGED_IN);
@@ -166,7 +166,7 @@ TEST_F(TokenModuleTest, OneFileServesOneLoad) {
     EXPECT_EQ(TokenModuleUnload(), 0);
 }
 
-TEST_F(TokenModuleTest, SessionsRunOut) {
+TEST_F(token_module_test, SessionsRunOut) {
     setenv("VT_TEST_SESSIONS", "3", 1);
     load(VT_TOLERANT_MODULE);  // holds a session
     MiByte digest;
@@ -183,7 +183,7 @@ TEST_F(TokenModuleTest, SessionsRunOut) {
     EXPECT_EQ(again->Digest(algorithm(token::kSha1), bytes("abc"), digest), 0) << "choosers give theirs back";
 }
 
-TEST_F(TokenModuleTest, NoLimitMeansNoLimit) {
+TEST_F(token_module_test, NoLimitMeansNoLimit) {
     load();
     std::vector<std::unique_ptr<Op>> ops;
     MiByte digest;

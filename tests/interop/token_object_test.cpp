@@ -16,7 +16,7 @@ using testing::AnyOf;
 using testing::HasSubstr;
 using testing::Not;
 
-class TokenObjectTest : public SoftTokenTest {
+class token_object_test : public SoftTokenTest {
   protected:
     static bool exists(Op& op, const std::string& label) {
         return op->CheckLabelExistInToken(text(label.c_str()), static_cast<std::uint32_t>(label.size()), 0);
@@ -78,7 +78,7 @@ std::string modulusOf(const VT_P11_Key& key) {
     return digits;
 }
 
-TEST_F(TokenObjectTest, LabelsThatExist) {
+TEST_F(token_object_test, LabelsThatExist) {
     writeKeys(ofBits(1024), "card");
     write(makeCertificate(ofBits(1024)), "cert", "card certificate");
     load();
@@ -92,7 +92,7 @@ TEST_F(TokenObjectTest, LabelsThatExist) {
     EXPECT_FALSE(exists(software, "card public"));
 }
 
-TEST_F(TokenObjectTest, PublicKeysAreRead) {
+TEST_F(token_object_test, PublicKeysAreRead) {
     for (const int bits : {512, 1024, 2048, 4096})
         write(publicKeyDer(ofBits(bits)), "pubkey", std::to_string(bits));
     load();
@@ -112,7 +112,7 @@ TEST_F(TokenObjectTest, PublicKeysAreRead) {
     EXPECT_EQ(software->GetHardPubKey(bytes("1024"), key), crypto::kArgumentAbsent);
 }
 
-TEST_F(TokenObjectTest, KeyPairsAreCompared) {
+TEST_F(token_object_test, KeyPairsAreCompared) {
     writeKeys(ofBits(1024), "card");
     load();
     Op op(tokenSelection());
@@ -127,7 +127,7 @@ TEST_F(TokenObjectTest, KeyPairsAreCompared) {
     EXPECT_FALSE(isPairOf(op, otherExponent, "card public"));
 }
 
-TEST_F(TokenObjectTest, StrictTokenRefusesAGeneratedPair) {
+TEST_F(token_object_test, StrictTokenRefusesAGeneratedPair) {
     load();
     Op op(tokenSelection());
     VT_P11_Key publicHalf;
@@ -138,7 +138,7 @@ TEST_F(TokenObjectTest, StrictTokenRefusesAGeneratedPair) {
     EXPECT_THAT(objects(), Not(AnyOf(HasSubstr("Public Key Object"), HasSubstr("label:      p"))));
 }
 
-TEST_F(TokenObjectTest, TolerantTokenGeneratesAPair) {
+TEST_F(token_object_test, TolerantTokenGeneratesAPair) {
     load(VT_TOLERANT_MODULE);
     Op op(tokenSelection());
     for (const int bits : {512, 1024, 2048}) {
@@ -169,7 +169,7 @@ TEST_F(TokenObjectTest, TolerantTokenGeneratesAPair) {
     EXPECT_THAT(listed, HasSubstr("2048 public"));
 }
 
-TEST_F(TokenObjectTest, TolerantTokenCountsOtherSizesAs1024) {
+TEST_F(token_object_test, TolerantTokenCountsOtherSizesAs1024) {
     load(VT_TOLERANT_MODULE);
     Op op(tokenSelection());
     VT_P11_Key publicHalf;
@@ -178,7 +178,7 @@ TEST_F(TokenObjectTest, TolerantTokenCountsOtherSizesAs1024) {
     EXPECT_THAT(objects(), HasSubstr("RSA 1024 bits"));
 }
 
-TEST_F(TokenObjectTest, TakenLabelsAreRefused) {
+TEST_F(token_object_test, TakenLabelsAreRefused) {
     writeKeys(ofBits(1024), "card");
     load(VT_TOLERANT_MODULE);
     Op op(tokenSelection());
@@ -194,7 +194,7 @@ TEST_F(TokenObjectTest, TakenLabelsAreRefused) {
     EXPECT_FALSE(exists(op, "new"));
 }
 
-TEST_F(TokenObjectTest, StrictTokenRefusesACertificate) {
+TEST_F(token_object_test, StrictTokenRefusesACertificate) {
     const Bytes der = makeCertificate(ofBits(1024));
     load();
     Op op(tokenSelection());
@@ -205,7 +205,7 @@ TEST_F(TokenObjectTest, StrictTokenRefusesACertificate) {
     EXPECT_EQ(storeCertificate(software, "cert", der), crypto::kArgumentAbsent);
 }
 
-TEST_F(TokenObjectTest, CertificateOfPkcs11ToolIsRead) {
+TEST_F(token_object_test, CertificateOfPkcs11ToolIsRead) {
     const Bytes der = makeCertificate(ofBits(1024));
     write(der, "cert", "cert");
     writeKeys(ofBits(1024), "card");
@@ -219,7 +219,7 @@ TEST_F(TokenObjectTest, CertificateOfPkcs11ToolIsRead) {
     EXPECT_EQ(op->GetCertFromToken(text("cert"), 4, nullptr, nullptr), token::kNullArgument);
 }
 
-TEST_F(TokenObjectTest, CertificateIsReadByPkcs11Tool) {
+TEST_F(token_object_test, CertificateIsReadByPkcs11Tool) {
     const Bytes der = makeCertificate(ofBits(2048));
     load(VT_TOLERANT_MODULE);
     Op op(tokenSelection());
@@ -230,7 +230,7 @@ TEST_F(TokenObjectTest, CertificateIsReadByPkcs11Tool) {
     EXPECT_EQ(readFile("read.der"), der);
 }
 
-TEST_F(TokenObjectTest, SessionKeysDoNotStay) {
+TEST_F(token_object_test, SessionKeysDoNotStay) {
     load();
     {
         Op op(tokenSelection());

@@ -23,7 +23,7 @@ constexpr Scheme kSchemes[] = {
 
 const std::string kText = "The quick brown fox";
 
-class TokenSignatureTest : public SoftTokenTest {
+class token_signature_test : public SoftTokenTest {
   protected:
     // The key lies in the token and beside openssl.
     void SetUp() override {
@@ -49,7 +49,7 @@ class TokenSignatureTest : public SoftTokenTest {
     const VT_P11_Key publicCard_ = labelled(token::kRsaPublicKey, "card public");
 };
 
-TEST_F(TokenSignatureTest, DigestInfoSignedByAllThreeIsTheSame) {
+TEST_F(token_signature_test, DigestInfoSignedByAllThreeIsTheSame) {
     Op onToken(tokenSelection());
     Op software(softwareSelection());
     for (const Scheme& scheme : kSchemes) {
@@ -66,7 +66,7 @@ TEST_F(TokenSignatureTest, DigestInfoSignedByAllThreeIsTheSame) {
     }
 }
 
-TEST_F(TokenSignatureTest, OthersVerifyWhatTheTokenSigns) {
+TEST_F(token_signature_test, OthersVerifyWhatTheTokenSigns) {
     Op onToken(tokenSelection());
     Op software(softwareSelection());
     for (const Scheme& scheme : kSchemes) {
@@ -78,7 +78,7 @@ TEST_F(TokenSignatureTest, OthersVerifyWhatTheTokenSigns) {
     }
 }
 
-TEST_F(TokenSignatureTest, TokenVerifiesWhatOthersSign) {
+TEST_F(token_signature_test, TokenVerifiesWhatOthersSign) {
     Op onToken(tokenSelection());
     Op software(softwareSelection());
     for (const Scheme& scheme : kSchemes) {
@@ -90,7 +90,7 @@ TEST_F(TokenSignatureTest, TokenVerifiesWhatOthersSign) {
     }
 }
 
-TEST_F(TokenSignatureTest, WrongSignaturesAreTheModulesAnswer) {
+TEST_F(token_signature_test, WrongSignaturesAreTheModulesAnswer) {
     Op onToken(tokenSelection());
     const MiByte right = bytes(signatureOfOpenssl(kSchemes[0]));
     MiByte wrong = right;
@@ -105,7 +105,7 @@ TEST_F(TokenSignatureTest, WrongSignaturesAreTheModulesAnswer) {
         << "the session goes on";
 }
 
-TEST_F(TokenSignatureTest, DigestIsWrappedByATokenAndBareInSoftware) {
+TEST_F(token_signature_test, DigestIsWrappedByATokenAndBareInSoftware) {
     Op onToken(tokenSelection());
     Op software(softwareSelection());
     for (const Scheme& scheme : kSchemes) {
@@ -126,7 +126,7 @@ TEST_F(TokenSignatureTest, DigestIsWrappedByATokenAndBareInSoftware) {
     }
 }
 
-TEST_F(TokenSignatureTest, KeysOfEachSize) {
+TEST_F(token_signature_test, KeysOfEachSize) {
     Op onToken(tokenSelection());
     Op software(softwareSelection());
     for (const int bits : {512, 2048}) {
@@ -150,7 +150,7 @@ TEST_F(TokenSignatureTest, KeysOfEachSize) {
     EXPECT_TRUE(signature.Empty());
 }
 
-TEST_F(TokenSignatureTest, ASignatureWithoutRoomLeavesTheSessionFree) {
+TEST_F(token_signature_test, ASignatureWithoutRoomLeavesTheSessionFree) {
     // PKCS#11 keeps the operation open for a caller with more room, and SoftHSM then lets the session do nothing else.
     Op op(tokenSelection());
     MiByte signature;
@@ -159,7 +159,7 @@ TEST_F(TokenSignatureTest, ASignatureWithoutRoomLeavesTheSessionFree) {
     EXPECT_EQ(op->Sign(algorithm(token::kRsa), privateCard_, bytes("x"), signature), 0);
 }
 
-TEST_F(TokenSignatureTest, WhatTheTokenDoesNotTake) {
+TEST_F(token_signature_test, WhatTheTokenDoesNotTake) {
     Op op(tokenSelection());
     MiByte out;
     EXPECT_EQ(op->Sign(algorithm(token::kMd2Rsa), privateCard_, bytes(kText), out), CKR_MECHANISM_INVALID);
@@ -171,7 +171,7 @@ TEST_F(TokenSignatureTest, WhatTheTokenDoesNotTake) {
         << "a created public key that tells its modulus bits";
 }
 
-TEST_F(TokenSignatureTest, TolerantTokenTakesALoadedPublicKey) {
+TEST_F(token_signature_test, TolerantTokenTakesALoadedPublicKey) {
     ASSERT_EQ(TokenModuleUnload(), 0);
     ASSERT_NO_FATAL_FAILURE(load(VT_TOLERANT_MODULE));
     Op op(tokenSelection());

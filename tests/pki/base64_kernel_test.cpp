@@ -49,7 +49,7 @@ Decoded decoded(const Base64Kernel& kernel, const std::string& text) {
 }
 
 // The parameter is whether the vector form is meant, which not every processor has.
-class Base64KernelTest : public testing::TestWithParam<bool> {
+class base64_kernel_test : public testing::TestWithParam<bool> {
   protected:
     void SetUp() override {
         if (GetParam() && pki::avx2Base64() == nullptr)
@@ -58,7 +58,7 @@ class Base64KernelTest : public testing::TestWithParam<bool> {
     static const Base64Kernel& kernel() { return GetParam() ? *pki::avx2Base64() : pki::plainBase64(); }
 };
 
-TEST_P(Base64KernelTest, EncodesEveryLengthAtEveryAlignment) {
+TEST_P(base64_kernel_test, EncodesEveryLengthAtEveryAlignment) {
     for (std::size_t length = 0; length <= 240; length += 3) {
         for (std::size_t offset = 0; offset < 4; ++offset) {
             const Bytes padded = noiseBytes(offset + length, static_cast<std::uint32_t>(length + 1));
@@ -71,7 +71,7 @@ TEST_P(Base64KernelTest, EncodesEveryLengthAtEveryAlignment) {
     }
 }
 
-TEST_P(Base64KernelTest, EncodesEveryPairOfCharacters) {
+TEST_P(base64_kernel_test, EncodesEveryPairOfCharacters) {
     Bytes data;
     for (unsigned twelve = 0; twelve < 4096; ++twelve) {
         const unsigned bits = twelve << 12 | (4095 - twelve);
@@ -84,7 +84,7 @@ TEST_P(Base64KernelTest, EncodesEveryPairOfCharacters) {
     EXPECT_EQ(decoded(kernel(), text).bytes, data);
 }
 
-TEST_P(Base64KernelTest, DecodesEveryLength) {
+TEST_P(base64_kernel_test, DecodesEveryLength) {
     for (std::size_t length = 0; length <= 400; length += 3) {
         const Bytes data = noiseBytes(length, static_cast<std::uint32_t>(length + 7));
         const std::string text = support::plainBase64(data);
@@ -97,7 +97,7 @@ TEST_P(Base64KernelTest, DecodesEveryLength) {
 }
 
 // Whatever stands anywhere: what was read is whole groups and line breaks, and the bytes are theirs.
-TEST_P(Base64KernelTest, StopsAtEveryForeignCharacterAtEveryPlace) {
+TEST_P(base64_kernel_test, StopsAtEveryForeignCharacterAtEveryPlace) {
     const Bytes data = noiseBytes(150, 5);
     const std::string good = support::plainBase64(data);
     for (int c = 0; c < 256; ++c) {
@@ -117,15 +117,15 @@ TEST_P(Base64KernelTest, StopsAtEveryForeignCharacterAtEveryPlace) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(forms, Base64KernelTest, testing::Bool(),
+INSTANTIATE_TEST_SUITE_P(forms, base64_kernel_test, testing::Bool(),
                          [](const testing::TestParamInfo<bool>& form) { return form.param ? "avx2" : "plain"; });
 
-TEST(Base64KernelChoiceTest, TheVectorFormIsTakenWhereTheProcessorHasIt) {
+TEST(base64_kernel_test_choice, TheVectorFormIsTakenWhereTheProcessorHasIt) {
     const Base64Kernel* vector = pki::avx2Base64();
     EXPECT_EQ(&pki::base64Kernel(), vector != nullptr ? vector : &pki::plainBase64());
 }
 
-TEST(Base64KernelVectorTest, TheVectorFormReadsLinesOf64CharactersWhole) {
+TEST(base64_kernel_test_vector, TheVectorFormReadsLinesOf64CharactersWhole) {
     if (pki::avx2Base64() == nullptr)
         GTEST_SKIP() << "this processor has no AVX2";
     const Bytes data = noiseBytes(240, 9);

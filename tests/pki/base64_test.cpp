@@ -168,7 +168,7 @@ struct DecoderSteps {
 };
 template struct DecoderSteps<&VT_Base64::decodeini, &VT_Base64::decodeupdate, &VT_Base64::decodefinish>;
 
-TEST(Base64Test, EncodesTheVectorsOfRfc4648) {
+TEST(base64_test, EncodesTheVectorsOfRfc4648) {
     const std::pair<const char*, const char*> vectors[] = {{"", ""},
                                                            {"f", "Zg=="},
                                                            {"fo", "Zm8="},
@@ -184,7 +184,7 @@ TEST(Base64Test, EncodesTheVectorsOfRfc4648) {
 }
 
 // From python3: base64.b64encode(bytes(range(256))).
-TEST(Base64Test, HasTheStandardAlphabet) {
+TEST(base64_test, HasTheStandardAlphabet) {
     std::string bytes;
     for (int i = 0; i < 256; ++i)
         bytes += static_cast<char>(i);
@@ -200,7 +200,7 @@ TEST(Base64Test, HasTheStandardAlphabet) {
     EXPECT_EQ(decoded(text), bytes);
 }
 
-TEST(Base64Test, AnEmptyInputIsASingleLineFeedWithWrapAndNothingWithout) {
+TEST(base64_test, AnEmptyInputIsASingleLineFeedWithWrapAndNothingWithout) {
     EXPECT_EQ(encoded("", true), "\n");
     EXPECT_EQ(encoded("", false), "");
     int size = -1;
@@ -215,7 +215,7 @@ TEST(Base64Test, AnEmptyInputIsASingleLineFeedWithWrapAndNothingWithout) {
     EXPECT_EQ(std::string(out, 2), "\n#");
 }
 
-TEST(Base64Test, BreaksTheLineAfterEach64thCharacterAndAtTheVeryEnd) {
+TEST(base64_test, BreaksTheLineAfterEach64thCharacterAndAtTheVeryEnd) {
     const std::string line(64, 'A');
     const auto zeros = [](std::size_t n) { return std::string(n, '\0'); };
     EXPECT_EQ(written(zeros(45), true), line.substr(4) + "\n");
@@ -228,7 +228,7 @@ TEST(Base64Test, BreaksTheLineAfterEach64thCharacterAndAtTheVeryEnd) {
 }
 
 // n + (n - 1) / 64 + 1, which is one less than what is written when the last line is full.
-TEST(Base64Test, TheToldLengthLeavesOutTheSecondLineFeedAfterAFullLine) {
+TEST(base64_test, TheToldLengthLeavesOutTheSecondLineFeedAfterAFullLine) {
     const std::string line(64, 'A');
     for (const std::size_t lines : {1U, 2U, 3U, 40U}) {
         const std::string zeros(lines * 48, '\0');
@@ -246,7 +246,7 @@ TEST(Base64Test, TheToldLengthLeavesOutTheSecondLineFeedAfterAFullLine) {
     }
 }
 
-TEST(Base64Test, EncodesAndDecodesEveryLength) {
+TEST(base64_test, EncodesAndDecodesEveryLength) {
     for (std::size_t length = 0; length <= 700; ++length) {
         const std::string data = noise(length, 20141021);
         for (const bool wrap : {false, true}) {
@@ -258,7 +258,7 @@ TEST(Base64Test, EncodesAndDecodesEveryLength) {
     }
 }
 
-TEST(Base64Test, PiecesOfAnySizeGiveTheSame) {
+TEST(base64_test, PiecesOfAnySizeGiveTheSame) {
     for (const std::size_t length : {0U, 1U, 2U, 3U, 56U, 57U, 58U, 114U, 200U}) {
         const std::string data = noise(length, 13);
         const std::string text = plainlyEncoded(data, false);
@@ -276,7 +276,7 @@ TEST(Base64Test, PiecesOfAnySizeGiveTheSame) {
     EXPECT_EQ(told, 0);
 }
 
-TEST(Base64Test, TextAndDataMayShareABuffer) {
+TEST(base64_test, TextAndDataMayShareABuffer) {
     for (const std::size_t length : {0U, 1U, 3U, 47U, 48U, 49U, 200U, 1000U}) {
         const std::string data = noise(length, 3);
         for (const bool wrap : {false, true}) {
@@ -298,7 +298,7 @@ TEST(Base64Test, TextAndDataMayShareABuffer) {
     EXPECT_EQ(toText(value), "foobar");
 }
 
-TEST(Base64Test, WithoutABufferDecodingTellsTheLengthOfTheText) {
+TEST(base64_test, WithoutABufferDecodingTellsTheLengthOfTheText) {
     int size = -1;
     EXPECT_EQ(VT_Base64::Decode("Zm9v\n", 5, nullptr, &size), 0);
     EXPECT_EQ(size, 5);
@@ -306,7 +306,7 @@ TEST(Base64Test, WithoutABufferDecodingTellsTheLengthOfTheText) {
     EXPECT_EQ(size, 0);
 }
 
-TEST(Base64Test, SkipsLineFeedsAndEveryForeignByte) {
+TEST(base64_test, SkipsLineFeedsAndEveryForeignByte) {
     EXPECT_EQ(decoded("Zm9v\n"), "foo");
     EXPECT_EQ(decoded("  Z m\t9\nv-_*YmF\x80y\xFF \r\n"), "foobar");
     EXPECT_EQ(decoded("\r\n \t*"), "");
@@ -324,13 +324,13 @@ TEST(Base64Test, SkipsLineFeedsAndEveryForeignByte) {
     }
 }
 
-TEST(Base64Test, TextsThatFollowEachOtherDecodeToTheirDataInTurn) {
+TEST(base64_test, TextsThatFollowEachOtherDecodeToTheirDataInTurn) {
     EXPECT_EQ(decoded("Zg==Zm8=Zm9v"), "ffofoo");
     EXPECT_EQ(decoded("Zg==\nZm9v\n"), "ffoo");
     EXPECT_EQ(decoded("Zg=\r\n=Zg=="), "ff");
 }
 
-TEST(Base64Test, AGroupWithPadAtAWrongPlaceGivesNothingAndReadingGoesOn) {
+TEST(base64_test, AGroupWithPadAtAWrongPlaceGivesNothingAndReadingGoesOn) {
     for (const char* group :
          {"=AAA", "A=AA", "==AA", "=A=A", "A==A", "=AA=", "A=A=", "===A", "A===", "==A=", "=A==", "====", "AA=A"}) {
         EXPECT_EQ(decoded(group), "") << group;
@@ -338,7 +338,7 @@ TEST(Base64Test, AGroupWithPadAtAWrongPlaceGivesNothingAndReadingGoesOn) {
     }
 }
 
-TEST(Base64Test, ATruncatedTextReadsAsEmpty) {
+TEST(base64_test, ATruncatedTextReadsAsEmpty) {
     for (const char* end : {"Z", "Zm", "Zm9", "Zg=", "Z=", "=", "==", "==="}) {
         EXPECT_EQ(decoded(end), "") << end;
         EXPECT_EQ(decoded(std::string("Zm9vYmFy") + end), "") << end;
@@ -351,12 +351,12 @@ TEST(Base64Test, ATruncatedTextReadsAsEmpty) {
     EXPECT_STREQ(out, "foo####") << "what was decoded stays in the buffer";
 }
 
-TEST(Base64Test, BitsBehindTheLastByteDoNotCount) {
+TEST(base64_test, BitsBehindTheLastByteDoNotCount) {
     EXPECT_EQ(decoded("Zh=="), "f");
     EXPECT_EQ(decoded("Zm9="), "fo");
 }
 
-TEST(Base64Test, HostileTextsGiveWhatTheRulesSay) {
+TEST(base64_test, HostileTextsGiveWhatTheRulesSay) {
     support::Noise source(7);
     for (int round = 0; round < 20000; ++round) {
         std::string text = plainlyEncoded(noise(source.below(160), source.next() | 1U), source.below(2) == 0);
@@ -378,7 +378,7 @@ TEST(Base64Test, HostileTextsGiveWhatTheRulesSay) {
     }
 }
 
-TEST(Base64Test, AMegabyteInLinesOfAnyLength) {
+TEST(base64_test, AMegabyteInLinesOfAnyLength) {
     const std::string data = noise(1 << 20, 11);
     const std::string oneLine = plainlyEncoded(data, false);
     EXPECT_TRUE(written(data, false) == oneLine);
@@ -391,7 +391,7 @@ TEST(Base64Test, AMegabyteInLinesOfAnyLength) {
     }
 }
 
-TEST(Base64Test, NullArgumentsAndNegativeLengthsAreRefused) {
+TEST(base64_test, NullArgumentsAndNegativeLengthsAreRefused) {
     char out[8] = {};
     int size = 0;
     EXPECT_EQ(VT_Base64::Encode("a", 1, out, nullptr, false), kNullArgument);
@@ -403,7 +403,7 @@ TEST(Base64Test, NullArgumentsAndNegativeLengthsAreRefused) {
 }
 
 // Twice the input and 5 must be an int.
-TEST(Base64Test, AnInputTooLongForItsTextIsExhaustedMemory) {
+TEST(base64_test, AnInputTooLongForItsTextIsExhaustedMemory) {
     int size = 0;
     EXPECT_EQ(VT_Base64::Encode("", (INT_MAX - 5) / 2 + 1, nullptr, &size, true), kOutOfMemory);
     EXPECT_EQ(VT_Base64::Encode("", INT_MAX, nullptr, &size, false), kOutOfMemory);
@@ -411,7 +411,7 @@ TEST(Base64Test, AnInputTooLongForItsTextIsExhaustedMemory) {
     EXPECT_EQ(size, told(1431655764, true));
 }
 
-TEST(Base64Test, ExhaustedMemoryIsACode) {
+TEST(base64_test, ExhaustedMemoryIsACode) {
     char out[64] = {};
     int size = 0;
     const auto expectCode = [](int result) {

@@ -91,14 +91,14 @@ void needs(std::initializer_list<Path> paths, int code, const Operation& operati
     }
 }
 
-TEST(CertificateTest, TheDerOfCertificatesGoesThroughUnchanged) {
+TEST(certificate_test, TheDerOfCertificatesGoesThroughUnchanged) {
     for (const char* certificate : {vectors::kRootSha1, vectors::kRootMd5, vectors::kLeafSha256, vectors::kLeafOfCurve,
                                     vectors::kEveryAttribute, vectors::kTwoInOne, vectors::kRootMd2}) {
         EXPECT_EQ(toHex(written(read(hex(certificate)))), toHex(hex(certificate)));
     }
 }
 
-TEST(CertificateTest, ValuesAreCopiedInAndOut) {
+TEST(certificate_test, ValuesAreCopiedInAndOut) {
     const Bytes der = hex(vectors::kLeafSha1);
     auto value = decoded<Certificate>(der);
     const VT_Certificate certificate = holding(value);
@@ -112,19 +112,19 @@ TEST(CertificateTest, ValuesAreCopiedInAndOut) {
     EXPECT_EQ(toHex(written(certificate)), toHex(der));
 }
 
-TEST(CertificateTest, WhatFollowsTheCertificateDoesNotCount) {
+TEST(certificate_test, WhatFollowsTheCertificateDoesNotCount) {
     Bytes der = hex(vectors::kLeafSha1);
     der.insert(der.end(), {0xFF, 0x00, 0xFF});
     EXPECT_EQ(toHex(written(read(der))), toHex(hex(vectors::kLeafSha1)));
 }
 
-TEST(CertificateTest, DecodingReplacesWhatWasHeld) {
+TEST(certificate_test, DecodingReplacesWhatWasHeld) {
     VT_Certificate certificate = read(hex(vectors::kLeafSha1));
     EXPECT_EQ(certificate.setCertificate(toMiByte(good())), 0);
     EXPECT_EQ(toHex(written(certificate)), toHex(good()));
 }
 
-TEST(CertificateTest, ExceptionsOfTheRuntimePass) {
+TEST(certificate_test, ExceptionsOfTheRuntimePass) {
     VT_Certificate certificate;
     EXPECT_THROW(certificate.setCertificate(MiByte()), MiInvalidArgumentExp);
     EXPECT_THROW(certificate.setCertificate(toMiByte(hex("30 05"))), MiOutOfRangeExp);
@@ -132,13 +132,13 @@ TEST(CertificateTest, ExceptionsOfTheRuntimePass) {
     EXPECT_THROW(VT_Certificate().getCertificate(der), AsnEncodeExp);
 }
 
-TEST(CertificateTest, ResetLeavesTheCertificateAsItWas) {
+TEST(certificate_test, ResetLeavesTheCertificateAsItWas) {
     VT_Certificate certificate = read(hex(vectors::kLeafSha1));
     certificate.Reset();
     EXPECT_EQ(toHex(written(certificate)), toHex(hex(vectors::kLeafSha1)));
 }
 
-TEST(CertificateTest, CopiesAreDeep) {
+TEST(certificate_test, CopiesAreDeep) {
     VT_Certificate first = read(hex(vectors::kLeafSha1));
     const VT_Certificate copy(first);
     VT_Certificate assigned = read(hex(vectors::kRootSha1));
@@ -148,7 +148,7 @@ TEST(CertificateTest, CopiesAreDeep) {
     EXPECT_EQ(toHex(written(assigned)), toHex(hex(vectors::kLeafSha1)));
 }
 
-TEST(CertificateTest, AnExtendedCertificateIsItsAlternativeCertificate) {
+TEST(certificate_test, AnExtendedCertificateIsItsAlternativeCertificate) {
     const auto value = decoded<Certificate>(hex(vectors::kLeafSha1));
     ExtendedCertificateOrCertificate choice;
     VT_Certificate certificate = read(good());
@@ -167,7 +167,7 @@ TEST(CertificateTest, AnExtendedCertificateIsItsAlternativeCertificate) {
     EXPECT_EQ(toHex(encode(out)), toHex(hex(vectors::kLeafSha1)));
 }
 
-TEST(CertificateTest, IssuerAndSerialNumberAreThoseOfTheCertificate) {
+TEST(certificate_test, IssuerAndSerialNumberAreThoseOfTheCertificate) {
     auto target = decoded<IssuerAndSerialNumber>(der::sequence({der::name(3, 0x13, "old"), der::integer(1)}));
     EXPECT_EQ(read(good()).getIssuerAndSerialNumber(target), 0);
     EXPECT_EQ(toHex(encode(target)), toHex(der::sequence({der::name(3, 0x13, "Authority"), der::integer(7)})));
@@ -179,7 +179,7 @@ TEST(CertificateTest, IssuerAndSerialNumberAreThoseOfTheCertificate) {
     EXPECT_EQ(toHex(encode(target)), "30 0D 30 00 02 09 00 F0 E0 D0 C0 B0 A0 90 80");
 }
 
-TEST(CertificateTest, IssuerAndSerialNumberMustBeThere) {
+TEST(certificate_test, IssuerAndSerialNumberMustBeThere) {
     needs({{"tBSCertificate"}, {"tBSCertificate", "issuer"}, {"tBSCertificate", "serialNumber"}}, kElementAbsent,
           [](const VT_Certificate& certificate) {
               const Bytes old = der::sequence({der::name(3, 0x13, "old"), der::integer(1)});
@@ -190,13 +190,13 @@ TEST(CertificateTest, IssuerAndSerialNumberMustBeThere) {
           });
 }
 
-TEST(CertificateTest, TheKeyIsTheOneThatOpensslReads) {
+TEST(certificate_test, TheKeyIsTheOneThatOpensslReads) {
     auto key = decoded<RSAPublicKey>(kKey);
     EXPECT_EQ(read(hex(vectors::kRootSha1)).getRSAPublicKey(key), 0);
     EXPECT_EQ(toHex(encode(key)), toHex(hex(vectors::kRootKey)));
 }
 
-TEST(CertificateTest, AnotherAlgorithmThanRsaEncryptionIsRefused) {
+TEST(certificate_test, AnotherAlgorithmThanRsaEncryptionIsRefused) {
     RSAPublicKey key;
     EXPECT_EQ(read(hex(vectors::kLeafOfCurve)).getRSAPublicKey(key), kUnsupported);
     for (const Bytes& algorithm :
@@ -208,7 +208,7 @@ TEST(CertificateTest, AnotherAlgorithmThanRsaEncryptionIsRefused) {
     }
 }
 
-TEST(CertificateTest, ParametersOfTheKeyDoNotCount) {
+TEST(certificate_test, ParametersOfTheKeyDoNotCount) {
     for (const Bytes& parameters : {Bytes(), hex("05 00"), hex("04 02 AB CD"), hex("30 00")}) {
         Parts parts;
         parts.keyAlgorithm = der::sequence({kRsaEncryption, parameters});
@@ -218,7 +218,7 @@ TEST(CertificateTest, ParametersOfTheKeyDoNotCount) {
     }
 }
 
-TEST(CertificateTest, TheKeyMustBeThere) {
+TEST(certificate_test, TheKeyMustBeThere) {
     needs({{"tBSCertificate"},
            {"tBSCertificate", "subjectPublicKeyInfo"},
            {"tBSCertificate", "subjectPublicKeyInfo", "algorithm"},
@@ -231,7 +231,7 @@ TEST(CertificateTest, TheKeyMustBeThere) {
 }
 
 // The bits are taken as whole bytes, the padding too.
-TEST(CertificateTest, AKeyOfOddBitsIsReadToItsLastByte) {
+TEST(certificate_test, AKeyOfOddBitsIsReadToItsLastByte) {
     Parts parts;
     RSAPublicKey key;
     parts.key = der::bitString(1, kKey);
@@ -242,7 +242,7 @@ TEST(CertificateTest, AKeyOfOddBitsIsReadToItsLastByte) {
     EXPECT_EQ(toHex(encode(key)), toHex(kKey));
 }
 
-TEST(CertificateTest, AMalformedKeyThrows) {
+TEST(certificate_test, AMalformedKeyThrows) {
     for (const Bytes& bits : {Bytes(), hex("30"), hex("30 05 02 01 03"), hex("30 03 02 01 03"), hex("30 02 02 05")}) {
         Parts parts;
         parts.key = der::bitString(0, bits);
@@ -266,7 +266,7 @@ std::vector<std::string> subjects(const VT_Certificate& certificate) {
     return nodes;
 }
 
-TEST(CertificateTest, TheSubjectIsReadAsNameNodes) {
+TEST(certificate_test, TheSubjectIsReadAsNameNodes) {
     const std::vector<std::string> every = {
         " CN =Alice", " SN =Adams", "  C =DE", "  L =Bonn", "  S =NRW", "  O =Example", " OU =B\xC3\xBCro",
         "  T =Dr",    "  N =Al",    "  G =A",  "  I =AA",   " GQ =II",  " DQ =q",       "  E =a@example.test",
@@ -277,13 +277,13 @@ TEST(CertificateTest, TheSubjectIsReadAsNameNodes) {
     EXPECT_EQ(subjects(read(hex(vectors::kEmptySubject))), std::vector<std::string>());
 }
 
-TEST(CertificateTest, ASubjectOfTwoAttributesInOneShowsTheFirst) {
+TEST(certificate_test, ASubjectOfTwoAttributesInOneShowsTheFirst) {
     // DER sorts a SET OF by the encodings: that of OU is the longer one, and CN = 2.5.4.3 is below OU = 2.5.4.11.
     EXPECT_EQ(subjects(read(hex(vectors::kTwoInOne))), (std::vector<std::string>{"  C =DE", " CN =Alice"}));
 }
 
 // Each node takes the same time: with a copy of the name for each, this would take minutes.
-TEST(CertificateTest, AHugeSubjectIsReadNodeByNode) {
+TEST(certificate_test, AHugeSubjectIsReadNodeByNode) {
     const Bytes one =
         der::set({der::sequence({der::oid({2, 5, 4, 11}), der::text(0x13, "a name too long for a small text")})});
     Parts parts;
@@ -292,7 +292,7 @@ TEST(CertificateTest, AHugeSubjectIsReadNodeByNode) {
     EXPECT_EQ(nodes, std::vector<std::string>(20000, " OU =a name too long for a small text"));
 }
 
-TEST(CertificateTest, TheSubjectMustBeThere) {
+TEST(certificate_test, TheSubjectMustBeThere) {
     const auto total = [](const VT_Certificate& certificate) {
         int count = -1;
         return certificate.getSubjectsTotal(count);
@@ -356,7 +356,7 @@ int verify(int from, int to, Form fromForm, Form toForm) {
     }
 }
 
-TEST(CertificateTest, BothEndsOfTheValidityCountAsInside) {
+TEST(certificate_test, BothEndsOfTheValidityCountAsInside) {
     constexpr int kYear = 365 * 24 * 3600;
     for (const Form from : {Form::utc, Form::generalized}) {
         for (const Form to : {Form::utc, Form::generalized}) {
@@ -372,7 +372,7 @@ TEST(CertificateTest, BothEndsOfTheValidityCountAsInside) {
     }
 }
 
-TEST(CertificateTest, TheValidityOfDecodedCertificatesIsTheirOwn) {
+TEST(certificate_test, TheValidityOfDecodedCertificatesIsTheirOwn) {
     EXPECT_EQ(read(hex(vectors::kRootMd2)).VerifyValidityPeriod(), 0);
     EXPECT_EQ(read(good()).VerifyValidityPeriod(), 0);
     Parts past;
@@ -383,7 +383,7 @@ TEST(CertificateTest, TheValidityOfDecodedCertificatesIsTheirOwn) {
     EXPECT_EQ(read(derOf(future)).VerifyValidityPeriod(), kOutsideValidity);
 }
 
-TEST(CertificateTest, ValidityAndItsBoundsMustBeThere) {
+TEST(certificate_test, ValidityAndItsBoundsMustBeThere) {
     const auto verify = [](const VT_Certificate& certificate) { return certificate.VerifyValidityPeriod(); };
     needs({{"tBSCertificate"}}, kMaterialMissing, verify);
     needs({{"tBSCertificate", "validity"},
@@ -393,7 +393,7 @@ TEST(CertificateTest, ValidityAndItsBoundsMustBeThere) {
     EXPECT_EQ(VT_Certificate().VerifyValidityPeriod(), kMaterialMissing);
 }
 
-TEST(CertificateTest, ABoundWithoutATimeIsACode) {
+TEST(certificate_test, ABoundWithoutATimeIsACode) {
     const X509Time good = bound(MiTime(), Form::utc);
     EXPECT_EQ(validFor(X509Time(), good).VerifyValidityPeriod(), kNoTime);
     EXPECT_EQ(validFor(good, X509Time()).VerifyValidityPeriod(), kNoTime);

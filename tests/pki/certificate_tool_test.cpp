@@ -34,7 +34,7 @@ constexpr int kEmptyInteger = -1015;
 constexpr int kIssuersDiffer = -1023;
 
 // A chooser in software for the life of the test.
-class CertificateToolTest : public testing::Test {
+class certificate_tool_test : public testing::Test {
   protected:
     void SetUp() override {
         VT_P11_SELECTION selection{};
@@ -121,7 +121,7 @@ void setKey(Certificate& certificate, const Bytes& der) {
     inside(certificate, {"tBSCertificate", "subjectPublicKeyInfo"}).Set("subjectPublicKey", &bits);
 }
 
-TEST_F(CertificateToolTest, SelfSignedCertificatesPassInEitherRole) {
+TEST_F(certificate_tool_test, SelfSignedCertificatesPassInEitherRole) {
     EXPECT_EQ(verifySelf(vectors::kRootSha1), 0);
     EXPECT_EQ(verifySelf(vectors::kRootMd5), 0);
     EXPECT_EQ(verifySelf(vectors::kRootMd2), 0);
@@ -130,7 +130,7 @@ TEST_F(CertificateToolTest, SelfSignedCertificatesPassInEitherRole) {
     EXPECT_EQ(verify(vectors::kRootSha1, vectors::kRootSha1), 0);
 }
 
-TEST_F(CertificateToolTest, LeavesPassAgainstTheRootThatIssuedThem) {
+TEST_F(certificate_tool_test, LeavesPassAgainstTheRootThatIssuedThem) {
     EXPECT_EQ(verify(vectors::kRootSha1, vectors::kLeafSha1), 0);
     EXPECT_EQ(verify(vectors::kRootSha1, vectors::kLeafMd5), 0);
     EXPECT_EQ(verify(vectors::kRootSha1, vectors::kIntermediate), 0);
@@ -138,17 +138,17 @@ TEST_F(CertificateToolTest, LeavesPassAgainstTheRootThatIssuedThem) {
     EXPECT_EQ(verify(vectors::kRootSha256, vectors::kLeafSha1), 0) << "nor does the signature of the root";
 }
 
-TEST_F(CertificateToolTest, NewerDigestsAreRefused) {
+TEST_F(certificate_tool_test, NewerDigestsAreRefused) {
     EXPECT_EQ(verifySelf(vectors::kRootSha256), kUnsupported);
     EXPECT_EQ(verify(vectors::kRootSha1, vectors::kLeafSha256), kUnsupported);
 }
 
-TEST_F(CertificateToolTest, OneOfTheTwoMustBeGiven) {
+TEST_F(certificate_tool_test, OneOfTheTwoMustBeGiven) {
     EXPECT_EQ(verify("", ""), kNullArgument);
 }
 
 // It is issuer against issuer: an intermediate authority has another issuer than what it issues.
-TEST_F(CertificateToolTest, ALeafIsRefusedAgainstAnIntermediateBeforeAnyWork) {
+TEST_F(certificate_tool_test, ALeafIsRefusedAgainstAnIntermediateBeforeAnyWork) {
     EXPECT_EQ(verify(vectors::kIntermediate, vectors::kLeafOfIntermediate), kIssuersDiffer);
     EXPECT_EQ(verify(vectors::kRootSha1, vectors::kLeafOfIntermediate), kIssuersDiffer);
     EXPECT_EQ(verify(vectors::kBigRoot, vectors::kLeafSha1), kIssuersDiffer);
@@ -159,7 +159,7 @@ TEST_F(CertificateToolTest, ALeafIsRefusedAgainstAnIntermediateBeforeAnyWork) {
     EXPECT_EQ(VT_Certificate_Tool::VerifyCertificateChain(unable, &issuer, &leaf), kIssuersDiffer);
 }
 
-TEST_F(CertificateToolTest, ANameMayDifferInTheTypeOfAStringAlone) {
+TEST_F(certificate_tool_test, ANameMayDifferInTheTypeOfAStringAlone) {
     auto certificate = decoded<Certificate>(hex(vectors::kLeafSha1));
     Certificate issuer = root();
     Name printable = decoded<Name>(
@@ -170,7 +170,7 @@ TEST_F(CertificateToolTest, ANameMayDifferInTheTypeOfAStringAlone) {
     EXPECT_EQ(VT_Certificate_Tool::VerifyCertificateChain(op, &issuer, &certificate), 0);
 }
 
-TEST_F(CertificateToolTest, ASignatureByAnotherKeyGivesTheCodeOfOpeningIt) {
+TEST_F(certificate_tool_test, ASignatureByAnotherKeyGivesTheCodeOfOpeningIt) {
     const auto leaf = decoded<Certificate>(hex(vectors::kLeafSha1));
     for (const char* holder : {vectors::kOtherRoot, vectors::kIntermediate, vectors::kLeafSha1}) {
         const int expected = decrypt(decoded<Certificate>(hex(holder)), leaf);
@@ -180,7 +180,7 @@ TEST_F(CertificateToolTest, ASignatureByAnotherKeyGivesTheCodeOfOpeningIt) {
     EXPECT_EQ(verifySelf(vectors::kLeafSha1), decrypt(leaf, leaf));
 }
 
-TEST_F(CertificateToolTest, ADigestThatDiffersIsAMismatch) {
+TEST_F(certificate_tool_test, ADigestThatDiffersIsAMismatch) {
     EXPECT_EQ(verifySelf(vectors::kWrongDigest), kSignatureMismatch);
     EXPECT_EQ(verifySelf(vectors::kShortDigest), kSignatureMismatch);
 
@@ -190,7 +190,7 @@ TEST_F(CertificateToolTest, ADigestThatDiffersIsAMismatch) {
     EXPECT_EQ(verifySelf(changed), kSignatureMismatch);
 }
 
-TEST_F(CertificateToolTest, TheAlgorithmThatCountsIsTheOneOfTheCertificate) {
+TEST_F(certificate_tool_test, TheAlgorithmThatCountsIsTheOneOfTheCertificate) {
     EXPECT_EQ(verifySelf(vectors::kDigestInfoOfMd5), 0) << "what the DigestInfo calls it does not count";
     Certificate changed = root();
     setAlgorithm(changed, "1.2.840.113549.1.1.4");
@@ -205,7 +205,7 @@ TEST_F(CertificateToolTest, TheAlgorithmThatCountsIsTheOneOfTheCertificate) {
     }
 }
 
-TEST_F(CertificateToolTest, WithoutADigestTheSignatureHoldsAtMost116Bytes) {
+TEST_F(certificate_tool_test, WithoutADigestTheSignatureHoldsAtMost116Bytes) {
     EXPECT_EQ(verify(vectors::kBigRoot, vectors::kPlain116), 0);
     EXPECT_EQ(verify(vectors::kBigRoot, vectors::kPlain117), kTooLong);
     VT_P11_OP unable;
@@ -219,13 +219,13 @@ TEST_F(CertificateToolTest, WithoutADigestTheSignatureHoldsAtMost116Bytes) {
     EXPECT_EQ(VT_Certificate_Tool::VerifyCertificateChain(op, &issuer, &shorter), kSignatureMismatch);
 }
 
-TEST_F(CertificateToolTest, ABlockWithoutADigestInfoIsACodeOrAnException) {
+TEST_F(certificate_tool_test, ABlockWithoutADigestInfoIsACodeOrAnException) {
     EXPECT_EQ(verifySelf(vectors::kEmptyDigestInfo), kElementAbsent);
     EXPECT_THROW(verifySelf(vectors::kBareDigest), MiException);
     EXPECT_THROW(verifySelf(vectors::kNothingSigned), MiException);
 }
 
-TEST_F(CertificateToolTest, ASignatureOfAnotherLengthGivesTheCodeOfOpeningIt) {
+TEST_F(certificate_tool_test, ASignatureOfAnotherLengthGivesTheCodeOfOpeningIt) {
     Certificate changed = root();
     const MiByte good = root().GetEncrypted()->GetData().GetByte();
     Bytes bytes(good.GetChars(), good.GetChars() + good.GetLength());
@@ -242,7 +242,7 @@ TEST_F(CertificateToolTest, ASignatureOfAnotherLengthGivesTheCodeOfOpeningIt) {
     EXPECT_THROW(verifySelf(changed), MiException) << "it opens to nothing, which is no DigestInfo";
 }
 
-TEST_F(CertificateToolTest, ASignatureOfOddBitsCountsToItsLastByte) {
+TEST_F(certificate_tool_test, ASignatureOfOddBitsCountsToItsLastByte) {
     Certificate changed = root();
     const MiByte good = root().GetEncrypted()->GetData().GetByte();
     AsnBitString bits;
@@ -251,7 +251,7 @@ TEST_F(CertificateToolTest, ASignatureOfOddBitsCountsToItsLastByte) {
     EXPECT_EQ(verifySelf(changed), 0);
 }
 
-TEST_F(CertificateToolTest, EveryElementMustBeThere) {
+TEST_F(certificate_tool_test, EveryElementMustBeThere) {
     using Path = std::initializer_list<const char*>;
     const Path parents[] = {
         {}, {"tBSCertificate"}, {"tBSCertificate", "subjectPublicKeyInfo"}, {"algorithmIdentifier"}};
@@ -270,7 +270,7 @@ TEST_F(CertificateToolTest, EveryElementMustBeThere) {
     }
 }
 
-TEST_F(CertificateToolTest, WithTwoCertificatesBothIssuersMustBeThere) {
+TEST_F(certificate_tool_test, WithTwoCertificatesBothIssuersMustBeThere) {
     const Certificate good = root();
     Certificate changed = root();
     inside(changed, {"tBSCertificate"}).Find("issuer")->SetAsnPresent(false);
@@ -283,7 +283,7 @@ TEST_F(CertificateToolTest, WithTwoCertificatesBothIssuersMustBeThere) {
     EXPECT_EQ(VT_Certificate_Tool::VerifyCertificateChain(op, &good, &good), 0);
 }
 
-TEST_F(CertificateToolTest, TheKeyMustBeAnRsaKey) {
+TEST_F(certificate_tool_test, TheKeyMustBeAnRsaKey) {
     EXPECT_EQ(verify(vectors::kLeafOfCurve, vectors::kLeafSha1), kUnsupported);
     EXPECT_EQ(verifySelf(vectors::kLeafOfCurve), kUnsupported);
     Certificate changed = root();
@@ -297,7 +297,7 @@ TEST_F(CertificateToolTest, TheKeyMustBeAnRsaKey) {
     EXPECT_THROW(verifySelf(changed), MiException);
 }
 
-TEST_F(CertificateToolTest, CodesOfAnOperationThatCannotRunComeAsTheyAre) {
+TEST_F(certificate_tool_test, CodesOfAnOperationThatCannotRunComeAsTheyAre) {
     VT_P11_OP unable;
     VT_P11_Alg sha1;
     ASSERT_EQ(sha1.setAlgType(1), 0);
@@ -308,7 +308,7 @@ TEST_F(CertificateToolTest, CodesOfAnOperationThatCannotRunComeAsTheyAre) {
     EXPECT_EQ(VT_Certificate_Tool::VerifyCertificateChain(unable, nullptr, &good), expected);
 }
 
-TEST_F(CertificateToolTest, MalformedDerThrows) {
+TEST_F(certificate_tool_test, MalformedDerThrows) {
     const MiByte good = toMiByte(hex(vectors::kRootSha1));
     const MiByte bad = toMiByte(hex("30 05"));
     const MiByte empty;
@@ -359,7 +359,7 @@ int askEverything(VT_P11_OP& op, const Bytes& bytes) {
     return result;
 }
 
-TEST_F(CertificateToolTest, TruncatedCertificatesThrow) {
+TEST_F(certificate_tool_test, TruncatedCertificatesThrow) {
     const Bytes good = hex(vectors::kRootSha1);
     ASSERT_EQ(askEverything(op, good), 0);
     for (const support::Broken& broken : support::truncations(good))
@@ -372,7 +372,7 @@ Bytes bodyOf(const Bytes& certificate) {
 
 // The reader forgives lengths, and what is signed is written anew: so what verifies has the very body that was signed,
 // in whatever form it came.
-TEST_F(CertificateToolTest, OnlyWhatWasSignedVerifies) {
+TEST_F(certificate_tool_test, OnlyWhatWasSignedVerifies) {
     const Bytes good = hex(vectors::kSha1ByHand);
     const Bytes body = bodyOf(good);
     const auto expectSame = [&](const Bytes& certificate, std::size_t place) {
@@ -397,7 +397,7 @@ TEST_F(CertificateToolTest, OnlyWhatWasSignedVerifies) {
     }
 }
 
-TEST_F(CertificateToolTest, NoiseGivesAnExceptionOrACode) {
+TEST_F(certificate_tool_test, NoiseGivesAnExceptionOrACode) {
     support::Noise noise(5);
     const Bytes good = hex(vectors::kSha1ByHand);
     for (int round = 0; round < 500; ++round) {
@@ -409,7 +409,7 @@ TEST_F(CertificateToolTest, NoiseGivesAnExceptionOrACode) {
 }
 
 // A certificate that is not what was signed never passes for want of memory.
-TEST_F(CertificateToolTest, ExhaustedMemoryVerifiesNothing) {
+TEST_F(certificate_tool_test, ExhaustedMemoryVerifiesNothing) {
     Bytes changed = hex(vectors::kLeafSha1);
     changed.back() ^= 1;
     const MiByte issuer = toMiByte(hex(vectors::kRootSha1));

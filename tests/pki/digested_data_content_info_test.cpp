@@ -36,12 +36,12 @@ int decomposed(const Bytes& der) {
     return digested.decomposeDigestedDataContentInfo(decoded<ContentInfo>(der));
 }
 
-class DigestedDataContentInfoTest : public testing::Test {
+class digested_data_content_info_test : public testing::Test {
   protected:
     Software op;
 };
 
-TEST_F(DigestedDataContentInfoTest, ComposesWhatOpensslComposes) {
+TEST_F(digested_data_content_info_test, ComposesWhatOpensslComposes) {
     VT_DigestedDataContentInfo digested = ready(token::kMd5, textContent());
     ASSERT_EQ(digested.makeDigest(op), 0);
     ContentInfo composed = typeAlone();
@@ -49,7 +49,7 @@ TEST_F(DigestedDataContentInfoTest, ComposesWhatOpensslComposes) {
     EXPECT_EQ(hexOf(composed), hexOf(vectors::kDigestedMd5));
 }
 
-TEST_F(DigestedDataContentInfoTest, ElementsStandInTheOrderOfTheSchema) {
+TEST_F(digested_data_content_info_test, ElementsStandInTheOrderOfTheSchema) {
     VT_DigestedDataContentInfo digested = ready(token::kMd5, dataContent({}));
     ASSERT_EQ(digested.makeDigest(op), 0);
     ContentInfo composed;
@@ -60,7 +60,7 @@ TEST_F(DigestedDataContentInfoTest, ElementsStandInTheOrderOfTheSchema) {
         toHex(contentOf(5, der::sequence({der::integer(0), md5, dataOf({}), der::tlv(0x04, hex(kMd5OfNothing))}))));
 }
 
-TEST_F(DigestedDataContentInfoTest, VerifiesWhatOpensslMade) {
+TEST_F(digested_data_content_info_test, VerifiesWhatOpensslMade) {
     for (const char* made : {vectors::kDigestedSha1, vectors::kDigestedMd5, vectors::kDigestedMd2}) {
         const VT_DigestedDataContentInfo digested = read(made);
         EXPECT_EQ(digested.Verify(op), 0);
@@ -72,7 +72,7 @@ TEST_F(DigestedDataContentInfoTest, VerifiesWhatOpensslMade) {
     EXPECT_EQ(read(vectors::kDigestedTypeSigned).Verify(op), 0);
 }
 
-TEST_F(DigestedDataContentInfoTest, VerifyFindsAChangedByteOfTheContent) {
+TEST_F(digested_data_content_info_test, VerifyFindsAChangedByteOfTheContent) {
     VT_DigestedDataContentInfo digested = read(vectors::kDigestedSha1);
     Bytes changed = hex(vectors::kText);
     changed.back() ^= 1;
@@ -80,7 +80,7 @@ TEST_F(DigestedDataContentInfoTest, VerifyFindsAChangedByteOfTheContent) {
     EXPECT_EQ(digested.Verify(op), kDigestMismatch);
 }
 
-TEST_F(DigestedDataContentInfoTest, OnlyTheOctetsOfTheContentAreDigested) {
+TEST_F(digested_data_content_info_test, OnlyTheOctetsOfTheContentAreDigested) {
     // Another tag and another type around the same octets have the same digest.
     VT_DigestedDataContentInfo digested = read(vectors::kDigestedSha1);
     digested.setInnerContentInfo(decoded<ContentInfo>(contentOf(2, der::tlv(0x13, hex(vectors::kText)))));
@@ -88,7 +88,7 @@ TEST_F(DigestedDataContentInfoTest, OnlyTheOctetsOfTheContentAreDigested) {
 }
 
 // Bytes that are kept as they were read stand for the value, as they do for the encoder.
-TEST_F(DigestedDataContentInfoTest, KeptBytesOfTheContentAreDigested) {
+TEST_F(digested_data_content_info_test, KeptBytesOfTheContentAreDigested) {
     ContentInfo content = dataContent({1, 2, 3});
     auto* const octets = const_cast<AsnOctetString*>(content.GetContent());
     const MiByte kept = toMiByte(hex(vectors::kText));
@@ -101,20 +101,20 @@ TEST_F(DigestedDataContentInfoTest, KeptBytesOfTheContentAreDigested) {
     EXPECT_EQ(digested.Verify(op), kDigestMismatch);
 }
 
-TEST_F(DigestedDataContentInfoTest, MakeDigestReplacesTheDigest) {
+TEST_F(digested_data_content_info_test, MakeDigestReplacesTheDigest) {
     VT_DigestedDataContentInfo digested = read(vectors::kDigestedSha1);
     digested.setInnerContentInfo(dataContent({1, 2, 3}));
     EXPECT_EQ(digested.makeDigest(op), 0);
     EXPECT_EQ(digested.Verify(op), 0);
 }
 
-TEST_F(DigestedDataContentInfoTest, AlgorithmsOfOthersAreRefused) {
+TEST_F(digested_data_content_info_test, AlgorithmsOfOthersAreRefused) {
     VT_DigestedDataContentInfo digested = read(vectors::kDigestedSha256);
     EXPECT_EQ(digested.Verify(op), kUnsupported);
     EXPECT_EQ(digested.makeDigest(op), kUnsupported);
 }
 
-TEST_F(DigestedDataContentInfoTest, DigestingNeedsContentAndAlgorithm) {
+TEST_F(digested_data_content_info_test, DigestingNeedsContentAndAlgorithm) {
     VT_DigestedDataContentInfo digested;
     EXPECT_EQ(digested.makeDigest(op), kMaterialMissing);
     digested.setInnerContentInfo(textContent());
@@ -130,17 +130,17 @@ TEST_F(DigestedDataContentInfoTest, DigestingNeedsContentAndAlgorithm) {
     EXPECT_EQ(digested.Verify(op), kElementAbsent);
 }
 
-TEST_F(DigestedDataContentInfoTest, VerifyNeedsADigest) {
+TEST_F(digested_data_content_info_test, VerifyNeedsADigest) {
     EXPECT_EQ(ready(token::kSha1, textContent()).Verify(op), kMaterialMissing);
 }
 
-TEST_F(DigestedDataContentInfoTest, CodesOfTheTokenLayerPass) {
+TEST_F(digested_data_content_info_test, CodesOfTheTokenLayerPass) {
     VT_P11_OP none;
     EXPECT_EQ(ready(token::kSha1, textContent()).makeDigest(none), -2);
     EXPECT_EQ(read(vectors::kDigestedSha1).Verify(none), -2);
 }
 
-TEST_F(DigestedDataContentInfoTest, ComposingNeedsAllThree) {
+TEST_F(digested_data_content_info_test, ComposingNeedsAllThree) {
     ContentInfo composed;
     VT_DigestedDataContentInfo digested;
     digested.setInnerContentInfo(textContent());
@@ -151,7 +151,7 @@ TEST_F(DigestedDataContentInfoTest, ComposingNeedsAllThree) {
     EXPECT_EQ(digested.composeDigestedDataContentInfo(composed), 0);
 }
 
-TEST_F(DigestedDataContentInfoTest, DecomposingLooksAtTypeAndVersion) {
+TEST_F(digested_data_content_info_test, DecomposingLooksAtTypeAndVersion) {
     const Bytes rest = der::join({kSha1Algorithm, dataOf({1}), der::tlv(0x04, {2})});
     EXPECT_EQ(decomposed(contentOf(5, der::sequence({der::integer(0), rest}))), 0);
     EXPECT_EQ(decomposed(contentOf(5, der::sequence({der::integer(1), rest}))), kWrongVersion);
@@ -162,11 +162,11 @@ TEST_F(DigestedDataContentInfoTest, DecomposingLooksAtTypeAndVersion) {
     EXPECT_EQ(decomposed(der::sequence({})), kElementAbsent);
 }
 
-TEST_F(DigestedDataContentInfoTest, MalformedContentThrows) {
+TEST_F(digested_data_content_info_test, MalformedContentThrows) {
     EXPECT_THROW(decomposed(contentOf(5, der::sequence({der::integer(0), kSha1Algorithm}))), MiException);
 }
 
-TEST_F(DigestedDataContentInfoTest, GettersGiveWhatIsSet) {
+TEST_F(digested_data_content_info_test, GettersGiveWhatIsSet) {
     VT_DigestedDataContentInfo digested;
     AlgorithmIdentifier algorithm;
     ContentInfo content;
@@ -179,7 +179,7 @@ TEST_F(DigestedDataContentInfoTest, GettersGiveWhatIsSet) {
     EXPECT_EQ(hexOf(content), hexOf(textContent()));
 }
 
-TEST_F(DigestedDataContentInfoTest, CopiesAreDeep) {
+TEST_F(digested_data_content_info_test, CopiesAreDeep) {
     VT_DigestedDataContentInfo first = read(vectors::kDigestedSha1);
     const VT_DigestedDataContentInfo second(first);
     VT_DigestedDataContentInfo third;
@@ -191,7 +191,7 @@ TEST_F(DigestedDataContentInfoTest, CopiesAreDeep) {
     EXPECT_EQ(first.Verify(op), kMaterialMissing);
 }
 
-TEST_F(DigestedDataContentInfoTest, FieldsStandInTheirOrder) {
+TEST_F(digested_data_content_info_test, FieldsStandInTheirOrder) {
     EXPECT_EQ(sizeof(VT_DigestedDataContentInfo), 4 * sizeof(void*));
     VT_DigestedDataContentInfo digested;
     EXPECT_EQ(setPointers<4>(digested), "----");

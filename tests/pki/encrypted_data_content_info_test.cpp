@@ -71,7 +71,7 @@ int decomposed(const Bytes& der) {
     return encrypted.decomposeEncryptedDataContentInfo(decoded<ContentInfo>(der));
 }
 
-class EncryptedDataContentInfoTest : public testing::Test {
+class encrypted_data_content_info_test : public testing::Test {
   protected:
     // What VT_P11_OP itself gives, to compare with.
     Bytes ciphertextOf(const Bytes& plain) {
@@ -89,7 +89,7 @@ class EncryptedDataContentInfoTest : public testing::Test {
     Software op;
 };
 
-TEST_F(EncryptedDataContentInfoTest, DecryptsWhatOpensslEncrypted) {
+TEST_F(encrypted_data_content_info_test, DecryptsWhatOpensslEncrypted) {
     const auto decrypts = [&](const Made& made) {
         VT_EncryptedDataContentInfo encrypted = read(made.message);
         const VT_P11_Key key = secretKey(hex(made.key), algorithmIn(encrypted));
@@ -101,7 +101,7 @@ TEST_F(EncryptedDataContentInfoTest, DecryptsWhatOpensslEncrypted) {
     decrypts(kRc4);
 }
 
-TEST_F(EncryptedDataContentInfoTest, EncryptsAndComposesWhatOpensslDoes) {
+TEST_F(encrypted_data_content_info_test, EncryptsAndComposesWhatOpensslDoes) {
     for (const Made& made : kBlockCiphers) {
         const AlgorithmIdentifier algorithm = algorithmIn(read(made.message));
         VT_P11_Alg alg;
@@ -112,7 +112,7 @@ TEST_F(EncryptedDataContentInfoTest, EncryptsAndComposesWhatOpensslDoes) {
     }
 }
 
-TEST_F(EncryptedDataContentInfoTest, Rc4GoesAndComesBack) {
+TEST_F(encrypted_data_content_info_test, Rc4GoesAndComesBack) {
     // OpenSSL writes the parameters of RC4 as an empty string, this library as NULL.
     const VT_P11_Alg rc4 = algorithmOf(token::kRc4);
     const VT_P11_Key key = secretKey(hex(kRc4.key), identifierOf(rc4));
@@ -126,14 +126,14 @@ TEST_F(EncryptedDataContentInfoTest, Rc4GoesAndComesBack) {
     EXPECT_EQ(innerOf(encrypted), hexOf(textContent()));
 }
 
-TEST_F(EncryptedDataContentInfoTest, OnlyTheContentsOctetsAreEncrypted) {
+TEST_F(encrypted_data_content_info_test, OnlyTheContentsOctetsAreEncrypted) {
     VT_EncryptedDataContentInfo encrypted = holding(dataContent({'a', 'b', 'c'}));
     ASSERT_EQ(encrypted.EncryptAttachedContentInfo(op, des3(), des3Key()), 0);
     const Bytes info = der::sequence({pkcs7(1), kDes3Algorithm, der::tlv(0x80, ciphertextOf({'a', 'b', 'c'}))});
     EXPECT_EQ(composed(encrypted), toHex(encryptedData(0, info)));
 }
 
-TEST_F(EncryptedDataContentInfoTest, AnotherTypeOfContentComesBackWithItsTypeAndBytes) {
+TEST_F(encrypted_data_content_info_test, AnotherTypeOfContentComesBackWithItsTypeAndBytes) {
     const Bytes octets = der::join({der::integer(1), der::integer(2)});
     const auto inner = decoded<ContentInfo>(contentOf(2, der::tlv(0x30, octets)));
     VT_EncryptedDataContentInfo encrypted = holding(inner);
@@ -147,7 +147,7 @@ TEST_F(EncryptedDataContentInfoTest, AnotherTypeOfContentComesBackWithItsTypeAnd
     EXPECT_EQ(innerOf(read), toHex(contentOf(2, der::tlv(0x04, octets))));
 }
 
-TEST_F(EncryptedDataContentInfoTest, ADetachedMessageLeavesTheCiphertextOut) {
+TEST_F(encrypted_data_content_info_test, ADetachedMessageLeavesTheCiphertextOut) {
     VT_EncryptedDataContentInfo encrypted = holding(dataContent({1, 2, 3}));
     MiByte ciphertext;
     ASSERT_EQ(encrypted.EncryptDettachedContentInfo(op, des3(), des3Key(), ciphertext), 0);
@@ -163,7 +163,7 @@ TEST_F(EncryptedDataContentInfoTest, ADetachedMessageLeavesTheCiphertextOut) {
     EXPECT_EQ(innerOf(read), hexOf(dataContent({1, 2, 3})));
 }
 
-TEST_F(EncryptedDataContentInfoTest, AWrongCiphertextGivesTheCodeOfDecryption) {
+TEST_F(encrypted_data_content_info_test, AWrongCiphertextGivesTheCodeOfDecryption) {
     VT_EncryptedDataContentInfo encrypted = holding(dataContent({1, 2, 3}));
     MiByte ciphertext;
     ASSERT_EQ(encrypted.EncryptDettachedContentInfo(op, des3(), des3Key(), ciphertext), 0);
@@ -175,7 +175,7 @@ TEST_F(EncryptedDataContentInfoTest, AWrongCiphertextGivesTheCodeOfDecryption) {
     EXPECT_NE(encrypted.DecryptDettachedContentInfo(op, des3Key(), toMiByte({1, 2, 3})), 0);
 }
 
-TEST_F(EncryptedDataContentInfoTest, NothingIsEncryptedToNothing) {
+TEST_F(encrypted_data_content_info_test, NothingIsEncryptedToNothing) {
     VT_EncryptedDataContentInfo encrypted = holding(dataContent({}));
     ASSERT_EQ(encrypted.EncryptAttachedContentInfo(op, des3(), des3Key()), 0);
     EXPECT_EQ(composed(encrypted), toHex(encryptedData(0, der::sequence({pkcs7(1), kDes3Algorithm, {0x80, 0x00}}))));
@@ -183,7 +183,7 @@ TEST_F(EncryptedDataContentInfoTest, NothingIsEncryptedToNothing) {
     EXPECT_EQ(innerOf(encrypted), hexOf(dataContent({})));
 }
 
-TEST_F(EncryptedDataContentInfoTest, EncryptingNeedsACompleteContent) {
+TEST_F(encrypted_data_content_info_test, EncryptingNeedsACompleteContent) {
     VT_EncryptedDataContentInfo encrypted;
     MiByte ciphertext;
     EXPECT_EQ(encrypted.EncryptAttachedContentInfo(op, des3(), des3Key()), kMaterialMissing);
@@ -195,7 +195,7 @@ TEST_F(EncryptedDataContentInfoTest, EncryptingNeedsACompleteContent) {
     }
 }
 
-TEST_F(EncryptedDataContentInfoTest, EncryptingLooksAtTypeAlgorithmAndContentInThisOrder) {
+TEST_F(encrypted_data_content_info_test, EncryptingLooksAtTypeAlgorithmAndContentInThisOrder) {
     const VT_P11_Alg none;
     MiByte ciphertext;
     EXPECT_EQ(VT_EncryptedDataContentInfo().EncryptAttachedContentInfo(op, none, des3Key()), kMaterialMissing);
@@ -207,7 +207,7 @@ TEST_F(EncryptedDataContentInfoTest, EncryptingLooksAtTypeAlgorithmAndContentInT
     EXPECT_EQ(withoutContent.EncryptDettachedContentInfo(op, none, des3Key(), ciphertext), kUnsupported);
 }
 
-TEST_F(EncryptedDataContentInfoTest, EncryptingReplacesTheEncryptedContentAlsoWhereItFails) {
+TEST_F(encrypted_data_content_info_test, EncryptingReplacesTheEncryptedContentAlsoWhereItFails) {
     VT_EncryptedDataContentInfo encrypted = read(vectors::kEncryptedDes3);
     AlgorithmIdentifier identifier;
     EXPECT_EQ(encrypted.EncryptAttachedContentInfo(op, des3(), des3Key()), kMaterialMissing);
@@ -217,13 +217,13 @@ TEST_F(EncryptedDataContentInfoTest, EncryptingReplacesTheEncryptedContentAlsoWh
     EXPECT_EQ(encrypted.getEncryptedContentInfoAlgorithmIdentifier(identifier), kElementAbsent);
 }
 
-TEST_F(EncryptedDataContentInfoTest, DecryptingLooksAtTheAlgorithmFirst) {
+TEST_F(encrypted_data_content_info_test, DecryptingLooksAtTheAlgorithmFirst) {
     const Bytes unknown = der::sequence({der::oid({1, 2, 3}), kNull});
     EXPECT_EQ(decrypted(encryptedData(0, der::sequence({pkcs7(1), unknown}))), kUnsupported);
     EXPECT_EQ(decrypted(encryptedData(0, der::sequence({pkcs7(1), kDes3Algorithm}))), kElementAbsent);
 }
 
-TEST_F(EncryptedDataContentInfoTest, CodesOfTheTokenLayerPass) {
+TEST_F(encrypted_data_content_info_test, CodesOfTheTokenLayerPass) {
     VT_EncryptedDataContentInfo encrypted = holding(textContent());
     EXPECT_EQ(encrypted.EncryptAttachedContentInfo(op, VT_P11_Alg(), des3Key()), kUnsupported);
     EXPECT_EQ(encrypted.EncryptAttachedContentInfo(op, des3(), VT_P11_Key()), kUnsupported);
@@ -234,7 +234,7 @@ TEST_F(EncryptedDataContentInfoTest, CodesOfTheTokenLayerPass) {
     EXPECT_EQ(made.DecryptAttachedContentInfo(none, des3Key()), -2);
 }
 
-TEST_F(EncryptedDataContentInfoTest, TheAlgorithmIsThatOfTheMessage) {
+TEST_F(encrypted_data_content_info_test, TheAlgorithmIsThatOfTheMessage) {
     EXPECT_EQ(decrypted(encryptedData(0, der::sequence({pkcs7(1), kSha1Algorithm, der::tlv(0x80, Bytes(8))}))),
               kNotSupported);  // SHA-1 is known, and decrypts nothing
     const Bytes aes = der::sequence({der::oid({2, 16, 840, 1, 101, 3, 4, 1, 2}), der::tlv(0x04, Bytes(16))});
@@ -244,7 +244,7 @@ TEST_F(EncryptedDataContentInfoTest, TheAlgorithmIsThatOfTheMessage) {
               kRc2ParametersMissing);
 }
 
-TEST_F(EncryptedDataContentInfoTest, DecryptingNeedsAnEncryptedContent) {
+TEST_F(encrypted_data_content_info_test, DecryptingNeedsAnEncryptedContent) {
     VT_EncryptedDataContentInfo encrypted;
     AlgorithmIdentifier identifier;
     EXPECT_EQ(encrypted.DecryptAttachedContentInfo(op, des3Key()), kMaterialMissing);
@@ -258,7 +258,7 @@ TEST_F(EncryptedDataContentInfoTest, DecryptingNeedsAnEncryptedContent) {
     EXPECT_EQ(encrypted.getEncryptedContentInfoAlgorithmIdentifier(identifier), kElementAbsent);
 }
 
-TEST_F(EncryptedDataContentInfoTest, TheInnerContentIsThereOnceDecrypted) {
+TEST_F(encrypted_data_content_info_test, TheInnerContentIsThereOnceDecrypted) {
     VT_EncryptedDataContentInfo encrypted = read(vectors::kEncryptedDes3);
     ContentInfo content;
     EXPECT_EQ(encrypted.getInnerContentInfo(content), kMaterialMissing);
@@ -266,12 +266,12 @@ TEST_F(EncryptedDataContentInfoTest, TheInnerContentIsThereOnceDecrypted) {
     EXPECT_EQ(encrypted.getInnerContentInfo(content), kMaterialMissing);
 }
 
-TEST_F(EncryptedDataContentInfoTest, ComposingNeedsAnEncryptedContent) {
+TEST_F(encrypted_data_content_info_test, ComposingNeedsAnEncryptedContent) {
     ContentInfo content;
     EXPECT_EQ(holding(textContent()).composeEncryptedDataContentInfo(content), kMaterialMissing);
 }
 
-TEST_F(EncryptedDataContentInfoTest, DecomposingLooksAtTypeAndVersion) {
+TEST_F(encrypted_data_content_info_test, DecomposingLooksAtTypeAndVersion) {
     const Bytes info = der::sequence({pkcs7(1), kDes3Algorithm});
     EXPECT_EQ(decomposed(encryptedData(0, info)), 0);
     EXPECT_EQ(decomposed(encryptedData(1, info)), kWrongVersion);
@@ -284,7 +284,7 @@ TEST_F(EncryptedDataContentInfoTest, DecomposingLooksAtTypeAndVersion) {
     EXPECT_THROW(decomposed(contentOf(6, der::sequence({der::integer(0)}))), MiException);
 }
 
-TEST_F(EncryptedDataContentInfoTest, CopiesAreDeep) {
+TEST_F(encrypted_data_content_info_test, CopiesAreDeep) {
     VT_EncryptedDataContentInfo first = read(vectors::kEncryptedDes);
     const VT_P11_Key key = secretKey(hex("0102030405060708"), algorithmIn(first));
     VT_EncryptedDataContentInfo second(first);
@@ -296,7 +296,7 @@ TEST_F(EncryptedDataContentInfoTest, CopiesAreDeep) {
     EXPECT_EQ(third.DecryptAttachedContentInfo(op, key), 0);
 }
 
-TEST_F(EncryptedDataContentInfoTest, FieldsStandInTheirOrder) {
+TEST_F(encrypted_data_content_info_test, FieldsStandInTheirOrder) {
     EXPECT_EQ(sizeof(VT_EncryptedDataContentInfo), 3 * sizeof(void*));
     VT_EncryptedDataContentInfo encrypted;
     EXPECT_EQ(setPointers<3>(encrypted), "---");

@@ -54,12 +54,12 @@ int decomposed(const Bytes& der) {
     return enveloped.decomposeEnvelopedDataContentInfo(decoded<ContentInfo>(der));
 }
 
-class EnvelopedDataContentInfoTest : public testing::Test {
+class enveloped_data_content_info_test : public testing::Test {
   protected:
     Software op;
 };
 
-TEST_F(EnvelopedDataContentInfoTest, OpensWhatOpensslEnveloped) {
+TEST_F(enveloped_data_content_info_test, OpensWhatOpensslEnveloped) {
     for (const char* made :
          {vectors::kEnvelopedDes3, vectors::kEnvelopedDes3Cms, vectors::kEnvelopedDes, vectors::kEnvelopedRc240,
           vectors::kEnvelopedRc264, vectors::kEnvelopedRc2128, vectors::kEnvelopedRc4}) {
@@ -71,7 +71,7 @@ TEST_F(EnvelopedDataContentInfoTest, OpensWhatOpensslEnveloped) {
     }
 }
 
-TEST_F(EnvelopedDataContentInfoTest, EachRecipientOpensTheSameMessage) {
+TEST_F(enveloped_data_content_info_test, EachRecipientOpensTheSameMessage) {
     VT_EnvelopedDataContentInfo enveloped = read(vectors::kEnvelopedForTwo);
     ASSERT_EQ(enveloped.getRecipientInfoTotal(), 2);
     int index = 0;
@@ -82,7 +82,7 @@ TEST_F(EnvelopedDataContentInfoTest, EachRecipientOpensTheSameMessage) {
     }
 }
 
-TEST_F(EnvelopedDataContentInfoTest, ComposesTheElementsInTheirOrder) {
+TEST_F(enveloped_data_content_info_test, ComposesTheElementsInTheirOrder) {
     VT_EnvelopedDataContentInfo enveloped;
     enveloped.setInnerContentInfo(dataContent({'a', 'b'}));
     ASSERT_EQ(enveloped.addRecipientInfo(decoded<RecipientInfo>(recipientInfo(300))), 0);
@@ -98,7 +98,7 @@ TEST_F(EnvelopedDataContentInfoTest, ComposesTheElementsInTheirOrder) {
     EXPECT_EQ(hexOf(composed), toHex(envelopedData(0, der::set({recipientInfo(5), recipientInfo(300)}), info)));
 }
 
-TEST_F(EnvelopedDataContentInfoTest, RecipientsComeBackInTheirOrder) {
+TEST_F(enveloped_data_content_info_test, RecipientsComeBackInTheirOrder) {
     VT_EnvelopedDataContentInfo enveloped;
     enveloped.addRecipientInfo(toMiByte(recipientInfo(300)));
     enveloped.addRecipientInfo(toMiByte(recipientInfo(5)));
@@ -115,7 +115,7 @@ TEST_F(EnvelopedDataContentInfoTest, RecipientsComeBackInTheirOrder) {
     EXPECT_EQ(enveloped.getRecipientInfoTotal(), 2);
 }
 
-TEST_F(EnvelopedDataContentInfoTest, MessagesKeepTheOrderOfTheirRecipients) {
+TEST_F(enveloped_data_content_info_test, MessagesKeepTheOrderOfTheirRecipients) {
     // Out of DER's order, as some programs write them: the first counts for who reads only one.
     const Bytes info = der::sequence({pkcs7(1), kDes3Algorithm});
     const Bytes made = envelopedData(0, der::set({recipientInfo(300), recipientInfo(5)}), info);
@@ -126,7 +126,7 @@ TEST_F(EnvelopedDataContentInfoTest, MessagesKeepTheOrderOfTheirRecipients) {
     EXPECT_EQ(hexOf(der), toHex(recipientInfo(300)));
 }
 
-TEST_F(EnvelopedDataContentInfoTest, ADetachedMessageLeavesTheCiphertextOut) {
+TEST_F(enveloped_data_content_info_test, ADetachedMessageLeavesTheCiphertextOut) {
     VT_EnvelopedDataContentInfo enveloped = read(vectors::kEnvelopedDetached);
     const VT_P11_Key key = sessionKey(op, enveloped, 0, vectors::kRecipientKey);
     EXPECT_EQ(enveloped.decomposeAttachedEncryptedContentInfo(op, key), kElementAbsent);
@@ -146,7 +146,7 @@ TEST_F(EnvelopedDataContentInfoTest, ADetachedMessageLeavesTheCiphertextOut) {
     EXPECT_EQ(innerOf(made), hexOf(textContent()));
 }
 
-TEST_F(EnvelopedDataContentInfoTest, AnotherTypeOfContentComesBackWithItsTypeAndBytes) {
+TEST_F(enveloped_data_content_info_test, AnotherTypeOfContentComesBackWithItsTypeAndBytes) {
     VT_EnvelopedDataContentInfo enveloped;
     enveloped.setInnerContentInfo(decoded<ContentInfo>(contentOf(2, der::sequence({der::integer(1)}))));
     ASSERT_EQ(enveloped.composeAttachedEncryptedContentInfo(op, des3(), des3Key()), 0);
@@ -154,7 +154,7 @@ TEST_F(EnvelopedDataContentInfoTest, AnotherTypeOfContentComesBackWithItsTypeAnd
     EXPECT_EQ(innerOf(enveloped), toHex(contentOf(2, der::tlv(0x04, der::integer(1)))));
 }
 
-TEST_F(EnvelopedDataContentInfoTest, WhatIsNotSetIsMissing) {
+TEST_F(enveloped_data_content_info_test, WhatIsNotSetIsMissing) {
     VT_EnvelopedDataContentInfo enveloped;
     ContentInfo content;
     MiByte ciphertext;
@@ -175,12 +175,12 @@ TEST_F(EnvelopedDataContentInfoTest, WhatIsNotSetIsMissing) {
     EXPECT_EQ(enveloped.composeAttachedEncryptedContentInfo(op, VT_P11_Alg(), des3Key()), kUnsupported);
 }
 
-TEST_F(EnvelopedDataContentInfoTest, TheInnerContentIsThereOnceDecrypted) {
+TEST_F(enveloped_data_content_info_test, TheInnerContentIsThereOnceDecrypted) {
     ContentInfo content;
     EXPECT_EQ(read(vectors::kEnvelopedDes3).getInnerContentInfo(content), kMaterialMissing);
 }
 
-TEST_F(EnvelopedDataContentInfoTest, DecomposingLooksAtTypeVersionAndRecipients) {
+TEST_F(enveloped_data_content_info_test, DecomposingLooksAtTypeVersionAndRecipients) {
     const Bytes info = der::sequence({pkcs7(1), kDes3Algorithm});
     const Bytes recipients = der::set({recipientInfo(1)});
     EXPECT_EQ(decomposed(envelopedData(0, recipients, info)), 0);
@@ -194,12 +194,12 @@ TEST_F(EnvelopedDataContentInfoTest, DecomposingLooksAtTypeVersionAndRecipients)
     EXPECT_THROW(decomposed(contentOf(3, der::sequence({der::integer(0), recipients}))), MiException);
 }
 
-TEST_F(EnvelopedDataContentInfoTest, RecipientsByKeyIdentifierAreNotRead) {
+TEST_F(enveloped_data_content_info_test, RecipientsByKeyIdentifierAreNotRead) {
     // What openssl writes for them has version 2, and bytes where this format has issuer and serial number.
     EXPECT_THROW(decomposed(hex(vectors::kEnvelopedByKeyId)), MiException);
 }
 
-TEST_F(EnvelopedDataContentInfoTest, CopiesAreDeep) {
+TEST_F(enveloped_data_content_info_test, CopiesAreDeep) {
     VT_EnvelopedDataContentInfo first = read(vectors::kEnvelopedDes3);
     const VT_EnvelopedDataContentInfo second(first);
     VT_EnvelopedDataContentInfo third;
@@ -212,14 +212,14 @@ TEST_F(EnvelopedDataContentInfoTest, CopiesAreDeep) {
     EXPECT_EQ(third.decomposeAttachedEncryptedContentInfo(op, key), 0);
 }
 
-TEST_F(EnvelopedDataContentInfoTest, ResetStartsAnEmptySet) {
+TEST_F(enveloped_data_content_info_test, ResetStartsAnEmptySet) {
     VT_EnvelopedDataContentInfo enveloped = read(vectors::kEnvelopedDes3);
     enveloped.Reset();
     EXPECT_EQ(enveloped.addRecipientInfo(toMiByte(recipientInfo(1))), 0);
     EXPECT_EQ(enveloped.getRecipientInfoTotal(), 1);
 }
 
-TEST_F(EnvelopedDataContentInfoTest, FieldsStandInTheirOrder) {
+TEST_F(enveloped_data_content_info_test, FieldsStandInTheirOrder) {
     EXPECT_EQ(sizeof(VT_EnvelopedDataContentInfo), 4 * sizeof(void*));
     VT_EnvelopedDataContentInfo enveloped;
     EXPECT_EQ(setPointers<4>(enveloped), "--x-");

@@ -75,7 +75,7 @@ std::string lowerCase(std::string text) {
     return text;
 }
 
-TEST(NameTest, EachLabelIsWrittenAsItsAttribute) {
+TEST(name_test, EachLabelIsWrittenAsItsAttribute) {
     for (const Row& row : kRows) {
         VT_Name name;
         EXPECT_EQ(name.addNameNode(text(std::string(row.label) + "Some Value")), 0) << row.label;
@@ -85,14 +85,14 @@ TEST(NameTest, EachLabelIsWrittenAsItsAttribute) {
     }
 }
 
-TEST(NameTest, EachAttributeIsReadUnderItsLabel) {
+TEST(name_test, EachAttributeIsReadUnderItsLabel) {
     for (const Row& row : kRows) {
         const VT_Name name = nameOf(der::sequence({der::set({attribute(row.type, row.stringTag, "v")})}));
         EXPECT_EQ(node(name, 0), std::string(row.label) + "v");
     }
 }
 
-TEST(NameTest, ALabelInLowerCaseIsAcceptedAndReadBackInUpperCase) {
+TEST(name_test, ALabelInLowerCaseIsAcceptedAndReadBackInUpperCase) {
     for (const Row& row : kRows) {
         VT_Name name;
         EXPECT_EQ(name.addNameNode(text(lowerCase(row.label) + "alice")), 0) << row.label;
@@ -104,7 +104,7 @@ TEST(NameTest, ALabelInLowerCaseIsAcceptedAndReadBackInUpperCase) {
     EXPECT_EQ(node(mixed, 0), " CN =Alice");
 }
 
-TEST(NameTest, AnyOtherAttributeIsReadAsUnknown) {
+TEST(name_test, AnyOtherAttributeIsReadAsUnknown) {
     for (const Bytes& type :
          {der::oid({2, 5, 4, 5}), der::oid({2, 5, 4, 13}), der::oid({2, 5, 4, 42, 1}), der::oid({2, 5, 4}),
           der::oid({0, 9, 2342, 19200300, 100, 1, 25}), der::oid({1, 2, 840, 113549, 1, 9, 2})}) {
@@ -113,7 +113,7 @@ TEST(NameTest, AnyOtherAttributeIsReadAsUnknown) {
     }
 }
 
-TEST(NameTest, UnknownLabelsAreRefused) {
+TEST(name_test, UnknownLabelsAreRefused) {
     for (const char* label : {" ?? =Alice", "CN  =Alice", "CN =xAlice", " XX =Alice", " CN= Alice", "  CN=Alice",
                               "  c= Alice", "\0\0\0\0\0Alice", " ST =Alice", "  C :Alice"}) {
         VT_Name name;
@@ -124,7 +124,7 @@ TEST(NameTest, UnknownLabelsAreRefused) {
     EXPECT_EQ(name.addNameNode(MiByte(" CN\0=Alice", 10)), kUnsupported);
 }
 
-TEST(NameTest, ANodeNeedsAtLeastOneByteOfValue) {
+TEST(name_test, ANodeNeedsAtLeastOneByteOfValue) {
     VT_Name name;
     EXPECT_EQ(name.addNameNode(text(" CN =")), kBufferTooSmall);
     EXPECT_EQ(name.addNameNode(text(" ?? =")), kBufferTooSmall) << "the length is looked at first";
@@ -135,7 +135,7 @@ TEST(NameTest, ANodeNeedsAtLeastOneByteOfValue) {
     EXPECT_EQ(total(name), 1);
 }
 
-TEST(NameTest, ValuesOfAnyBytesPassUnderTheirTag) {
+TEST(name_test, ValuesOfAnyBytesPassUnderTheirTag) {
     std::string every;
     for (int i = 0; i < 256; ++i)
         every += static_cast<char>(i);
@@ -150,7 +150,7 @@ TEST(NameTest, ValuesOfAnyBytesPassUnderTheirTag) {
     EXPECT_EQ(toHex(derOf(name)), "30 0F 31 0D 30 0B 06 03 55 04 03 13 04 B1 B1 BE A9");
 }
 
-TEST(NameTest, NodesKeepTheirOrder) {
+TEST(name_test, NodesKeepTheirOrder) {
     VT_Name name;
     for (const char* label : {" CN =z", "  C =DE", " CN =a", "  O =Example", "  E =a@b"})
         EXPECT_EQ(name.addNameNode(text(label)), 0);
@@ -166,7 +166,7 @@ TEST(NameTest, NodesKeepTheirOrder) {
     }
 }
 
-TEST(NameTest, ValuesAreNotInterpreted) {
+TEST(name_test, ValuesAreNotInterpreted) {
     const Bytes commonName = der::oid({2, 5, 4, 3});
     const auto read = [&](std::uint8_t tag, std::string_view bytes) {
         return node(nameOf(der::sequence({der::set({attribute(commonName, tag, bytes)})})), 0);
@@ -179,7 +179,7 @@ TEST(NameTest, ValuesAreNotInterpreted) {
     EXPECT_EQ(read(kPrintable, ""), " CN =") << "an empty value can be read, though not written";
 }
 
-TEST(NameTest, OnlyTheFirstAttributeOfARelativeNameIsSeen) {
+TEST(name_test, OnlyTheFirstAttributeOfARelativeNameIsSeen) {
     const Bytes unit = attribute(der::oid({2, 5, 4, 11}), kPrintable, "Staff");
     const Bytes common = attribute(der::oid({2, 5, 4, 3}), kPrintable, "Alice");
     const Bytes der = der::sequence({der::set({common, unit}), der::set({unit, common})});
@@ -189,7 +189,7 @@ TEST(NameTest, OnlyTheFirstAttributeOfARelativeNameIsSeen) {
     EXPECT_EQ(node(name, 1), " OU =Staff");
 }
 
-TEST(NameTest, AnIndexPastTheEndThrows) {
+TEST(name_test, AnIndexPastTheEndThrows) {
     VT_Name name;
     MiByte value("old", 3);
     EXPECT_THROW(name.getNameNodeByIndex(0, value), MiOutOfRangeExp);
@@ -200,14 +200,14 @@ TEST(NameTest, AnIndexPastTheEndThrows) {
     EXPECT_EQ(value, MiByte("old", 3));
 }
 
-TEST(NameTest, ARelativeNameWithoutAttributesThrows) {
+TEST(name_test, ARelativeNameWithoutAttributesThrows) {
     const VT_Name name = nameOf(der::sequence({der::set({})}));
     EXPECT_EQ(total(name), 1);
     MiByte value;
     EXPECT_THROW(name.getNameNodeByIndex(0, value), MiOutOfRangeExp);
 }
 
-TEST(NameTest, AnAttributeWithoutTypeAndValueIsACode) {
+TEST(name_test, AnAttributeWithoutTypeAndValueIsACode) {
     const VT_Name name = nameOf(der::sequence({der::set({der::sequence({})})}));
     MiByte value("old", 3);
     EXPECT_EQ(name.getNameNodeByIndex(0, value), kElementAbsent);
@@ -215,7 +215,7 @@ TEST(NameTest, AnAttributeWithoutTypeAndValueIsACode) {
 }
 
 // What only a caller can build: one of the two is there.
-TEST(NameTest, AnAttributeWithoutTypeOrValueIsACode) {
+TEST(name_test, AnAttributeWithoutTypeOrValueIsACode) {
     const AsnOid type("2.5.4.3");
     AsnOctetString holder;
     holder.SetAsnName("value");
@@ -242,7 +242,7 @@ TEST(NameTest, AnAttributeWithoutTypeOrValueIsACode) {
 }
 
 // A holder without its name takes the member's away.
-TEST(NameTest, TheHolderOfAValueIsNamedAndPresent) {
+TEST(name_test, TheHolderOfAValueIsNamedAndPresent) {
     VT_Name name;
     EXPECT_EQ(name.addNameNode(text(" CN =Alice")), 0);
     Name value;
@@ -257,7 +257,7 @@ TEST(NameTest, TheHolderOfAValueIsNamedAndPresent) {
     EXPECT_EQ(attribute->GetType()->GetData(), "2.5.4.3");
 }
 
-TEST(NameTest, NamesGoThroughValuesUnchanged) {
+TEST(name_test, NamesGoThroughValuesUnchanged) {
     const Bytes der = der::sequence({der::set({attribute(der::oid({2, 5, 4, 6}), kPrintable, "DE")}),
                                      der::set({attribute(der::oid({2, 5, 4, 3}), 0x0C, "Alice")})});
     const VT_Name name = nameOf(der);
@@ -276,22 +276,22 @@ TEST(NameTest, NamesGoThroughValuesUnchanged) {
     EXPECT_EQ(toHex(derOf(other)), toHex(der));
 }
 
-TEST(NameTest, TheEmptyNameIsAName) {
+TEST(name_test, TheEmptyNameIsAName) {
     EXPECT_EQ(toHex(derOf(VT_Name())), "30 00");
     EXPECT_EQ(total(nameOf({0x30, 0x00})), 0);
 }
 
-TEST(NameTest, ANameWithoutASelectionIsACodeAndChangesNothing) {
+TEST(name_test, ANameWithoutASelectionIsACodeAndChangesNothing) {
     VT_Name name = nameOf(der::name(3, kPrintable, "Alice"));
     EXPECT_EQ(name.setName(Name()), kElementAbsent);
     EXPECT_EQ(node(name, 0), " CN =Alice");
 }
 
-TEST(NameTest, WhatFollowsTheNameDoesNotCount) {
+TEST(name_test, WhatFollowsTheNameDoesNotCount) {
     EXPECT_EQ(node(nameOf(der::join({der::name(3, kPrintable, "Alice"), {0xFF, 0xFF}})), 0), " CN =Alice");
 }
 
-TEST(NameTest, CopiesAreDeep) {
+TEST(name_test, CopiesAreDeep) {
     VT_Name first = nameOf(der::name(3, kPrintable, "Alice"));
     VT_Name copy(first);
     VT_Name assigned;
@@ -309,7 +309,7 @@ TEST(NameTest, CopiesAreDeep) {
     EXPECT_EQ(total(assigned), 1);
 }
 
-TEST(NameTest, ResetLeavesAnEmptyNameThatCanBeUsed) {
+TEST(name_test, ResetLeavesAnEmptyNameThatCanBeUsed) {
     VT_Name name = nameOf(der::name(3, kPrintable, "Alice"));
     name.Reset();
     EXPECT_EQ(toHex(derOf(name)), "30 00");
@@ -335,7 +335,7 @@ int readAll(const Bytes& der) {
     }
 }
 
-TEST(NameTest, BrokenNamesGiveAnExceptionOrACode) {
+TEST(name_test, BrokenNamesGiveAnExceptionOrACode) {
     const Bytes good = der::sequence({der::set({attribute(der::oid({2, 5, 4, 6}), kPrintable, "DE")}),
                                       der::set({attribute(der::oid({2, 5, 4, 11}), 0x0C, "Staff"),
                                                 attribute(der::oid({2, 5, 4, 3}), 0x1E, "Alic")})});
@@ -356,7 +356,7 @@ TEST(NameTest, BrokenNamesGiveAnExceptionOrACode) {
         survive(support::withTags(good, tag));
 }
 
-TEST(NameTest, HugeNamesAreReadWhole) {
+TEST(name_test, HugeNamesAreReadWhole) {
     const Bytes one = der::set({attribute(der::oid({2, 5, 4, 11}), kPrintable, std::string(5, 'x'))});
     const VT_Name many = nameOf(der::tlv(0x30, der::repeat(20000, one)));
     EXPECT_EQ(total(many), 20000);

@@ -94,7 +94,7 @@ Bytes compose(const VT_PFX& pfx, int iterations, const MiByte& password = kSecre
 
 // ---- Composing
 
-TEST(PfxTest, NewFileIsEmpty) {
+TEST(pfx_test, NewFileIsEmpty) {
     const VT_PFX pfx;
     EXPECT_EQ(layoutOf(pfx).reserved, 0);
     EXPECT_EQ(layoutOf(pfx).total, 0);
@@ -105,7 +105,7 @@ TEST(PfxTest, NewFileIsEmpty) {
     EXPECT_EQ(parts.at(1), dataContent(hex("30 00")));
 }
 
-TEST(PfxTest, FileHasTheShapeOfTheStandard) {
+TEST(pfx_test, FileHasTheShapeOfTheStandard) {
     VT_PFX pfx;
     ASSERT_EQ(pfx.addDataSafeContents(bytes(kBags)), 0);
     const std::vector<Bytes> parts = elementsOf(compose(pfx, 5));
@@ -124,7 +124,7 @@ TEST(PfxTest, FileHasTheShapeOfTheStandard) {
     EXPECT_EQ(support::toHex(parts[2]), support::toHex(macOver(contents, mac)));
 }
 
-TEST(PfxTest, NoIterationsStandFor2048) {
+TEST(pfx_test, NoIterationsStandFor2048) {
     const VT_PFX pfx;
     EXPECT_EQ(elementsOf(elementsOf(compose(pfx, 0)).at(2)).at(2), der::integer(2048));
     EXPECT_EQ(elementsOf(elementsOf(compose(pfx, 1)).at(2)).at(2), der::integer(1));
@@ -132,7 +132,7 @@ TEST(PfxTest, NoIterationsStandFor2048) {
     EXPECT_EQ(decompose(compose(pfx, 1)), 0);
 }
 
-TEST(PfxTest, FileAsAValueReplacesWhatTheArgumentHeld) {
+TEST(pfx_test, FileAsAValueReplacesWhatTheArgumentHeld) {
     Software software;
     VT_PFX pfx;
     ASSERT_EQ(pfx.addDataSafeContents(bytes(kBags)), 0);
@@ -143,7 +143,7 @@ TEST(PfxTest, FileAsAValueReplacesWhatTheArgumentHeld) {
     EXPECT_EQ(typesOf(again), std::vector<int>{3});
 }
 
-TEST(PfxTest, EncryptedContentHasTheShapeOfTheStandard) {
+TEST(pfx_test, EncryptedContentHasTheShapeOfTheStandard) {
     Software software;
     VT_PFX pfx;
     ASSERT_EQ(pfx.addEncryptSafeContents(software.op(), kSecret, 6, 7, bytes(kBags)), 0);
@@ -162,7 +162,7 @@ TEST(PfxTest, EncryptedContentHasTheShapeOfTheStandard) {
     EXPECT_EQ(inner.at(2).at(0), 0x80) << "[0] IMPLICIT";
 }
 
-TEST(PfxTest, EncryptsByEachType) {
+TEST(pfx_test, EncryptsByEachType) {
     Software software;
     for (int type = 1; type <= 6; ++type) {
         VT_PFX pfx;
@@ -182,7 +182,7 @@ TEST(PfxTest, EncryptsByEachType) {
         EXPECT_EQ(pfx.addEncryptSafeContents(software.op(), kSecret, type, 2, bytes(kBags)), -1006);
 }
 
-TEST(PfxTest, BagsPassAsValues) {
+TEST(pfx_test, BagsPassAsValues) {
     Software software;
     const auto bags = decoded<AsnSequenceOf<SafeBag>>(kBags);
     VT_PFX pfx;
@@ -196,7 +196,7 @@ TEST(PfxTest, BagsPassAsValues) {
     EXPECT_EQ(hexOf(encrypted), support::toHex(kBags));
 }
 
-TEST(PfxTest, IndexCountsContentsOfItsTypeAlone) {
+TEST(pfx_test, IndexCountsContentsOfItsTypeAlone) {
     Software software;
     VT_PFX pfx;
     ASSERT_EQ(pfx.addEncryptSafeContents(software.op(), kSecret, 1, 1, bytes("30 00")), 0);
@@ -221,7 +221,7 @@ TEST(PfxTest, IndexCountsContentsOfItsTypeAlone) {
     }
 }
 
-TEST(PfxTest, Holds128Contents) {
+TEST(pfx_test, Holds128Contents) {
     Software software;
     VT_PFX pfx;
     for (int i = 0; i < 128; ++i)
@@ -232,7 +232,7 @@ TEST(PfxTest, Holds128Contents) {
     EXPECT_EQ(decompose(compose(pfx, 1)), 0);
 }
 
-TEST(PfxTest, CompositionNeedsAChooser) {
+TEST(pfx_test, CompositionNeedsAChooser) {
     VT_P11_OP none;
     const VT_PFX pfx;
     MiByte der = bytes("01");
@@ -243,7 +243,7 @@ TEST(PfxTest, CompositionNeedsAChooser) {
 
 // ---- Decomposing
 
-TEST(PfxTest, OpensTheFilesOfOtherPrograms) {
+TEST(pfx_test, OpensTheFilesOfOtherPrograms) {
     const char* const files[] = {
         vectors::kPfxRc4,      vectors::kPfxRc4Short,     vectors::kPfxTripleDes,      vectors::kPfxRc2,
         vectors::kPfxRc2Short, vectors::kPfxOneIteration, vectors::kPfxManyIterations, vectors::kPfxChain,
@@ -274,7 +274,7 @@ TEST(PfxTest, OpensTheFilesOfOtherPrograms) {
     }
 }
 
-TEST(PfxTest, NamesAreRead) {
+TEST(pfx_test, NamesAreRead) {
     Software software;
     VT_PFX pfx;
     ASSERT_EQ(decompose(pfx, hex(vectors::kPfxChain)), 0);
@@ -299,7 +299,7 @@ TEST(PfxTest, NamesAreRead) {
     EXPECT_EQ(bags.getCertDerByIndex(4, certificate), -1005);
 }
 
-TEST(PfxTest, TwoKeyTripleDesIsRefused) {
+TEST(pfx_test, TwoKeyTripleDesIsRefused) {
     Software software;
     VT_PFX pfx;
     ASSERT_EQ(decompose(pfx, hex(vectors::kPfxTwoKeyDes)), 0);
@@ -307,7 +307,7 @@ TEST(PfxTest, TwoKeyTripleDesIsRefused) {
     EXPECT_EQ(pfx.getEncryptSafeContentsByIndex(software.op(), kSecret, 0, contents), -7);
 }
 
-TEST(PfxTest, PasswordsAreBytes) {
+TEST(pfx_test, PasswordsAreBytes) {
     EXPECT_EQ(decompose(hex(vectors::kPfxEmptyPassword), MiByte()), 0);
     EXPECT_EQ(decompose(hex(vectors::kPfxEmptyPassword), text("x")), -1012);
     EXPECT_EQ(decompose(hex(vectors::kPfxHighBytes), text("caf\xE9\xFF\x80")), 0);
@@ -317,7 +317,7 @@ TEST(PfxTest, PasswordsAreBytes) {
     EXPECT_EQ(decompose(hex(vectors::kPfxRc4), MiByte("secret", 0, 7)), -1012) << "a zero byte is one of its bytes";
 }
 
-TEST(PfxTest, SkippedMacIsNotLookedAt) {
+TEST(pfx_test, SkippedMacIsNotLookedAt) {
     VT_PFX pfx;
     EXPECT_EQ(decompose(pfx, hex(vectors::kPfxRc4), text("wrong"), 1), 0);
     EXPECT_EQ(typesOf(pfx), (std::vector<int>{4, 3}));
@@ -331,14 +331,14 @@ TEST(PfxTest, SkippedMacIsNotLookedAt) {
     EXPECT_EQ(pfx.decomposePFXBaseOnPassword(none, kSecret, bytes(vectors::kPfxRc4), 0), -2);
 }
 
-TEST(PfxTest, ContentsAreThereWhenTheMacDiffers) {
+TEST(pfx_test, ContentsAreThereWhenTheMacDiffers) {
     VT_PFX pfx;
     EXPECT_EQ(decompose(pfx, hex(vectors::kPfxRc4), text("wrong")), -1012);
     MiByte contents;
     EXPECT_EQ(pfx.getDataSafeContentsByIndex(0, contents), 0);
 }
 
-TEST(PfxTest, NewerAlgorithmsAreNotSupported) {
+TEST(pfx_test, NewerAlgorithmsAreNotSupported) {
     Software software;
     VT_PFX pfx;
     EXPECT_EQ(decompose(pfx, hex(vectors::kPfxNew)), -1006) << "a MAC of SHA-256";
@@ -350,7 +350,7 @@ TEST(PfxTest, NewerAlgorithmsAreNotSupported) {
     EXPECT_EQ(decompose(file(hex("30 00"), mac)), -1006);
 }
 
-TEST(PfxTest, ChangedContentsAreNoticed) {
+TEST(pfx_test, ChangedContentsAreNoticed) {
     const Bytes contents = der::sequence({dataContent(kBags), dataContent(hex("30 00"))});
     ASSERT_EQ(decompose(file(contents)), 0);
     const Bytes macData = macOver(contents, Mac());
@@ -364,7 +364,7 @@ TEST(PfxTest, ChangedContentsAreNoticed) {
     }
 }
 
-TEST(PfxTest, ChangedMacIsNoticed) {
+TEST(pfx_test, ChangedMacIsNoticed) {
     const Bytes contents = hex("30 00");
     const Bytes good = macOver(contents, Mac());
     const Bytes digestValue = hex("04 14");
@@ -386,7 +386,7 @@ TEST(PfxTest, ChangedMacIsNoticed) {
                   -1012);
 }
 
-TEST(PfxTest, IterationsOfTheMac) {
+TEST(pfx_test, IterationsOfTheMac) {
     const Bytes contents = hex("30 00");
     Mac mac;
     for (const std::int64_t one : {0, -1, -128, -2147483647 - 1}) {
@@ -404,7 +404,7 @@ TEST(PfxTest, IterationsOfTheMac) {
     }
 }
 
-TEST(PfxTest, SaltsOfAnyLengthAreTaken) {
+TEST(pfx_test, SaltsOfAnyLengthAreTaken) {
     for (const std::size_t length : {0U, 1U, 63U, 64U, 65U, 1000U}) {
         Mac mac;
         mac.salt = Bytes(length, 0xA5);
@@ -412,7 +412,7 @@ TEST(PfxTest, SaltsOfAnyLengthAreTaken) {
     }
 }
 
-TEST(PfxTest, AuthenticatedSafeMustBeData) {
+TEST(pfx_test, AuthenticatedSafeMustBeData) {
     EXPECT_EQ(decompose(der::sequence({})), -1001);
     EXPECT_EQ(decompose(der::sequence({der::integer(3), der::sequence({})})), -1001);
     EXPECT_EQ(decompose(der::sequence({der::integer(3), content(kSignedOid, octets(hex("30 00")))})), -1006);
@@ -422,7 +422,7 @@ TEST(PfxTest, AuthenticatedSafeMustBeData) {
     EXPECT_EQ(decompose({}), kException);
 }
 
-TEST(PfxTest, MacNeedsItsParts) {
+TEST(pfx_test, MacNeedsItsParts) {
     const Bytes safe = dataContent(hex("30 00"));
     EXPECT_EQ(decompose(fileOf(safe, der::sequence({}))), -1001);
     EXPECT_EQ(decompose(fileOf(safe, der::sequence({der::sequence({}), octets({})}))), -1001) << "no algorithm";
@@ -430,7 +430,7 @@ TEST(PfxTest, MacNeedsItsParts) {
               -1001);
 }
 
-TEST(PfxTest, ContentsAreSortedByType) {
+TEST(pfx_test, ContentsAreSortedByType) {
     const Bytes contents = der::sequence({dataContent(hex("30 00")), content(kEnvelopedOid, der::sequence({})),
                                           content(kEncryptedOid, der::sequence({})),
                                           content(kSignedOid, der::sequence({})), dataContent(hex("30 00"))});
@@ -444,7 +444,7 @@ TEST(PfxTest, ContentsAreSortedByType) {
     EXPECT_EQ(decompose(file(der::sequence({dataContent(hex("30 00")), der::sequence({})}))), -1001) << "no type";
 }
 
-TEST(PfxTest, Content129Fails) {
+TEST(pfx_test, Content129Fails) {
     VT_PFX pfx;
     EXPECT_EQ(decompose(pfx, file(der::tlv(0x30, der::repeat(128, dataContent(hex("30 00")))))), 0);
     EXPECT_EQ(decompose(pfx, file(der::tlv(0x30, der::repeat(129, dataContent(hex("30 00")))))), -1014);
@@ -458,7 +458,7 @@ TEST(PfxTest, Content129Fails) {
     EXPECT_EQ(pfx.addDataSafeContents(bytes("30 00")), 0);
 }
 
-TEST(PfxTest, EncryptedContentNeedsItsParts) {
+TEST(pfx_test, EncryptedContentNeedsItsParts) {
     Software software;
     const Bytes some = der::tlv(0x80, hex("0102030405060708"));
     const Bytes good = pbe(3, hex("01"), der::integer(1));
@@ -478,7 +478,7 @@ TEST(PfxTest, EncryptedContentNeedsItsParts) {
     EXPECT_EQ(open(der::sequence({kDataOid, good, der::tlv(0x80, hex("010203"))})), -3);
 }
 
-TEST(PfxTest, TypeTellsOfTheMac) {
+TEST(pfx_test, TypeTellsOfTheMac) {
     int type = 0;
     EXPECT_EQ(VT_PFX::getPFXType(bytes(vectors::kPfxRc4), type), 0);
     EXPECT_EQ(type, 1);
@@ -491,11 +491,11 @@ TEST(PfxTest, TypeTellsOfTheMac) {
 }
 
 // The length octet 80 counts as no content, so that such a file is an empty one.
-TEST(PfxTest, IndefiniteLengthsAreNotRead) {
+TEST(pfx_test, IndefiniteLengthsAreNotRead) {
     EXPECT_EQ(decompose(hex(vectors::kPfxNss)), -1001);
 }
 
-TEST(PfxTest, CopiesAreDeep) {
+TEST(pfx_test, CopiesAreDeep) {
     VT_PFX pfx;
     ASSERT_EQ(pfx.addDataSafeContents(bytes(kBags)), 0);
     const VT_PFX copy = pfx;
@@ -526,7 +526,7 @@ void readAll(const Bytes& der) {
     resultOf([&] { return VT_SafeContents::P8DecryptPrivateKeyInfo(software.op(), kSecret, found, found); });
 }
 
-TEST(PfxTest, BrokenFilesAreRefused) {
+TEST(pfx_test, BrokenFilesAreRefused) {
     const Bytes good = hex(vectors::kPfxOneIteration);
     ASSERT_EQ(decompose(good), 0);
     for (const support::Broken& broken : support::truncations(good))
@@ -544,7 +544,7 @@ TEST(PfxTest, BrokenFilesAreRefused) {
     }
 }
 
-TEST(PfxTest, DeepNestingIsSurvived) {
+TEST(pfx_test, DeepNestingIsSurvived) {
     Bytes nested = hex("30 00");
     for (int i = 0; i < 2000; ++i)
         nested = der::sequence({nested});
@@ -555,7 +555,7 @@ TEST(PfxTest, DeepNestingIsSurvived) {
 
 // ---- Exhausted memory
 
-TEST(PfxTest, ExhaustedMemoryIsSurvived) {
+TEST(pfx_test, ExhaustedMemoryIsSurvived) {
     Software software;
     const MiByte bags = bytes(kBags);
     bool done = false;

@@ -53,7 +53,7 @@ Bytes information(const KeyItems& items = vectors::kRecipientKey) {
     return der::sequence({der::integer(0), kSubject, subjectKey(items), der::tagged(0, {})});
 }
 
-class Pkcs10Test : public testing::Test {
+class pkcs10_test : public testing::Test {
   protected:
     std::string composed(VT_PKCS10 request, const VT_P11_Key* key, int type) {
         const VT_P11_Alg alg = algorithmOf(type);
@@ -72,7 +72,7 @@ class Pkcs10Test : public testing::Test {
 
 // ---- Members
 
-TEST_F(Pkcs10Test, SetRsaPublickKeyBuildsTheSubjectKey) {
+TEST_F(pkcs10_test, SetRsaPublickKeyBuildsTheSubjectKey) {
     VT_PKCS10 request = filled();
     CertificationRequest value;
     const VT_P11_Alg alg = algorithmOf(token::kSha1Rsa);
@@ -84,7 +84,7 @@ TEST_F(Pkcs10Test, SetRsaPublickKeyBuildsTheSubjectKey) {
     EXPECT_EQ(hexOf(key), toHex(publicKeyDer(vectors::kRecipientKey)));
 }
 
-TEST_F(Pkcs10Test, GetPublicKeyLooksAtTheSubjectKey) {
+TEST_F(pkcs10_test, GetPublicKeyLooksAtTheSubjectKey) {
     RSAPublicKey key;
     VT_PKCS10 request;
     EXPECT_EQ(request.getPublicKey(key), kElementAbsent);
@@ -105,7 +105,7 @@ TEST_F(Pkcs10Test, GetPublicKeyLooksAtTheSubjectKey) {
     EXPECT_EQ(keyWithout("subjectPublicKey"), kElementAbsent);
 }
 
-TEST_F(Pkcs10Test, AttributesComeBackInTheOrderOfAdding) {
+TEST_F(pkcs10_test, AttributesComeBackInTheOrderOfAdding) {
     VT_PKCS10 request = filled();
     int total = -1;
     EXPECT_EQ(request.getAttributesTotal(total), 0);
@@ -130,7 +130,7 @@ TEST_F(Pkcs10Test, AttributesComeBackInTheOrderOfAdding) {
               toHex(der::sequence({info, signatureAlgorithm(5), der::bitString(0, hex(kFiller))})));
 }
 
-TEST_F(Pkcs10Test, TheNameIsSetAndGivenAsDerAndAsAValue) {
+TEST_F(pkcs10_test, TheNameIsSetAndGivenAsDerAndAsAValue) {
     VT_PKCS10 request;
     MiByte der;
     Name name;
@@ -147,13 +147,13 @@ TEST_F(Pkcs10Test, TheNameIsSetAndGivenAsDerAndAsAValue) {
 
 // ---- Composing
 
-TEST_F(Pkcs10Test, WithoutAKeyTheSignatureIsTheFiller) {
+TEST_F(pkcs10_test, WithoutAKeyTheSignatureIsTheFiller) {
     EXPECT_EQ(composed(filled(), nullptr, token::kSha1Rsa),
               toHex(der::sequence({information(), signatureAlgorithm(5), der::bitString(0, hex(kFiller))})));
     EXPECT_EQ(std::string(kFiller).size(), 2U * 30U);
 }
 
-TEST_F(Pkcs10Test, TheFillerDoesNotVerify) {
+TEST_F(pkcs10_test, TheFillerDoesNotVerify) {
     for (const KeyItems* items : {&vectors::kRecipientKey, &vectors::kLargeKey}) {
         VT_PKCS10 request = filled(*items);
         const VT_P11_Alg alg = algorithmOf(token::kSha1Rsa);
@@ -163,7 +163,7 @@ TEST_F(Pkcs10Test, TheFillerDoesNotVerify) {
     }
 }
 
-TEST_F(Pkcs10Test, WithAKeyTheSignatureIsEmpty) {
+TEST_F(pkcs10_test, WithAKeyTheSignatureIsEmpty) {
     const VT_P11_Key key = privateKey(vectors::kRecipientKey);
     const int types[] = {token::kMd5Rsa, token::kMd2Rsa, token::kSha1Rsa};
     const std::uint64_t arcs[] = {4, 2, 5};
@@ -172,7 +172,7 @@ TEST_F(Pkcs10Test, WithAKeyTheSignatureIsEmpty) {
                   toHex(der::sequence({information(), signatureAlgorithm(arcs[i]), der::bitString(0, {})})));
 }
 
-TEST_F(Pkcs10Test, AnEmptySignatureDoesNotVerify) {
+TEST_F(pkcs10_test, AnEmptySignatureDoesNotVerify) {
     const VT_P11_Key key = privateKey(vectors::kRecipientKey);
     const VT_P11_Alg alg = algorithmOf(token::kSha1Rsa);
     MiByte der;
@@ -181,7 +181,7 @@ TEST_F(Pkcs10Test, AnEmptySignatureDoesNotVerify) {
     EXPECT_THROW(VT_PKCS10::verifyPKCS10(op, der), MiException);
 }
 
-TEST_F(Pkcs10Test, ASignatureThatTheCallerPutsInVerifies) {
+TEST_F(pkcs10_test, ASignatureThatTheCallerPutsInVerifies) {
     const VT_P11_Key key = privateKey(vectors::kRecipientKey);
     const VT_P11_Alg alg = algorithmOf(token::kSha1Rsa);
     CertificationRequest request;
@@ -195,7 +195,7 @@ TEST_F(Pkcs10Test, ASignatureThatTheCallerPutsInVerifies) {
     EXPECT_EQ(VT_PKCS10::verifyPKCS10(op, request), 0);
 }
 
-TEST_F(Pkcs10Test, OnlyFourAlgorithmsSign) {
+TEST_F(pkcs10_test, OnlyFourAlgorithmsSign) {
     VT_PKCS10 request = filled();
     MiByte der;
     for (int type = 1; type <= 11; ++type) {
@@ -208,7 +208,7 @@ TEST_F(Pkcs10Test, OnlyFourAlgorithmsSign) {
     EXPECT_EQ(request.composePKCS10(op, nullptr, nullptr, der), kNullArgument);
 }
 
-TEST_F(Pkcs10Test, RsaWithoutADigestIsForShortTexts) {
+TEST_F(pkcs10_test, RsaWithoutADigestIsForShortTexts) {
     const VT_P11_Key key = privateKey(vectors::kRecipientKey);
     const VT_P11_Alg alg = algorithmOf(token::kRsa);
     MiByte der;
@@ -234,7 +234,7 @@ TEST_F(Pkcs10Test, RsaWithoutADigestIsForShortTexts) {
     EXPECT_EQ(compose(117), kTooLong);
 }
 
-TEST_F(Pkcs10Test, ComposingNeedsAnOperationForTheDigestAlone) {
+TEST_F(pkcs10_test, ComposingNeedsAnOperationForTheDigestAlone) {
     VT_P11_OP none;
     const VT_P11_Key key = privateKey(vectors::kRecipientKey);
     const VT_P11_Alg alg = algorithmOf(token::kSha1Rsa);
@@ -243,7 +243,7 @@ TEST_F(Pkcs10Test, ComposingNeedsAnOperationForTheDigestAlone) {
     EXPECT_EQ(filled().composePKCS10(none, &key, &alg, der), kNoChooser);
 }
 
-TEST_F(Pkcs10Test, ComposingLeavesNothingOfADecomposedRequest) {
+TEST_F(pkcs10_test, ComposingLeavesNothingOfADecomposedRequest) {
     // A decoder does not compare the tags of what must be there, and gives back the ones that it met.
     const Bytes odd =
         der::sequence({der::tlv(0x0A, {5}), kSubject, subjectKey(vectors::kRecipientKey), der::tagged(0, {})});
@@ -254,7 +254,7 @@ TEST_F(Pkcs10Test, ComposingLeavesNothingOfADecomposedRequest) {
               toHex(der::sequence({information(), signatureAlgorithm(5), der::bitString(0, hex(kFiller))})));
 }
 
-TEST_F(Pkcs10Test, ComposingAnIncompleteRequestThrows) {
+TEST_F(pkcs10_test, ComposingAnIncompleteRequestThrows) {
     const VT_P11_Alg alg = algorithmOf(token::kSha1Rsa);
     MiByte der;
     EXPECT_THROW(VT_PKCS10().composePKCS10(op, nullptr, &alg, der), MiException);
@@ -262,7 +262,7 @@ TEST_F(Pkcs10Test, ComposingAnIncompleteRequestThrows) {
 
 // ---- Decomposing
 
-TEST_F(Pkcs10Test, TakesApartWhatOpensslMade) {
+TEST_F(pkcs10_test, TakesApartWhatOpensslMade) {
     VT_PKCS10 request;
     ASSERT_EQ(request.decomposePKCS10(op, toMiByte(hex(vectors::kRequestAttributes))), 0);
     int total = 0;
@@ -282,7 +282,7 @@ TEST_F(Pkcs10Test, TakesApartWhatOpensslMade) {
     EXPECT_EQ(hexOf(*again.GetCertificationRequestInfo()), hexOf(*original.GetCertificationRequestInfo()));
 }
 
-TEST_F(Pkcs10Test, DecomposingReplacesTheMembers) {
+TEST_F(pkcs10_test, DecomposingReplacesTheMembers) {
     VT_PKCS10 request = filled(vectors::kLargeKey);
     request.addAttribute(decoded<Attribute>(attribute(7, "x")));
     ASSERT_EQ(request.decomposePKCS10(op, made()), 0);
@@ -294,7 +294,7 @@ TEST_F(Pkcs10Test, DecomposingReplacesTheMembers) {
     EXPECT_EQ(hexOf(key), toHex(publicKeyDer(vectors::kRecipientKey)));
 }
 
-TEST_F(Pkcs10Test, DecomposingNeedsEveryPart) {
+TEST_F(pkcs10_test, DecomposingNeedsEveryPart) {
     CertificationRequest request = made();
     request.Find("certificationRequestInfo")->SetAsnPresent(false);
     EXPECT_EQ(VT_PKCS10().decomposePKCS10(op, request), kMaterialMissing);
@@ -311,7 +311,7 @@ TEST_F(Pkcs10Test, DecomposingNeedsEveryPart) {
 
 // ---- Verifying
 
-TEST_F(Pkcs10Test, VerifiesWhatOthersSigned) {
+TEST_F(pkcs10_test, VerifiesWhatOthersSigned) {
     EXPECT_EQ(verified(hex(vectors::kRequestSha1)), 0);
     EXPECT_EQ(verified(hex(vectors::kRequestMd5)), 0);
     EXPECT_EQ(verified(hex(vectors::kRequestMd2)), 0);
@@ -319,7 +319,7 @@ TEST_F(Pkcs10Test, VerifiesWhatOthersSigned) {
     EXPECT_EQ(verified(hex(vectors::kRequestBare)), 0);
 }
 
-TEST_F(Pkcs10Test, VerifyingFindsAChange) {
+TEST_F(pkcs10_test, VerifyingFindsAChange) {
     EXPECT_EQ(verified(hex(vectors::kRequestForged)), kSignatureMismatch);
     CertificationRequestInfo info = *made().GetCertificationRequestInfo();
     info.SetSubject(decoded<Name>(kSubject));
@@ -334,13 +334,13 @@ TEST_F(Pkcs10Test, VerifyingFindsAChange) {
     EXPECT_EQ(VT_PKCS10::verifyPKCS10(op, changed), kRsaFailed);
 }
 
-TEST_F(Pkcs10Test, VerifyingKnowsFourAlgorithms) {
+TEST_F(pkcs10_test, VerifyingKnowsFourAlgorithms) {
     EXPECT_EQ(verified(hex(vectors::kRequestSha256)), kUnsupported);
     EXPECT_EQ(verified(hex(vectors::kRequestEc)), kUnsupported);
     EXPECT_EQ(verified(hex(vectors::kRequestBareTooLong)), kTooLong);
 }
 
-TEST_F(Pkcs10Test, VerifyingNeedsEveryElement) {
+TEST_F(pkcs10_test, VerifyingNeedsEveryElement) {
     for (const char* name : {"certificationRequestInfo", "signatureAlgorithm", "signature"}) {
         CertificationRequest request = made();
         request.Find(name)->SetAsnPresent(false);
@@ -358,7 +358,7 @@ TEST_F(Pkcs10Test, VerifyingNeedsEveryElement) {
     EXPECT_EQ(verified(der::sequence({})), kElementAbsent);
 }
 
-TEST_F(Pkcs10Test, VerifyingNeedsEveryElementOfTheKey) {
+TEST_F(pkcs10_test, VerifyingNeedsEveryElementOfTheKey) {
     // The information keeps the bytes that it was read from, so that it has DER whatever is taken out of it.
     const auto verifiedWith = [&](const auto& change) {
         CertificationRequest request = made();
@@ -379,7 +379,7 @@ TEST_F(Pkcs10Test, VerifyingNeedsEveryElementOfTheKey) {
               kElementAbsent);
 }
 
-TEST_F(Pkcs10Test, OfTheOpenedSignatureTheDigestAloneCounts) {
+TEST_F(pkcs10_test, OfTheOpenedSignatureTheDigestAloneCounts) {
     const VT_P11_Key key = privateKey(vectors::kRecipientKey);
     const VT_P11_Alg alg = algorithmOf(token::kSha1Rsa);
     MiByte digest;
@@ -397,7 +397,7 @@ TEST_F(Pkcs10Test, OfTheOpenedSignatureTheDigestAloneCounts) {
     EXPECT_EQ(verifiedWith(der::sequence({kSha1Algorithm, der::tlv(0x04, {})})), kSignatureMismatch);
 }
 
-TEST_F(Pkcs10Test, TheDigestIsTheCallersAndTheSignatureIsOpenedInSoftware) {
+TEST_F(pkcs10_test, TheDigestIsTheCallersAndTheSignatureIsOpenedInSoftware) {
     VT_P11_OP none;
     EXPECT_EQ(VT_PKCS10::verifyPKCS10(none, made()), kNoChooser);
     // Nothing to digest here, so that an operation without a chooser does.
@@ -406,7 +406,7 @@ TEST_F(Pkcs10Test, TheDigestIsTheCallersAndTheSignatureIsOpenedInSoftware) {
 
 // ---- The object
 
-TEST_F(Pkcs10Test, CopiesAreDeep) {
+TEST_F(pkcs10_test, CopiesAreDeep) {
     VT_PKCS10 first = filled();
     first.addAttribute(decoded<Attribute>(attribute(7, "x")));
     const VT_PKCS10 second(first);
@@ -423,7 +423,7 @@ TEST_F(Pkcs10Test, CopiesAreDeep) {
     EXPECT_EQ(third.getPublicKey(key), 0);
 }
 
-TEST_F(Pkcs10Test, FourFieldsAreThereFromTheStart) {
+TEST_F(pkcs10_test, FourFieldsAreThereFromTheStart) {
     EXPECT_EQ(sizeof(VT_PKCS10), 4 * sizeof(void*));
     VT_PKCS10 request;
     EXPECT_EQ(setPointers<4>(request), "xxxx");
@@ -431,7 +431,7 @@ TEST_F(Pkcs10Test, FourFieldsAreThereFromTheStart) {
     EXPECT_EQ(setPointers<4>(request), "xxxx");
 }
 
-TEST_F(Pkcs10Test, FieldsStandInTheirOrder) {
+TEST_F(pkcs10_test, FieldsStandInTheirOrder) {
     using Words = std::array<const void*, 4>;
     const auto changed = [](VT_PKCS10& request, auto&& change) {
         Words before, after;

@@ -37,12 +37,12 @@ Bytes recipientInfo(std::int64_t version, const Bytes& encryptedKey) {
         {der::integer(version), der::sequence({name, der::integer(17)}), kRsaAlgorithm, der::tlv(0x04, encryptedKey)});
 }
 
-class RecipientInfoTest : public testing::Test {
+class recipient_info_test : public testing::Test {
   protected:
     Software op;
 };
 
-TEST_F(RecipientInfoTest, OpensTheKeyThatOpensslEncrypted) {
+TEST_F(recipient_info_test, OpensTheKeyThatOpensslEncrypted) {
     VT_RecipientInfo recipient;
     ASSERT_EQ(recipient.decomposeRecipientInfo(toMiByte(recipientIn(vectors::kEnvelopedDes3))), 0);
     MiByte sessionKey;
@@ -57,7 +57,7 @@ TEST_F(RecipientInfoTest, OpensTheKeyThatOpensslEncrypted) {
     EXPECT_EQ(hexOf(algorithm), toHex(kRsaAlgorithm));
 }
 
-TEST_F(RecipientInfoTest, EncryptsForKeysOfAnySize) {
+TEST_F(recipient_info_test, EncryptsForKeysOfAnySize) {
     for (const KeyItems* items : {&vectors::kRecipientKey, &vectors::kLargeKey}) {
         VT_RecipientInfo recipient = addressed();
         ASSERT_EQ(recipient.encryptKey(op, publicKey(*items), toMiByte(kDes3Key)), 0);
@@ -70,7 +70,7 @@ TEST_F(RecipientInfoTest, EncryptsForKeysOfAnySize) {
     }
 }
 
-TEST_F(RecipientInfoTest, ComposesTheElementsInTheirOrder) {
+TEST_F(recipient_info_test, ComposesTheElementsInTheirOrder) {
     VT_RecipientInfo recipient = addressed();
     ASSERT_EQ(recipient.encryptKey(op, publicKey(vectors::kRecipientKey), toMiByte(kDes3Key)), 0);
     RecipientInfo value;
@@ -84,7 +84,7 @@ TEST_F(RecipientInfoTest, ComposesTheElementsInTheirOrder) {
     EXPECT_EQ(hexOf(der), hexOf(value));
 }
 
-TEST_F(RecipientInfoTest, WhatIsDecomposedComposesAgain) {
+TEST_F(recipient_info_test, WhatIsDecomposedComposesAgain) {
     const Bytes der = recipientIn(vectors::kEnvelopedDes3);
     VT_RecipientInfo recipient;
     ASSERT_EQ(recipient.decomposeRecipientInfo(decoded<RecipientInfo>(der)), 0);
@@ -93,7 +93,7 @@ TEST_F(RecipientInfoTest, WhatIsDecomposedComposesAgain) {
     EXPECT_EQ(hexOf(again), toHex(der));
 }
 
-TEST_F(RecipientInfoTest, EncryptKeyReplacesTheKey) {
+TEST_F(recipient_info_test, EncryptKeyReplacesTheKey) {
     VT_RecipientInfo recipient = addressed();
     ASSERT_EQ(recipient.encryptKey(op, publicKey(vectors::kRecipientKey), toMiByte({1})), 0);
     ASSERT_EQ(recipient.encryptKey(op, publicKey(vectors::kRecipientKey), toMiByte({2, 3})), 0);
@@ -102,7 +102,7 @@ TEST_F(RecipientInfoTest, EncryptKeyReplacesTheKey) {
     EXPECT_EQ(bytesOf(opened), Bytes({2, 3}));
 }
 
-TEST_F(RecipientInfoTest, NothingIsEncryptedToNothing) {
+TEST_F(recipient_info_test, NothingIsEncryptedToNothing) {
     VT_RecipientInfo recipient = addressed();
     ASSERT_EQ(recipient.encryptKey(op, publicKey(vectors::kRecipientKey), MiByte()), 0);
     RecipientInfo value;
@@ -110,7 +110,7 @@ TEST_F(RecipientInfoTest, NothingIsEncryptedToNothing) {
     EXPECT_TRUE(value.GetEncryptedKey()->GetData().Empty());
 }
 
-TEST_F(RecipientInfoTest, WhatIsNotSetIsMissing) {
+TEST_F(recipient_info_test, WhatIsNotSetIsMissing) {
     VT_RecipientInfo recipient;
     MiByte bytes;
     IssuerAndSerialNumber identity;
@@ -130,7 +130,7 @@ TEST_F(RecipientInfoTest, WhatIsNotSetIsMissing) {
     EXPECT_EQ(recipient.composeRecipientInfo(value), 0);
 }
 
-TEST_F(RecipientInfoTest, CodesOfTheTokenLayerPass) {
+TEST_F(recipient_info_test, CodesOfTheTokenLayerPass) {
     VT_RecipientInfo recipient = addressed();
     MiByte bytes;
     EXPECT_EQ(recipient.encryptKey(op, VT_P11_Key(), toMiByte({1})), kUnsupported);
@@ -142,7 +142,7 @@ TEST_F(RecipientInfoTest, CodesOfTheTokenLayerPass) {
     EXPECT_EQ(recipient.decryptKey(op, privateKey(vectors::kRecipientKey), bytes), kUnsupported);
 }
 
-TEST_F(RecipientInfoTest, DecomposingLooksAtTheVersion) {
+TEST_F(recipient_info_test, DecomposingLooksAtTheVersion) {
     VT_RecipientInfo recipient;
     EXPECT_EQ(recipient.decomposeRecipientInfo(toMiByte(recipientInfo(0, {1}))), 0);
     EXPECT_EQ(recipient.decomposeRecipientInfo(toMiByte(recipientInfo(1, {1}))), kWrongVersion);
@@ -150,7 +150,7 @@ TEST_F(RecipientInfoTest, DecomposingLooksAtTheVersion) {
     EXPECT_THROW(recipient.decomposeRecipientInfo(toMiByte({0x30, 0x01})), MiException);
 }
 
-TEST_F(RecipientInfoTest, DecomposingNeedsEveryElement) {
+TEST_F(recipient_info_test, DecomposingNeedsEveryElement) {
     for (const char* name : {"issuerAndSerialNumber", "keyEncryptionAlgorithm", "encryptedKey"}) {
         auto value = decoded<RecipientInfo>(recipientInfo(0, {1}));
         value.Find(name)->SetAsnPresent(false);
@@ -159,7 +159,7 @@ TEST_F(RecipientInfoTest, DecomposingNeedsEveryElement) {
     }
 }
 
-TEST_F(RecipientInfoTest, CopiesAreDeep) {
+TEST_F(recipient_info_test, CopiesAreDeep) {
     VT_RecipientInfo first = addressed();
     ASSERT_EQ(first.encryptKey(op, publicKey(vectors::kRecipientKey), toMiByte({9})), 0);
     VT_RecipientInfo second(first);
@@ -173,7 +173,7 @@ TEST_F(RecipientInfoTest, CopiesAreDeep) {
     EXPECT_EQ(bytesOf(bytes), Bytes({9}));
 }
 
-TEST_F(RecipientInfoTest, FieldsStandInTheirOrder) {
+TEST_F(recipient_info_test, FieldsStandInTheirOrder) {
     EXPECT_EQ(sizeof(VT_RecipientInfo), 4 * sizeof(void*));
     VT_RecipientInfo recipient;
     EXPECT_EQ(setPointers<4>(recipient), "----");

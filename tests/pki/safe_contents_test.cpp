@@ -70,7 +70,7 @@ int derive(VT_P11_OP& op, int purpose, const MiByte& password, const MiByte& sal
     return entry(op, password, salt, iterations, length, output);
 }
 
-TEST(SafeContentsTest, DerivesAsOpensslDoes) {
+TEST(safe_contents_test, DerivesAsOpensslDoes) {
     Software software;
     for (const vectors::Pkcs12Derivation& row : vectors::kPkcs12Derivations) {
         const std::string expected = hexOf(row.output);
@@ -82,7 +82,7 @@ TEST(SafeContentsTest, DerivesAsOpensslDoes) {
     }
 }
 
-TEST(SafeContentsTest, DerivesTheFrontOfTheSameBytesForEachLength) {
+TEST(safe_contents_test, DerivesTheFrontOfTheSameBytesForEachLength) {
     Software software;
     const vectors::Pkcs12Derivation& row = vectors::kPkcs12Derivations[6];
     for (unsigned int length = 0; length <= 64; ++length) {
@@ -94,7 +94,7 @@ TEST(SafeContentsTest, DerivesTheFrontOfTheSameBytesForEachLength) {
     }
 }
 
-TEST(SafeContentsTest, DerivesFromNoSalt) {
+TEST(safe_contents_test, DerivesFromNoSalt) {
     // SHA-1 of 64 bytes 01 and the password's characters up to 64 bytes, by hashlib of Python.
     Software software;
     MiByte output;
@@ -102,7 +102,7 @@ TEST(SafeContentsTest, DerivesFromNoSalt) {
     EXPECT_EQ(hexOf(output), hexOf("A8124AEE4C320E0A7060EFF552A53943C92BC525"));
 }
 
-TEST(SafeContentsTest, HashesAtLeastOnce) {
+TEST(safe_contents_test, HashesAtLeastOnce) {
     Software software;
     MiByte once;
     ASSERT_EQ(pki::deriveKey(software.op(), text("smeg"), bytes("0A58CF64530D823F"), 1, 24, once), 0);
@@ -113,7 +113,7 @@ TEST(SafeContentsTest, HashesAtLeastOnce) {
     }
 }
 
-TEST(SafeContentsTest, RefusesMoreIterationsThanAnybodyWaitsFor) {
+TEST(safe_contents_test, RefusesMoreIterationsThanAnybodyWaitsFor) {
     Software software;
     MiByte output = bytes("01");
     for (const int iterations : {10'000'001, 2'000'000'000, INT32_MAX})
@@ -127,7 +127,7 @@ TEST(SafeContentsTest, RefusesMoreIterationsThanAnybodyWaitsFor) {
     EXPECT_EQ(pki::countOf(AsnInteger(MiBigInteger(bytes("FF 00 00 00 00 00 00 00 01"))), count), 0) << "negative";
 }
 
-TEST(SafeContentsTest, DerivationNeedsAChooser) {
+TEST(safe_contents_test, DerivationNeedsAChooser) {
     VT_P11_OP none;
     MiByte output;
     EXPECT_EQ(pki::deriveKey(none, kSecret, bytes("01"), 1, 20, output), -2);
@@ -135,7 +135,7 @@ TEST(SafeContentsTest, DerivationNeedsAChooser) {
 }
 
 // RFC 2202, 3: test cases 1 to 3.
-TEST(SafeContentsTest, HmacGivesThePublishedValues) {
+TEST(safe_contents_test, HmacGivesThePublishedValues) {
     const struct {
         MiByte key;
         MiByte data;
@@ -153,7 +153,7 @@ TEST(SafeContentsTest, HmacGivesThePublishedValues) {
 
 // ---- Bags
 
-TEST(SafeContentsTest, NewContentsAreEmpty) {
+TEST(safe_contents_test, NewContentsAreEmpty) {
     const VT_SafeContents contents;
     EXPECT_EQ(hexOf(composed(contents)), hexOf("3000"));
     EXPECT_EQ(layoutOf(contents).total, 0);
@@ -163,7 +163,7 @@ TEST(SafeContentsTest, NewContentsAreEmpty) {
     EXPECT_EQ(total, 0);
 }
 
-TEST(SafeContentsTest, CertificateBagHasTheShapeOfTheStandard) {
+TEST(safe_contents_test, CertificateBagHasTheShapeOfTheStandard) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addCertDer(bytes(kAlice)), 0);
     EXPECT_EQ(hexOf(composed(contents)), support::toHex(der::sequence({bag(kCertBagOid, certBag(kAlice))})));
@@ -171,7 +171,7 @@ TEST(SafeContentsTest, CertificateBagHasTheShapeOfTheStandard) {
     EXPECT_EQ(typesOf(contents), std::vector<int>{1});
 }
 
-TEST(SafeContentsTest, CertificateAsAValueMakesTheSameBag) {
+TEST(safe_contents_test, CertificateAsAValueMakesTheSameBag) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addCertDer(decoded<Certificate>(kAlice)), 0);
     ASSERT_EQ(contents.addCertDer(decoded<Certificate>(kRoot), attributesOf("01 00 00 00")), 0);
@@ -181,7 +181,7 @@ TEST(SafeContentsTest, CertificateAsAValueMakesTheSameBag) {
                                       bag(kCertBagOid, certBag(kRoot), der::set({idAttribute(hex("01000000"))}))})));
 }
 
-TEST(SafeContentsTest, CertificateCarriesIdentifierAndName) {
+TEST(safe_contents_test, CertificateCarriesIdentifierAndName) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addCertDer(bytes(kAlice), bytes("01 02")), 0);
     ASSERT_EQ(contents.addCertDer(bytes(kRoot), bytes("03"), text("Root")), 0);
@@ -192,7 +192,7 @@ TEST(SafeContentsTest, CertificateCarriesIdentifierAndName) {
                    bag(kCertBagOid, certBag(kRoot), der::set({idAttribute(hex("03")), nameAttribute("Root")}))})));
 }
 
-TEST(SafeContentsTest, CertificateKeepsItsBytesButNotWhatFollows) {
+TEST(safe_contents_test, CertificateKeepsItsBytesButNotWhatFollows) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addCertDer(bytes(der::join({kAlice, hex("DE AD")}))), 0);
     MiByte certificate;
@@ -200,7 +200,7 @@ TEST(SafeContentsTest, CertificateKeepsItsBytesButNotWhatFollows) {
     EXPECT_EQ(hexOf(certificate), support::toHex(kAlice));
 }
 
-TEST(SafeContentsTest, SomethingElseThanACertificateIsNotAdded) {
+TEST(safe_contents_test, SomethingElseThanACertificateIsNotAdded) {
     VT_SafeContents contents;
     for (const char* malformed : {"", "30", "3005", "3003020100"}) {
         EXPECT_EQ(resultOf([&] { return contents.addCertDer(bytes(malformed)); }), kException) << malformed;
@@ -210,7 +210,7 @@ TEST(SafeContentsTest, SomethingElseThanACertificateIsNotAdded) {
     EXPECT_EQ(layoutOf(contents).total, 0);
 }
 
-TEST(SafeContentsTest, CertificatesAreGivenInEachForm) {
+TEST(safe_contents_test, CertificatesAreGivenInEachForm) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addCertDer(bytes(kRoot)), 0);
     ASSERT_EQ(contents.addCertDer(bytes(kAlice), bytes("01 02"), text("Alice")), 0);
@@ -235,7 +235,7 @@ TEST(SafeContentsTest, CertificatesAreGivenInEachForm) {
     EXPECT_EQ(name, text("Alice"));
 }
 
-TEST(SafeContentsTest, AttributesThatABagLacksAreAbsent) {
+TEST(safe_contents_test, AttributesThatABagLacksAreAbsent) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addCertDer(bytes(kRoot)), 0);
     ASSERT_EQ(contents.addCertDer(bytes(kAlice), bytes("01")), 0);
@@ -251,7 +251,7 @@ TEST(SafeContentsTest, AttributesThatABagLacksAreAbsent) {
     EXPECT_EQ(hexOf(certificate) + hexOf(id) + hexOf(name), "0C0D0E") << "as they were";
 }
 
-TEST(SafeContentsTest, CertificateIsFoundByItsIdentifier) {
+TEST(safe_contents_test, CertificateIsFoundByItsIdentifier) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addCertDer(bytes(kRoot)), 0);
     ASSERT_EQ(contents.addCertDer(bytes(kRoot), bytes("01")), 0);
@@ -268,7 +268,7 @@ TEST(SafeContentsTest, CertificateIsFoundByItsIdentifier) {
     EXPECT_EQ(hexOf(certificate), support::toHex(kAlice)) << "as it was";
 }
 
-TEST(SafeContentsTest, ShroudedKeyBagHasTheShapeOfTheStandard) {
+TEST(safe_contents_test, ShroudedKeyBagHasTheShapeOfTheStandard) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addShroudedKeyDer(bytes(kShrouded), bytes("01 00 00 00")), 0);
     ASSERT_EQ(contents.addShroudedKeyDer(decoded<EncryptedPrivateKeyInfo>(kShrouded), attributesOf("05")), 0);
@@ -282,7 +282,7 @@ TEST(SafeContentsTest, ShroudedKeyBagHasTheShapeOfTheStandard) {
     EXPECT_EQ(layoutOf(contents).total, 2);
 }
 
-TEST(SafeContentsTest, ShroudedKeysAreGivenInEachForm) {
+TEST(safe_contents_test, ShroudedKeysAreGivenInEachForm) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addShroudedKeyDer(bytes(kShrouded), bytes("07")), 0);
     int total = 0;
@@ -306,7 +306,7 @@ TEST(SafeContentsTest, ShroudedKeysAreGivenInEachForm) {
     EXPECT_EQ(attributes.Size(), 1U);
 }
 
-TEST(SafeContentsTest, ShroudedKeyWithoutAttributesHasNoIdentifier) {
+TEST(safe_contents_test, ShroudedKeyWithoutAttributesHasNoIdentifier) {
     VT_SafeContents contents;
     ASSERT_EQ(decompose(contents, der::sequence({bag(kShroudedKeyBagOid, kShrouded)})), 0);
     MiByte key;
@@ -318,7 +318,7 @@ TEST(SafeContentsTest, ShroudedKeyWithoutAttributesHasNoIdentifier) {
     EXPECT_EQ(contents.getShroudedKeyDerByIndex(0, key), 0);
 }
 
-TEST(SafeContentsTest, IndexCountsBagsOfItsTypeAlone) {
+TEST(safe_contents_test, IndexCountsBagsOfItsTypeAlone) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addShroudedKeyDer(bytes(kShrouded), bytes("01")), 0);
     ASSERT_EQ(contents.addCertDer(bytes(kAlice)), 0);
@@ -338,7 +338,7 @@ TEST(SafeContentsTest, IndexCountsBagsOfItsTypeAlone) {
     }
 }
 
-TEST(SafeContentsTest, Holds128Bags) {
+TEST(safe_contents_test, Holds128Bags) {
     VT_SafeContents contents;
     for (int i = 0; i < 127; ++i)
         ASSERT_EQ(contents.addCertDer(bytes(kAlice)), 0);
@@ -354,7 +354,7 @@ TEST(SafeContentsTest, Holds128Bags) {
     EXPECT_EQ(again.getCertDerByIndex(126, certificate), 0);
 }
 
-TEST(SafeContentsTest, Bag129Fails) {
+TEST(safe_contents_test, Bag129Fails) {
     const Bytes one = bag(kCertBagOid, certBag(kAlice));
     VT_SafeContents contents;
     EXPECT_EQ(decompose(contents, der::tlv(0x30, der::repeat(128, one))), 0);
@@ -372,7 +372,7 @@ TEST(SafeContentsTest, Bag129Fails) {
 
 // ---- Decomposing
 
-TEST(SafeContentsTest, EachTypeIsCounted) {
+TEST(safe_contents_test, EachTypeIsCounted) {
     const Bytes key = hex(vectors::kAlicePkcs8);
     VT_SafeContents contents;
     ASSERT_EQ(decompose(contents, der::sequence({bag(kCertBagOid, certBag(kAlice)), bag(kCrlBagOid, der::integer(1)),
@@ -391,7 +391,7 @@ TEST(SafeContentsTest, EachTypeIsCounted) {
     EXPECT_EQ(layout.total, 7);
 }
 
-TEST(SafeContentsTest, BagsWithoutAValueAreCounted) {
+TEST(safe_contents_test, BagsWithoutAValueAreCounted) {
     AsnSequenceOf<SafeBag> bags;
     for (const Bytes& id : {kCertBagOid, kKeyBagOid, kShroudedKeyBagOid}) {
         SafeBag bag;
@@ -409,7 +409,7 @@ TEST(SafeContentsTest, BagsWithoutAValueAreCounted) {
     EXPECT_EQ(contents.getShroudedKeyDerByIndex(0, key), -1001);
 }
 
-TEST(SafeContentsTest, EqualCertificateAndKeyBagsAreAPair) {
+TEST(safe_contents_test, EqualCertificateAndKeyBagsAreAPair) {
     const Bytes value = der::sequence({der::integer(1)});
     const Bytes other = der::sequence({der::integer(2)});
     VT_SafeContents contents;
@@ -425,12 +425,12 @@ TEST(SafeContentsTest, EqualCertificateAndKeyBagsAreAPair) {
     EXPECT_EQ(hexOf(found), support::toHex(kAlice)) << "the pair is passed over";
 }
 
-TEST(SafeContentsTest, BagWithoutAnIdentifierFails) {
+TEST(safe_contents_test, BagWithoutAnIdentifierFails) {
     VT_SafeContents contents;
     EXPECT_EQ(decompose(contents, der::sequence({bag(kCertBagOid, certBag(kAlice)), der::sequence({})})), -1001);
 }
 
-TEST(SafeContentsTest, DecomposingReplacesWhatWasThere) {
+TEST(safe_contents_test, DecomposingReplacesWhatWasThere) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addCertDer(bytes(kAlice)), 0);
     ASSERT_EQ(contents.addCertDer(bytes(kAlice)), 0);
@@ -442,7 +442,7 @@ TEST(SafeContentsTest, DecomposingReplacesWhatWasThere) {
     EXPECT_EQ(layoutOf(contents).total, 1) << "malformed DER changes nothing";
 }
 
-TEST(SafeContentsTest, BagsPassAsValues) {
+TEST(safe_contents_test, BagsPassAsValues) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addCertDer(bytes(kAlice)), 0);
     AsnSequenceOf<SafeBag> bags;
@@ -453,7 +453,7 @@ TEST(SafeContentsTest, BagsPassAsValues) {
     EXPECT_EQ(typesOf(other), std::vector<int>{1});
 }
 
-TEST(SafeContentsTest, CertificateOfAnotherKindIsNotSupported) {
+TEST(safe_contents_test, CertificateOfAnotherKindIsNotSupported) {
     const Bytes sdsi =
         der::sequence({hex("06 0A 2A 86 48 86 F7 0D 01 09 16 02"), der::tagged(0, der::text(0x16, "x"))});
     VT_SafeContents contents;
@@ -463,7 +463,7 @@ TEST(SafeContentsTest, CertificateOfAnotherKindIsNotSupported) {
     EXPECT_EQ(contents.getCertDerByIndex(1, found), -1001);
 }
 
-TEST(SafeContentsTest, CopiesAreDeep) {
+TEST(safe_contents_test, CopiesAreDeep) {
     VT_SafeContents contents;
     ASSERT_EQ(contents.addCertDer(bytes(kAlice)), 0);
     const VT_SafeContents copy = contents;
@@ -482,14 +482,14 @@ TEST(SafeContentsTest, CopiesAreDeep) {
 
 // ---- Attributes
 
-TEST(SafeContentsTest, AttributesHaveTheShapeOfTheStandard) {
+TEST(safe_contents_test, AttributesHaveTheShapeOfTheStandard) {
     AsnSetOf<PKCS12Attribute> attributes;
     ASSERT_EQ(VT_SafeContents::addIDAttribute(attributes, bytes("0A 0B")), 0);
     ASSERT_EQ(VT_SafeContents::addNameAttribute(attributes, text("Caf\xE9")), 0);
     EXPECT_EQ(hexOf(attributes), support::toHex(der::set({idAttribute(hex("0A0B")), nameAttribute("Caf\xE9")})));
 }
 
-TEST(SafeContentsTest, AttributesAreRead) {
+TEST(safe_contents_test, AttributesAreRead) {
     AsnSetOf<PKCS12Attribute> attributes;
     MiByte value = bytes("09");
     EXPECT_EQ(VT_SafeContents::getIDAttribute(attributes, value), -1001);
@@ -503,7 +503,7 @@ TEST(SafeContentsTest, AttributesAreRead) {
     EXPECT_EQ(value, text("Caf 1")) << "visible characters alone";
 }
 
-TEST(SafeContentsTest, AttributeWithoutAValueIsAbsent) {
+TEST(safe_contents_test, AttributeWithoutAValueIsAbsent) {
     PKCS12Attribute id;
     id.SetAttrId(decoded<AsnOid>(kIdOid));
     id.SetAttrValues(AsnSetOf<AsnOctetString>());
@@ -517,7 +517,7 @@ TEST(SafeContentsTest, AttributeWithoutAValueIsAbsent) {
     EXPECT_EQ(VT_SafeContents::getNameAttribute(attributes, value), -1001);
 }
 
-TEST(SafeContentsTest, EmptyAttributesAreAttributes) {
+TEST(safe_contents_test, EmptyAttributesAreAttributes) {
     AsnSetOf<PKCS12Attribute> attributes;
     ASSERT_EQ(VT_SafeContents::addIDAttribute(attributes, MiByte()), 0);
     ASSERT_EQ(VT_SafeContents::addNameAttribute(attributes, MiByte()), 0);
@@ -529,7 +529,7 @@ TEST(SafeContentsTest, EmptyAttributesAreAttributes) {
 
 // ---- PKCS#8
 
-TEST(SafeContentsTest, Pkcs8IsThatOfOpenssl) {
+TEST(safe_contents_test, Pkcs8IsThatOfOpenssl) {
     MiByte pkcs8;
     ASSERT_EQ(VT_SafeContents::P8EncodePrivateKeyInfo(bytes(vectors::kAlicePkcs1), pkcs8), 0);
     EXPECT_EQ(hexOf(pkcs8), hexOf(vectors::kAlicePkcs8));
@@ -538,7 +538,7 @@ TEST(SafeContentsTest, Pkcs8IsThatOfOpenssl) {
     EXPECT_EQ(hexOf(pkcs1), hexOf(vectors::kAlicePkcs1));
 }
 
-TEST(SafeContentsTest, Pkcs8NeedsAnRsaKey) {
+TEST(safe_contents_test, Pkcs8NeedsAnRsaKey) {
     MiByte pkcs1 = bytes("01");
     const auto decode = [&](const Bytes& der) {
         return resultOf([&] { return VT_SafeContents::P8DecodePrivateKeyInfo(bytes(der), pkcs1); });
@@ -556,7 +556,7 @@ const char* const kShroudedByType[] = {vectors::kShroudedRc4,       vectors::kSh
                                        vectors::kShroudedTripleDes, vectors::kShroudedTwoKeyDes,
                                        vectors::kShroudedRc2,       vectors::kShroudedRc2Short};
 
-TEST(SafeContentsTest, DecryptsTheKeysOfOpenssl) {
+TEST(safe_contents_test, DecryptsTheKeysOfOpenssl) {
     Software software;
     for (int type = 1; type <= 6; ++type) {
         MiByte pkcs1;
@@ -568,7 +568,7 @@ TEST(SafeContentsTest, DecryptsTheKeysOfOpenssl) {
     }
 }
 
-TEST(SafeContentsTest, EncryptsByEachType) {
+TEST(safe_contents_test, EncryptsByEachType) {
     Software software;
     for (int type = 1; type <= 6; ++type) {
         MiByte encrypted;
@@ -590,7 +590,7 @@ TEST(SafeContentsTest, EncryptsByEachType) {
     }
 }
 
-TEST(SafeContentsTest, OtherTypesAreNotSupported) {
+TEST(safe_contents_test, OtherTypesAreNotSupported) {
     Software software;
     MiByte encrypted = bytes("01");
     for (const int type : {0, 7, -1, INT32_MAX, INT32_MIN})
@@ -600,7 +600,7 @@ TEST(SafeContentsTest, OtherTypesAreNotSupported) {
     EXPECT_EQ(hexOf(encrypted), "01");
 }
 
-TEST(SafeContentsTest, EncryptedKeyNeedsItsParts) {
+TEST(safe_contents_test, EncryptedKeyNeedsItsParts) {
     Software software;
     MiByte pkcs1 = bytes("01");
     const auto decrypt = [&](const Bytes& der) {
@@ -625,7 +625,7 @@ TEST(SafeContentsTest, EncryptedKeyNeedsItsParts) {
     EXPECT_EQ(hexOf(pkcs1), "01");
 }
 
-TEST(SafeContentsTest, WrongPasswordDoesNotOpenAKey) {
+TEST(safe_contents_test, WrongPasswordDoesNotOpenAKey) {
     Software software;
     for (const char* shrouded : kShroudedByType) {
         MiByte pkcs1 = bytes("01");
@@ -638,14 +638,14 @@ TEST(SafeContentsTest, WrongPasswordDoesNotOpenAKey) {
     }
 }
 
-TEST(SafeContentsTest, EncryptionNeedsAChooser) {
+TEST(safe_contents_test, EncryptionNeedsAChooser) {
     VT_P11_OP none;
     MiByte out;
     EXPECT_EQ(VT_SafeContents::P8EncryptPrivateKeyInfo(none, kSecret, 3, 1, bytes(vectors::kAlicePkcs1), out), -2);
     EXPECT_EQ(VT_SafeContents::P8DecryptPrivateKeyInfo(none, kSecret, bytes(kShrouded), out), -2);
 }
 
-TEST(SafeContentsTest, SaltsHaveTheLengthAskedFor) {
+TEST(safe_contents_test, SaltsHaveTheLengthAskedFor) {
     Software software;
     for (const int length : {8, 20}) {
         MiByte salt;
@@ -686,7 +686,7 @@ void readBroken(const std::vector<support::Broken>& inputs) {
     }
 }
 
-TEST(SafeContentsTest, BrokenContentsAreSurvived) {
+TEST(safe_contents_test, BrokenContentsAreSurvived) {
     const Bytes good =
         der::sequence({bag(kCertBagOid, certBag(kAlice), der::set({idAttribute(hex("01")), nameAttribute("Alice")})),
                        bag(kShroudedKeyBagOid, kShrouded, der::set({idAttribute(hex("01"))}))});
@@ -721,7 +721,7 @@ void survivesExhaustion(Call call) {
     EXPECT_GT(runs, 0);
 }
 
-TEST(SafeContentsTest, ExhaustedMemoryIsSurvived) {
+TEST(safe_contents_test, ExhaustedMemoryIsSurvived) {
     Software software;
     const MiByte certificate = bytes(kAlice);
     const MiByte id = bytes("01");

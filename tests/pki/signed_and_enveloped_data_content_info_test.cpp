@@ -88,12 +88,12 @@ Bytes revocationList() {
     return bytesOf(der);
 }
 
-class SignedAndEnvelopedDataContentInfoTest : public testing::Test {
+class signed_and_enveloped_data_content_info_test : public testing::Test {
   protected:
     Software op;
 };
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, OpensAndVerifiesAMessage) {
+TEST_F(signed_and_enveloped_data_content_info_test, OpensAndVerifiesAMessage) {
     for (const char* made : {vectors::kSealed, vectors::kSealedMd5, vectors::kSealedAttributes}) {
         Sealed sealed = read(made);
         const VT_P11_Key key = sessionKey(op, sealed);
@@ -114,7 +114,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, OpensAndVerifiesAMessage) {
     }
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, WhatIsMadeOpensAndVerifies) {
+TEST_F(signed_and_enveloped_data_content_info_test, WhatIsMadeOpensAndVerifies) {
     VT_SignerInfo signer;
     signer.setDigestAlgorithmIdentifier(identifierOf(algorithmOf(token::kSha1)));
     signer.setDigestEncryptionAlgorithmIdentifier(identifierOf(algorithmOf(token::kRsa)));
@@ -150,7 +150,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, WhatIsMadeOpensAndVerifies) {
     EXPECT_EQ(read.getCertificateListTotal(), 1);
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, ComposesTheElementsInTheirOrder) {
+TEST_F(signed_and_enveloped_data_content_info_test, ComposesTheElementsInTheirOrder) {
     Sealed sealed;
     sealed.setInnerContentInfo(dataContent({'a'}));
     sealed.addRecipientInfo(toMiByte(recipientInfo(1)));
@@ -171,7 +171,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, ComposesTheElementsInTheirOrder) {
     EXPECT_EQ(hexOf(composed), toHex(sealedData(all)));
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, ADetachedMessageOpensWithItsCiphertext) {
+TEST_F(signed_and_enveloped_data_content_info_test, ADetachedMessageOpensWithItsCiphertext) {
     Sealed sealed = read(vectors::kSealedDetached);
     const VT_P11_Key key = sessionKey(op, sealed);
     EXPECT_EQ(sealed.decomposeAttachedEncryptedContentInfo(op, key), kElementAbsent);
@@ -181,7 +181,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, ADetachedMessageOpensWithItsCipher
     EXPECT_EQ(hexOf(content), hexOf(textContent()));
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, CollectionsKeepTheirOrder) {
+TEST_F(signed_and_enveloped_data_content_info_test, CollectionsKeepTheirOrder) {
     Sealed sealed;
     for (const int serial : {300, 5}) {
         EXPECT_EQ(sealed.addRecipientInfo(decoded<RecipientInfo>(recipientInfo(serial))), 0);
@@ -210,7 +210,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, CollectionsKeepTheirOrder) {
     EXPECT_THROW(sealed.addEncryptedSignerInfo(toMiByte({0x30})), MiException);
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, CertificatesAndChoicesAreOneSet) {
+TEST_F(signed_and_enveloped_data_content_info_test, CertificatesAndChoicesAreOneSet) {
     Sealed sealed;
     Certificate value;
     ExtendedCertificateOrCertificate choice;
@@ -241,7 +241,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, CertificatesAndChoicesAreOneSet) {
     EXPECT_EQ(sealed.getCertificateByIndex(3, value), kElementAbsent);
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, RevocationListsArePresentOnceAdded) {
+TEST_F(signed_and_enveloped_data_content_info_test, RevocationListsArePresentOnceAdded) {
     Sealed sealed;
     CertificateList list;
     MiByte der;
@@ -255,7 +255,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, RevocationListsArePresentOnceAdded
     EXPECT_THROW(sealed.getCertificateListByIndex(1, der), MiOutOfRangeExp);
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, ComposingNeedsAnEncryptedContent) {
+TEST_F(signed_and_enveloped_data_content_info_test, ComposingNeedsAnEncryptedContent) {
     ContentInfo content;
     Sealed sealed;
     EXPECT_EQ(sealed.composeSignedAndEnvelopedDataContentInfo(content), kMaterialMissing);
@@ -266,7 +266,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, ComposingNeedsAnEncryptedContent) 
     EXPECT_EQ(sealed.getEncryptedContentInfoAlgorithmIdentifier(algorithm), kMaterialMissing);
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, DecomposingLooksAtTypeAndVersion) {
+TEST_F(signed_and_enveloped_data_content_info_test, DecomposingLooksAtTypeAndVersion) {
     EXPECT_EQ(decomposed(sealedData(Parts())), 0);
     Parts parts;
     parts.version = der::integer(0);
@@ -280,7 +280,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, DecomposingLooksAtTypeAndVersion) 
     EXPECT_THROW(decomposed(contentOf(4, der::sequence({der::integer(1)}))), MiException);
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, SequencesInPlaceOfSetsCountAsAbsent) {
+TEST_F(signed_and_enveloped_data_content_info_test, SequencesInPlaceOfSetsCountAsAbsent) {
     Parts parts;
     parts.recipients = der::sequence({recipientInfo(1)});
     EXPECT_EQ(decomposed(sealedData(parts)), kElementAbsent);
@@ -301,7 +301,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, SequencesInPlaceOfSetsCountAsAbsen
     EXPECT_EQ(sealed.getCertificateListByIndex(0, der), kMaterialMissing);
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, DecomposingForgetsTheLastMessagesCertificates) {
+TEST_F(signed_and_enveloped_data_content_info_test, DecomposingForgetsTheLastMessagesCertificates) {
     Sealed sealed = read(vectors::kSealedSpoiled);
     EXPECT_EQ(sealed.getCertificateTotal(), 1);
     EXPECT_EQ(sealed.getCertificateListTotal(), 1);
@@ -313,7 +313,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, DecomposingForgetsTheLastMessagesC
     EXPECT_EQ(sealed.getCertificateListByIndex(0, der), kMaterialMissing);
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, CopiesAreDeep) {
+TEST_F(signed_and_enveloped_data_content_info_test, CopiesAreDeep) {
     Sealed first = read(vectors::kSealedSpoiled);
     const Sealed second(first);
     Sealed third;
@@ -332,7 +332,7 @@ TEST_F(SignedAndEnvelopedDataContentInfoTest, CopiesAreDeep) {
     EXPECT_EQ(third.decomposeAttachedEncryptedContentInfo(op, key), 0);
 }
 
-TEST_F(SignedAndEnvelopedDataContentInfoTest, FieldsStandInTheirOrder) {
+TEST_F(signed_and_enveloped_data_content_info_test, FieldsStandInTheirOrder) {
     // Two flags, then eight pointers.
     const auto pointers = [](const Sealed& sealed) { return setPointers<8>(sealed, sizeof(void*)); };
     const auto flags = [](const Sealed& sealed) {

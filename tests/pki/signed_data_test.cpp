@@ -67,7 +67,7 @@ VT_SignedDataContentInfo received(const char* message) {
 
 // ---- Data
 
-TEST(SignedDataTest, DataIsComposedAsOpensslDoes) {
+TEST(signed_data_test, DataIsComposedAsOpensslDoes) {
     VT_DataContentInfo data;
     ASSERT_EQ(data.setData(bytes(vectors::kContent)), 0);
     auto message = decoded<ContentInfo>(vectors::kPlain);
@@ -75,7 +75,7 @@ TEST(SignedDataTest, DataIsComposedAsOpensslDoes) {
     EXPECT_EQ(hexOf(message), hexOf(vectors::kDataMessage));
 }
 
-TEST(SignedDataTest, DataIsTakenOutOfAMessage) {
+TEST(signed_data_test, DataIsTakenOutOfAMessage) {
     VT_DataContentInfo data;
     MiByte out;
     ASSERT_EQ(data.decomposeDataContentInfo(decoded<ContentInfo>(vectors::kDataMessage)), 0);
@@ -83,7 +83,7 @@ TEST(SignedDataTest, DataIsTakenOutOfAMessage) {
     EXPECT_EQ(hexOf(out), hexOf(vectors::kContent));
 }
 
-TEST(SignedDataTest, DataMustBeSet) {
+TEST(signed_data_test, DataMustBeSet) {
     const VT_DataContentInfo data;
     MiByte out;
     ContentInfo message;
@@ -91,7 +91,7 @@ TEST(SignedDataTest, DataMustBeSet) {
     EXPECT_EQ(data.composeDataContentInfo(message), -1003);
 }
 
-TEST(SignedDataTest, EmptyDataAreData) {
+TEST(signed_data_test, EmptyDataAreData) {
     VT_DataContentInfo data;
     ASSERT_EQ(data.setData(MiByte()), 0);
     ContentInfo message;
@@ -103,7 +103,7 @@ TEST(SignedDataTest, EmptyDataAreData) {
     EXPECT_TRUE(out.Empty());
 }
 
-TEST(SignedDataTest, DataMessageNeedsItsTypeAndContent) {
+TEST(signed_data_test, DataMessageNeedsItsTypeAndContent) {
     VT_DataContentInfo data;
     data.setData(bytes("01"));
     EXPECT_EQ(data.decomposeDataContentInfo(ContentInfo()), -1001);
@@ -114,7 +114,7 @@ TEST(SignedDataTest, DataMessageNeedsItsTypeAndContent) {
     EXPECT_EQ(hexOf(out), "01") << "kept on failure";
 }
 
-TEST(SignedDataTest, DataAreCopied) {
+TEST(signed_data_test, DataAreCopied) {
     VT_DataContentInfo data;
     data.setData(bytes("01"));
     VT_DataContentInfo copy = data;
@@ -130,7 +130,7 @@ TEST(SignedDataTest, DataAreCopied) {
 
 // ---- Composing
 
-TEST(SignedDataTest, ComposesTheMessageInSchemaOrder) {
+TEST(signed_data_test, ComposesTheMessageInSchemaOrder) {
     const Bytes signer = signerOf(vectors::kPlain);
     VT_SignedDataContentInfo message;
     EXPECT_EQ(message.addSignerInfo(bytes(signer)), 0);
@@ -151,7 +151,7 @@ TEST(SignedDataTest, ComposesTheMessageInSchemaOrder) {
                   kSignedOid, signedData(1, der::set({algorithm(kSha1Oid)}), inner, optional, der::set({signer})))));
 }
 
-TEST(SignedDataTest, ComposesAnEmptyMessageOfADetachedContent) {
+TEST(signed_data_test, ComposesAnEmptyMessageOfADetachedContent) {
     VT_SignedDataContentInfo message;
     ASSERT_EQ(message.setToBeDetachedContentInfo(content()), 0);
     ContentInfo composed;
@@ -161,7 +161,7 @@ TEST(SignedDataTest, ComposesAnEmptyMessageOfADetachedContent) {
                   contentInfo(kSignedOid, signedData(1, hex("31 00"), der::sequence({kDataOid}), {}, hex("31 00")))));
 }
 
-TEST(SignedDataTest, ComposingAgainGivesWhatOpensslWrote) {
+TEST(signed_data_test, ComposingAgainGivesWhatOpensslWrote) {
     for (const char* message : {vectors::kPlain, vectors::kPlainMd5, vectors::kDetached, vectors::kAttributesSmime,
                                 vectors::kTwoSigners, vectors::kWithListsInOrder}) {
         VT_SignedDataContentInfo opened = received(message);
@@ -171,7 +171,7 @@ TEST(SignedDataTest, ComposingAgainGivesWhatOpensslWrote) {
     }
 }
 
-TEST(SignedDataTest, ItemsKeepTheirOrderUntilTheyAreComposed) {
+TEST(signed_data_test, ItemsKeepTheirOrderUntilTheyAreComposed) {
     VT_SignedDataContentInfo opened = received(vectors::kWithLists);
     MiByte der;
     ASSERT_EQ(opened.getCertificateListByIndex(0, der), 0);
@@ -183,7 +183,7 @@ TEST(SignedDataTest, ItemsKeepTheirOrderUntilTheyAreComposed) {
     EXPECT_EQ(hexOf(composed), hexOf(vectors::kWithListsInOrder));
 }
 
-TEST(SignedDataTest, ComposingNeedsContentAndSets) {
+TEST(signed_data_test, ComposingNeedsContentAndSets) {
     VT_SignedDataContentInfo message;
     ContentInfo composed;
     EXPECT_EQ(message.composeSignedDataContentInfo(composed), -1003);
@@ -205,7 +205,7 @@ TEST(SignedDataTest, ComposingNeedsContentAndSets) {
 
 // ---- Content
 
-TEST(SignedDataTest, AttachedContentIsThereAndDetachedIsNot) {
+TEST(signed_data_test, AttachedContentIsThereAndDetachedIsNot) {
     VT_SignedDataContentInfo message;
     ContentInfo out;
     EXPECT_EQ(message.getAttachedContentInfo(out), -1003);
@@ -223,14 +223,14 @@ TEST(SignedDataTest, AttachedContentIsThereAndDetachedIsNot) {
 
 // ---- Decomposing
 
-TEST(SignedDataTest, MessageNeedsItsTypeAndContent) {
+TEST(signed_data_test, MessageNeedsItsTypeAndContent) {
     VT_SignedDataContentInfo message;
     EXPECT_EQ(message.decomposeSignedDataContentInfo(ContentInfo()), -1001);
     EXPECT_EQ(message.decomposeSignedDataContentInfo(decoded<ContentInfo>(vectors::kDataMessage)), -1009);
     EXPECT_EQ(message.decomposeSignedDataContentInfo(decoded<ContentInfo>(der::sequence({kSignedOid}))), -1001);
 }
 
-TEST(SignedDataTest, AnyVersionIsTaken) {
+TEST(signed_data_test, AnyVersionIsTaken) {
     for (const int version : {0, 1, 2, 3, -1}) {
         VT_SignedDataContentInfo message;
         EXPECT_EQ(decompose(message, signedData(version, hex("31 00"), der::sequence({kDataOid}), {}, hex("31 00"))),
@@ -238,7 +238,7 @@ TEST(SignedDataTest, AnyVersionIsTaken) {
     }
 }
 
-TEST(SignedDataTest, SequencesOfSignersAndAlgorithmsAreRefused) {
+TEST(signed_data_test, SequencesOfSignersAndAlgorithmsAreRefused) {
     const Bytes inner = der::sequence({kDataOid});
     VT_SignedDataContentInfo message;
     EXPECT_EQ(decompose(message, signedData(1, hex("31 00"), inner, {}, hex("30 00"))), -1001);
@@ -246,7 +246,7 @@ TEST(SignedDataTest, SequencesOfSignersAndAlgorithmsAreRefused) {
     EXPECT_EQ(decompose(message, hex("30 00")), -1001) << "no content either";
 }
 
-TEST(SignedDataTest, SequencesOfCertificatesAndListsCountAsAbsent) {
+TEST(signed_data_test, SequencesOfCertificatesAndListsCountAsAbsent) {
     const Bytes optional = der::join({der::tagged(2, hex(vectors::kAlice)), der::tagged(3, hex(vectors::kIssuerList))});
     VT_SignedDataContentInfo message;
     ASSERT_EQ(decompose(message, signedData(1, hex("31 00"), der::sequence({kDataOid}), optional, hex("31 00"))), 0);
@@ -257,7 +257,7 @@ TEST(SignedDataTest, SequencesOfCertificatesAndListsCountAsAbsent) {
     EXPECT_EQ(message.getCertificateListByIndex(0, list), -1003);
 }
 
-TEST(SignedDataTest, DecomposingNeedsTheSets) {
+TEST(signed_data_test, DecomposingNeedsTheSets) {
     const auto without = [](auto* Layout::*field) {
         VT_SignedDataContentInfo message;
         const auto taken = takeOut(layoutOf(message).*field);
@@ -269,7 +269,7 @@ TEST(SignedDataTest, DecomposingNeedsTheSets) {
     EXPECT_EQ(without(&Layout::certificateLists), -1003);
 }
 
-TEST(SignedDataTest, DecomposingForgetsTheMessageBefore) {
+TEST(signed_data_test, DecomposingForgetsTheMessageBefore) {
     VT_SignedDataContentInfo message = received(vectors::kWithLists);
     EXPECT_TRUE(layoutOf(message).certificatesPresent);
     EXPECT_TRUE(layoutOf(message).certificateListsPresent);
@@ -285,7 +285,7 @@ TEST(SignedDataTest, DecomposingForgetsTheMessageBefore) {
 
 // ---- Collections
 
-TEST(SignedDataTest, SignersByIndex) {
+TEST(signed_data_test, SignersByIndex) {
     VT_SignedDataContentInfo message = received(vectors::kTwoSigners);
     ASSERT_EQ(message.getSignerInfoTotal(), 2);
     for (int i = 0; i < 2; ++i) {
@@ -306,7 +306,7 @@ TEST(SignedDataTest, SignersByIndex) {
     EXPECT_EQ(hexOf(signer), support::toHex(signerOf(vectors::kPlainMd5)));
 }
 
-TEST(SignedDataTest, DigestAlgorithmsByIndex) {
+TEST(signed_data_test, DigestAlgorithmsByIndex) {
     VT_SignedDataContentInfo message;
     const Bytes sha1 = algorithm(kSha1Oid);
     const Bytes md5 = algorithm(kMd5Oid);
@@ -322,7 +322,7 @@ TEST(SignedDataTest, DigestAlgorithmsByIndex) {
     EXPECT_THROW(message.getDigestAlgorithmIdentifierByIndex(2, out), MiOutOfRangeExp);
 }
 
-TEST(SignedDataTest, CertificatesAndChoicesAreOneCollection) {
+TEST(signed_data_test, CertificatesAndChoicesAreOneCollection) {
     VT_SignedDataContentInfo message;
     ExtendedCertificateOrCertificate choice;
     choice.SetCertificate(decoded<Certificate>(vectors::kBob));
@@ -352,7 +352,7 @@ TEST(SignedDataTest, CertificatesAndChoicesAreOneCollection) {
     EXPECT_THROW(message.getExtendedCertificateOrCertificateByIndex(4, choice), MiOutOfRangeExp);
 }
 
-TEST(SignedDataTest, ChoiceWithoutACertificateHasNone) {
+TEST(signed_data_test, ChoiceWithoutACertificateHasNone) {
     VT_SignedDataContentInfo message;
     ExtendedCertificateOrCertificate extended;
     extended.SetExtendedCertificate(decoded<Certificate>(vectors::kBob));
@@ -367,7 +367,7 @@ TEST(SignedDataTest, ChoiceWithoutACertificateHasNone) {
     EXPECT_EQ(hexOf(out), hexOf(extended));
 }
 
-TEST(SignedDataTest, RevocationListsByIndex) {
+TEST(signed_data_test, RevocationListsByIndex) {
     VT_SignedDataContentInfo message;
     EXPECT_EQ(message.addCertificateList(decoded<CertificateList>(vectors::kIssuerList)), 0);
     EXPECT_EQ(message.addCertificateList(bytes(vectors::kRootList)), 0);
@@ -381,7 +381,7 @@ TEST(SignedDataTest, RevocationListsByIndex) {
     EXPECT_THROW(message.getCertificateListByIndex(2, list), MiOutOfRangeExp);
 }
 
-TEST(SignedDataTest, WithoutCertificatesAndListsThereAreNone) {
+TEST(signed_data_test, WithoutCertificatesAndListsThereAreNone) {
     VT_SignedDataContentInfo fresh;
     VT_SignedDataContentInfo opened = received(vectors::kNoCertificates);
     for (const VT_SignedDataContentInfo* message : {&fresh, &opened}) {
@@ -398,7 +398,7 @@ TEST(SignedDataTest, WithoutCertificatesAndListsThereAreNone) {
     }
 }
 
-TEST(SignedDataTest, NullSetsTakeAndGiveNothing) {
+TEST(signed_data_test, NullSetsTakeAndGiveNothing) {
     VT_SignedDataContentInfo message = received(vectors::kWithLists);
     Layout& fields = layoutOf(message);
     const auto taken = std::make_tuple(takeOut(fields.signers), takeOut(fields.digestAlgorithms),
@@ -424,7 +424,7 @@ TEST(SignedDataTest, NullSetsTakeAndGiveNothing) {
     EXPECT_EQ(message.getCertificateTotal() + message.getCertificateListTotal(), 0);
 }
 
-TEST(SignedDataTest, MalformedItemsAreNotAdded) {
+TEST(signed_data_test, MalformedItemsAreNotAdded) {
     VT_SignedDataContentInfo message;
     const MiByte broken = bytes("30 05 02 01");
     EXPECT_THROW(message.addSignerInfo(broken), MiException);
@@ -440,7 +440,7 @@ TEST(SignedDataTest, MalformedItemsAreNotAdded) {
 
 // ---- Copies and Reset
 
-TEST(SignedDataTest, CopiesAreDeep) {
+TEST(signed_data_test, CopiesAreDeep) {
     VT_SignedDataContentInfo message = received(vectors::kWithLists);
     VT_SignedDataContentInfo copy = message;
     VT_SignedDataContentInfo assigned;
@@ -455,7 +455,7 @@ TEST(SignedDataTest, CopiesAreDeep) {
     EXPECT_NE(layoutOf(copy).content, layoutOf(message).content);
 }
 
-TEST(SignedDataTest, ResetForgetsEverything) {
+TEST(signed_data_test, ResetForgetsEverything) {
     VT_SignedDataContentInfo message = received(vectors::kWithLists);
     message.Reset();
     const Layout& fields = layoutOf(message);
@@ -491,7 +491,7 @@ void takeApart(const Bytes& der) {
     EXPECT_TRUE(result == 0 || result == -1001 || result == -1009) << result << " for " << support::toHex(der);
 }
 
-TEST(SignedDataTest, BrokenMessagesGiveCodesOrExceptions) {
+TEST(signed_data_test, BrokenMessagesGiveCodesOrExceptions) {
     const Bytes good = hex(vectors::kWithLists);
     for (const support::Broken& broken : support::truncations(good))
         takeApart(broken.bytes);
@@ -502,7 +502,7 @@ TEST(SignedDataTest, BrokenMessagesGiveCodesOrExceptions) {
             takeApart(one.bytes);
 }
 
-TEST(SignedDataTest, ExhaustedMemoryLeaksNothing) {
+TEST(signed_data_test, ExhaustedMemoryLeaksNothing) {
     const auto whole = decoded<ContentInfo>(vectors::kWithLists);
     bool asExpected = true;
     const long failures = support::forEachExhaustion([&] {

@@ -103,7 +103,7 @@ VT_SignerInfo decomposed(const Bytes& der) {
 
 // ---- Setters, getters, composing
 
-TEST(SignerInfoTest, NothingSetIsMissing) {
+TEST(signer_info_test, NothingSetIsMissing) {
     VT_SignerInfo signer;
     IssuerAndSerialNumber issuer;
     AlgorithmIdentifier algorithmOut;
@@ -123,7 +123,7 @@ TEST(SignerInfoTest, NothingSetIsMissing) {
     EXPECT_EQ(signer.getUnAuthPKCS7AttributeTotal(), 0);
 }
 
-TEST(SignerInfoTest, GettersCopyOut) {
+TEST(signer_info_test, GettersCopyOut) {
     VT_SignerInfo signer = aliceToBe();
     IssuerAndSerialNumber issuer;
     AlgorithmIdentifier digest;
@@ -139,14 +139,14 @@ TEST(SignerInfoTest, GettersCopyOut) {
     EXPECT_EQ(hexOf(encryption), support::toHex(algorithm(kSha1Oid)));
 }
 
-TEST(SignerInfoTest, SettersReplace) {
+TEST(signer_info_test, SettersReplace) {
     VT_SignerInfo signer = aliceToBe();
     signer.setDigestAlgorithmIdentifier(decoded<AlgorithmIdentifier>(algorithm(kMd5Oid)));
     EXPECT_EQ(sign(signer), 0);
     EXPECT_EQ(signatureOf(signer), hexOf(vectors::kAliceMd5));
 }
 
-TEST(SignerInfoTest, ComposesTheSignerInSchemaOrder) {
+TEST(signer_info_test, ComposesTheSignerInSchemaOrder) {
     VT_SignerInfo signer = aliceToBe();
     ASSERT_EQ(sign(signer), 0);
     MiByte der;
@@ -157,7 +157,7 @@ TEST(SignerInfoTest, ComposesTheSignerInSchemaOrder) {
     EXPECT_EQ(hexOf(value), hexOf(der));
 }
 
-TEST(SignerInfoTest, ComposesAttributesUnderTheirTags) {
+TEST(signer_info_test, ComposesAttributesUnderTheirTags) {
     VT_SignerInfo signer = aliceToBe();
     signer.addAuthPKCS7Attribute(nameAttribute());
     signer.addUnAuthPKCS7Attribute(nameAttribute());
@@ -170,7 +170,7 @@ TEST(SignerInfoTest, ComposesAttributesUnderTheirTags) {
                                                    der::tlv(0xA1, hex(vectors::kNameAttribute)))));
 }
 
-TEST(SignerInfoTest, ComposingNeedsEachPiece) {
+TEST(signer_info_test, ComposingNeedsEachPiece) {
     for (int piece = 0; piece < 4; ++piece) {
         VT_SignerInfo signer = aliceToBe();
         ASSERT_EQ(sign(signer), 0);
@@ -201,7 +201,7 @@ TEST(SignerInfoTest, ComposingNeedsEachPiece) {
 }
 
 // A set is only null after memory ran out while it was made anew.
-TEST(SignerInfoTest, NullSetsAreMissing) {
+TEST(signer_info_test, NullSetsAreMissing) {
     VT_SignerInfo signer = aliceToBe();
     ASSERT_EQ(sign(signer), 0);
     signer.addAuthPKCS7Attribute(nameAttribute());
@@ -228,7 +228,7 @@ TEST(SignerInfoTest, NullSetsAreMissing) {
     EXPECT_EQ(signer.addUnAuthPKCS7Attribute(nameAttribute()), 0);
 }
 
-TEST(SignerInfoTest, AttributesAreReadByIndex) {
+TEST(signer_info_test, AttributesAreReadByIndex) {
     VT_SignerInfo signer;
     const PKCS7Attribute second = attribute(kDigestAttribute, der::tlv(0x04, {1, 2, 3}));
     EXPECT_EQ(signer.addAuthPKCS7Attribute(nameAttribute()), 0);
@@ -252,7 +252,7 @@ TEST(SignerInfoTest, AttributesAreReadByIndex) {
 
 // ---- Decomposing
 
-TEST(SignerInfoTest, DecomposesWhatOpensslWrote) {
+TEST(signer_info_test, DecomposesWhatOpensslWrote) {
     VT_SignerInfo signer;
     auto value = decoded<SignerInfo>(signerOf(vectors::kAttributes));
     ASSERT_EQ(signer.decomposeSignerInfo(value), 0);
@@ -266,7 +266,7 @@ TEST(SignerInfoTest, DecomposesWhatOpensslWrote) {
     EXPECT_EQ(hexOf(der), support::toHex(signerOf(vectors::kAttributes)));
 }
 
-TEST(SignerInfoTest, OtherVersionsAreRefused) {
+TEST(signer_info_test, OtherVersionsAreRefused) {
     for (const int version : {0, 2, 3, -1, 257}) {
         VT_SignerInfo signer;
         EXPECT_EQ(signer.decomposeSignerInfo(bytes(signerDer(version, {}, vectors::kAliceSha1))), -1020) << version;
@@ -276,7 +276,7 @@ TEST(SignerInfoTest, OtherVersionsAreRefused) {
     EXPECT_EQ(signer.decomposeSignerInfo(bytes("30 00")), -1020);
 }
 
-TEST(SignerInfoTest, DecomposingNeedsEachElement) {
+TEST(signer_info_test, DecomposingNeedsEachElement) {
     const auto whole = decoded<SignerInfo>(signerOf(vectors::kPlain));
     for (const char* missing :
          {"issuerAndSerialNumber", "digestAlgorithm", "digestEncryptionAlgorithm", "encryptedDigest"}) {
@@ -287,7 +287,7 @@ TEST(SignerInfoTest, DecomposingNeedsEachElement) {
     }
 }
 
-TEST(SignerInfoTest, AttributesAsSequenceCountAsAbsent) {
+TEST(signer_info_test, AttributesAsSequenceCountAsAbsent) {
     const Bytes name = hex(vectors::kNameAttribute);
     const VT_SignerInfo signer =
         decomposed(signerDer(1, der::tlv(0xA2, der::sequence({name})), vectors::kAliceSha1, der::tlv(0xA3, name)));
@@ -297,7 +297,7 @@ TEST(SignerInfoTest, AttributesAsSequenceCountAsAbsent) {
     EXPECT_EQ(verify(plain), 0);
 }
 
-TEST(SignerInfoTest, DecomposingForgetsTheSignerBefore) {
+TEST(signer_info_test, DecomposingForgetsTheSignerBefore) {
     VT_SignerInfo signer = received(vectors::kAttributes);
     signer.addUnAuthPKCS7Attribute(nameAttribute());
     ASSERT_EQ(signer.decomposeSignerInfo(bytes(signerOf(vectors::kPlain))), 0);
@@ -308,7 +308,7 @@ TEST(SignerInfoTest, DecomposingForgetsTheSignerBefore) {
     EXPECT_EQ(verify(signer), 0);
 }
 
-TEST(SignerInfoTest, UnauthenticatedAttributesAreReadAndNotSigned) {
+TEST(signer_info_test, UnauthenticatedAttributesAreReadAndNotSigned) {
     VT_SignerInfo signer =
         decomposed(signerDer(1, {}, vectors::kAliceSha1, der::tlv(0xA1, hex(vectors::kNameAttribute))));
     EXPECT_EQ(signer.getUnAuthPKCS7AttributeTotal(), 1);
@@ -317,7 +317,7 @@ TEST(SignerInfoTest, UnauthenticatedAttributesAreReadAndNotSigned) {
 
 // ---- Signing
 
-TEST(SignerInfoTest, SignsTheContentAlone) {
+TEST(signer_info_test, SignsTheContentAlone) {
     VT_SignerInfo signer = aliceToBe();
     ASSERT_EQ(sign(signer), 0);
     EXPECT_EQ(signatureOf(signer), hexOf(vectors::kAliceSha1));
@@ -326,7 +326,7 @@ TEST(SignerInfoTest, SignsTheContentAlone) {
     EXPECT_EQ(verify(signer), 0);
 }
 
-TEST(SignerInfoTest, SignsWithMd5AndWithALongerKey) {
+TEST(signer_info_test, SignsWithMd5AndWithALongerKey) {
     VT_SignerInfo md5 = aliceToBe(kMd5Oid);
     ASSERT_EQ(sign(md5), 0);
     EXPECT_EQ(signatureOf(md5), hexOf(vectors::kAliceMd5));
@@ -335,7 +335,7 @@ TEST(SignerInfoTest, SignsWithMd5AndWithALongerKey) {
     EXPECT_EQ(signatureOf(big), hexOf(vectors::kDaveSha1));
 }
 
-TEST(SignerInfoTest, SignsNothing) {
+TEST(signer_info_test, SignsNothing) {
     VT_SignerInfo signer = aliceToBe();
     signer.setInnerContentInfo(decoded<ContentInfo>(dataContent({})));
     ASSERT_EQ(sign(signer), 0);
@@ -344,7 +344,7 @@ TEST(SignerInfoTest, SignsNothing) {
 }
 
 // Whatever element the content is, its octets alone are signed.
-TEST(SignerInfoTest, TagAndLengthOfTheContentAreNotSigned) {
+TEST(signer_info_test, TagAndLengthOfTheContentAreNotSigned) {
     VT_SignerInfo signer = aliceToBe();
     signer.setInnerContentInfo(
         decoded<ContentInfo>(der::sequence({kSignedOid, der::tagged(0, der::tlv(0x30, hex(vectors::kContent)))})));
@@ -352,7 +352,7 @@ TEST(SignerInfoTest, TagAndLengthOfTheContentAreNotSigned) {
     EXPECT_EQ(signatureOf(signer), hexOf(vectors::kAliceSha1));
 }
 
-TEST(SignerInfoTest, AttributesThatWereThereComeFirst) {
+TEST(signer_info_test, AttributesThatWereThereComeFirst) {
     VT_SignerInfo signer = aliceToBe();
     signer.addAuthPKCS7Attribute(nameAttribute());
     ASSERT_EQ(sign(signer), 0);
@@ -368,7 +368,7 @@ TEST(SignerInfoTest, AttributesThatWereThereComeFirst) {
     EXPECT_EQ(verify(signer), 0);
 }
 
-TEST(SignerInfoTest, SigningTwiceAddsTheAttributesTwice) {
+TEST(signer_info_test, SigningTwiceAddsTheAttributesTwice) {
     VT_SignerInfo signer = aliceToBe();
     signer.addAuthPKCS7Attribute(nameAttribute());
     ASSERT_EQ(sign(signer), 0);
@@ -379,7 +379,7 @@ TEST(SignerInfoTest, SigningTwiceAddsTheAttributesTwice) {
 }
 
 // Attributes that came in a message carry its tag.
-TEST(SignerInfoTest, AttributesUnderTheirTagAreSignedAsASet) {
+TEST(signer_info_test, AttributesUnderTheirTagAreSignedAsASet) {
     Bytes attributes = hex(vectors::kNameTypeDigest);
     attributes[0] = 0xA0;
     VT_SignerInfo signer = decomposed(signerDer(1, attributes, vectors::kAliceNameTypeDigest));
@@ -389,7 +389,7 @@ TEST(SignerInfoTest, AttributesUnderTheirTagAreSignedAsASet) {
     EXPECT_EQ(verify(signer), 0);
 }
 
-TEST(SignerInfoTest, SigningNeedsAlgorithmsAndContent) {
+TEST(signer_info_test, SigningNeedsAlgorithmsAndContent) {
     const auto without = [](auto* Layout::*field) {
         VT_SignerInfo signer = aliceToBe();
         const std::unique_ptr<AsnObject> taken(layoutOf(signer).*field);
@@ -404,7 +404,7 @@ TEST(SignerInfoTest, SigningNeedsAlgorithmsAndContent) {
     EXPECT_EQ(sign(signer), -1001);
 }
 
-TEST(SignerInfoTest, AttributesNeedTheTypeOfTheContent) {
+TEST(signer_info_test, AttributesNeedTheTypeOfTheContent) {
     ContentInfo typeless = content();
     typeless.Find("contentType")->SetAsnPresent(false);
     VT_SignerInfo signer = aliceToBe();
@@ -414,7 +414,7 @@ TEST(SignerInfoTest, AttributesNeedTheTypeOfTheContent) {
     EXPECT_EQ(sign(signer), -1001);
 }
 
-TEST(SignerInfoTest, CodesOfAlgorithmsKeysAndOperationsPassThrough) {
+TEST(signer_info_test, CodesOfAlgorithmsKeysAndOperationsPassThrough) {
     VT_SignerInfo sha256 = aliceToBe(hex("06 09 60 86 48 01 65 03 04 02 01"));
     EXPECT_EQ(sign(sha256), -1006);
     VT_SignerInfo ecdsa = aliceToBe();
@@ -430,7 +430,7 @@ TEST(SignerInfoTest, CodesOfAlgorithmsKeysAndOperationsPassThrough) {
 
 // ---- Verifying
 
-TEST(SignerInfoTest, VerifiesWhatOpensslSigned) {
+TEST(signer_info_test, VerifiesWhatOpensslSigned) {
     for (const char* message : {vectors::kPlain, vectors::kAttributes, vectors::kAttributesSmime, vectors::kDetached,
                                 vectors::kAttributesDetachedMd5}) {
         VT_SignerInfo signer = received(message);
@@ -444,20 +444,20 @@ TEST(SignerInfoTest, VerifiesWhatOpensslSigned) {
     EXPECT_EQ(verify(dave, vectors::kDave), 0);
 }
 
-TEST(SignerInfoTest, OtherSerialNumberOfTheSameKeyIsRefused) {
+TEST(signer_info_test, OtherSerialNumberOfTheSameKeyIsRefused) {
     VT_SignerInfo signer = received(vectors::kPlain);
     EXPECT_EQ(verify(signer, vectors::kAliceTwin), -1021);
 }
 
 // Neither the signature nor the algorithms were looked at by then.
-TEST(SignerInfoTest, OtherSerialNumberIsSeenBeforeAnythingElse) {
+TEST(signer_info_test, OtherSerialNumberIsSeenBeforeAnythingElse) {
     VT_SignerInfo signer;
     signer.setIssuerAndSerialNumber(decoded<IssuerAndSerialNumber>(issuerAndSerial(vectors::kAlice)));
     EXPECT_EQ(verify(signer, vectors::kAliceTwin), -1021);
     EXPECT_EQ(verify(signer, vectors::kAlice), -1003);
 }
 
-TEST(SignerInfoTest, VerifyingNeedsEachPiece) {
+TEST(signer_info_test, VerifyingNeedsEachPiece) {
     const auto without = [](auto* Layout::*field) {
         VT_SignerInfo signer = received(vectors::kPlain);
         const std::unique_ptr<AsnObject> taken(layoutOf(signer).*field);
@@ -475,7 +475,7 @@ TEST(SignerInfoTest, VerifyingNeedsEachPiece) {
 }
 
 // Before an algorithm is looked at that there is not.
-TEST(SignerInfoTest, MissingPiecesAreSeenBeforeForeignAlgorithms) {
+TEST(signer_info_test, MissingPiecesAreSeenBeforeForeignAlgorithms) {
     const auto foreign = decoded<AlgorithmIdentifier>(algorithm(hex("06 09 60 86 48 01 65 03 04 02 01")));
     VT_SignerInfo unsignedYet = aliceToBe();
     unsignedYet.setDigestAlgorithmIdentifier(foreign);
@@ -488,7 +488,7 @@ TEST(SignerInfoTest, MissingPiecesAreSeenBeforeForeignAlgorithms) {
     EXPECT_EQ(verify(whole), -1006);
 }
 
-TEST(SignerInfoTest, SignatureIsLookedAtBeforeTheContent) {
+TEST(signer_info_test, SignatureIsLookedAtBeforeTheContent) {
     VT_SignerInfo signer;
     ASSERT_EQ(signer.decomposeSignerInfo(bytes(signerOf(vectors::kPlain))), 0);
     EXPECT_EQ(verify(signer), -1003) << "no content";
@@ -496,13 +496,13 @@ TEST(SignerInfoTest, SignatureIsLookedAtBeforeTheContent) {
     EXPECT_EQ(verify(signer), -1018);
 }
 
-TEST(SignerInfoTest, CertificateWithoutItsElementsIsRefused) {
+TEST(signer_info_test, CertificateWithoutItsElementsIsRefused) {
     VT_SignerInfo signer = received(vectors::kPlain);
     Software software;
     EXPECT_EQ(signer.VerifyDigest(software.op(), Certificate()), -1001);
 }
 
-TEST(SignerInfoTest, OtherContentIsADigestMismatch) {
+TEST(signer_info_test, OtherContentIsADigestMismatch) {
     VT_SignerInfo signer = received(vectors::kPlain);
     signer.setInnerContentInfo(decoded<ContentInfo>(dataContent(hex("00"))));
     EXPECT_EQ(verify(signer), -1012);
@@ -510,20 +510,20 @@ TEST(SignerInfoTest, OtherContentIsADigestMismatch) {
     EXPECT_EQ(verify(other), -1012);
 }
 
-TEST(SignerInfoTest, ChangedAttributesAreADigestMismatch) {
+TEST(signer_info_test, ChangedAttributesAreADigestMismatch) {
     VT_SignerInfo signer = received(vectors::kAttributes);
     signer.addAuthPKCS7Attribute(nameAttribute());
     EXPECT_EQ(verify(signer), -1012);
 }
 
-TEST(SignerInfoTest, DigestAlgorithmInsideTheSignatureMustBeTheSigners) {
+TEST(signer_info_test, DigestAlgorithmInsideTheSignatureMustBeTheSigners) {
     VT_SignerInfo signer = received(vectors::kPlain);
     signer.setDigestAlgorithmIdentifier(decoded<AlgorithmIdentifier>(algorithm(kMd5Oid)));
     EXPECT_EQ(verify(signer), -1018);
 }
 
 // openssl leaves the parameters out in the message and writes NULL in the signature.
-TEST(SignerInfoTest, AbsentParametersAreNull) {
+TEST(signer_info_test, AbsentParametersAreNull) {
     const std::vector<Bytes> elements = elementsOf(signerOf(vectors::kPlain));
     ASSERT_EQ(support::toHex(elements.at(2)), support::toHex(der::sequence({kSha1Oid})));
     VT_SignerInfo signer = received(vectors::kPlain);
@@ -532,7 +532,7 @@ TEST(SignerInfoTest, AbsentParametersAreNull) {
     EXPECT_EQ(verify(withNull), 0);
 }
 
-TEST(SignerInfoTest, AttributesNeedTheDigest) {
+TEST(signer_info_test, AttributesNeedTheDigest) {
     VT_SignerInfo none = decomposed(signerDer(1, hex("A0 00"), vectors::kAliceSha1));
     EXPECT_TRUE(layoutOf(none).authenticatedPresent);
     EXPECT_EQ(verify(none), -1022);
@@ -541,13 +541,13 @@ TEST(SignerInfoTest, AttributesNeedTheDigest) {
     EXPECT_EQ(verify(nameAlone), -1022);
 }
 
-TEST(SignerInfoTest, DigestAttributeAloneSuffices) {
+TEST(signer_info_test, DigestAttributeAloneSuffices) {
     const Bytes digest = hex(hexOf(attribute(kDigestAttribute, der::tlv(0x04, hex(vectors::kSha1OfContent)))));
     VT_SignerInfo signer = decomposed(signerDer(1, der::tlv(0xA0, digest), vectors::kAliceDigest));
     EXPECT_EQ(verify(signer), 0);
 }
 
-TEST(SignerInfoTest, AttributeOfAnotherContentTypeIsRefused) {
+TEST(signer_info_test, AttributeOfAnotherContentTypeIsRefused) {
     VT_SignerInfo signer = received(vectors::kAttributes);
     ContentInfo other = content();
     other.SetContentType(AsnOid("1.2.840.113549.1.7.2"));
@@ -558,7 +558,7 @@ TEST(SignerInfoTest, AttributeOfAnotherContentTypeIsRefused) {
     EXPECT_EQ(verify(signer), -1001);
 }
 
-TEST(SignerInfoTest, AttributesNeedTypeAndValue) {
+TEST(signer_info_test, AttributesNeedTypeAndValue) {
     PKCS7Attribute typeless = nameAttribute();
     typeless.Find("type")->SetAsnPresent(false);
     PKCS7Attribute valueless = nameAttribute();
@@ -573,14 +573,14 @@ TEST(SignerInfoTest, AttributesNeedTypeAndValue) {
 }
 
 // The attributes are walked in order before the digest is looked at.
-TEST(SignerInfoTest, TypeIsRefusedBeforeAMissingDigest) {
+TEST(signer_info_test, TypeIsRefusedBeforeAMissingDigest) {
     VT_SignerInfo signer = aliceToBe();
     ASSERT_EQ(sign(signer), 0);
     signer.addAuthPKCS7Attribute(attribute(kTypeAttribute, kSignedOid));
     EXPECT_EQ(verify(signer), -1009);
 }
 
-TEST(SignerInfoTest, SignatureIsOpenedInSoftware) {
+TEST(signer_info_test, SignatureIsOpenedInSoftware) {
     VT_P11_OP none;  // cannot digest, and is not asked to open anything
     VT_SignerInfo good = received(vectors::kPlain);
     EXPECT_EQ(good.VerifyDigest(none, decoded<Certificate>(vectors::kAlice)), -2);
@@ -589,7 +589,7 @@ TEST(SignerInfoTest, SignatureIsOpenedInSoftware) {
     EXPECT_EQ(verify(foreign), -12);
 }
 
-TEST(SignerInfoTest, OpenedSignatureMustBeADigestInfo) {
+TEST(signer_info_test, OpenedSignatureMustBeADigestInfo) {
     // What the key signs is no DER, an empty sequence, or lacks the digest.
     const auto verifySigned = [](const Bytes& data) {
         Software software;
@@ -609,7 +609,7 @@ TEST(SignerInfoTest, OpenedSignatureMustBeADigestInfo) {
 
 // ---- The encrypted digest under a session key
 
-TEST(SignerInfoTest, DigestIsEncryptedAndDecryptedInPlace) {
+TEST(signer_info_test, DigestIsEncryptedAndDecryptedInPlace) {
     VT_P11_Alg alg;
     alg.setAlgType(5);
     alg.setIV(bytes("21 22 23 24 25 26 27 28"));
@@ -630,7 +630,7 @@ TEST(SignerInfoTest, DigestIsEncryptedAndDecryptedInPlace) {
 
 // ---- Copies and Reset
 
-TEST(SignerInfoTest, CopiesAreDeep) {
+TEST(signer_info_test, CopiesAreDeep) {
     VT_SignerInfo signer = received(vectors::kAttributes);
     VT_SignerInfo copy = signer;
     VT_SignerInfo assigned;
@@ -646,7 +646,7 @@ TEST(SignerInfoTest, CopiesAreDeep) {
     EXPECT_EQ(verify(assigned), 0);
 }
 
-TEST(SignerInfoTest, ResetForgetsEverything) {
+TEST(signer_info_test, ResetForgetsEverything) {
     VT_SignerInfo signer = received(vectors::kAttributes);
     signer.addUnAuthPKCS7Attribute(nameAttribute());
     signer.Reset();
@@ -690,7 +690,7 @@ void takeApartAndVerify(const Bytes& der) {
     EXPECT_TRUE(isDocumented(result)) << result << " for " << support::toHex(der);
 }
 
-TEST(SignerInfoTest, BrokenSignersGiveCodesOrExceptions) {
+TEST(signer_info_test, BrokenSignersGiveCodesOrExceptions) {
     const Bytes good = signerOf(vectors::kAttributes);
     for (const support::Broken& broken : support::truncations(good))
         takeApartAndVerify(broken.bytes);
@@ -701,7 +701,7 @@ TEST(SignerInfoTest, BrokenSignersGiveCodesOrExceptions) {
             takeApartAndVerify(one.bytes);
 }
 
-TEST(SignerInfoTest, ExhaustedMemoryLeaksNothing) {
+TEST(signer_info_test, ExhaustedMemoryLeaksNothing) {
     const VT_P11_Key key = privateKey(vectors::kAliceKey);
     const auto certificate = decoded<Certificate>(vectors::kAlice);
     Software software;

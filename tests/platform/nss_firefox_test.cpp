@@ -350,9 +350,9 @@ TEST_F(nss_firefox_test, AHostThatHasTheProfileOpenKeepsIt) {
 }
 
 // An installation with libraries of its own, which are the system's under another path.
-class nss_firefox_own_test : public nss_firefox_test {
+class nss_firefox_test_own : public nss_firefox_test {
   protected:
-    nss_firefox_own_test() { fs::create_directories(installation_); }
+    nss_firefox_test_own() { fs::create_directories(installation_); }
     void copyLibraries() const {
         run("for name in libnss3 libnssutil3 libsmime3 libsoftokn3 libfreeblpriv3; do for folder in "
             "/usr/lib/*-linux-gnu "
@@ -370,7 +370,7 @@ class nss_firefox_own_test : public nss_firefox_test {
     std::string installation_ = home_.path() + "/firefox";
 };
 
-TEST_F(nss_firefox_own_test, ItsOwnLibrariesServeTheProfileAndThenTheProvider) {
+TEST_F(nss_firefox_test_own, ItsOwnLibrariesServeTheProfileAndThenTheProvider) {
     if (!support::inOwnProcess())
         return support::runInOwnProcess();
     const Bytes in = makeCertificate("in");
@@ -387,7 +387,7 @@ TEST_F(nss_firefox_own_test, ItsOwnLibrariesServeTheProfileAndThenTheProvider) {
     EXPECT_THAT(others, Not(HasSubstr("libnss3.so"))) << "one NSS for all";
 }
 
-TEST_F(nss_firefox_own_test, AnNssInUseIsUsed) {
+TEST_F(nss_firefox_test_own, AnNssInUseIsUsed) {
     if (!support::inOwnProcess())
         return support::runInOwnProcess();
     const Bytes in = makeCertificate("in");
@@ -398,7 +398,7 @@ TEST_F(nss_firefox_own_test, AnNssInUseIsUsed) {
     EXPECT_FALSE(isMapped());
 }
 
-TEST_F(nss_firefox_own_test, ALibraryThatLacksAFunctionIsRefused) {
+TEST_F(nss_firefox_test_own, ALibraryThatLacksAFunctionIsRefused) {
     if (!support::inOwnProcess())
         return support::runInOwnProcess();
     makeLibrary("libnss3.so", "int NSS_InitContext;");
@@ -410,7 +410,7 @@ TEST_F(nss_firefox_own_test, ALibraryThatLacksAFunctionIsRefused) {
 }
 
 // One function less than the check needs, and one less than the provider needs.
-TEST_F(nss_firefox_own_test, EachFunctionIsNeeded) {
+TEST_F(nss_firefox_test_own, EachFunctionIsNeeded) {
     if (!support::inOwnProcess())
         return support::runInOwnProcess();
     std::vector<std::string> names;
@@ -437,7 +437,7 @@ TEST_F(nss_firefox_own_test, EachFunctionIsNeeded) {
     }
 }
 
-TEST_F(nss_firefox_own_test, AFileThatIsNoLibraryIsNotLoaded) {
+TEST_F(nss_firefox_test_own, AFileThatIsNoLibraryIsNotLoaded) {
     if (!support::inOwnProcess())
         return support::runInOwnProcess();
     std::ofstream(installation_ + "/libnss3.so") << "no library";
@@ -445,7 +445,7 @@ TEST_F(nss_firefox_own_test, AFileThatIsNoLibraryIsNotLoaded) {
     EXPECT_TRUE(Prov(nullptr, CRYPT_NEWKEYSET));
 }
 
-TEST_F(nss_firefox_own_test, WithoutAnyNssNoneIsLoaded) {
+TEST_F(nss_firefox_test_own, WithoutAnyNssNoneIsLoaded) {
     if (support::inOwnProcess()) {
         EXPECT_EQ(check(profile_, {}, installation_), ERROR_MOD_NOT_FOUND);
         return;
@@ -456,9 +456,9 @@ TEST_F(nss_firefox_own_test, WithoutAnyNssNoneIsLoaded) {
 }
 
 // Programs, links to them and scripts that start them.
-class nss_firefox_installation_test : public NssTest {
+class nss_firefox_test_installation : public NssTest {
   protected:
-    nss_firefox_installation_test() {
+    nss_firefox_test_installation() {
         for (const char* folder : {"bin", "usr/bin", "lib/firefox", "lib/firefox-esr", "other"})
             fs::create_directories(home_.path() + "/" + folder);
     }
@@ -478,7 +478,7 @@ class nss_firefox_installation_test : public NssTest {
     bool isProgramFound_ = false;
 };
 
-TEST_F(nss_firefox_installation_test, AProgramOfThePathLeadsToIt) {
+TEST_F(nss_firefox_test_installation, AProgramOfThePathLeadsToIt) {
     EXPECT_EQ(find(path()), "");
     EXPECT_FALSE(isProgramFound_);
     install("lib/firefox", "firefox");
@@ -490,7 +490,7 @@ TEST_F(nss_firefox_installation_test, AProgramOfThePathLeadsToIt) {
     EXPECT_EQ(find(""), "");
 }
 
-TEST_F(nss_firefox_installation_test, AScriptLeadsNowhereButAnotherNameMay) {
+TEST_F(nss_firefox_test_installation, AScriptLeadsNowhereButAnotherNameMay) {
     home_.script("usr/bin/firefox", "exec firefox-esr");
     EXPECT_EQ(find(path()), "");
     EXPECT_TRUE(isProgramFound_);
@@ -500,7 +500,7 @@ TEST_F(nss_firefox_installation_test, AScriptLeadsNowhereButAnotherNameMay) {
     EXPECT_EQ(find(path()), "lib/firefox-esr");
 }
 
-TEST_F(nss_firefox_installation_test, WhatCannotRunIsNoProgram) {
+TEST_F(nss_firefox_test_installation, WhatCannotRunIsNoProgram) {
     home_.file("bin/firefox", "text");
     link("nowhere", "usr/bin/firefox");
     EXPECT_EQ(find(path()), "");
@@ -509,7 +509,7 @@ TEST_F(nss_firefox_installation_test, WhatCannotRunIsNoProgram) {
     EXPECT_FALSE(isProgramFound_) << "a folder of the name";
 }
 
-TEST_F(nss_firefox_installation_test, RelativeFoldersAreNotSearched) {
+TEST_F(nss_firefox_test_installation, RelativeFoldersAreNotSearched) {
     install("lib/firefox", "firefox");
     const fs::path before = fs::current_path();
     fs::current_path(home_.path() + "/lib/firefox");
@@ -518,7 +518,7 @@ TEST_F(nss_firefox_installation_test, RelativeFoldersAreNotSearched) {
     fs::current_path(before);
 }
 
-TEST_F(nss_firefox_installation_test, TheEntryAsksTheEnvironment) {
+TEST_F(nss_firefox_test_installation, TheEntryAsksTheEnvironment) {
     install("lib/firefox", "firefox");
     const std::string before = std::getenv("PATH");
     setenv("PATH", (home_.path() + "/lib/firefox").c_str(), 1);

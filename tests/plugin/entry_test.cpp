@@ -23,7 +23,7 @@ MATCHER_P(Printed, text, "") {
     return arg == text || arg == printed(text);
 }
 
-class entry : public testing::Test {
+class entry_test : public testing::Test {
   protected:
     static NPError initialize(NPNetscapeFuncs* table) {
 #if defined(_WIN32)
@@ -35,11 +35,11 @@ class entry : public testing::Test {
     }
 };
 
-TEST_F(entry, GetEntryPointsRefusesNull) {
+TEST_F(entry_test, GetEntryPointsRefusesNull) {
     EXPECT_EQ(NP_GetEntryPoints(nullptr), 3);
 }
 
-TEST_F(entry, GetEntryPointsFillsTheTableAndKeepsItsSize) {
+TEST_F(entry_test, GetEntryPointsFillsTheTableAndKeepsItsSize) {
     NPPluginFuncs table;
     std::memset(&table, 0xEE, sizeof(table));
     table.size = 1234;
@@ -62,7 +62,7 @@ TEST_F(entry, GetEntryPointsFillsTheTableAndKeepsItsSize) {
     EXPECT_EQ(table.setvalue, NPP_SetValue);
 }
 
-TEST_F(entry, GetEntryPointsWritesNothingBehindSetvalue) {
+TEST_F(entry_test, GetEntryPointsWritesNothingBehindSetvalue) {
     NPPluginFuncs table;
     std::memset(&table, 0xEE, sizeof(table));
     ASSERT_EQ(NP_GetEntryPoints(&table), 0);
@@ -71,14 +71,14 @@ TEST_F(entry, GetEntryPointsWritesNothingBehindSetvalue) {
         ASSERT_EQ(bytes[i], 0xEE) << "at " << i;
 }
 
-TEST_F(entry, InitializePrintsTheSeparatorAndRefusesNull) {
+TEST_F(entry_test, InitializePrintsTheSeparatorAndRefusesNull) {
     testing::internal::CaptureStdout();
     const NPError error = initialize(nullptr);
     EXPECT_THAT(testing::internal::GetCapturedStdout(), Printed(kSeparator));
     EXPECT_EQ(error, 3);
 }
 
-TEST_F(entry, InitializePrintsTheSeparatorOnceOnSuccess) {
+TEST_F(entry_test, InitializePrintsTheSeparatorOnceOnSuccess) {
     NPNetscapeFuncs table = {};
     testing::internal::CaptureStdout();
     const NPError error = initialize(&table);
@@ -86,7 +86,7 @@ TEST_F(entry, InitializePrintsTheSeparatorOnceOnSuccess) {
     EXPECT_EQ(error, 0);
 }
 
-TEST_F(entry, InitializeCopiesUpToSetexceptionAndNothingBehind) {
+TEST_F(entry_test, InitializeCopiesUpToSetexceptionAndNothingBehind) {
     NPNetscapeFuncs table;
     std::memset(&table, 0x5A, sizeof(table));
     std::memset(&plugin::NPNFuncs, 0, sizeof(plugin::NPNFuncs));
@@ -99,7 +99,7 @@ TEST_F(entry, InitializeCopiesUpToSetexceptionAndNothingBehind) {
         ASSERT_EQ(copy[i], 0) << "at " << i;
 }
 
-TEST_F(entry, InitializeLooksAtNeitherSizeNorVersion) {
+TEST_F(entry_test, InitializeLooksAtNeitherSizeNorVersion) {
     NPNetscapeFuncs table = {};
     table.size = 4;
     table.version = 1;
@@ -110,7 +110,7 @@ TEST_F(entry, InitializeLooksAtNeitherSizeNorVersion) {
     EXPECT_EQ(plugin::NPNFuncs.memfree, table.memfree);
 }
 
-TEST_F(entry, ShutdownLeavesTheModuleAsItStands) {
+TEST_F(entry_test, ShutdownLeavesTheModuleAsItStands) {
     NPNetscapeFuncs table = {};
     table.size = 77;
     initialize(&table);
@@ -125,7 +125,7 @@ TEST_F(entry, ShutdownLeavesTheModuleAsItStands) {
 
 #if !defined(_WIN32)
 
-TEST_F(entry, OnX11InitializeFillsBothTables) {
+TEST_F(entry_test, OnX11InitializeFillsBothTables) {
     NPNetscapeFuncs browser = {};
     browser.version = 20;
     NPPluginFuncs table = {};
@@ -135,17 +135,17 @@ TEST_F(entry, OnX11InitializeFillsBothTables) {
     EXPECT_EQ(table.newp, NPP_New);
 }
 
-TEST_F(entry, OnX11ANullSecondTableIsRefused) {
+TEST_F(entry_test, OnX11ANullSecondTableIsRefused) {
     NPNetscapeFuncs browser = {};
     EXPECT_EQ(NP_Initialize(&browser, nullptr), 3);
 }
 
-TEST_F(entry, OnX11TheMimeDescriptionHasNoExtensions) {
+TEST_F(entry_test, OnX11TheMimeDescriptionHasNoExtensions) {
     EXPECT_STREQ(NP_GetMIMEDescription(),
                  "application/npvemtrel_certenroll::NPVemtrelCertEnroll scriptability API plugin");
 }
 
-TEST_F(entry, OnX11GetValueNeedsNoInstance) {
+TEST_F(entry_test, OnX11GetValueNeedsNoInstance) {
     const char* text = nullptr;
     EXPECT_EQ(NP_GetValue(nullptr, NPPVpluginNameString, &text), 0);
     EXPECT_STREQ(text, "NPVemtrelCertEnroll");

@@ -25,7 +25,7 @@ constexpr char kContainer[] = "01234567-89AB-cdef-FEDC-BA9876543210";
 
 constexpr const char* kWriters[] = {"writeClientCert", "writeClientCert_noprotect", "writeClientCert_exp_X509"};
 
-class hostile : public testing::Test {
+class hostile_test : public testing::Test {
   protected:
     hostile() {
         resetSettings();
@@ -61,7 +61,7 @@ class hostile : public testing::Test {
     host::Page page{browser, operations};
 };
 
-TEST_F(hostile, ACertificateCutAtEveryByteIsNotInstalled) {
+TEST_F(hostile_test, ACertificateCutAtEveryByteIsNotInstalled) {
     const Bytes whole = support::makeCertificate({});
     store.stores["MY"].clear();
     for (std::size_t length = 0; length < whole.size(); ++length) {
@@ -74,7 +74,7 @@ TEST_F(hostile, ACertificateCutAtEveryByteIsNotInstalled) {
     EXPECT_EQ(install("writeClientCert", whole), 0) << "the whole one is";
 }
 
-TEST_F(hostile, EveryByteOfACertificateMayBeWrong) {
+TEST_F(hostile_test, EveryByteOfACertificateMayBeWrong) {
     const Bytes whole = support::makeCertificate({});
     for (std::size_t at = 0; at < whole.size(); ++at) {
         for (const int mask : {0x01, 0x20, 0x80, 0xFF}) {
@@ -86,7 +86,7 @@ TEST_F(hostile, EveryByteOfACertificateMayBeWrong) {
     }
 }
 
-TEST_F(hostile, RandomTextsGiveADocumentedCode) {
+TEST_F(hostile_test, RandomTextsGiveADocumentedCode) {
     support::Noise noise(20141021);
     for (int round = 0; round < 300; ++round) {
         std::string text(noise.below(400), '\0');
@@ -108,7 +108,7 @@ TEST_F(hostile, RandomTextsGiveADocumentedCode) {
     }
 }
 
-TEST_F(hostile, MegabytesGiveADocumentedCode) {
+TEST_F(hostile_test, MegabytesGiveADocumentedCode) {
     constexpr std::size_t kMegabyte = std::size_t{1} << 20;
     for (const char c : {'M', '=', '\0', ' ', ',', '0', '\xFF'}) {
         const std::string text(kMegabyte, c);
@@ -127,7 +127,7 @@ TEST_F(hostile, MegabytesGiveADocumentedCode) {
     }
 }
 
-TEST_F(hostile, ASerialOfManyDigitsIsNotFound) {
+TEST_F(hostile_test, ASerialOfManyDigitsIsNotFound) {
     for (const std::size_t digits : {1022u, 1023u, 1024u, 1025u, 1026u, 2048u, 100000u}) {
         EXPECT_EQ(code("IsCertExist", {"CN=Test CA, O=Example", std::string(digits, '0')}), 1) << digits;
         EXPECT_EQ(code("deleteCert", {"CN=Test CA, O=Example", std::string(digits, 'f')}), 22218126) << digits;
@@ -136,7 +136,7 @@ TEST_F(hostile, ASerialOfManyDigitsIsNotFound) {
         << "blanks do not count";
 }
 
-TEST_F(hostile, EveryKindOfValueInEveryPlaceIsADocumentedAnswer) {
+TEST_F(hostile_test, EveryKindOfValueInEveryPlaceIsADocumentedAnswer) {
     const std::vector<Value> kinds = {Value(),
                                       Value::null(),
                                       Value(true),

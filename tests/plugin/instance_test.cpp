@@ -82,7 +82,7 @@ NPWindow windowAt(std::uintptr_t handle) {
     return window;
 }
 
-class instance : public BrowserTest {
+class instance_test : public BrowserTest {
   protected:
     NPError makeInstance(NPP npp) { return operations.newp(nullptr, npp, 1, 0, nullptr, nullptr, nullptr); }
     static plugin::PluginInstance* record(NPP npp) { return static_cast<plugin::PluginInstance*>(npp->pdata); }
@@ -91,7 +91,7 @@ class instance : public BrowserTest {
     NPP_t second = {};
 };
 
-TEST_F(instance, EveryOperationRefusesANullInstance) {
+TEST_F(instance_test, EveryOperationRefusesANullInstance) {
     char byte = 0;
     NPWindow window = windowAt(1);
     EXPECT_EQ(makeInstance(nullptr), 2);
@@ -105,7 +105,7 @@ TEST_F(instance, EveryOperationRefusesANullInstance) {
     EXPECT_EQ(operations.setvalue(nullptr, NPNVWindowNPObject, &byte), 2);
 }
 
-TEST_F(instance, OperationsWithoutBehaviourAnswerTheirFixedNumber) {
+TEST_F(instance_test, OperationsWithoutBehaviourAnswerTheirFixedNumber) {
     char byte = 0;
     NPP npp = &first;  // no record is needed
     EXPECT_EQ(operations.newstream(npp, nullptr, nullptr, 0, nullptr), 0);
@@ -122,7 +122,7 @@ TEST_F(instance, OperationsWithoutBehaviourAnswerTheirFixedNumber) {
     EXPECT_THAT(browser.calls, IsEmpty());
 }
 
-TEST_F(instance, NewAsksTheBrowserInOrder) {
+TEST_F(instance_test, NewAsksTheBrowserInOrder) {
     ASSERT_EQ(makeInstance(&first), 0);
     EXPECT_THAT(
         browser.calls,
@@ -145,7 +145,7 @@ TEST_F(instance, NewAsksTheBrowserInOrder) {
     operations.destroy(&first, nullptr);
 }
 
-TEST_F(instance, NewMakesAFreshRecord) {
+TEST_F(instance_test, NewMakesAFreshRecord) {
     ASSERT_EQ(makeInstance(&first), 0);
     const plugin::PluginInstance* const made = record(&first);
     ASSERT_NE(made, nullptr);
@@ -159,7 +159,7 @@ TEST_F(instance, NewMakesAFreshRecord) {
     operations.destroy(&first, nullptr);
 }
 
-TEST_F(instance, WithoutMemoryNewGives5AndChangesNothing) {
+TEST_F(instance_test, WithoutMemoryNewGives5AndChangesNothing) {
     enrol::chooseProvider("P", 1);
     NPError error = 0;
     {
@@ -172,7 +172,7 @@ TEST_F(instance, WithoutMemoryNewGives5AndChangesNothing) {
     EXPECT_STREQ(enrol::sProviderName, "P");
 }
 
-TEST_F(instance, TheRecordKeepsItsOrderOfFields) {
+TEST_F(instance_test, TheRecordKeepsItsOrderOfFields) {
     using Record = plugin::PluginInstance;
     EXPECT_EQ(offsetof(Record, npp), 0u);
     EXPECT_LT(offsetof(Record, npp), offsetof(Record, hWnd));
@@ -183,7 +183,7 @@ TEST_F(instance, TheRecordKeepsItsOrderOfFields) {
     EXPECT_LT(offsetof(Record, scriptableObject), offsetof(Record, text));
 }
 
-TEST_F(instance, ARefusedWindowObjectGoesUnnoticed) {
+TEST_F(instance_test, ARefusedWindowObjectGoesUnnoticed) {
     ASSERT_EQ(makeInstance(&first), 0);
     browser.refuseValues = true;
     EXPECT_EQ(makeInstance(&second), 0);
@@ -193,7 +193,7 @@ TEST_F(instance, ARefusedWindowObjectGoesUnnoticed) {
     EXPECT_EQ(browser.windowReferences(), 0);
 }
 
-TEST_F(instance, DestroyReleasesWhatTheInstanceHeld) {
+TEST_F(instance_test, DestroyReleasesWhatTheInstanceHeld) {
     ASSERT_EQ(makeInstance(&first), 0);
     NPObject* object = nullptr;
     ASSERT_EQ(operations.getvalue(&first, NPPVpluginScriptableNPObject, &object), 0);
@@ -208,7 +208,7 @@ TEST_F(instance, DestroyReleasesWhatTheInstanceHeld) {
     EXPECT_NE(first.pdata, nullptr) << "pdata is not cleared";
 }
 
-TEST_F(instance, AnObjectOutlivesItsInstanceWhileThePageHoldsIt) {
+TEST_F(instance_test, AnObjectOutlivesItsInstanceWhileThePageHoldsIt) {
     ASSERT_EQ(makeInstance(&first), 0);
     NPObject* object = nullptr;
     ASSERT_EQ(operations.getvalue(&first, NPPVpluginScriptableNPObject, &object), 0);
@@ -219,7 +219,7 @@ TEST_F(instance, AnObjectOutlivesItsInstanceWhileThePageHoldsIt) {
     EXPECT_EQ(browser.liveObjects(), 0u);
 }
 
-TEST_F(instance, DestroyingOneOfTwoZeroesTheSharedWindowObject) {
+TEST_F(instance_test, DestroyingOneOfTwoZeroesTheSharedWindowObject) {
     ASSERT_EQ(makeInstance(&first), 0);
     ASSERT_EQ(makeInstance(&second), 0);
     EXPECT_EQ(browser.windowReferences(), 2);
@@ -232,13 +232,13 @@ TEST_F(instance, DestroyingOneOfTwoZeroesTheSharedWindowObject) {
     browser.release(browser.window());
 }
 
-TEST_F(instance, DestroyWithoutARecordStillForgetsTheProvider) {
+TEST_F(instance_test, DestroyWithoutARecordStillForgetsTheProvider) {
     enrol::chooseProvider("P", 1);
     EXPECT_EQ(operations.destroy(&first, nullptr), 0);
     EXPECT_EQ(enrol::sProviderName, nullptr);
 }
 
-TEST_F(instance, EachNewAndDestroyForgetsTheChosenProvider) {
+TEST_F(instance_test, EachNewAndDestroyForgetsTheChosenProvider) {
     ASSERT_EQ(makeInstance(&first), 0);
     enrol::chooseProvider("P", 1);
     std::memset(enrol::sProviderListText, 'x', sizeof(enrol::sProviderListText));
@@ -255,7 +255,7 @@ TEST_F(instance, EachNewAndDestroyForgetsTheChosenProvider) {
     browser.release(browser.window());
 }
 
-TEST_F(instance, OtherSettingsSurviveInstances) {
+TEST_F(instance_test, OtherSettingsSurviveInstances) {
     enrol::sKeySpec = 1;
     enrol::sHashAlgId = 0x8003;
     enrol::sLastError = 42;
@@ -266,7 +266,7 @@ TEST_F(instance, OtherSettingsSurviveInstances) {
     EXPECT_EQ(enrol::sLastError, 42);
 }
 
-TEST_F(instance, GetValueTellsNameAndDescription) {
+TEST_F(instance_test, GetValueTellsNameAndDescription) {
     const char* text = nullptr;
     EXPECT_EQ(operations.getvalue(&first, NPPVpluginNameString, &text), 1) << "without a record";
     ASSERT_EQ(makeInstance(&first), 0);
@@ -277,7 +277,7 @@ TEST_F(instance, GetValueTellsNameAndDescription) {
     operations.destroy(&first, nullptr);
 }
 
-TEST_F(instance, GetValueRefusesEveryOtherVariable) {
+TEST_F(instance_test, GetValueRefusesEveryOtherVariable) {
     ASSERT_EQ(makeInstance(&first), 0);
     for (int variable = 0; variable < 30; ++variable) {
         if (variable == 1 || variable == 2 || variable == 15)
@@ -296,7 +296,7 @@ TEST_F(instance, GetValueRefusesEveryOtherVariable) {
     operations.destroy(&first, nullptr);
 }
 
-TEST_F(instance, TheScriptObjectIsMadeOnceAndRetainedEachTime) {
+TEST_F(instance_test, TheScriptObjectIsMadeOnceAndRetainedEachTime) {
     ASSERT_EQ(makeInstance(&first), 0);
     browser.calls.clear();
     NPObject* object = nullptr;
@@ -313,7 +313,7 @@ TEST_F(instance, TheScriptObjectIsMadeOnceAndRetainedEachTime) {
     EXPECT_EQ(browser.liveObjects(), 0u);
 }
 
-TEST_F(instance, ARefusedScriptObjectIsASuccessWithNull) {
+TEST_F(instance_test, ARefusedScriptObjectIsASuccessWithNull) {
     ASSERT_EQ(makeInstance(&first), 0);
     browser.refuseObjects = true;
     NPObject* object = browser.window();
@@ -326,7 +326,7 @@ TEST_F(instance, ARefusedScriptObjectIsASuccessWithNull) {
     operations.destroy(&first, nullptr);
 }
 
-TEST_F(instance, SetWindowNeedsAWindowAndARecord) {
+TEST_F(instance_test, SetWindowNeedsAWindowAndARecord) {
     NPWindow window = windowAt(100);
     EXPECT_EQ(operations.setwindow(&first, &window), 1) << "without a record";
     ASSERT_EQ(makeInstance(&first), 0);
@@ -334,7 +334,7 @@ TEST_F(instance, SetWindowNeedsAWindowAndARecord) {
     operations.destroy(&first, nullptr);
 }
 
-TEST_F(instance, SetWindowWithoutAHandleWaits) {
+TEST_F(instance_test, SetWindowWithoutAHandleWaits) {
     FakeWindows windows;
     ASSERT_EQ(makeInstance(&first), 0);
     NPWindow window = windowAt(0);
@@ -344,7 +344,7 @@ TEST_F(instance, SetWindowWithoutAHandleWaits) {
     operations.destroy(&first, nullptr);
 }
 
-TEST_F(instance, SetWindowSubclassesOnce) {
+TEST_F(instance_test, SetWindowSubclassesOnce) {
     FakeWindows windows;
     ASSERT_EQ(makeInstance(&first), 0);
     NPWindow window = windowAt(100);
@@ -366,7 +366,7 @@ TEST_F(instance, SetWindowSubclassesOnce) {
     EXPECT_THAT(windows.log, ElementsAre("SetWindowLongA 100 -4 " + std::to_string(0x1234)));
 }
 
-TEST_F(instance, AttachRefusesAZeroHandle) {
+TEST_F(instance_test, AttachRefusesAZeroHandle) {
     FakeWindows windows;
     ASSERT_EQ(makeInstance(&first), 0);
     NPWindow window = windowAt(0);
@@ -375,7 +375,7 @@ TEST_F(instance, AttachRefusesAZeroHandle) {
     operations.destroy(&first, nullptr);
 }
 
-TEST_F(instance, DestroyRestoresAlsoWhereNoWindowWasAttached) {
+TEST_F(instance_test, DestroyRestoresAlsoWhereNoWindowWasAttached) {
     FakeWindows windows;
     plugin::sOldWndProc = nullptr;
     ASSERT_EQ(makeInstance(&first), 0);
@@ -383,7 +383,7 @@ TEST_F(instance, DestroyRestoresAlsoWhereNoWindowWasAttached) {
     EXPECT_THAT(windows.log, ElementsAre("SetWindowLongA 0 -4 0"));
 }
 
-TEST_F(instance, OneSlotHoldsTheFormerProcedureOfTheLaterWindow) {
+TEST_F(instance_test, OneSlotHoldsTheFormerProcedureOfTheLaterWindow) {
     FakeWindows windows;
     ASSERT_EQ(makeInstance(&first), 0);
     ASSERT_EQ(makeInstance(&second), 0);
@@ -400,7 +400,7 @@ TEST_F(instance, OneSlotHoldsTheFormerProcedureOfTheLaterWindow) {
     browser.release(browser.window());
 }
 
-TEST_F(instance, PaintDrawsFrameAndTextThenGoesToTheDefaultProcedure) {
+TEST_F(instance_test, PaintDrawsFrameAndTextThenGoesToTheDefaultProcedure) {
     FakeWindows windows;
     ASSERT_EQ(makeInstance(&first), 0);
     NPWindow window = windowAt(100);
@@ -414,7 +414,7 @@ TEST_F(instance, PaintDrawsFrameAndTextThenGoesToTheDefaultProcedure) {
     operations.destroy(&first, nullptr);
 }
 
-TEST_F(instance, PaintDrawsTheRecordsTextAndFillsAnEmptyOne) {
+TEST_F(instance_test, PaintDrawsTheRecordsTextAndFillsAnEmptyOne) {
     FakeWindows windows;
     ASSERT_EQ(makeInstance(&first), 0);
     NPWindow window = windowAt(100);
@@ -429,14 +429,14 @@ TEST_F(instance, PaintDrawsTheRecordsTextAndFillsAnEmptyOne) {
     operations.destroy(&first, nullptr);
 }
 
-TEST_F(instance, PaintOfAWindowWithoutARecordDrawsTheFrameAlone) {
+TEST_F(instance_test, PaintOfAWindowWithoutARecordDrawsTheFrameAlone) {
     FakeWindows windows;
     plugin::PluginWinProc(reinterpret_cast<HWND>(LONG_PTR{300}), 15, 0, 0);
     EXPECT_THAT(windows.log, ElementsAre("BeginPaint", "GetClientRect", "GetStockObject 4", "FrameRect 1 2 30 40",
                                          "GetWindowLongA -21", "EndPaint", "DefWindowProcA 15 0 0"));
 }
 
-TEST_F(instance, OtherMessagesGoToTheDefaultProcedureAlone) {
+TEST_F(instance_test, OtherMessagesGoToTheDefaultProcedureAlone) {
     FakeWindows windows;
     EXPECT_EQ(plugin::PluginWinProc(reinterpret_cast<HWND>(LONG_PTR{300}), 16, 1, 2), 55);
     EXPECT_THAT(windows.log, ElementsAre("DefWindowProcA 16 1 2"));

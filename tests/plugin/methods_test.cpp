@@ -19,7 +19,7 @@ using testing::IsEmpty;
 
 constexpr char kNul[] = "\0";
 
-class methods : public PageTest {
+class methods_test : public PageTest {
   protected:
     methods() { script = {}; }
 
@@ -46,14 +46,14 @@ class methods : public PageTest {
 
 // Rules that hold for all methods
 
-TEST_F(methods, AnUnknownNameIsAnError) {
+TEST_F(methods_test, AnUnknownNameIsAnError) {
     NPVariant result = {};
     NPVariant argument = {};
     EXPECT_FALSE(page.object()->_class->invoke(page.object(), browser.identifier("foof"), &argument, 0, &result));
     EXPECT_FALSE(page.object()->_class->invoke(page.object(), browser.identifier("KeySpec"), &argument, 0, &result));
 }
 
-TEST_F(methods, ANullArgumentArrayIsAnErrorForAll) {
+TEST_F(methods_test, ANullArgumentArrayIsAnErrorForAll) {
     for (const char* name : kMethodNames) {
         for (std::uint32_t count = 0; count < 4; ++count) {
             NPVariant result = {};
@@ -66,7 +66,7 @@ TEST_F(methods, ANullArgumentArrayIsAnErrorForAll) {
     EXPECT_THAT(script.calls, IsEmpty());
 }
 
-TEST_F(methods, AWrongArgumentCountIsAnErrorForAll) {
+TEST_F(methods_test, AWrongArgumentCountIsAnErrorForAll) {
     const Value text("x");
     expectRefused("genP10", {{}, {512, 512}});
     expectRefused("genP10_exp_withdn", {{}, {512}, {512, 1}, {512, 1, text, text}});
@@ -80,7 +80,7 @@ TEST_F(methods, AWrongArgumentCountIsAnErrorForAll) {
         expectRefused(method, {{}, {text}, {text, text, text}});
 }
 
-TEST_F(methods, AWrongArgumentTypeIsAnErrorForAll) {
+TEST_F(methods_test, AWrongArgumentTypeIsAnErrorForAll) {
     const Value text("x");
     const std::vector<Value> notIntegers = {Value(), Value::null(), Value(true), Value("512"),
                                             Value::object(page.object())};
@@ -101,7 +101,7 @@ TEST_F(methods, AWrongArgumentTypeIsAnErrorForAll) {
     }
 }
 
-TEST_F(methods, AnUndefinedVariantTypeIsAnError) {
+TEST_F(methods_test, AnUndefinedVariantTypeIsAnError) {
     NPVariant odd = {};
     odd.type = static_cast<NPVariantType>(7);
     NPVariant result = {};
@@ -109,7 +109,7 @@ TEST_F(methods, AnUndefinedVariantTypeIsAnError) {
     EXPECT_FALSE(page.object()->_class->invoke(page.object(), browser.identifier("setCSP"), &odd, 1, &result));
 }
 
-TEST_F(methods, TextsThatComeBackAreOneBlockWithATerminator) {
+TEST_F(methods_test, TextsThatComeBackAreOneBlockWithATerminator) {
     browser.calls.clear();
     EXPECT_THAT(call("getVersion"), IsText("1.0.14.1"));
     script.hasName = false;
@@ -118,7 +118,7 @@ TEST_F(methods, TextsThatComeBackAreOneBlockWithATerminator) {
     EXPECT_EQ(browser.liveBlocks(), 0u);
 }
 
-TEST_F(methods, WithoutMemoryATextIsLeftOutAndTheCallSucceeds) {
+TEST_F(methods_test, WithoutMemoryATextIsLeftOutAndTheCallSucceeds) {
     chooseProvider();
     browser.allocationsLeft = 0;
     EXPECT_THAT(call("getVersion"), IsUndefined());
@@ -131,7 +131,7 @@ TEST_F(methods, WithoutMemoryATextIsLeftOutAndTheCallSucceeds) {
 
 // genP10
 
-TEST_F(methods, genP10GivesTheRequest) {
+TEST_F(methods_test, genP10GivesTheRequest) {
     chooseProvider();
     enrol::sLastError = 99;
     for (const int bits : {512, 1024, 2048, 4096}) {
@@ -143,13 +143,13 @@ TEST_F(methods, genP10GivesTheRequest) {
     }
 }
 
-TEST_F(methods, genP10TruncatesADouble) {
+TEST_F(methods_test, genP10TruncatesADouble) {
     chooseProvider();
     EXPECT_THAT(call("genP10", {1024.9}), IsText("REQUEST"));
     EXPECT_THAT(script.calls, ElementsAre("GenerateRequest 1024"));
 }
 
-TEST_F(methods, genP10SaturatesDoublesOutOfRange) {
+TEST_F(methods_test, genP10SaturatesDoublesOutOfRange) {
     chooseProvider();
     const double doubles[] = {std::numeric_limits<double>::quiet_NaN(),
                               std::numeric_limits<double>::infinity(),
@@ -164,7 +164,7 @@ TEST_F(methods, genP10SaturatesDoublesOutOfRange) {
     EXPECT_THAT(script.calls, IsEmpty());
 }
 
-TEST_F(methods, genP10WantsAProviderBeforeItLooksAtTheLength) {
+TEST_F(methods_test, genP10WantsAProviderBeforeItLooksAtTheLength) {
     EXPECT_THAT(call("genP10", {1000}), IsText(""));
     EXPECT_EQ(enrol::sLastError, 22188201);
     enrol::chooseProvider("", 0);
@@ -176,7 +176,7 @@ TEST_F(methods, genP10WantsAProviderBeforeItLooksAtTheLength) {
     EXPECT_THAT(script.calls, IsEmpty());
 }
 
-TEST_F(methods, genP10RefusesEveryOtherLength) {
+TEST_F(methods_test, genP10RefusesEveryOtherLength) {
     chooseProvider();
     for (const int bits : {0, -1, 1, 511, 513, 768, 1023, 1025, 2047, 3072, 8192, -1024,
                            std::numeric_limits<int>::min(), std::numeric_limits<int>::max()}) {
@@ -186,7 +186,7 @@ TEST_F(methods, genP10RefusesEveryOtherLength) {
     EXPECT_THAT(script.calls, IsEmpty());
 }
 
-TEST_F(methods, genP10ClearsTheStagingBufferAfterTheProviderTest) {
+TEST_F(methods_test, genP10ClearsTheStagingBufferAfterTheProviderTest) {
     std::memset(enrol::sRequestText, 'x', sizeof(enrol::sRequestText));
     call("genP10", {1024});
     EXPECT_EQ(enrol::sRequestText[0], 'x') << "without a provider it stays";
@@ -195,14 +195,14 @@ TEST_F(methods, genP10ClearsTheStagingBufferAfterTheProviderTest) {
     EXPECT_EQ(std::count(std::begin(enrol::sRequestText), std::end(enrol::sRequestText), '\0'), 4096);
 }
 
-TEST_F(methods, genP10PassesTheOperationsCode) {
+TEST_F(methods_test, genP10PassesTheOperationsCode) {
     chooseProvider();
     script.code = 22188112;
     EXPECT_THAT(call("genP10", {512}), IsText(""));
     EXPECT_EQ(enrol::sLastError, 22188112);
 }
 
-TEST_F(methods, genP10RefusesATextOf4096) {
+TEST_F(methods_test, genP10RefusesATextOf4096) {
     chooseProvider();
     script.text = std::string(5000, 'A');
     script.textLength = 4095;
@@ -216,7 +216,7 @@ TEST_F(methods, genP10RefusesATextOf4096) {
     EXPECT_EQ(enrol::sLastError, 22188218);
 }
 
-TEST_F(methods, genP10WithoutATextLeavesTheResultUnwritten) {
+TEST_F(methods_test, genP10WithoutATextLeavesTheResultUnwritten) {
     chooseProvider();
     enrol::sLastError = 99;
     script.hasText = false;
@@ -229,14 +229,14 @@ TEST_F(methods, genP10WithoutATextLeavesTheResultUnwritten) {
     EXPECT_EQ(enrol::sLastError, 0);
 }
 
-TEST_F(methods, genP10EndsTheTextAtItsFirstNul) {
+TEST_F(methods_test, genP10EndsTheTextAtItsFirstNul) {
     chooseProvider();
     script.text = std::string("AB\0CD", 5);
     script.textLength = 6;
     EXPECT_THAT(call("genP10", {512}), IsText("AB"));
 }
 
-TEST_F(methods, genP10LeavesNothingOfALongerRequestBehind) {
+TEST_F(methods_test, genP10LeavesNothingOfALongerRequestBehind) {
     chooseProvider();
     script.text = "LONGER REQUEST";
     script.textLength = 14;
@@ -248,7 +248,7 @@ TEST_F(methods, genP10LeavesNothingOfALongerRequestBehind) {
 
 // genP10_exp_withdn
 
-TEST_F(methods, genP10WithSubjectPassesItsBytesAsTheyStand) {
+TEST_F(methods_test, genP10WithSubjectPassesItsBytesAsTheyStand) {
     chooseProvider();
     const std::string subject = std::string("CN=a") + std::string(kNul, 1) + "\xFF,O=b";
     EXPECT_THAT(call("genP10_exp_withdn", {2048, 7, subject}), IsText("REQUEST"));
@@ -256,13 +256,13 @@ TEST_F(methods, genP10WithSubjectPassesItsBytesAsTheyStand) {
     EXPECT_EQ(enrol::sLastError, 0);
 }
 
-TEST_F(methods, genP10WithSubjectTruncatesDoubles) {
+TEST_F(methods_test, genP10WithSubjectTruncatesDoubles) {
     chooseProvider();
     call("genP10_exp_withdn", {512.5, 1.9, "CN=a"});
     EXPECT_THAT(script.calls, ElementsAre("GenerateRequestWithSubject 512 1 CN=a"));
 }
 
-TEST_F(methods, genP10WithSubjectWantsOneBeforeTheProvider) {
+TEST_F(methods_test, genP10WithSubjectWantsOneBeforeTheProvider) {
     for (const Value& empty : {Value(""), Value::nullText(0), Value::nullText(5)}) {
         EXPECT_THAT(call("genP10_exp_withdn", {512, 1, empty}), IsText(""));
         EXPECT_EQ(enrol::sLastError, 22188215);
@@ -275,7 +275,7 @@ TEST_F(methods, genP10WithSubjectWantsOneBeforeTheProvider) {
     EXPECT_THAT(script.calls, IsEmpty());
 }
 
-TEST_F(methods, genP10WithSubjectEndsAsGenP10Does) {
+TEST_F(methods_test, genP10WithSubjectEndsAsGenP10Does) {
     chooseProvider();
     script.code = 22038227;
     EXPECT_THAT(call("genP10_exp_withdn", {512, 1, "CN=a"}), IsText(""));
@@ -292,7 +292,7 @@ TEST_F(methods, genP10WithSubjectEndsAsGenP10Does) {
 
 // setCSP
 
-TEST_F(methods, setCSPStoresTheName) {
+TEST_F(methods_test, setCSPStoresTheName) {
     enrol::sLastError = 99;
     EXPECT_THAT(call("setCSP", {"Any name at all"}), IsUndefined());
     EXPECT_STREQ(enrol::sProviderName, "Any name at all");
@@ -302,7 +302,7 @@ TEST_F(methods, setCSPStoresTheName) {
     EXPECT_THAT(script.calls, IsEmpty()) << "the machine's providers are not asked";
 }
 
-TEST_F(methods, setCSPRefusesAnEmptyNameAndKeepsTheFormer) {
+TEST_F(methods_test, setCSPRefusesAnEmptyNameAndKeepsTheFormer) {
     chooseProvider("Former");
     for (const Value& empty : {Value(""), Value::nullText(0), Value::nullText(12)}) {
         EXPECT_THAT(call("setCSP", {empty}), IsUndefined());
@@ -311,7 +311,7 @@ TEST_F(methods, setCSPRefusesAnEmptyNameAndKeepsTheFormer) {
     }
 }
 
-TEST_F(methods, setCSPTakesNulsAndMegabytes) {
+TEST_F(methods_test, setCSPTakesNulsAndMegabytes) {
     EXPECT_THAT(call("setCSP", {std::string("A\0B", 3)}), IsUndefined());
     EXPECT_STREQ(enrol::sProviderName, "A");
     EXPECT_EQ(enrol::sProviderName[2], 'B');
@@ -323,7 +323,7 @@ TEST_F(methods, setCSPTakesNulsAndMegabytes) {
     EXPECT_EQ(std::strlen(enrol::sProviderName), std::size_t{3} << 20);
 }
 
-TEST_F(methods, setCSPWithoutMemoryIsLeftWithNoProvider) {
+TEST_F(methods_test, setCSPWithoutMemoryIsLeftWithNoProvider) {
     chooseProvider("Former");
     NPVariant name = {};
     name.type = NPVariantType_String;
@@ -343,7 +343,7 @@ TEST_F(methods, setCSPWithoutMemoryIsLeftWithNoProvider) {
 
 // listCSP
 
-TEST_F(methods, listCSPGivesTheNameAndLeavesTheCodeAlone) {
+TEST_F(methods_test, listCSPGivesTheNameAndLeavesTheCodeAlone) {
     enrol::sLastError = 99;
     EXPECT_THAT(call("listCSP", {3}), IsText("Provider"));
     EXPECT_THAT(call("listCSP", {4.7}), IsText("Provider"));
@@ -352,7 +352,7 @@ TEST_F(methods, listCSPGivesTheNameAndLeavesTheCodeAlone) {
     EXPECT_EQ(enrol::sLastError, 99);
 }
 
-TEST_F(methods, listCSPGivesAnEmptyTextPastTheEnd) {
+TEST_F(methods_test, listCSPGivesAnEmptyTextPastTheEnd) {
     call("listCSP", {0});
     script.hasName = false;
     enrol::sLastError = 99;
@@ -361,7 +361,7 @@ TEST_F(methods, listCSPGivesAnEmptyTextPastTheEnd) {
     EXPECT_EQ(enrol::sLastError, 99);
 }
 
-TEST_F(methods, listCSPDropsAFailureOfTheEnumeration) {
+TEST_F(methods_test, listCSPDropsAFailureOfTheEnumeration) {
     enrol::sLastError = 99;
     script.code = 22018102;
     script.hasName = false;
@@ -372,7 +372,7 @@ TEST_F(methods, listCSPDropsAFailureOfTheEnumeration) {
     EXPECT_EQ(enrol::sLastError, 99);
 }
 
-TEST_F(methods, listCSPRefusesANameOf2048) {
+TEST_F(methods_test, listCSPRefusesANameOf2048) {
     script.name = std::string(2047, 'n');
     EXPECT_THAT(call("listCSP", {0}), IsText(script.name));
     EXPECT_EQ(enrol::sLastError, 0);
@@ -391,7 +391,7 @@ constexpr Writer kWriters[] = {{"writeClientCert", "WriteClientCert "},
                                {"writeClientCert_noprotect", "WriteClientCertNoProtect "},
                                {"writeClientCert_exp_X509", "WriteClientCertExpX509 "}};
 
-TEST_F(methods, writeClientCertGivesItsOperationsCode) {
+TEST_F(methods_test, writeClientCertGivesItsOperationsCode) {
     chooseProvider();
     for (const Writer& writer : kWriters) {
         for (const int code : {0, 22038226}) {
@@ -405,7 +405,7 @@ TEST_F(methods, writeClientCertGivesItsOperationsCode) {
     }
 }
 
-TEST_F(methods, writeClientCertWantsATextBeforeAProvider) {
+TEST_F(methods_test, writeClientCertWantsATextBeforeAProvider) {
     for (const Writer& writer : kWriters) {
         for (const Value& empty : {Value(""), Value::nullText(0), Value::nullText(9)}) {
             EXPECT_THAT(call(writer.method, {empty}), IsInteger(22068204));
@@ -420,7 +420,7 @@ TEST_F(methods, writeClientCertWantsATextBeforeAProvider) {
     EXPECT_THAT(script.calls, IsEmpty());
 }
 
-TEST_F(methods, writeClientCertTakesMegabytes) {
+TEST_F(methods_test, writeClientCertTakesMegabytes) {
     chooseProvider();
     const std::string text(1 << 20, 'M');
     EXPECT_THAT(call("writeClientCert", {text}), IsInteger(0));
@@ -429,7 +429,7 @@ TEST_F(methods, writeClientCertTakesMegabytes) {
 
 // SetHashAlgorithm
 
-TEST_F(methods, SetHashAlgorithmTakesAnyBeginningOfAName) {
+TEST_F(methods_test, SetHashAlgorithmTakesAnyBeginningOfAName) {
     const struct {
         const char* name;
         int algorithm;
@@ -444,7 +444,7 @@ TEST_F(methods, SetHashAlgorithmTakesAnyBeginningOfAName) {
     }
 }
 
-TEST_F(methods, SetHashAlgorithmComparesUpToANul) {
+TEST_F(methods_test, SetHashAlgorithmComparesUpToANul) {
     enrol::sHashAlgId = 0;
     EXPECT_THAT(call("SetHashAlgorithm", {std::string("md5\0anything", 12)}), IsInteger(0));
     EXPECT_EQ(enrol::sHashAlgId, 0x8003);
@@ -452,7 +452,7 @@ TEST_F(methods, SetHashAlgorithmComparesUpToANul) {
     EXPECT_THAT(call("SetHashAlgorithm", {std::string("\0", 1)}), IsInteger(22198220));
 }
 
-TEST_F(methods, SetHashAlgorithmRefusesOtherNames) {
+TEST_F(methods_test, SetHashAlgorithmRefusesOtherNames) {
     enrol::sHashAlgId = 77;
     for (const char* name : {"sha256", "sha-1", "md55", "md4", "sha11", " md5", "x", "5"}) {
         EXPECT_THAT(call("SetHashAlgorithm", {name}), IsInteger(22198220)) << name;
@@ -468,7 +468,7 @@ TEST_F(methods, SetHashAlgorithmRefusesOtherNames) {
 
 // getVersion
 
-TEST_F(methods, getVersionTouchesNoState) {
+TEST_F(methods_test, getVersionTouchesNoState) {
     enrol::sLastError = 99;
     EXPECT_THAT(call("getVersion"), IsText("1.0.14.1"));
     EXPECT_EQ(enrol::sLastError, 99);
@@ -476,7 +476,7 @@ TEST_F(methods, getVersionTouchesNoState) {
 
 // deleteCert
 
-TEST_F(methods, deleteCertCallsWithTerminatedCopies) {
+TEST_F(methods_test, deleteCertCallsWithTerminatedCopies) {
     for (const int code : {0, 22218126}) {
         script = {};
         script.code = code;
@@ -486,14 +486,14 @@ TEST_F(methods, deleteCertCallsWithTerminatedCopies) {
     }
 }
 
-TEST_F(methods, deleteCertsCopiesStayWithTheBrowser) {
+TEST_F(methods_test, deleteCertsCopiesStayWithTheBrowser) {
     browser.calls.clear();
     call("deleteCert", {"CN=a", "0A"});
     EXPECT_THAT(browser.calls, ElementsAre("MemAlloc 5", "MemAlloc 3"));
     EXPECT_EQ(browser.liveBlocks(), 2u);
 }
 
-TEST_F(methods, deleteCertChecksIssuerThenSerial) {
+TEST_F(methods_test, deleteCertChecksIssuerThenSerial) {
     const Value empties[] = {Value(""), Value::nullText(0), Value::nullText(4)};
     for (const Value& empty : empties) {
         EXPECT_THAT(call("deleteCert", {empty, empty}), IsInteger(22218231));
@@ -504,7 +504,7 @@ TEST_F(methods, deleteCertChecksIssuerThenSerial) {
     EXPECT_THAT(script.calls, IsEmpty());
 }
 
-TEST_F(methods, deleteCertTakesHexDigitsAndBlanksAlone) {
+TEST_F(methods_test, deleteCertTakesHexDigitsAndBlanksAlone) {
     for (int c = 0; c < 256; ++c) {
         const bool good = c == ' ' || (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
         const std::string serial = std::string("0A") + static_cast<char>(c);
@@ -514,7 +514,7 @@ TEST_F(methods, deleteCertTakesHexDigitsAndBlanksAlone) {
     EXPECT_EQ(script.calls.size(), 23u);
 }
 
-TEST_F(methods, WithoutMemoryForTheCopiesNothingWasFound) {
+TEST_F(methods_test, WithoutMemoryForTheCopiesNothingWasFound) {
     for (const int allocations : {0, 1}) {
         browser.allocationsLeft = allocations;
         EXPECT_THAT(call("deleteCert", {"CN=a", "0A"}), IsInteger(22218126));
@@ -531,7 +531,7 @@ TEST_F(methods, WithoutMemoryForTheCopiesNothingWasFound) {
 
 // IsCertExist
 
-TEST_F(methods, IsCertExistGivesItsOperationsAnswer) {
+TEST_F(methods_test, IsCertExistGivesItsOperationsAnswer) {
     for (const int answer : {0, 1}) {
         script = {};
         script.code = answer;
@@ -542,7 +542,7 @@ TEST_F(methods, IsCertExistGivesItsOperationsAnswer) {
     }
 }
 
-TEST_F(methods, IsCertExistSetsOneBeforeItLooksAtTheTypes) {
+TEST_F(methods_test, IsCertExistSetsOneBeforeItLooksAtTheTypes) {
     enrol::sLastError = 99;
     EXPECT_THAT(call("IsCertExist", {1, "0A"}), IsScriptError());
     EXPECT_EQ(enrol::sLastError, 1);
@@ -551,7 +551,7 @@ TEST_F(methods, IsCertExistSetsOneBeforeItLooksAtTheTypes) {
     EXPECT_EQ(enrol::sLastError, 1);
 }
 
-TEST_F(methods, IsCertExistGivesOneForABadArgument) {
+TEST_F(methods_test, IsCertExistGivesOneForABadArgument) {
     enrol::sLastError = 99;
     EXPECT_THAT(call("IsCertExist", {"", "0A"}), IsInteger(1));
     EXPECT_THAT(call("IsCertExist", {"CN=a", ""}), IsInteger(1));
@@ -566,7 +566,7 @@ TEST_F(methods, IsCertExistGivesOneForABadArgument) {
 
 // CheckCertValid
 
-TEST_F(methods, CheckCertValidChoosesByItsSelector) {
+TEST_F(methods_test, CheckCertValidChoosesByItsSelector) {
     script.code = 22208321;
     EXPECT_THAT(call("CheckCertValid", {"0", "MII"}), IsInteger(22208321));
     EXPECT_EQ(enrol::sLastError, 22208321);
@@ -576,12 +576,12 @@ TEST_F(methods, CheckCertValidChoosesByItsSelector) {
     EXPECT_THAT(script.calls, ElementsAre("CheckCertificateInFirefox MII", "CheckCertificateInWindowsStores MII"));
 }
 
-TEST_F(methods, CheckCertValidComparesTheSelectorUpToANul) {
+TEST_F(methods_test, CheckCertValidComparesTheSelectorUpToANul) {
     EXPECT_THAT(call("CheckCertValid", {std::string("1\0zzz", 5), "MII"}), IsInteger(0));
     EXPECT_THAT(script.calls, ElementsAre("CheckCertificateInWindowsStores MII"));
 }
 
-TEST_F(methods, CheckCertValidRefusesOtherSelectors) {
+TEST_F(methods_test, CheckCertValidRefusesOtherSelectors) {
     for (const char* selector : {"2", "00", "01", "10", " 0", "O", "x"}) {
         EXPECT_THAT(call("CheckCertValid", {selector, "MII"}), IsInteger(22208220)) << selector;
         EXPECT_EQ(enrol::sLastError, 22208220);
@@ -590,7 +590,7 @@ TEST_F(methods, CheckCertValidRefusesOtherSelectors) {
     EXPECT_THAT(script.calls, IsEmpty());
 }
 
-TEST_F(methods, CheckCertValidRefusesEmptyArguments) {
+TEST_F(methods_test, CheckCertValidRefusesEmptyArguments) {
     for (const Value& empty : {Value(""), Value::nullText(0), Value::nullText(1)}) {
         EXPECT_THAT(call("CheckCertValid", {empty, "MII"}), IsInteger(22208221));
         EXPECT_THAT(call("CheckCertValid", {"1", empty}), IsInteger(22208221));
@@ -602,7 +602,7 @@ TEST_F(methods, CheckCertValidRefusesEmptyArguments) {
 
 // leavingMostRecentCert
 
-TEST_F(methods, leavingMostRecentCertGivesItsOperationsCode) {
+TEST_F(methods_test, leavingMostRecentCertGivesItsOperationsCode) {
     for (const int code : {0, 22238126}) {
         script = {};
         script.code = code;
@@ -612,7 +612,7 @@ TEST_F(methods, leavingMostRecentCertGivesItsOperationsCode) {
     }
 }
 
-TEST_F(methods, leavingMostRecentCertChecksSubjectThenIssuer) {
+TEST_F(methods_test, leavingMostRecentCertChecksSubjectThenIssuer) {
     for (const Value& empty : {Value(""), Value::nullText(0), Value::nullText(1)}) {
         EXPECT_THAT(call("leavingMostRecentCert", {empty, empty}), IsInteger(22238231));
         EXPECT_EQ(enrol::sLastError, 22238231);
@@ -622,14 +622,14 @@ TEST_F(methods, leavingMostRecentCertChecksSubjectThenIssuer) {
     EXPECT_THAT(script.calls, IsEmpty());
 }
 
-TEST_F(methods, TextsWithNulsEndThereInTheCopies) {
+TEST_F(methods_test, TextsWithNulsEndThereInTheCopies) {
     call("leavingMostRecentCert", {std::string("CN=me\0x", 7), std::string("\0CN=ca", 6)});
     EXPECT_THAT(script.calls, ElementsAre("PruneCertificates CN=me|"));
 }
 
 // The browser's separate plug-in process
 
-TEST_F(methods, EightMethodsAreRefusedInThePluginContainer) {
+TEST_F(methods_test, EightMethodsAreRefusedInThePluginContainer) {
     chooseProvider();
     const HostNamed container("plugin-container.exe");
     const struct {
@@ -659,13 +659,13 @@ TEST_F(methods, EightMethodsAreRefusedInThePluginContainer) {
     EXPECT_THAT(script.calls, IsEmpty());
 }
 
-TEST_F(methods, WrongTypesAreAnErrorInThePluginContainerToo) {
+TEST_F(methods_test, WrongTypesAreAnErrorInThePluginContainerToo) {
     const HostNamed container("plugin-container.exe");
     EXPECT_THAT(call("writeClientCert", {1}), IsScriptError());
     EXPECT_THAT(call("CheckCertValid", {"1"}), IsScriptError());
 }
 
-TEST_F(methods, TheOthersWorkInThePluginContainer) {
+TEST_F(methods_test, TheOthersWorkInThePluginContainer) {
     const HostNamed container("plugin-container.exe");
     chooseProvider();
     EXPECT_STREQ(enrol::sProviderName, "Provider");
@@ -676,7 +676,7 @@ TEST_F(methods, TheOthersWorkInThePluginContainer) {
     EXPECT_TRUE(page.set("KeySpec", 1));
 }
 
-TEST_F(methods, ThePluginContainerIsToldByItsNameCaseAside) {
+TEST_F(methods_test, ThePluginContainerIsToldByItsNameCaseAside) {
     const struct {
         const char* name;
         bool isContainer;
@@ -689,7 +689,7 @@ TEST_F(methods, ThePluginContainerIsToldByItsNameCaseAside) {
     }
 }
 
-TEST_F(methods, TheHostIsAskedForOneModule) {
+TEST_F(methods_test, TheHostIsAskedForOneModule) {
     const Replaced<&SystemApi::GetCurrentProcess> process([] { return reinterpret_cast<HANDLE>(LONG_PTR{11}); });
     const Replaced<&SystemApi::EnumProcessModules> modules([](HANDLE asked, HMODULE* module, DWORD size, DWORD*) {
         EXPECT_EQ(asked, reinterpret_cast<HANDLE>(LONG_PTR{11}));
@@ -706,7 +706,7 @@ TEST_F(methods, TheHostIsAskedForOneModule) {
     EXPECT_TRUE(plugin::IsPluginContainerHost());
 }
 
-TEST_F(methods, AHostThatCannotBeToldIsNotThePluginContainer) {
+TEST_F(methods_test, AHostThatCannotBeToldIsNotThePluginContainer) {
     const HostNamed container("plugin-container.exe");
     {
         const Replaced<&SystemApi::GetCurrentProcess> process([] { return static_cast<HANDLE>(nullptr); });
@@ -720,7 +720,7 @@ TEST_F(methods, AHostThatCannotBeToldIsNotThePluginContainer) {
     EXPECT_FALSE(plugin::IsPluginContainerHost()) << "the name stays \"unknown\"";
 }
 
-TEST_F(methods, AHostNameThatFillsTheBufferIsNotReadPastItsEnd) {
+TEST_F(methods_test, AHostNameThatFillsTheBufferIsNotReadPastItsEnd) {
     const Replaced<&SystemApi::GetModuleBaseNameA> baseName([](HANDLE, HMODULE, LPSTR text, DWORD capacity) {
         std::memset(text, 'p', capacity);
         return capacity;
@@ -729,13 +729,13 @@ TEST_F(methods, AHostNameThatFillsTheBufferIsNotReadPastItsEnd) {
 }
 
 // The question stands at the head of eight methods, and no exception may reach the browser.
-TEST_F(methods, ExhaustedMemoryDoesNotChangeTheHost) {
+TEST_F(methods_test, ExhaustedMemoryDoesNotChangeTheHost) {
     bool isContainer = true;
     support::forEachExhaustion([&] { isContainer = plugin::IsPluginContainerHost(); });
     EXPECT_FALSE(isContainer);
 }
 
-TEST_F(methods, ThisTestIsNoPluginContainer) {
+TEST_F(methods_test, ThisTestIsNoPluginContainer) {
     EXPECT_FALSE(plugin::IsPluginContainerHost());
 }
 

@@ -13,13 +13,13 @@ using plugin::ScriptablePluginObject;
 using plugin::ScriptablePluginObjectBase;
 using support::slotOf;
 
-class scriptable : public PageTest {
+class scriptable_test : public PageTest {
   protected:
     static NPClass& table() { return plugin::sScriptablePluginObject_NPClass; }
     NPIdentifier id(const char* name) { return browser.identifier(name); }
 };
 
-TEST_F(scriptable, VirtualOperationsStandInTheirFixedOrder) {
+TEST_F(scriptable_test, VirtualOperationsStandInTheirFixedOrder) {
     using Base = ScriptablePluginObjectBase;
     const std::ptrdiff_t first = slotOf(&Base::Invalidate);
     EXPECT_EQ(first, 1) << "behind the destructor";
@@ -34,13 +34,13 @@ TEST_F(scriptable, VirtualOperationsStandInTheirFixedOrder) {
     EXPECT_EQ(slotOf(&Base::Construct), first + 9);
 }
 
-TEST_F(scriptable, TheBrowserHoldsTheAddressOfTheNPObjectPart) {
+TEST_F(scriptable_test, TheBrowserHoldsTheAddressOfTheNPObjectPart) {
     ScriptablePluginObject object(page.instance());
     NPObject* const part = &object;
     EXPECT_EQ(reinterpret_cast<std::uintptr_t>(part), reinterpret_cast<std::uintptr_t>(&object) + sizeof(void*));
 }
 
-TEST_F(scriptable, BothTablesDifferInAllocateAlone) {
+TEST_F(scriptable_test, BothTablesDifferInAllocateAlone) {
     const NPClass& other = plugin::sConstructablePluginObject_NPClass;
     EXPECT_EQ(table().structVersion, 3u);
     EXPECT_EQ(other.structVersion, 3u);
@@ -58,14 +58,14 @@ TEST_F(scriptable, BothTablesDifferInAllocateAlone) {
     EXPECT_EQ(table().construct, other.construct);
 }
 
-TEST_F(scriptable, AllocateKeepsTheInstanceAndDeallocateFrees) {
+TEST_F(scriptable_test, AllocateKeepsTheInstanceAndDeallocateFrees) {
     NPObject* const part = table().allocate(page.instance(), &table());
     ASSERT_NE(part, nullptr);
     EXPECT_EQ(static_cast<ScriptablePluginObjectBase*>(part)->mNpp, page.instance());
     table().deallocate(part);
 }
 
-TEST_F(scriptable, AllocateWithoutMemoryGivesNull) {
+TEST_F(scriptable_test, AllocateWithoutMemoryGivesNull) {
     for (NPClass* made : {&plugin::sScriptablePluginObject_NPClass, &plugin::sConstructablePluginObject_NPClass}) {
         const support::FailingHeap heap(1);
         NPObject* const part = made->allocate(page.instance(), made);
@@ -73,21 +73,21 @@ TEST_F(scriptable, AllocateWithoutMemoryGivesNull) {
     }
 }
 
-TEST_F(scriptable, ThePageSeesThirteenMethods) {
+TEST_F(scriptable_test, ThePageSeesThirteenMethods) {
     for (const char* method : kMethodNames)
         EXPECT_TRUE(table().hasMethod(page.object(), id(method))) << method;
     for (const char* other : {"KeySpec", "foof", "document", "GENP10", "genp10", "toString", ""})
         EXPECT_FALSE(table().hasMethod(page.object(), id(other))) << other;
 }
 
-TEST_F(scriptable, ThePageSeesOneProperty) {
+TEST_F(scriptable_test, ThePageSeesOneProperty) {
     EXPECT_TRUE(table().hasProperty(page.object(), id("KeySpec")));
     for (const char* method : kMethodNames)
         EXPECT_FALSE(table().hasProperty(page.object(), id(method))) << method;
     EXPECT_FALSE(table().hasProperty(page.object(), id("keyspec")));
 }
 
-TEST_F(scriptable, KeySpecCannotBeReadBack) {
+TEST_F(scriptable_test, KeySpecCannotBeReadBack) {
     EXPECT_THAT(browser.get(page.object(), "KeySpec"), IsUndefined());
     ASSERT_TRUE(page.set("KeySpec", 1));
     EXPECT_THAT(browser.get(page.object(), "KeySpec"), IsUndefined());
@@ -101,7 +101,7 @@ TEST_F(scriptable, KeySpecCannotBeReadBack) {
     EXPECT_EQ(result.value.intValue, 4711);
 }
 
-TEST_F(scriptable, KeySpecTakesAnyInteger) {
+TEST_F(scriptable_test, KeySpecTakesAnyInteger) {
     EXPECT_EQ(enrol::sKeySpec, 2);
     for (const int value : {1, 2, 0, -1, 2147483647, std::numeric_limits<int>::min()}) {
         enrol::sLastError = 99;
@@ -111,7 +111,7 @@ TEST_F(scriptable, KeySpecTakesAnyInteger) {
     }
 }
 
-TEST_F(scriptable, KeySpecTakesADoubleTruncated) {
+TEST_F(scriptable_test, KeySpecTakesADoubleTruncated) {
     EXPECT_TRUE(page.set("KeySpec", 1.9));
     EXPECT_EQ(enrol::sKeySpec, 1);
     EXPECT_TRUE(page.set("KeySpec", -1.9));
@@ -134,7 +134,7 @@ TEST_F(scriptable, KeySpecTakesADoubleTruncated) {
     EXPECT_EQ(enrol::sKeySpec, 0);
 }
 
-TEST_F(scriptable, KeySpecRefusesEverythingElse) {
+TEST_F(scriptable_test, KeySpecRefusesEverythingElse) {
     enrol::sLastError = 99;
     const Value others[] = {Value(), Value::null(), Value(true), Value("1"), Value::object(page.object())};
     for (const Value& value : others)
@@ -145,7 +145,7 @@ TEST_F(scriptable, KeySpecRefusesEverythingElse) {
     EXPECT_EQ(enrol::sLastError, 99);
 }
 
-TEST_F(scriptable, OperationsWithoutBehaviourAnswerFalse) {
+TEST_F(scriptable_test, OperationsWithoutBehaviourAnswerFalse) {
     NPIdentifier* names = nullptr;
     std::uint32_t count = 77;
     NPVariant result = {};
@@ -157,7 +157,7 @@ TEST_F(scriptable, OperationsWithoutBehaviourAnswerFalse) {
     EXPECT_THAT(page.call("getVersion"), IsText("1.0.14.1")) << "nothing is invalidated";
 }
 
-TEST_F(scriptable, TheDefaultMethodPrintsAndAnswers) {
+TEST_F(scriptable_test, TheDefaultMethodPrintsAndAnswers) {
     testing::internal::CaptureStdout();
     const host::Outcome outcome = browser.callDefault(page.object(), {Value("x"), Value(1)});
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "ScriptablePluginObject default method called!\n");
@@ -165,7 +165,7 @@ TEST_F(scriptable, TheDefaultMethodPrintsAndAnswers) {
     EXPECT_EQ(outcome.text.size(), 25u);
 }
 
-TEST_F(scriptable, ABaseObjectHasNothing) {
+TEST_F(scriptable_test, ABaseObjectHasNothing) {
     ScriptablePluginObjectBase object(page.instance());
     NPVariant result = {};
     NPVariant argument = {};
@@ -177,7 +177,7 @@ TEST_F(scriptable, ABaseObjectHasNothing) {
     EXPECT_FALSE(object.Construct(&argument, 0, &result));
 }
 
-TEST_F(scriptable, AConstructableObjectMakesMoreOfItself) {
+TEST_F(scriptable_test, AConstructableObjectMakesMoreOfItself) {
     NPObject* const object = browser.create(page.instance(), &plugin::sConstructablePluginObject_NPClass);
     ASSERT_NE(object, nullptr);
     EXPECT_FALSE(table().hasMethod(object, id("genP10")));

@@ -22,7 +22,7 @@ AsnOctetString anyOf(const AsnObject& value) {
 
 // Plain members
 
-TEST(AccessorsTest, APlainMemberKeepsItsNameTagAndRole) {
+TEST(accessors_test, APlainMemberKeepsItsNameTagAndRole) {
     AsnInteger value(5);
     value.SetAsnName("other");
     value.SetAsnTag(ASN_PRIVATE, ASN_IMPLICIT, ASN_CONSTRUCTED, 77);
@@ -40,7 +40,7 @@ TEST(AccessorsTest, APlainMemberKeepsItsNameTagAndRole) {
     EXPECT_TRUE(value.GetAsnName() == "other");
 }
 
-TEST(AccessorsTest, SettingAgainReplacesTheValueOfTheSameMember) {
+TEST(accessors_test, SettingAgainReplacesTheValueOfTheSameMember) {
     TBSCertificate certificate;
     certificate.SetSerialNumber(AsnInteger(5));
     const AsnInteger* got = certificate.GetSerialNumber();
@@ -49,7 +49,7 @@ TEST(AccessorsTest, SettingAgainReplacesTheValueOfTheSameMember) {
     EXPECT_EQ(got->GetInteger(), 6);
 }
 
-TEST(AccessorsTest, AMemberMayBeSetToItself) {
+TEST(accessors_test, AMemberMayBeSetToItself) {
     TBSCertificate certificate;
     certificate.SetSerialNumber(AsnInteger(5));
     certificate.SetSerialNumber(*certificate.GetSerialNumber());
@@ -69,7 +69,7 @@ TEST(AccessorsTest, AMemberMayBeSetToItself) {
     EXPECT_EQ(toHex(time), "17 0D 31 34 31 30 32 32 31 32 30 30 30 30 5A");
 }
 
-TEST(AccessorsTest, AGetterGivesNullForAnAbsentDefault) {
+TEST(accessors_test, AGetterGivesNullForAnAbsentDefault) {
     Extension extension;
     EXPECT_EQ(extension.GetCritical(), nullptr);
     extension.SetCritical(AsnBoolean(false));
@@ -77,7 +77,7 @@ TEST(AccessorsTest, AGetterGivesNullForAnAbsentDefault) {
     EXPECT_FALSE(extension.GetCritical()->GetData());
 }
 
-TEST(AccessorsTest, MembersOfASetWorkAsThoseOfASequence) {
+TEST(accessors_test, MembersOfASetWorkAsThoseOfASequence) {
     PersonalName name;
     EXPECT_EQ(name.GetSurname(), nullptr);
     name.SetSurname(AsnPrintableString("Doe"));
@@ -89,7 +89,7 @@ TEST(AccessorsTest, MembersOfASetWorkAsThoseOfASequence) {
 
 // Explicit members
 
-TEST(AccessorsTest, AnExplicitMemberIsSetAndGivenWithoutItsContainer) {
+TEST(accessors_test, AnExplicitMemberIsSetAndGivenWithoutItsContainer) {
     TBSCertificate certificate;
     const AsnInteger value(2);
     certificate.SetVersion(value);
@@ -102,7 +102,7 @@ TEST(AccessorsTest, AnExplicitMemberIsSetAndGivenWithoutItsContainer) {
     EXPECT_EQ(toHex(*container), "A0 03 02 01 02");
 }
 
-TEST(AccessorsTest, AnExplicitMemberTakesACloneAndSoItsTag) {
+TEST(accessors_test, AnExplicitMemberTakesACloneAndSoItsTag) {
     CertBag bag;
     AsnPrintableString text("hi");
     bag.SetCertValue(anyOf(text));
@@ -140,14 +140,14 @@ void takesTheTagOfItsValue(void (T::*set)(const AsnOctetString&), const AsnOctet
     EXPECT_EQ((holder.*get)(), nullptr);
 }
 
-TEST(AccessorsTest, AnOptionalAnyTakesTheTagOfItsValue) {
+TEST(accessors_test, AnOptionalAnyTakesTheTagOfItsValue) {
     takesTheTagOfItsValue(&AlgorithmIdentifier::SetParameters, &AlgorithmIdentifier::GetParameters, "parameters");
     takesTheTagOfItsValue(&PKCS1AlgorithmIdentifier::SetParameters, &PKCS1AlgorithmIdentifier::GetParameters,
                           "parameters");
     takesTheTagOfItsValue(&PolicyQualifierInfo::SetQualifier, &PolicyQualifierInfo::GetQualifier, "qualifier");
 }
 
-TEST(AccessorsTest, AlgorithmWithNullParameters) {
+TEST(accessors_test, AlgorithmWithNullParameters) {
     AlgorithmIdentifier algorithm;
     algorithm.SetAlgorithm(AsnOid("1.2.840.113549.1.1.5"));
     EXPECT_EQ(toHex(algorithm), "30 0B 06 09 2A 86 48 86 F7 0D 01 01 05");
@@ -155,7 +155,7 @@ TEST(AccessorsTest, AlgorithmWithNullParameters) {
     EXPECT_EQ(toHex(algorithm), "30 0D 06 09 2A 86 48 86 F7 0D 01 01 05 05 00");
 }
 
-TEST(AccessorsTest, OtherOctetStringsKeepTheirTag) {
+TEST(accessors_test, OtherOctetStringsKeepTheirTag) {
     AttributeValuesWithContextComponent component;
     component.SetValue(anyOf(AsnPrintableString("hi")));
     EXPECT_EQ(component.GetValue()->GetAsnTagNumber(), 4U);
@@ -164,7 +164,7 @@ TEST(AccessorsTest, OtherOctetStringsKeepTheirTag) {
     EXPECT_EQ(toHex(*info.GetEncryptedContent()), "80 02 68 69");
 }
 
-TEST(AccessorsTest, AnAttributeValueTakesAllOfWhatIsSet) {
+TEST(accessors_test, AnAttributeValueTakesAllOfWhatIsSet) {
     AsnOctetString value = anyOf(AsnPrintableString("hi"));
     value.SetAsnName("value");
     AttributeTypeAndDistinguishedValue attribute;
@@ -182,7 +182,7 @@ TEST(AccessorsTest, AnAttributeValueTakesAllOfWhatIsSet) {
     EXPECT_TRUE(attribute.GetValue()->IsAsnAnyType());
 }
 
-TEST(AccessorsTest, AnAttributeValueWithoutItsNameIsNotFoundAgain) {
+TEST(accessors_test, AnAttributeValueWithoutItsNameIsNotFoundAgain) {
     AttributeTypeAndDistinguishedValue attribute;
     attribute.SetType(AsnOid("2.5.4.3"));
     attribute.SetValue(anyOf(AsnPrintableString("hi")));
@@ -193,7 +193,7 @@ TEST(AccessorsTest, AnAttributeValueWithoutItsNameIsNotFoundAgain) {
 
 // Alternatives
 
-TEST(AccessorsTest, AChoiceGivesWhateverIsSelected) {
+TEST(accessors_test, AChoiceGivesWhateverIsSelected) {
     X509Time time;
     EXPECT_EQ(time.GetUtcTime(), nullptr);
     EXPECT_EQ(time.GetGeneralizedTime(), nullptr);
@@ -214,7 +214,7 @@ TEST(AccessorsTest, AChoiceGivesWhateverIsSelected) {
     EXPECT_EQ(time.Get(0U), time.GetUtcTime());
 }
 
-TEST(AccessorsTest, AnExplicitAlternativeIsGivenOnlyWhenSelected) {
+TEST(accessors_test, AnExplicitAlternativeIsGivenOnlyWhenSelected) {
     GeneralName name;
     EXPECT_EQ(name.GetDirectoryName(), nullptr);
     AsnIA5String mail;
@@ -239,7 +239,7 @@ TEST(AccessorsTest, AnExplicitAlternativeIsGivenOnlyWhenSelected) {
     EXPECT_NE(attributes.Get(1U), nullptr);
 }
 
-TEST(AccessorsTest, AnAlternativeKeepsItsNameAndTag) {
+TEST(accessors_test, AnAlternativeKeepsItsNameAndTag) {
     AsnOctetString address;
     address.SetData("\x7F\x00\x00\x01", 0, 4);
     address.SetAsnName("other");
@@ -251,7 +251,7 @@ TEST(AccessorsTest, AnAlternativeKeepsItsNameAndTag) {
 
 // Wrappers
 
-TEST(AccessorsTest, AWrapperHasItsObjectFromTheStart) {
+TEST(accessors_test, AWrapperHasItsObjectFromTheStart) {
     const CountryName fresh;
     ASSERT_NE(fresh.GetObject(), nullptr);
     EXPECT_EQ(fresh.GetObject(), fresh.GetData());
@@ -260,7 +260,7 @@ TEST(AccessorsTest, AWrapperHasItsObjectFromTheStart) {
     EXPECT_THROW(fresh.DerEncode(out, 0), AsnEncodeExp);
 }
 
-TEST(AccessorsTest, AWrapperStoresAClone) {
+TEST(accessors_test, AWrapperStoresAClone) {
     TBTCountryName inner;
     inner.SetIso_3166_alpha2_code(AsnPrintableString("CN"));
     CountryName country;
@@ -280,7 +280,7 @@ TEST(AccessorsTest, AWrapperStoresAClone) {
 
 // Assignment
 
-TEST(AccessorsTest, AssignmentCopiesTheMembers) {
+TEST(accessors_test, AssignmentCopiesTheMembers) {
     Validity one;
     X509Time time;
     AsnUTCTime utc;
@@ -301,7 +301,7 @@ TEST(AccessorsTest, AssignmentCopiesTheMembers) {
 
 // Replaced schemas
 
-TEST(AccessorsTest, PlainMembersOfAReplacedSchema) {
+TEST(accessors_test, PlainMembersOfAReplacedSchema) {
     const Extension other;
     Validity validity;
     validity.Reset(&other);
@@ -315,7 +315,7 @@ TEST(AccessorsTest, PlainMembersOfAReplacedSchema) {
     EXPECT_THROW(name.SetInitials(AsnPrintableString("J")), MiInvalidArgumentExp);
 }
 
-TEST(AccessorsTest, ExplicitMembersOfAReplacedSchema) {
+TEST(accessors_test, ExplicitMembersOfAReplacedSchema) {
     const Extension other;
     TBSCertificate certificate;
     certificate.Reset(&other);
@@ -329,14 +329,14 @@ TEST(AccessorsTest, ExplicitMembersOfAReplacedSchema) {
     EXPECT_THROW(certificate.SetVersion(AsnInteger(2)), AsnDataExp);
 }
 
-TEST(AccessorsTest, AnyMembersOfAReplacedSchema) {
+TEST(accessors_test, AnyMembersOfAReplacedSchema) {
     AlgorithmIdentifier algorithm;
     algorithm.DelElement("parameters");
     EXPECT_THROW(algorithm.GetParameters(), AsnDataExp);
     EXPECT_THROW(algorithm.SetParameters(AsnOctetString()), AsnDataExp);
 }
 
-TEST(AccessorsTest, AlternativesOfAReplacedSchema) {
+TEST(accessors_test, AlternativesOfAReplacedSchema) {
     const Name other;
     X509Time time;
     time.Reset(&other);
@@ -349,7 +349,7 @@ TEST(AccessorsTest, AlternativesOfAReplacedSchema) {
     EXPECT_EQ(name.GetDirectoryName(), nullptr);
 }
 
-TEST(AccessorsTest, NoMembersAtAll) {
+TEST(accessors_test, NoMembersAtAll) {
     const AsnSequence nothing;
     TBSCertificate certificate;
     certificate.Reset(&nothing);
@@ -375,7 +375,7 @@ TEST(AccessorsTest, NoMembersAtAll) {
     EXPECT_EQ(name.Size(), 9U);
 }
 
-TEST(AccessorsTest, ACopyKeepsAReplacedSchema) {
+TEST(accessors_test, ACopyKeepsAReplacedSchema) {
     const Extension other;
     Validity validity;
     validity.Reset(&other);

@@ -14,7 +14,7 @@ using table::Base;
 using table::Type;
 using table::Value;
 
-TEST(ClientTest, EveryClassWorksAcrossTheLibrary) {
+TEST(client_test, EveryClassWorksAcrossTheLibrary) {
     for (const Type& type : table::types()) {
         SCOPED_TRACE(type.name);
         const std::size_t variants = type.base == Base::Choice ? type.members.size() : 1;
@@ -40,7 +40,7 @@ void copies() {
     value.Reset(nullptr);
 }
 
-TEST(ClientTest, EveryClassIsCopied) {
+TEST(client_test, EveryClassIsCopied) {
 #define TYPE(CLASS, BASE) copies<CLASS>();
 #define MEMBER(CLASS, NAME, ACCESSOR, VALUE, MODE, NUMBER, ROLE, FLAG)
 #define WRAPPER(CLASS, NUMBER, VALUE) copies<CLASS>();
@@ -72,13 +72,13 @@ void usesList() {
     EXPECT_TRUE(list.Empty());
 }
 
-TEST(ClientTest, EveryListWorksAcrossTheLibrary) {
+TEST(client_test, EveryListWorksAcrossTheLibrary) {
 #define LIST(CLASS, ITEM) usesList<CLASS, ITEM>();
 #include "tests/schema/tables/lists.def"
 #undef LIST
 }
 
-TEST(ClientTest, TheHandWrittenOperation) {
+TEST(client_test, TheHandWrittenOperation) {
     const TBSCertificate certificate;
     AsnSequenceOf<AttributeTypeAndDistinguishedValue> out;
     certificate.GetSubjectName(out);

@@ -25,7 +25,7 @@ T throughBytes(const Bytes& bytes) {
 
 // General names
 
-TEST(DirectoryTest, MailAddressIsPrimitiveUnderOne) {
+TEST(directory_test, MailAddressIsPrimitiveUnderOne) {
     AsnIA5String mail;
     mail.SetVisibleString("a@b");
     GeneralName name;
@@ -35,7 +35,7 @@ TEST(DirectoryTest, MailAddressIsPrimitiveUnderOne) {
     EXPECT_NE(read.Get(1U), nullptr);
 }
 
-TEST(DirectoryTest, DirectoryNameIsWrappedInFour) {
+TEST(directory_test, DirectoryNameIsWrappedInFour) {
     GeneralName name;
     name.SetDirectoryName(decoded<Name>(kName));
     EXPECT_EQ(toHex(encode(name)), toHex(der::tagged(4, kName)));
@@ -44,7 +44,7 @@ TEST(DirectoryTest, DirectoryNameIsWrappedInFour) {
     EXPECT_EQ(read.GetDirectoryName()->GetRdnSequence()->Size(), 1U);
 }
 
-TEST(DirectoryTest, OtherNameIsConstructedUnderZero) {
+TEST(directory_test, OtherNameIsConstructedUnderZero) {
     AsnInstanceOf other;
     other.SetType_id(AsnOid("1.2.3"));
     AsnOctetString value;
@@ -64,7 +64,7 @@ TEST(DirectoryTest, OtherNameIsConstructedUnderZero) {
     EXPECT_EQ(toHex(encode(referral)), "A1 0A 06 02 2A 03 A0 04 13 02 68 69");
 }
 
-TEST(DirectoryTest, EachGeneralNameHasItsTag) {
+TEST(directory_test, EachGeneralNameHasItsTag) {
     struct {
         const char* bytes;
         unsigned int index;
@@ -91,7 +91,7 @@ TEST(DirectoryTest, EachGeneralNameHasItsTag) {
 }
 
 // A CHOICE under an implicit tag goes out under the tag of what it holds.
-TEST(DirectoryTest, StringsOfAnEdiPartyKeepTheirTags) {
+TEST(directory_test, StringsOfAnEdiPartyKeepTheirTags) {
     DirectoryString assigner, party;
     assigner.SetPrintableString(AsnPrintableString("a"));
     AsnTeletexString teletex;
@@ -109,7 +109,7 @@ TEST(DirectoryTest, StringsOfAnEdiPartyKeepTheirTags) {
     EXPECT_NE(read.GetPartyName()->Get(0U), nullptr);
 }
 
-TEST(DirectoryTest, NamesOfAnAssertionKeepTheirTags) {
+TEST(directory_test, NamesOfAnAssertionKeepTheirTags) {
     CertificateAssertion assertion;
     assertion.SetIssuer(decoded<Name>(kName));
     EXPECT_EQ(toHex(encode(assertion)), toHex(der::sequence({kName})));
@@ -125,7 +125,7 @@ TEST(DirectoryTest, NamesOfAnAssertionKeepTheirTags) {
     EXPECT_NE(read.GetNameConstraints(), nullptr);
 }
 
-TEST(DirectoryTest, AssertionTagsPassOverTen) {
+TEST(directory_test, AssertionTagsPassOverTen) {
     CertificateAssertion assertion;
     const unsigned int numbers[] = {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13};
     ASSERT_EQ(assertion.Size(), 13U);
@@ -135,7 +135,7 @@ TEST(DirectoryTest, AssertionTagsPassOverTen) {
 
 // Defaults
 
-TEST(DirectoryTest, TheLeastDistanceOfASubtreeIsADefault) {
+TEST(directory_test, TheLeastDistanceOfASubtreeIsADefault) {
     const auto subtree = throughBytes<GeneralSubtree>(hex("30 03 82 01 61"));
     EXPECT_EQ(subtree.GetMinimum(), nullptr);
     EXPECT_EQ(subtree.GetMaximum(), nullptr);
@@ -145,7 +145,7 @@ TEST(DirectoryTest, TheLeastDistanceOfASubtreeIsADefault) {
     EXPECT_EQ(full.GetMaximum()->GetInteger(), 5);
 }
 
-TEST(DirectoryTest, WhetherAnAuthorityIsToldByTheTagOfBoolean) {
+TEST(directory_test, WhetherAnAuthorityIsToldByTheTagOfBoolean) {
     const auto empty = throughBytes<BasicConstraintsSyntax>(hex("30 00"));
     EXPECT_EQ(empty.GetCA(), nullptr);
     const auto authority = throughBytes<BasicConstraintsSyntax>(hex("30 06 01 01 FF 02 01 03"));
@@ -160,7 +160,7 @@ TEST(DirectoryTest, WhetherAnAuthorityIsToldByTheTagOfBoolean) {
 
 // Addresses
 
-TEST(DirectoryTest, APersonalNameIsWrittenInTheOrderOfItsTags) {
+TEST(directory_test, APersonalNameIsWrittenInTheOrderOfItsTags) {
     PersonalName name;
     name.SetGeneration_qualifier(AsnPrintableString("Jr"));
     name.SetInitials(AsnPrintableString("J"));
@@ -178,7 +178,7 @@ TEST(DirectoryTest, APersonalNameIsWrittenInTheOrderOfItsTags) {
     EXPECT_THROW(decode(read, hex("31 03 84 01 61")), AsnDecodeExp);
 }
 
-TEST(DirectoryTest, WrappersHaveTagsOfTheirOwn) {
+TEST(directory_test, WrappersHaveTagsOfTheirOwn) {
     const auto country = throughBytes<CountryName>(hex("61 04 13 02 43 4E"));
     EXPECT_NE(country.GetObject()->Get(1U), nullptr);
     EXPECT_TRUE(country.GetObject()->GetIso_3166_alpha2_code()->GetData() == "CN");
@@ -192,7 +192,7 @@ TEST(DirectoryTest, WrappersHaveTagsOfTheirOwn) {
     EXPECT_EQ(fresh.GetAsnTagNumber(), 2U);
 }
 
-TEST(DirectoryTest, StandardAttributesOfAnAddress) {
+TEST(directory_test, StandardAttributesOfAnAddress) {
     const Bytes bytes =
         der::sequence({hex("61 04 13 02 43 4E"), hex("62 03 12 01 31"), hex("80 01 34"), hex("A2 03 13 01 70"),
                        hex("83 01 6F"), hex("A5 03 80 01 44"), hex("A6 03 13 01 75")});
@@ -213,7 +213,7 @@ TEST(DirectoryTest, StandardAttributesOfAnAddress) {
 
 // Others that stand out
 
-TEST(DirectoryTest, TheTextOfAPolicyGoesOutUnderTagZero) {
+TEST(directory_test, TheTextOfAPolicyGoesOutUnderTagZero) {
     DirectoryString text;
     text.SetPrintableString(AsnPrintableString("hi"));
     InfoSyntax info;
@@ -226,7 +226,7 @@ TEST(DirectoryTest, TheTextOfAPolicyGoesOutUnderTagZero) {
     EXPECT_NE(pointer.Get(1U), nullptr);
 }
 
-TEST(DirectoryTest, ScopesPassOverThreeAndEight) {
+TEST(directory_test, ScopesPassOverThreeAndEight) {
     PerAuthorityScope scope;
     const unsigned int numbers[] = {0, 1, 2, 4, 5, 6, 7, 9};
     ASSERT_EQ(scope.Size(), 8U);
@@ -234,7 +234,7 @@ TEST(DirectoryTest, ScopesPassOverThreeAndEight) {
         EXPECT_EQ(scope.Get(i)->GetAsnTagNumber(), numbers[i]) << i;
 }
 
-TEST(DirectoryTest, AListAssertionMustTellTheKeyOfTheAuthority) {
+TEST(directory_test, AListAssertionMustTellTheKeyOfTheAuthority) {
     CertificateListAssertion assertion;
     MiByteBuffer out;
     EXPECT_THROW(assertion.DerEncode(out, 0), AsnEncodeExp);
@@ -242,7 +242,7 @@ TEST(DirectoryTest, AListAssertionMustTellTheKeyOfTheAuthority) {
     EXPECT_EQ(toHex(encode(assertion)), "30 02 A3 00");
 }
 
-TEST(DirectoryTest, DistributionPointNamesByTheirTags) {
+TEST(directory_test, DistributionPointNamesByTheirTags) {
     const auto full = throughBytes<DistributionPoint>(hex("30 09 A0 07 A0 05 86 03 75 72 69"));
     ASSERT_NE(full.GetDistributionPoint(), nullptr);
     EXPECT_NE(full.GetDistributionPoint()->Get(0U), nullptr);

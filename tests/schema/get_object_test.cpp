@@ -19,7 +19,7 @@ namespace {
 #endif
 
 #if defined(_WIN32)
-TEST(GetObjectTest, IsReachedThroughTheMacro) {
+TEST(get_object_test, IsReachedThroughTheMacro) {
     const CountryName country;
     const AdministrationDomainName domain;
     EXPECT_EQ(country.GetObject(), country.GetData());
@@ -30,7 +30,7 @@ TEST(GetObjectTest, IsReachedThroughTheMacro) {
 
 #undef GetObject
 
-TEST(GetObjectTest, HasItsOwnNameWhateverCameFirst) {
+TEST(get_object_test, HasItsOwnNameWhateverCameFirst) {
     static_assert(std::is_same_v<decltype(&CountryName::GetObject), const TBTCountryName* (CountryName::*)() const>);
     const CountryName country;
     EXPECT_EQ(country.GetObject(), objectOf(country));

@@ -35,7 +35,7 @@ void checkList(const char* name) {
     EXPECT_EQ(list.Size(), 0U);
 }
 
-TEST(ListsTest, AllInstancesWork) {
+TEST(lists_test, AllInstancesWork) {
 #define LIST(CLASS, ITEM) checkList<CLASS, ITEM>(#CLASS);
 #include "tests/schema/tables/lists.def"
 #undef LIST

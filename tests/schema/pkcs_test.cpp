@@ -43,7 +43,7 @@ T throughBytes(const Bytes& bytes) {
     return value;
 }
 
-TEST(PkcsTest, CertificatesUnderEitherTag) {
+TEST(pkcs_test, CertificatesUnderEitherTag) {
     const auto set = throughBytes<SignedData>(signedData(der::tlv(0xA0, kCertificate), {}));
     ASSERT_NE(set.GetCertificates(), nullptr);
     ASSERT_NE(set.GetCertificates()->Get(0U), nullptr);
@@ -58,7 +58,7 @@ TEST(PkcsTest, CertificatesUnderEitherTag) {
     EXPECT_EQ(sequence.GetCertificates()->GetCertSequence()->Size(), 1U);
 }
 
-TEST(PkcsTest, RevocationListsUnderEitherTag) {
+TEST(pkcs_test, RevocationListsUnderEitherTag) {
     const auto set = throughBytes<SignedData>(signedData({}, der::tlv(0xA1, kList)));
     EXPECT_EQ(set.GetCertificates(), nullptr);
     EXPECT_TRUE(set.GetCrls()->Get()->GetAsnName() == "crlSet");
@@ -68,7 +68,7 @@ TEST(PkcsTest, RevocationListsUnderEitherTag) {
     EXPECT_EQ(both.GetCrls()->GetCrlSequence()->Size(), 2U);
 }
 
-TEST(PkcsTest, NeitherCertificatesNorLists) {
+TEST(pkcs_test, NeitherCertificatesNorLists) {
     const auto value = throughBytes<SignedData>(signedData({}, {}));
     EXPECT_EQ(value.GetCertificates(), nullptr);
     EXPECT_EQ(value.GetCrls(), nullptr);
@@ -76,7 +76,7 @@ TEST(PkcsTest, NeitherCertificatesNorLists) {
     EXPECT_EQ(value.GetSignerInfos()->GetSiSet()->Size(), 1U);
 }
 
-TEST(PkcsTest, SetsAndSequencesAreToldApartByTheirTags) {
+TEST(pkcs_test, SetsAndSequencesAreToldApartByTheirTags) {
     const Bytes signer = signerInfo({}, {});
     EXPECT_TRUE(throughBytes<SignerInfos>(der::set({signer})).Get()->GetAsnName() == "siSet");
     EXPECT_TRUE(throughBytes<SignerInfos>(der::sequence({signer, signer})).Get()->GetAsnName() == "siSequence");
@@ -88,7 +88,7 @@ TEST(PkcsTest, SetsAndSequencesAreToldApartByTheirTags) {
 }
 
 // [2] of the authenticated attributes holds a SEQUENCE, [3] of the others is one.
-TEST(PkcsTest, AttributesUnderEitherTag) {
+TEST(pkcs_test, AttributesUnderEitherTag) {
     const auto sets = throughBytes<SignerInfo>(signerInfo(der::tlv(0xA0, kAttribute), der::tlv(0xA1, kAttribute)));
     EXPECT_EQ(sets.GetAuthenticatedAttributes()->GetAaSet()->Size(), 1U);
     EXPECT_EQ(sets.GetAuthenticatedAttributes()->GetAaSequence(), nullptr);
@@ -104,7 +104,7 @@ TEST(PkcsTest, AttributesUnderEitherTag) {
     EXPECT_EQ(none.GetUnauthenticatedAttributes(), nullptr);
 }
 
-TEST(PkcsTest, AnExtendedCertificateIsReadAsACertificate) {
+TEST(pkcs_test, AnExtendedCertificateIsReadAsACertificate) {
     Bytes tagged = kCertificate;
     tagged[0] = 0xA0;
     const auto extended = throughBytes<ExtendedCertificateOrCertificate>(tagged);
@@ -114,7 +114,7 @@ TEST(PkcsTest, AnExtendedCertificateIsReadAsACertificate) {
     EXPECT_NE(plain.Get(0U), nullptr);
 }
 
-TEST(PkcsTest, ContentTakesTagAndContentOfTheElementInside) {
+TEST(pkcs_test, ContentTakesTagAndContentOfTheElementInside) {
     const Bytes inner = der::sequence({der::integer(1), der::text(0x13, "x")});
     const auto info = throughBytes<ContentInfo>(der::sequence({kData, der::tagged(0, inner)}));
     ASSERT_NE(info.GetContent(), nullptr);
@@ -131,7 +131,7 @@ TEST(PkcsTest, ContentTakesTagAndContentOfTheElementInside) {
     EXPECT_EQ(octets.GetContent()->GetAsnTagNumber(), 4U);
 }
 
-TEST(PkcsTest, BagsHoldAnyElement) {
+TEST(pkcs_test, BagsHoldAnyElement) {
     const Bytes id = der::oid({1, 2, 840, 113549, 1, 12, 10, 1, 3});
     const Bytes any = der::tagged(0, der::text(0x16, "any"));
     const auto bag = throughBytes<SafeBag>(der::sequence({id, any}));
@@ -144,7 +144,7 @@ TEST(PkcsTest, BagsHoldAnyElement) {
     EXPECT_EQ(throughBytes<SecretBag>(der::sequence({id, any})).GetSecretValue()->GetAsnTagNumber(), 0x16U);
 }
 
-TEST(PkcsTest, APfxWithoutMac) {
+TEST(pkcs_test, APfxWithoutMac) {
     const Bytes safe = der::sequence({kData, der::tagged(0, der::tlv(0x04, {0x30, 0x00}))});
     const auto bare = throughBytes<PFX>(der::sequence({der::integer(3), safe}));
     EXPECT_EQ(bare.GetMacData(), nullptr);
@@ -160,7 +160,7 @@ TEST(PkcsTest, APfxWithoutMac) {
     EXPECT_EQ(often.GetIterations()->GetInteger(), 1);
 }
 
-TEST(PkcsTest, ARequestNeedsItsAttributes) {
+TEST(pkcs_test, ARequestNeedsItsAttributes) {
     const Bytes bytes = der::sequence({der::integer(0), kName, kKey, der::tlv(0xA0, {})});
     auto info = throughBytes<CertificationRequestInfo>(bytes);
     ASSERT_NE(info.GetAttributes(), nullptr);
@@ -175,14 +175,14 @@ TEST(PkcsTest, ARequestNeedsItsAttributes) {
     EXPECT_THROW(decode(read, der::sequence({der::integer(0), kName, kKey})), AsnDecodeExp);
 }
 
-TEST(PkcsTest, APrivateKeyMayHaveAttributes) {
+TEST(pkcs_test, APrivateKeyMayHaveAttributes) {
     const Bytes front = der::join({der::integer(0), kRsa, der::tlv(0x04, {0x30, 0x00})});
     EXPECT_EQ(throughBytes<PrivateKeyInfo>(der::tlv(0x30, front)).GetAttributes(), nullptr);
     const auto named = throughBytes<PrivateKeyInfo>(der::tlv(0x30, der::join({front, der::tlv(0xA0, kAttribute)})));
     EXPECT_EQ(named.GetAttributes()->Size(), 1U);
 }
 
-TEST(PkcsTest, OaepParametersAreAllDefaults) {
+TEST(pkcs_test, OaepParametersAreAllDefaults) {
     const auto none = throughBytes<RSAES_OAEP_params>(der::sequence({}));
     EXPECT_EQ(none.GetHashFunc(), nullptr);
     EXPECT_EQ(none.GetMaskGenFunc(), nullptr);
@@ -193,13 +193,13 @@ TEST(PkcsTest, OaepParametersAreAllDefaults) {
     EXPECT_TRUE(last.GetPSourceFunc()->GetAlgorithm()->GetData() == "1.3.14.3.2.26");
 }
 
-TEST(PkcsTest, EncryptedContentIsPrimitiveUnderItsTag) {
+TEST(pkcs_test, EncryptedContentIsPrimitiveUnderItsTag) {
     const Bytes bytes = der::sequence({kData, kSha1, der::tlv(0x80, {0x01, 0x02})});
     EXPECT_EQ(throughBytes<EncryptedContentInfo>(bytes).GetEncryptedContent()->GetData().GetLength(), 2U);
     EXPECT_EQ(throughBytes<EncryptedContentInfo>(der::sequence({kData, kSha1})).GetEncryptedContent(), nullptr);
 }
 
-TEST(PkcsTest, AnRsaKey) {
+TEST(pkcs_test, AnRsaKey) {
     Bytes numbers = der::integer(0);
     for (int i = 1; i <= 8; ++i)
         numbers = der::join({numbers, der::integer(i)});
@@ -216,7 +216,7 @@ TEST(PkcsTest, AnRsaKey) {
 }
 
 // Twins have the same members and are types of their own.
-TEST(PkcsTest, TwinsAreDistinct) {
+TEST(pkcs_test, TwinsAreDistinct) {
     const SignedDataCertificates one;
     const SignedAndEnvelopedDataCertificates other;
     EXPECT_FALSE(typeid(one) == typeid(other));

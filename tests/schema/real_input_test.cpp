@@ -94,7 +94,7 @@ std::string text(const AsnObject& value) {
     return os.str();
 }
 
-TEST(RealInputTest, EachFileIsReadIntoItsClassAndWrittenAlike) {
+TEST(real_input_test, EachFileIsReadIntoItsClassAndWrittenAlike) {
     std::map<std::string, int> counts;
     for (const std::string& name : names()) {
         SCOPED_TRACE(name);
@@ -115,7 +115,7 @@ TEST(RealInputTest, EachFileIsReadIntoItsClassAndWrittenAlike) {
     EXPECT_GE(counts["PrivateKeyInfo"] + counts["EncryptedPrivateKeyInfo"], 8);
 }
 
-TEST(RealInputTest, ACloneIsWrittenAlike) {
+TEST(real_input_test, ACloneIsWrittenAlike) {
     for (const std::string& name : names()) {
         const Value value(AsnMakeSchemaObject(classOf(name).c_str()));
         decode(*value, read(name));
@@ -126,7 +126,7 @@ TEST(RealInputTest, ACloneIsWrittenAlike) {
     }
 }
 
-TEST(RealInputTest, EachFileCutAnywhereIsRefused) {
+TEST(real_input_test, EachFileCutAnywhereIsRefused) {
     for (const std::string& name : names()) {
         Bytes bytes = read(name);
         if (bytes.size() > 1500)
@@ -140,7 +140,7 @@ TEST(RealInputTest, EachFileCutAnywhereIsRefused) {
 }
 
 // Whatever comes of a broken file, it is one of the library's exceptions or a value.
-TEST(RealInputTest, EachFileBrokenInEachElement) {
+TEST(real_input_test, EachFileBrokenInEachElement) {
     for (const char* name :
          {"Certificate.eight_extensions.der", "CertificateList.revoked.der", "CertificationRequest.attributes.der",
           "PFX.des3.der", "PrivateKeyInfo.rsa.der", "ContentInfo.signed.der", "ContentInfo.enveloped.der"}) {
@@ -168,14 +168,14 @@ std::string timeOf(const X509Time* time) {
     return time->Get()->GetAsnName().GetChars() + (": " + text(*time->Get()).substr(text(*time->Get()).find(": ") + 2));
 }
 
-TEST(RealInputTest, Versions) {
+TEST(real_input_test, Versions) {
     EXPECT_EQ(tbsOf(fromFile<Certificate>("Certificate.v1.der")).GetVersion(), nullptr);
     EXPECT_EQ(tbsOf(fromFile<Certificate>("Certificate.v1.der")).GetExtensions(), nullptr);
     EXPECT_EQ(tbsOf(fromFile<Certificate>("Certificate.rsa2048.der")).GetVersion()->GetInteger(), 2);
     EXPECT_EQ(fromFile<CertificateList>("CertificateList.v1.der").GetTBSCertificateList()->GetVersion(), nullptr);
 }
 
-TEST(RealInputTest, SerialNumbers) {
+TEST(real_input_test, SerialNumbers) {
     const auto serial = [](const char* name) {
         const MiString decimal =
             tbsOf(fromFile<Certificate>(name)).GetSerialNumber()->GetBigInteger().GetStringBase10();
@@ -188,7 +188,7 @@ TEST(RealInputTest, SerialNumbers) {
     EXPECT_EQ(serial("Certificate.issued_v1.der"), "4096");
 }
 
-TEST(RealInputTest, Times) {
+TEST(real_input_test, Times) {
     const auto validity = [](const char* name) {
         const auto certificate = fromFile<Certificate>(name);
         const Validity* value = tbsOf(certificate).GetValidity();
@@ -200,7 +200,7 @@ TEST(RealInputTest, Times) {
               "generalizedTime: 20500101000000Z, generalizedTime: 99991231235959Z");
 }
 
-TEST(RealInputTest, RelativeNames) {
+TEST(real_input_test, RelativeNames) {
     const auto multi = fromFile<Certificate>("Certificate.multi_valued.der");
     const auto* names = static_cast<const AsnSequenceOf<AsnSetOf<AttributeTypeAndDistinguishedValue>>*>(
         tbsOf(multi).GetSubject()->Get());
@@ -213,7 +213,7 @@ TEST(RealInputTest, RelativeNames) {
 }
 
 // Tag numbers of the strings of a subject, by openssl asn1parse.
-TEST(RealInputTest, StringsOfNames) {
+TEST(real_input_test, StringsOfNames) {
     const auto tags = [](const char* name) {
         const auto certificate = fromFile<Certificate>(name);
         const auto* names = static_cast<const AsnSequenceOf<AsnSetOf<AttributeTypeAndDistinguishedValue>>*>(
@@ -229,7 +229,7 @@ TEST(RealInputTest, StringsOfNames) {
     EXPECT_EQ(tags("Certificate.default_strings.der"), byDefault);
 }
 
-TEST(RealInputTest, KeySizes) {
+TEST(real_input_test, KeySizes) {
     for (const unsigned int bits : {512U, 1024U, 2048U, 4096U, 8192U}) {
         const auto certificate = fromFile<Certificate>("Certificate.rsa" + std::to_string(bits) + ".der");
         const MiBitSet& key = tbsOf(certificate).GetSubjectPublicKeyInfo()->GetSubjectPublicKey()->GetData();
@@ -280,7 +280,7 @@ unsigned int knownExtensions(const AsnSequenceOf<Extension>& extensions) {
     return known;
 }
 
-TEST(RealInputTest, Extensions) {
+TEST(real_input_test, Extensions) {
     const auto eight = fromFile<Certificate>("Certificate.eight_extensions.der");
     ASSERT_EQ(tbsOf(eight).GetExtensions()->Size(), 8U);
     EXPECT_EQ(knownExtensions(*tbsOf(eight).GetExtensions()), 8U);
@@ -291,7 +291,7 @@ TEST(RealInputTest, Extensions) {
     EXPECT_EQ(knownExtensions(*tbsOf(many).GetExtensions()), tbsOf(many).GetExtensions()->Size() - 3);
 }
 
-TEST(RealInputTest, GeneralNames) {
+TEST(real_input_test, GeneralNames) {
     const auto many = fromFile<Certificate>("Certificate.many_extensions.der");
     const Bytes value = bytesOf(tbsOf(many).GetExtensions()->Get(1)->GetExtnValue());
     const auto names = goesThrough<AsnSequenceOf<GeneralName>>(value);
@@ -306,7 +306,7 @@ TEST(RealInputTest, GeneralNames) {
     EXPECT_NE(text(names).find("registeredID  [8]  IMPLICIT  OBJECT IDENTIFER : 1.2.3.4"), std::string::npos);
 }
 
-TEST(RealInputTest, RevokedCertificates) {
+TEST(real_input_test, RevokedCertificates) {
     const auto list = fromFile<CertificateList>("CertificateList.revoked.der");
     const auto* revoked = list.GetTBSCertificateList()->GetRevokedCertificates();
     ASSERT_NE(revoked, nullptr);
@@ -336,7 +336,7 @@ unsigned int sizeOf(const AsnChoice* choice) {
     return choice == nullptr ? 0 : static_cast<const List*>(choice->Get())->Size();
 }
 
-TEST(RealInputTest, SignedMessages) {
+TEST(real_input_test, SignedMessages) {
     using Certificates = AsnSetOf<ExtendedCertificateOrCertificate>;
     using Signers = AsnSetOf<SignerInfo>;
     const SignedData message = signedDataOf("ContentInfo.signed.der");
@@ -361,7 +361,7 @@ TEST(RealInputTest, SignedMessages) {
 }
 
 // openssl writes the certificates of a chain as they come. A set goes out sorted, the shorter certificate first.
-TEST(RealInputTest, AChainOutOfOrderIsWrittenInOrder) {
+TEST(real_input_test, AChainOutOfOrderIsWrittenInOrder) {
     const auto info = fromFile<ContentInfo>("ContentInfo.unsorted_chain.der");
     SignedData message;
     info.GetContent()->GetDerObject(&message);
@@ -381,7 +381,7 @@ TEST(RealInputTest, AChainOutOfOrderIsWrittenInOrder) {
     EXPECT_LT(at(first), at(second));
 }
 
-TEST(RealInputTest, EnvelopedMessages) {
+TEST(real_input_test, EnvelopedMessages) {
     for (const auto& [name, recipients] :
          {std::pair("ContentInfo.enveloped.der", 1U), std::pair("ContentInfo.enveloped_for_two.der", 2U)}) {
         const auto info = fromFile<ContentInfo>(name);
@@ -391,7 +391,7 @@ TEST(RealInputTest, EnvelopedMessages) {
     }
 }
 
-TEST(RealInputTest, Requests) {
+TEST(real_input_test, Requests) {
     const auto plain = fromFile<CertificationRequest>("CertificationRequest.plain.der");
     EXPECT_EQ(plain.GetCertificationRequestInfo()->GetVersion()->GetInteger(), 0);
     EXPECT_EQ(plain.GetCertificationRequestInfo()->GetAttributes()->Size(), 0U);
@@ -404,7 +404,7 @@ TEST(RealInputTest, Requests) {
     EXPECT_EQ(knownExtensions(requested), 2U);
 }
 
-TEST(RealInputTest, PrivateKeys) {
+TEST(real_input_test, PrivateKeys) {
     const auto info = fromFile<PrivateKeyInfo>("PrivateKeyInfo.rsa.der");
     const auto key = goesThrough<RSAPrivateKey>(bytesOf(info.GetPrivateKey()));
     EXPECT_TRUE(encode(key) == read("RSAPrivateKey.rsa512.der"));
@@ -414,7 +414,7 @@ TEST(RealInputTest, PrivateKeys) {
     EXPECT_EQ(inside<PKCS12PbeParams>(algorithm->GetParameters()).GetIterations()->GetInteger(), 2048);
 }
 
-TEST(RealInputTest, Pkcs12Files) {
+TEST(real_input_test, Pkcs12Files) {
     EXPECT_EQ(fromFile<PFX>("PFX.without_mac.der").GetMacData(), nullptr);
     EXPECT_EQ(fromFile<PFX>("PFX.des3.der").GetMacData()->GetIterations()->GetInteger(), 2048);
     EXPECT_EQ(fromFile<PFX>("PFX.one_iteration.der").GetMacData()->GetIterations(), nullptr);

@@ -10,7 +10,7 @@
 
 namespace {
 
-TEST(RegistryTest, HasEveryClassOfTheTablesAndNoOther) {
+TEST(registry_test, HasEveryClassOfTheTablesAndNoOther) {
     unsigned int count = 0;
     const AsnSchemaType* types = AsnSchemaTypes(count);
     ASSERT_NE(types, nullptr);
@@ -23,20 +23,20 @@ TEST(RegistryTest, HasEveryClassOfTheTablesAndNoOther) {
     }
 }
 
-TEST(RegistryTest, IsOrderedByName) {
+TEST(registry_test, IsOrderedByName) {
     unsigned int count = 0;
     const AsnSchemaType* types = AsnSchemaTypes(count);
     for (unsigned int i = 1; i < count; ++i)
         EXPECT_LT(std::strcmp(types[i - 1].name, types[i].name), 0) << types[i].name;
 }
 
-TEST(RegistryTest, MakesANewValueEachTime) {
+TEST(registry_test, MakesANewValueEachTime) {
     const std::unique_ptr<AsnObject> one(AsnMakeSchemaObject("Certificate"));
     const std::unique_ptr<AsnObject> two(AsnMakeSchemaObject("Certificate"));
     EXPECT_NE(one, two);
 }
 
-TEST(RegistryTest, UnknownNamesAreNull) {
+TEST(registry_test, UnknownNamesAreNull) {
     for (const char* name : {"", "A", "certificate", "Certificat", "Certificate ", "X509Timf", "zzz", "AsnInteger"}) {
         EXPECT_EQ(AsnFindSchemaType(name), nullptr) << name;
         EXPECT_EQ(AsnMakeSchemaObject(name), nullptr) << name;

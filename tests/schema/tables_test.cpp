@@ -120,7 +120,7 @@ void membersAreThoseOfTheTable(const Type& type) {
         EXPECT_FALSE(found->IsAsnPresent());
     }
 }
-TEST(TablesTest, MembersAreThoseOfTheTable) {
+TEST(tables_test, MembersAreThoseOfTheTable) {
     forEachType(membersAreThoseOfTheTable);
 }
 
@@ -142,7 +142,7 @@ void aFreshValueHasNothing(const Type& type) {
         EXPECT_THROW(value->DerEncode(out, 0), AsnEncodeExp);
     }
 }
-TEST(TablesTest, AFreshValueHasNothing) {
+TEST(tables_test, AFreshValueHasNothing) {
     forEachType(aFreshValueHasNothing);
 }
 
@@ -168,7 +168,7 @@ void onlyTwoOperationsAreReplaced(const Type& type) {
     for (std::size_t entry = 2; entry < entries; ++entry)
         EXPECT_EQ(sameEntry(*value, base, entry), entry != kClone && entry != kSetupElements) << entry;
 }
-TEST(TablesTest, OnlyCloneAndSetupElementsAreReplaced) {
+TEST(tables_test, OnlyCloneAndSetupElementsAreReplaced) {
     forEachType(onlyTwoOperationsAreReplaced);
 }
 
@@ -208,7 +208,7 @@ void accessorsReachTheirMember(const Type& type) {
             }
     }
 }
-TEST(TablesTest, AccessorsReachTheirMember) {
+TEST(tables_test, AccessorsReachTheirMember) {
     forEachType(accessorsReachTheirMember);
 }
 
@@ -229,7 +229,7 @@ void membersAreFoundByName(const Type& type) {
         }
     }
 }
-TEST(TablesTest, MembersAreFoundByName) {
+TEST(tables_test, MembersAreFoundByName) {
     forEachType(membersAreFoundByName);
 }
 
@@ -253,7 +253,7 @@ void missingMandatoryMembersStopTheEncoder(const Type& type) {
         }
     }
 }
-TEST(TablesTest, MissingMandatoryMembersStopTheEncoder) {
+TEST(tables_test, MissingMandatoryMembersStopTheEncoder) {
     forEachType(missingMandatoryMembersStopTheEncoder);
 }
 
@@ -272,7 +272,7 @@ void aCloneIsTheSame(const Type& type) {
     filled->Reset(nullptr);
     EXPECT_EQ(table::toHex(*clone), before) << "a clone is deep";
 }
-TEST(TablesTest, ACloneIsTheSame) {
+TEST(tables_test, ACloneIsTheSame) {
     forEachType(aCloneIsTheSame);
 }
 
@@ -290,7 +290,7 @@ void anAssignedValueIsTheSame(const Type& type) {
     type.assign(*value, *table::make(type));
     EXPECT_TRUE(value->Equals(table::make(type).get()));
 }
-TEST(TablesTest, AnAssignedValueIsTheSame) {
+TEST(tables_test, AnAssignedValueIsTheSame) {
     forEachType(anAssignedValueIsTheSame);
 }
 
@@ -309,7 +309,7 @@ void resetKeepsTheMembersAndEmptiesThem(const Type& type) {
         EXPECT_TRUE(table::memberAt(*fresh, type, i)->EqualsContent(table::memberAt(*value, type, i)));
     }
 }
-TEST(TablesTest, ResetKeepsTheMembersAndEmptiesThem) {
+TEST(tables_test, ResetKeepsTheMembersAndEmptiesThem) {
     forEachType(resetKeepsTheMembersAndEmptiesThem);
 }
 
@@ -328,7 +328,7 @@ void whatIsEncodedIsDecoded(const Type& type) {
             EXPECT_EQ(member.get(*decoded) == nullptr, member.get(*value) == nullptr) << member.name;
     }
 }
-TEST(TablesTest, WhatIsEncodedIsDecoded) {
+TEST(tables_test, WhatIsEncodedIsDecoded) {
     forEachType(whatIsEncodedIsDecoded);
 }
 
@@ -341,7 +341,7 @@ void resetFromAnotherCopies(const Type& type) {
     EXPECT_EQ(table::toHex(*value), table::toHex(*source));
     EXPECT_NE(table::memberAt(*value, type, 0), table::memberAt(*source, type, 0));
 }
-TEST(TablesTest, ResetFromAnotherCopies) {
+TEST(tables_test, ResetFromAnotherCopies) {
     forEachType(resetFromAnotherCopies);
 }
 
@@ -371,11 +371,11 @@ void brokenInputIsRefusedOrRead(const Type& type) {
     for (const support::Broken& broken : support::withTags(good, 0x81))
         survives(type, broken.bytes);
 }
-TEST(TablesTest, BrokenInputIsRefusedOrRead) {
+TEST(tables_test, BrokenInputIsRefusedOrRead) {
     forEachType(brokenInputIsRefusedOrRead);
 }
 
-TEST(TablesTest, AHundredAndOneWithMembersAndTwoWrappers) {
+TEST(tables_test, AHundredAndOneWithMembersAndTwoWrappers) {
     std::size_t wrappers = 0;
     for (const Type& type : table::types())
         wrappers += type.base == Base::Wrapper ? 1 : 0;

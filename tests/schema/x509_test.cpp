@@ -93,7 +93,7 @@ TBSCertificate buildTbs() {
     return value;
 }
 
-TEST(X509Test, AFreshTbsCertificateLacksItsSerialNumber) {
+TEST(x509_test, AFreshTbsCertificateLacksItsSerialNumber) {
     TBSCertificate fresh;
     ASSERT_EQ(fresh.Size(), 10U);
     for (unsigned int i = 0; i < 10; ++i)
@@ -110,11 +110,11 @@ TEST(X509Test, AFreshTbsCertificateLacksItsSerialNumber) {
     EXPECT_NO_THROW(full.DerEncode(out, 0));
 }
 
-TEST(X509Test, NothingWritesTheDefaultVersion) {
+TEST(x509_test, NothingWritesTheDefaultVersion) {
     EXPECT_EQ(support::toHex(encode(buildTbs())), support::toHex(tbs({}, {})));
 }
 
-TEST(X509Test, OptionalMembersGoOutUnderTheirTags) {
+TEST(x509_test, OptionalMembersGoOutUnderTheirTags) {
     TBSCertificate value = buildTbs();
     value.SetVersion(AsnInteger(2));
     AsnBitString identifier;
@@ -147,7 +147,7 @@ TEST(X509Test, OptionalMembersGoOutUnderTheirTags) {
     EXPECT_EQ(encode(read), expected);
 }
 
-TEST(X509Test, ACertificateWithoutVersionIsRead) {
+TEST(x509_test, ACertificateWithoutVersionIsRead) {
     const Bytes bytes = der::sequence({tbs({}, {}), kAlgorithm, kSignature});
     Certificate certificate;
     ASSERT_EQ(decode(certificate, bytes), bytes.size());
@@ -163,7 +163,7 @@ TEST(X509Test, ACertificateWithoutVersionIsRead) {
     EXPECT_EQ(encode(certificate), bytes);
 }
 
-TEST(X509Test, NamesAndTimesAreReadByTheTagOfTheirAlternative) {
+TEST(x509_test, NamesAndTimesAreReadByTheTagOfTheirAlternative) {
     const auto value = decoded<TBSCertificate>(tbs({}, {}));
     ASSERT_NE(value.GetIssuer()->Get(0U), nullptr);
     EXPECT_EQ(value.GetIssuer()->GetAsnTagNumber(), 16U);
@@ -182,7 +182,7 @@ TEST(X509Test, NamesAndTimesAreReadByTheTagOfTheirAlternative) {
     EXPECT_THROW(decode(time, der::text(0x16, "140101000000Z")), AsnDecodeExp);
 }
 
-TEST(X509Test, ACloneOfATbsCertificateIsEqual) {
+TEST(x509_test, ACloneOfATbsCertificateIsEqual) {
     const TBSCertificate value = buildTbs();
     const std::unique_ptr<AsnObject> clone(value.Clone());
     ASSERT_TRUE(typeOf(*clone) == typeid(TBSCertificate));
@@ -192,7 +192,7 @@ TEST(X509Test, ACloneOfATbsCertificateIsEqual) {
     EXPECT_FALSE(clone->EqualsContent(&value));
 }
 
-TEST(X509Test, ARevocationListIsReadAndWritten) {
+TEST(x509_test, ARevocationListIsReadAndWritten) {
     const Bytes time = der::text(0x17, "140101000000Z");
     const Bytes reason = der::sequence({der::oid({2, 5, 29, 21}), der::tlv(0x04, {0x0A, 0x01, 0x01})});
     const Bytes revoked = der::sequence(
@@ -219,7 +219,7 @@ TEST(X509Test, ARevocationListIsReadAndWritten) {
 }
 
 // An optional time is recognised by the tags of its alternatives.
-TEST(X509Test, ARevocationListMayEndWithGeneralizedTime) {
+TEST(x509_test, ARevocationListMayEndWithGeneralizedTime) {
     const Bytes bytes =
         der::sequence({kAlgorithm, kIssuer, der::text(0x17, "140101000000Z"), der::text(0x18, "20500101000000Z")});
     const auto list = decoded<TBSCertificateList>(bytes);
@@ -236,7 +236,7 @@ std::string flatHex(const Flat& flat) {
     return support::toHex(encode(flat));
 }
 
-TEST(X509Test, TheSubjectComesOutFlatAndInOrder) {
+TEST(x509_test, TheSubjectComesOutFlatAndInOrder) {
     TBSCertificate value;
     value.SetSubject(nameOf({{attribute("2.5.4.6", "CN")},
                              {attribute("2.5.4.11", "Unit"), attribute("2.5.4.10", "Org")},
@@ -254,7 +254,7 @@ TEST(X509Test, TheSubjectComesOutFlatAndInOrder) {
     EXPECT_TRUE(out.Get(3)->EqualsContent(names->Get(3)->Get(0)));
 }
 
-TEST(X509Test, AnEmptySubjectEmptiesTheFlatName) {
+TEST(x509_test, AnEmptySubjectEmptiesTheFlatName) {
     TBSCertificate value;
     value.SetSubject(nameOf({}));
     Flat out;
@@ -263,7 +263,7 @@ TEST(X509Test, AnEmptySubjectEmptiesTheFlatName) {
     EXPECT_EQ(out.Size(), 0U);
 }
 
-TEST(X509Test, WithoutASubjectTheFlatNameStays) {
+TEST(x509_test, WithoutASubjectTheFlatNameStays) {
     Flat out;
     out.AddElement(attribute("2.5.4.5", "stays"));
     const std::string before = flatHex(out);

@@ -93,7 +93,7 @@ void expectNothingBut(const VT_P11_Alg& alg, int type) {
     EXPECT_EQ(fields.ivLength, 0U);
 }
 
-TEST(AlgTest, FieldsStandInTheirOrderAndNothingElseIsThere) {
+TEST(alg_test, FieldsStandInTheirOrderAndNothingElseIsThere) {
     EXPECT_TRUE(std::is_standard_layout_v<VT_P11_Alg>);
     EXPECT_FALSE(std::is_polymorphic_v<VT_P11_Alg>);
     EXPECT_EQ(sizeof(VT_P11_Alg), sizeof(void*) == 8 ? 24U : 16U);
@@ -108,14 +108,14 @@ TEST(AlgTest, FieldsStandInTheirOrderAndNothingElseIsThere) {
     EXPECT_EQ(bytesOf(fields.iv, fields.ivLength), kIv);
 }
 
-TEST(AlgTest, ANewOneHasNoCodeAndNothingElse) {
+TEST(alg_test, ANewOneHasNoCodeAndNothingElse) {
     const VT_P11_Alg alg;
     expectNothingBut(alg, 0);
     EXPECT_EQ(typeOf(alg), -1);
     EXPECT_EQ(alg.getEffectiveBits(), 0);
 }
 
-TEST(AlgTest, CodesAreOneToEleven) {
+TEST(alg_test, CodesAreOneToEleven) {
     for (const Row& row : kRows) {
         VT_P11_Alg alg;
         EXPECT_EQ(alg.setAlgType(row.code), 0);
@@ -128,7 +128,7 @@ TEST(AlgTest, CodesAreOneToEleven) {
     EXPECT_EQ(typeOf(alg), 9) << "a refused code leaves the old one";
 }
 
-TEST(AlgTest, EffectiveBitsAreNotChecked) {
+TEST(alg_test, EffectiveBitsAreNotChecked) {
     VT_P11_Alg alg;
     for (const int bits : {40, 0, -1, 41, INT_MIN, INT_MAX}) {
         EXPECT_EQ(alg.setEffectiveBits(bits), 0);
@@ -136,7 +136,7 @@ TEST(AlgTest, EffectiveBitsAreNotChecked) {
     }
 }
 
-TEST(AlgTest, TheIvIsACopyOfAnyLength) {
+TEST(alg_test, TheIvIsACopyOfAnyLength) {
     VT_P11_Alg alg;
     for (const std::size_t length : {1U, 7U, 8U, 9U, 100000U}) {
         const Bytes iv(length, 0xA5);
@@ -147,7 +147,7 @@ TEST(AlgTest, TheIvIsACopyOfAnyLength) {
     }
 }
 
-TEST(AlgTest, AnEmptyIvIsRefusedAndTheOldOneStays) {
+TEST(alg_test, AnEmptyIvIsRefusedAndTheOldOneStays) {
     VT_P11_Alg alg;
     EXPECT_EQ(alg.setIV(MiByte()), -1010);
     EXPECT_EQ(fieldsOf(alg).iv, nullptr);
@@ -156,7 +156,7 @@ TEST(AlgTest, AnEmptyIvIsRefusedAndTheOldOneStays) {
     EXPECT_EQ(ivOf(alg), kIv);
 }
 
-TEST(AlgTest, AnIvWithoutMemoryLeavesTheOldOne) {
+TEST(alg_test, AnIvWithoutMemoryLeavesTheOldOne) {
     VT_P11_Alg alg;
     ASSERT_EQ(alg.setIV(miByte(kIv)), 0);
     const MiByte other = miByte({1, 2, 3});
@@ -169,7 +169,7 @@ TEST(AlgTest, AnIvWithoutMemoryLeavesTheOldOne) {
     EXPECT_EQ(ivOf(alg), kIv);
 }
 
-TEST(AlgTest, EachIdentifierHasItsCode) {
+TEST(alg_test, EachIdentifierHasItsCode) {
     for (const Row& row : kRows) {
         VT_P11_Alg alg;
         const AlgorithmIdentifier identifier =
@@ -179,7 +179,7 @@ TEST(AlgTest, EachIdentifierHasItsCode) {
     }
 }
 
-TEST(AlgTest, EachCodeHasItsIdentifierAndParameters) {
+TEST(alg_test, EachCodeHasItsIdentifierAndParameters) {
     const Bytes null = {0x05, 0x00};
     for (const Row& row : kRows) {
         AlgorithmIdentifier identifier;
@@ -192,7 +192,7 @@ TEST(AlgTest, EachCodeHasItsIdentifierAndParameters) {
     }
 }
 
-TEST(AlgTest, ReadsWhatOpensslWritesAndWritesTheSame) {
+TEST(alg_test, ReadsWhatOpensslWritesAndWritesTheSame) {
     for (const AlgorithmVector& vector : kAlgorithmVectors) {
         const Bytes der = hex(vector.der);
         VT_P11_Alg alg;
@@ -207,7 +207,7 @@ TEST(AlgTest, ReadsWhatOpensslWritesAndWritesTheSame) {
     }
 }
 
-TEST(AlgTest, DesParametersAreTheIvAndMayBeAbsent) {
+TEST(alg_test, DesParametersAreTheIvAndMayBeAbsent) {
     for (const int index : {3, 4}) {
         const Row& row = kRows[index];
         VT_P11_Alg alg = ready(6);
@@ -225,7 +225,7 @@ TEST(AlgTest, DesParametersAreTheIvAndMayBeAbsent) {
     }
 }
 
-TEST(AlgTest, DesParametersOfAnotherTypeCountByTheirContent) {
+TEST(alg_test, DesParametersOfAnotherTypeCountByTheirContent) {
     VT_P11_Alg alg;
     EXPECT_EQ(alg.setAlgorithmIdentifier(withParameters("1.3.14.3.2.7", hex("02 02 01 00"))), 0);
     EXPECT_EQ(ivOf(alg), hex("01 00"));
@@ -233,7 +233,7 @@ TEST(AlgTest, DesParametersOfAnotherTypeCountByTheirContent) {
     EXPECT_EQ(ivOf(alg), hex("04 02 01 02"));
 }
 
-TEST(AlgTest, DesWithoutAnIvHasNullParameters) {
+TEST(alg_test, DesWithoutAnIvHasNullParameters) {
     for (const int index : {3, 4}) {
         VT_P11_Alg alg;
         ASSERT_EQ(alg.setAlgType(kRows[index].code), 0);
@@ -243,7 +243,7 @@ TEST(AlgTest, DesWithoutAnIvHasNullParameters) {
     }
 }
 
-TEST(AlgTest, ParametersOfTheOthersAreNotLookedAt) {
+TEST(alg_test, ParametersOfTheOthersAreNotLookedAt) {
     for (const Row& row : kRows) {
         if (isBlockCipher(row.code))
             continue;
@@ -260,7 +260,7 @@ struct Rc2Version {
 constexpr Rc2Version kRc2Versions[] = {{160, 40}, {120, 64}, {58, 128}};
 const char* const kRc2 = "1.2.840.113549.3.2";
 
-TEST(AlgTest, Rc2VersionsStandForEffectiveBits) {
+TEST(alg_test, Rc2VersionsStandForEffectiveBits) {
     for (const Rc2Version& row : kRc2Versions) {
         const AlgorithmIdentifier identifier = withParameters(kRc2, rc2Parameters(der::integer(row.version), kIv));
         VT_P11_Alg alg;
@@ -273,7 +273,7 @@ TEST(AlgTest, Rc2VersionsStandForEffectiveBits) {
     }
 }
 
-TEST(AlgTest, OtherRc2VersionsAreRefused) {
+TEST(alg_test, OtherRc2VersionsAreRefused) {
     for (const std::int64_t version :
          {std::int64_t{100}, std::int64_t{0}, std::int64_t{-160}, std::int64_t{40}, std::int64_t{128},
           std::int64_t{256}, (std::int64_t{1} << 32) + 160, (std::int64_t{1} << 32) - 96}) {
@@ -284,7 +284,7 @@ TEST(AlgTest, OtherRc2VersionsAreRefused) {
     }
 }
 
-TEST(AlgTest, Rc2NeedsParameters) {
+TEST(alg_test, Rc2NeedsParameters) {
     VT_P11_Alg alg = ready(6);
     EXPECT_EQ(alg.setAlgorithmIdentifier(identified(kRc2)), -1016);
     expectNothingBut(alg, -1);
@@ -296,7 +296,7 @@ TEST(AlgTest, Rc2NeedsParameters) {
     }
 }
 
-TEST(AlgTest, Rc2ParametersThatAreNoneThrow) {
+TEST(alg_test, Rc2ParametersThatAreNoneThrow) {
     for (const char* other :
          {"30 03 02 01 3A", "30 0A 04 08 11 22 33 44 55 66 77 88", "04 03 01 02 03", "30 05 02 01 3A 04 05"}) {
         VT_P11_Alg alg = ready(6);
@@ -306,7 +306,7 @@ TEST(AlgTest, Rc2ParametersThatAreNoneThrow) {
     }
 }
 
-TEST(AlgTest, AnEmptyRc2IvIsNone) {
+TEST(alg_test, AnEmptyRc2IvIsNone) {
     VT_P11_Alg alg = ready(6);
     const AlgorithmIdentifier identifier = withParameters(kRc2, rc2Parameters(der::integer(58), {}));
     EXPECT_EQ(alg.setAlgorithmIdentifier(identifier), 0);
@@ -317,7 +317,7 @@ TEST(AlgTest, AnEmptyRc2IvIsNone) {
     EXPECT_EQ(encoded(written), encoded(identifier));
 }
 
-TEST(AlgTest, OtherEffectiveBitsHaveNoVersion) {
+TEST(alg_test, OtherEffectiveBitsHaveNoVersion) {
     for (const int bits : {0, 39, 41, 63, 127, 160, 120, 58, 1024, -40, INT_MAX}) {
         VT_P11_Alg alg = ready(6);
         alg.setEffectiveBits(bits);
@@ -328,7 +328,7 @@ TEST(AlgTest, OtherEffectiveBitsHaveNoVersion) {
     }
 }
 
-TEST(AlgTest, NoCodeHasNoIdentifier) {
+TEST(alg_test, NoCodeHasNoIdentifier) {
     VT_P11_Alg alg;
     AlgorithmIdentifier identifier = withParameters("1.2.3", hex("05 00"));
     EXPECT_EQ(alg.getAlgorithmIdentifier(identifier), -1006);
@@ -338,13 +338,13 @@ TEST(AlgTest, NoCodeHasNoIdentifier) {
     EXPECT_EQ(alg.getAlgorithmIdentifier(identifier), -1006);
 }
 
-TEST(AlgTest, AnIdentifierReplacesWhatTheTargetHeld) {
+TEST(alg_test, AnIdentifierReplacesWhatTheTargetHeld) {
     AlgorithmIdentifier identifier = withParameters(kRc2, rc2Parameters(der::integer(58), kIv));
     ASSERT_EQ(ready(1).getAlgorithmIdentifier(identifier), 0);
     EXPECT_EQ(encoded(identifier), hex("300906052b0e03021a0500"));
 }
 
-TEST(AlgTest, AnIdentifierWithoutAnAlgorithmIsRefused) {
+TEST(alg_test, AnIdentifierWithoutAnAlgorithmIsRefused) {
     const AlgorithmIdentifier absent;
     const AlgorithmIdentifier emptyText = identified("");
     AlgorithmIdentifier noMembers = identified("1.3.14.3.2.26");
@@ -358,7 +358,7 @@ TEST(AlgTest, AnIdentifierWithoutAnAlgorithmIsRefused) {
     }
 }
 
-TEST(AlgTest, AnUnknownIdentifierIsRefused) {
+TEST(alg_test, AnUnknownIdentifierIsRefused) {
     for (const char* oid : {kNoCode, "1.3.14.3.2.2", "1.3.14.3.2.260", "1.2.840.113549.1.1.11", "2.5.4.3", "x"}) {
         VT_P11_Alg alg = ready(6);
         EXPECT_EQ(alg.setAlgorithmIdentifier(identified(oid)), -1006) << oid;
@@ -366,7 +366,7 @@ TEST(AlgTest, AnUnknownIdentifierIsRefused) {
     }
 }
 
-TEST(AlgTest, AMissingElementThrows) {
+TEST(alg_test, AMissingElementThrows) {
     AlgorithmIdentifier noMembers = identified("1.3.14.3.2.26");
     noMembers.ClearAllElements();
     const AlgorithmIdentifier noList(noMembers);
@@ -380,7 +380,7 @@ TEST(AlgTest, AMissingElementThrows) {
     expectNothingBut(alg, -1);
 }
 
-TEST(AlgTest, AnIdentifierWithoutMemoryForTheIvIsReported) {
+TEST(alg_test, AnIdentifierWithoutMemoryForTheIvIsReported) {
     const AlgorithmIdentifier identifiers[] = {withParameters("1.3.14.3.2.7", der::tlv(0x04, Bytes(5000, 9))),
                                                withParameters(kRc2, rc2Parameters(der::integer(58), Bytes(5000, 9)))};
     for (const AlgorithmIdentifier& identifier : identifiers) {
@@ -404,7 +404,7 @@ TEST(AlgTest, AnIdentifierWithoutMemoryForTheIvIsReported) {
     }
 }
 
-TEST(AlgTest, BrokenIdentifiersGiveACodeOrAnException) {
+TEST(alg_test, BrokenIdentifiersGiveACodeOrAnException) {
     for (const AlgorithmVector& vector : kAlgorithmVectors) {
         const Bytes good = hex(vector.der);
         for (const auto& list :
@@ -426,7 +426,7 @@ TEST(AlgTest, BrokenIdentifiersGiveACodeOrAnException) {
     }
 }
 
-TEST(AlgTest, NoisyParametersGiveACodeOrAnException) {
+TEST(alg_test, NoisyParametersGiveACodeOrAnException) {
     support::Noise noise(20091);
     for (int round = 0; round < 2000; ++round) {
         Bytes content(noise.below(40));
@@ -445,7 +445,7 @@ TEST(AlgTest, NoisyParametersGiveACodeOrAnException) {
     }
 }
 
-TEST(AlgTest, EachCodeHasItsObject) {
+TEST(alg_test, EachCodeHasItsObject) {
     for (const Row& row : kRows) {
         const VT_P11_Alg alg = ready(row.code);
         AlgObject object;
@@ -465,7 +465,7 @@ TEST(AlgTest, EachCodeHasItsObject) {
     }
 }
 
-TEST(AlgTest, RsaNeedsTheClassOfAnRsaKey) {
+TEST(alg_test, RsaNeedsTheClassOfAnRsaKey) {
     const VT_P11_Alg alg = ready(8);
     for (const int keyClass : {2, 3}) {
         AlgObject object;
@@ -479,7 +479,7 @@ TEST(AlgTest, RsaNeedsTheClassOfAnRsaKey) {
     }
 }
 
-TEST(AlgTest, TheOthersTakeAnyKeyClass) {
+TEST(alg_test, TheOthersTakeAnyKeyClass) {
     for (const Row& row : kRows) {
         for (const int keyClass : {-1, 0, 1, 2, 3, 99}) {
             if (row.code == 8)
@@ -490,7 +490,7 @@ TEST(AlgTest, TheOthersTakeAnyKeyClass) {
     }
 }
 
-TEST(AlgTest, NoCodeHasNoObject) {
+TEST(alg_test, NoCodeHasNoObject) {
     VT_P11_Alg failed;
     ASSERT_EQ(failed.setAlgorithmIdentifier(identified(kNoCode)), -1006);
     for (const VT_P11_Alg& alg : {VT_P11_Alg(), failed}) {
@@ -500,7 +500,7 @@ TEST(AlgTest, NoCodeHasNoObject) {
     }
 }
 
-TEST(AlgTest, Rc2NeedsEffectiveBitsAndIv) {
+TEST(alg_test, Rc2NeedsEffectiveBitsAndIv) {
     VT_P11_Alg noBits = ready(6);
     noBits.setEffectiveBits(0);
     VT_P11_Alg noIv;
@@ -513,7 +513,7 @@ TEST(AlgTest, Rc2NeedsEffectiveBitsAndIv) {
     }
 }
 
-TEST(AlgTest, DesWithoutAnIvFailsInTheEngine) {
+TEST(alg_test, DesWithoutAnIvFailsInTheEngine) {
     for (const int code : {4, 5}) {
         VT_P11_Alg alg;
         alg.setAlgType(code);
@@ -523,7 +523,7 @@ TEST(AlgTest, DesWithoutAnIvFailsInTheEngine) {
     }
 }
 
-TEST(AlgTest, AShortIvFailsAndOfALongOneEightBytesCount) {
+TEST(alg_test, AShortIvFailsAndOfALongOneEightBytesCount) {
     for (const int code : {4, 5, 6}) {
         VT_P11_Alg alg = ready(code);
         alg.setIV(miByte(Bytes(7, 1)));
@@ -542,7 +542,7 @@ TEST(AlgTest, AShortIvFailsAndOfALongOneEightBytesCount) {
     }
 }
 
-TEST(AlgTest, AnAbsentShellIsRefused) {
+TEST(alg_test, AnAbsentShellIsRefused) {
     for (const Row& row : kRows) {
         EXPECT_EQ(ready(row.code).GetVCKAIObj(nullptr, 2), -2);
         unsigned char* none = nullptr;
@@ -551,7 +551,7 @@ TEST(AlgTest, AnAbsentShellIsRefused) {
     }
 }
 
-TEST(AlgTest, AnObjectWithoutMemoryIsFreedOnce) {
+TEST(alg_test, AnObjectWithoutMemoryIsFreedOnce) {
     for (const Row& row : kRows) {
         const VT_P11_Alg alg = ready(row.code);
         long n = 1;
@@ -570,7 +570,7 @@ TEST(AlgTest, AnObjectWithoutMemoryIsFreedOnce) {
     }
 }
 
-TEST(AlgTest, CopiesAreDeep) {
+TEST(alg_test, CopiesAreDeep) {
     VT_P11_Alg original = ready(6);
     VT_P11_Alg copy(original);
     VT_P11_Alg assigned = ready(5);
@@ -587,7 +587,7 @@ TEST(AlgTest, CopiesAreDeep) {
     expectNothingBut(assigned, 0);
 }
 
-TEST(AlgTest, AssigningToItselfChangesNothing) {
+TEST(alg_test, AssigningToItselfChangesNothing) {
     VT_P11_Alg alg = ready(6);
     const VT_P11_Alg& same = alg;
     alg = same;
@@ -595,7 +595,7 @@ TEST(AlgTest, AssigningToItselfChangesNothing) {
     EXPECT_EQ(ivOf(alg), kIv);
 }
 
-TEST(AlgTest, ACopyWithoutMemoryHasNoIv) {
+TEST(alg_test, ACopyWithoutMemoryHasNoIv) {
     const VT_P11_Alg original = ready(6);
     VT_P11_Alg assigned = ready(5);
     AlgFields copied = {};
@@ -617,7 +617,7 @@ TEST(AlgTest, ACopyWithoutMemoryHasNoIv) {
     }
 }
 
-TEST(AlgTest, ResetMakesItNew) {
+TEST(alg_test, ResetMakesItNew) {
     VT_P11_Alg alg = ready(6);
     alg.Reset();
     expectNothingBut(alg, 0);

@@ -28,9 +28,9 @@ bool isEmpty(const SOFT_TABLE& table) {
     return std::all_of(slots, slots + sizeof(SOFT_TABLE) / sizeof *slots, [](auto slot) { return slot == nullptr; });
 }
 
-class ChooserObjectTest : public testing::Test {
+class chooser_object_test : public testing::Test {
   protected:
-    ~ChooserObjectTest() override {
+    ~chooser_object_test() override {
         module.succeed();
         if (chooser != nullptr) {
             EXPECT_EQ(DestroyChooserObject(&chooser), 0);
@@ -61,13 +61,13 @@ class ChooserObjectTest : public testing::Test {
 
 // ChooserOpenSession.
 
-TEST_F(ChooserObjectTest, NoModuleGoesToSoftware) {
+TEST_F(chooser_object_test, NoModuleGoesToSoftware) {
     EXPECT_EQ(ChooserOpenSession(&work), 1);
     EXPECT_EQ(ChooserOpenSession(nullptr), 1);
     EXPECT_EQ(work.session, 99u) << "the record is left alone";
 }
 
-TEST_F(ChooserObjectTest, EntryWithoutSlotOrHandleGoesToSoftware) {
+TEST_F(chooser_object_test, EntryWithoutSlotOrHandleGoesToSoftware) {
     load();
     const HMODULE handle = tokenModuleTable.moduleHandles[0];
     tokenModuleTable.moduleHandles[0] = nullptr;
@@ -79,13 +79,13 @@ TEST_F(ChooserObjectTest, EntryWithoutSlotOrHandleGoesToSoftware) {
     EXPECT_EQ(ChooserOpenSession(&work), 0);
 }
 
-TEST_F(ChooserObjectTest, AbsentRecord) {
+TEST_F(chooser_object_test, AbsentRecord) {
     load();
     EXPECT_EQ(ChooserOpenSession(nullptr), -2);
     EXPECT_THAT(module.calls(), IsEmpty());
 }
 
-TEST_F(ChooserObjectTest, BothTextsAreTheSwitch) {
+TEST_F(chooser_object_test, BothTextsAreTheSwitch) {
     load();
     work.selection = {0, nullptr, 0, "b", 1};
     EXPECT_EQ(ChooserOpenSession(&work), 1);
@@ -98,7 +98,7 @@ TEST_F(ChooserObjectTest, BothTextsAreTheSwitch) {
     EXPECT_EQ(ChooserOpenSession(&work), 0) << "what they say does not matter";
 }
 
-TEST_F(ChooserObjectTest, OpensASessionOnTheCurrentSlot) {
+TEST_F(chooser_object_test, OpensASessionOnTheCurrentSlot) {
     load();
     EXPECT_EQ(ChooserOpenSession(&work), 0);
     ASSERT_THAT(module.names(), ElementsAre("C_GetFunctionList", "C_OpenSession"));
@@ -110,7 +110,7 @@ TEST_F(ChooserObjectTest, OpensASessionOnTheCurrentSlot) {
     EXPECT_EQ(work.functions->C_CloseSession(work.session), CKR_OK);
 }
 
-TEST_F(ChooserObjectTest, EachCallFails) {
+TEST_F(chooser_object_test, EachCallFails) {
     load();
     for (const char* name : {"C_GetFunctionList", "C_OpenSession"}) {
         SCOPED_TRACE(name);
@@ -128,7 +128,7 @@ TEST_F(ChooserObjectTest, EachCallFails) {
     }
 }
 
-TEST_F(ChooserObjectTest, NoFunctionList) {
+TEST_F(chooser_object_test, NoFunctionList) {
     load();
     {
         const Replaced<&SystemApi::GetProcAddress> getProcAddress([](HMODULE, LPCSTR) -> FARPROC { return nullptr; });
@@ -142,18 +142,18 @@ TEST_F(ChooserObjectTest, NoFunctionList) {
 
 // CreateChooserObject.
 
-TEST_F(ChooserObjectTest, AbsentArguments) {
+TEST_F(chooser_object_test, AbsentArguments) {
     EXPECT_EQ(CreateChooserObject(nullptr, &work), -2);
     EXPECT_EQ(CreateChooserObject(&chooser, nullptr), -2);
     EXPECT_EQ(chooser, nullptr);
 }
 
-TEST_F(ChooserObjectTest, SoftwareChooser) {
+TEST_F(chooser_object_test, SoftwareChooser) {
     EXPECT_EQ(CreateChooserObject(&chooser, &work), 0);
     expectSoftware();
 }
 
-TEST_F(ChooserObjectTest, SoftwareChooserBesideAModule) {
+TEST_F(chooser_object_test, SoftwareChooserBesideAModule) {
     load();
     work.selection = {};
     EXPECT_EQ(CreateChooserObject(&chooser, &work), 0);
@@ -161,7 +161,7 @@ TEST_F(ChooserObjectTest, SoftwareChooserBesideAModule) {
     EXPECT_THAT(module.calls(), IsEmpty());
 }
 
-TEST_F(ChooserObjectTest, TokenChooser) {
+TEST_F(chooser_object_test, TokenChooser) {
     load();
     EXPECT_EQ(CreateChooserObject(&chooser, &work), 0);
     ASSERT_NE(chooser, nullptr);
@@ -173,7 +173,7 @@ TEST_F(ChooserObjectTest, TokenChooser) {
     EXPECT_THAT(module.names(), ElementsAre("C_GetFunctionList", "C_OpenSession"));
 }
 
-TEST_F(ChooserObjectTest, EachChooserHasASessionOfItsOwn) {
+TEST_F(chooser_object_test, EachChooserHasASessionOfItsOwn) {
     load();
     CHOOSER* other = nullptr;
     EXPECT_EQ(CreateChooserObject(&chooser, &work), 0);
@@ -183,7 +183,7 @@ TEST_F(ChooserObjectTest, EachChooserHasASessionOfItsOwn) {
     EXPECT_EQ(module.openSessions(), 2u) << "that of the login, and the first chooser's";
 }
 
-TEST_F(ChooserObjectTest, CanceledSessionGoesToSoftware) {
+TEST_F(chooser_object_test, CanceledSessionGoesToSoftware) {
     load();
     constexpr CK_RV kCanceled = 1;
     module.fail("C_OpenSession", kCanceled);
@@ -191,7 +191,7 @@ TEST_F(ChooserObjectTest, CanceledSessionGoesToSoftware) {
     expectSoftware();
 }
 
-TEST_F(ChooserObjectTest, FieldIsAsItWasAfterAFailure) {
+TEST_F(chooser_object_test, FieldIsAsItWasAfterAFailure) {
     load();
     module.fail("C_OpenSession", CKR_DEVICE_ERROR);
     CHOOSER before = {};
@@ -200,14 +200,14 @@ TEST_F(ChooserObjectTest, FieldIsAsItWasAfterAFailure) {
     EXPECT_EQ(field, &before);
 }
 
-TEST_F(ChooserObjectTest, ExhaustedMemoryInSoftware) {
+TEST_F(chooser_object_test, ExhaustedMemoryInSoftware) {
     std::vector<int> codes;
     codes.reserve(8);
     EXPECT_EQ(support::forEachExhaustion([&] { codes.push_back(CreateChooserObject(&chooser, &work)); }), 2);
     EXPECT_THAT(codes, ElementsAre(-1, -1, 0));
 }
 
-TEST_F(ChooserObjectTest, ExhaustedMemoryOnAToken) {
+TEST_F(chooser_object_test, ExhaustedMemoryOnAToken) {
     load();
     const support::FrugalModule frugal;
     std::vector<int> codes;
@@ -220,7 +220,7 @@ TEST_F(ChooserObjectTest, ExhaustedMemoryOnAToken) {
     EXPECT_EQ(support::FrugalModule::openSessions(), 0);
 }
 
-TEST_F(ChooserObjectTest, NewestModuleIsUsed) {
+TEST_F(chooser_object_test, NewestModuleIsUsed) {
     load();
     RecordingModule second(p11::kSecondModule);
     second.addToken("Card").slot = 21;
@@ -235,14 +235,14 @@ TEST_F(ChooserObjectTest, NewestModuleIsUsed) {
     EXPECT_EQ(module.call("C_OpenSession").slot, 7u);
 }
 
-TEST_F(ChooserObjectTest, SoftwareAgainAfterTheLastUnload) {
+TEST_F(chooser_object_test, SoftwareAgainAfterTheLastUnload) {
     load();
     EXPECT_EQ(TokenModuleUnload(), 0);
     EXPECT_EQ(CreateChooserObject(&chooser, &work), 0);
     expectSoftware();
 }
 
-TEST_F(ChooserObjectTest, OperationsGoToTheModule) {
+TEST_F(chooser_object_test, OperationsGoToTheModule) {
     load();
     UseTokenSide(nullptr);
     EXPECT_EQ(CreateChooserObject(&chooser, &work), 0);
@@ -255,12 +255,12 @@ TEST_F(ChooserObjectTest, OperationsGoToTheModule) {
 
 // DestroyChooserObject.
 
-TEST_F(ChooserObjectTest, DestroyOfNothing) {
+TEST_F(chooser_object_test, DestroyOfNothing) {
     EXPECT_EQ(DestroyChooserObject(nullptr), -2);
     EXPECT_EQ(DestroyChooserObject(&chooser), -2);
 }
 
-TEST_F(ChooserObjectTest, DestroyInSoftwareCallsNothing) {
+TEST_F(chooser_object_test, DestroyInSoftwareCallsNothing) {
     load();
     work.selection = {};
     EXPECT_EQ(CreateChooserObject(&chooser, &work), 0);
@@ -269,7 +269,7 @@ TEST_F(ChooserObjectTest, DestroyInSoftwareCallsNothing) {
     EXPECT_THAT(module.calls(), IsEmpty());
 }
 
-TEST_F(ChooserObjectTest, DestroyClosesTheSession) {
+TEST_F(chooser_object_test, DestroyClosesTheSession) {
     load();
     EXPECT_EQ(CreateChooserObject(&chooser, &work), 0);
     EXPECT_EQ(DestroyChooserObject(&chooser), 0);
@@ -278,7 +278,7 @@ TEST_F(ChooserObjectTest, DestroyClosesTheSession) {
     EXPECT_EQ(module.openSessions(), 1u) << "that of the login";
 }
 
-TEST_F(ChooserObjectTest, ChooserRemainsIfItsSessionDoesNotClose) {
+TEST_F(chooser_object_test, ChooserRemainsIfItsSessionDoesNotClose) {
     load();
     EXPECT_EQ(CreateChooserObject(&chooser, &work), 0);
     CHOOSER* const before = chooser;
@@ -290,7 +290,7 @@ TEST_F(ChooserObjectTest, ChooserRemainsIfItsSessionDoesNotClose) {
     EXPECT_EQ(module.count("C_CloseSession"), 2u);
 }
 
-TEST_F(ChooserObjectTest, DestroyLooksAtSessionAndFunctionsAlone) {
+TEST_F(chooser_object_test, DestroyLooksAtSessionAndFunctionsAlone) {
     load();
     EXPECT_EQ(CreateChooserObject(&chooser, &work), 0);
     chooser->useToken = 0;

@@ -9,20 +9,20 @@
 
 namespace {
 
-TEST(TokenCodes, TextOfEachEngineCode) {
+TEST(codes_test, TextOfEachEngineCode) {
     EXPECT_STREQ(VT_EngineText(0), "\xB7\xB5\xBB\xD8\xB3\xC9\xB9\xA6");
     EXPECT_STREQ(VT_EngineText(-21), "\xC6\xE4\xCB\xFB\xB4\xED\xCE\xF3");
     for (int code = 0; code >= -21; --code)
         EXPECT_NE(VT_EngineText(code), nullptr) << code;
 }
 
-TEST(TokenCodes, NoTextElsewhere) {
+TEST(codes_test, NoTextElsewhere) {
     for (const int code : {1, -22, -23, -101, -1000, INT_MAX, INT_MIN})
         EXPECT_EQ(VT_EngineText(code), nullptr) << code;
 }
 
 // Programs compare with the numbers.
-TEST(TokenCodes, NumbersOfTheToolkitsCodes) {
+TEST(codes_test, NumbersOfTheToolkitsCodes) {
     const std::pair<int, int> kCodes[] = {
         {token::kWrongKeyType, -1000},
         {token::kElementAbsent, -1001},

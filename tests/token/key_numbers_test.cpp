@@ -129,7 +129,7 @@ RSAPrivateKey privateDer(const Numbers& contents) {
     return inDer<RSAPrivateKey>(contents, kPrivateNames);
 }
 
-TEST(KeyNumbersTest, APublicKeyGoesInAndOutAsACopy) {
+TEST(key_numbers_test, APublicKeyGoesInAndOutAsACopy) {
     Numbers numbers = sample(2, 1);
     VT_P11_Key key;
     const PublicRecord given = publicRecord(numbers);
@@ -147,7 +147,7 @@ TEST(KeyNumbersTest, APublicKeyGoesInAndOutAsACopy) {
     VT_FreePublicKey(nullptr);
 }
 
-TEST(KeyNumbersTest, APrivateKeyGoesInAndOutAsACopy) {
+TEST(key_numbers_test, APrivateKeyGoesInAndOutAsACopy) {
     Numbers numbers = sample(8, 1);
     VT_P11_Key key;
     const PrivateRecord given = privateRecord(numbers);
@@ -165,7 +165,7 @@ TEST(KeyNumbersTest, APrivateKeyGoesInAndOutAsACopy) {
     VT_FreePrivateKey(nullptr);
 }
 
-TEST(KeyNumbersTest, NullStructuresAreRefused) {
+TEST(key_numbers_test, NullStructuresAreRefused) {
     VT_P11_Key key = publicKey(sample(2, 1));
     EXPECT_EQ(key.setPublicKey(nullptr), -1010);
     EXPECT_EQ(key.getPublicKey(nullptr), -1010);
@@ -177,7 +177,7 @@ TEST(KeyNumbersTest, NullStructuresAreRefused) {
 }
 
 // Each number in turn is null, or has no length.
-TEST(KeyNumbersTest, APublicKeyThatIsNotWholeLeavesNone) {
+TEST(key_numbers_test, APublicKeyThatIsNotWholeLeavesNone) {
     const Numbers numbers = sample(2, 1);
     for (auto pair : kPublicPairs) {
         for (const bool isNull : {true, false}) {
@@ -195,7 +195,7 @@ TEST(KeyNumbersTest, APublicKeyThatIsNotWholeLeavesNone) {
     }
 }
 
-TEST(KeyNumbersTest, APrivateKeyThatIsNotWholeLeavesNone) {
+TEST(key_numbers_test, APrivateKeyThatIsNotWholeLeavesNone) {
     const Numbers numbers = sample(8, 1);
     for (auto pair : kPrivatePairs) {
         for (const bool isNull : {true, false}) {
@@ -213,7 +213,7 @@ TEST(KeyNumbersTest, APrivateKeyThatIsNotWholeLeavesNone) {
     }
 }
 
-TEST(KeyNumbersTest, NoKeyGivesZeros) {
+TEST(key_numbers_test, NoKeyGivesZeros) {
     unsigned char byte = 1;
     PublicRecord gotPublic = {{&byte, 1}, {&byte, 1}};
     EXPECT_EQ(VT_P11_Key().getPublicKey(&gotPublic), 0);
@@ -225,7 +225,7 @@ TEST(KeyNumbersTest, NoKeyGivesZeros) {
     expectZeros(gotPrivate, kPrivatePairs);
 }
 
-TEST(KeyNumbersTest, ThePublicFormsAreIndependent) {
+TEST(key_numbers_test, ThePublicFormsAreIndependent) {
     VT_P11_Key key = privateKey(sample(8, 1));
     EXPECT_EQ(publicNumbers(key), kNoPublic);
     ASSERT_EQ(key.setRSAPrivateKey(privateDer(sample(8, 0x21))), 0);
@@ -236,7 +236,7 @@ TEST(KeyNumbersTest, ThePublicFormsAreIndependent) {
     EXPECT_EQ(privateNumbers(key), sample(8, 0x21));
 }
 
-TEST(KeyNumbersTest, SettersReplaceWhatWasThere) {
+TEST(key_numbers_test, SettersReplaceWhatWasThere) {
     VT_P11_Key key = publicKey(sample(2, 1));
     const Numbers others = sample(2, 0x40);
     const PublicRecord given = publicRecord(others);
@@ -247,7 +247,7 @@ TEST(KeyNumbersTest, SettersReplaceWhatWasThere) {
 }
 
 // What goes wrong with memory leaves no half of a key.
-TEST(KeyNumbersTest, WithoutMemoryThereIsNoKey) {
+TEST(key_numbers_test, WithoutMemoryThereIsNoKey) {
     const Numbers twoNumbers = sample(2, 1);
     const Numbers eightNumbers = sample(8, 1);
     const PublicRecord givenPublic = publicRecord(twoNumbers);
@@ -291,7 +291,7 @@ Bytes leadingZero(std::size_t length) {
     return number;
 }
 
-TEST(KeyNumbersTest, TheLeadingZeroGoesWhereTheRestIsAWholeKey) {
+TEST(key_numbers_test, TheLeadingZeroGoesWhereTheRestIsAWholeKey) {
     for (std::size_t length = 2; length <= 300; ++length) {
         const Bytes given = leadingZero(length);
         const Bytes expected = length % 8 == 1 ? Bytes(given.begin() + 1, given.end()) : given;
@@ -303,7 +303,7 @@ TEST(KeyNumbersTest, TheLeadingZeroGoesWhereTheRestIsAWholeKey) {
     }
 }
 
-TEST(KeyNumbersTest, OfKnownLengthsTheLeadingZeroGoesOrStays) {
+TEST(key_numbers_test, OfKnownLengthsTheLeadingZeroGoesOrStays) {
     struct Row {
         std::size_t given;
         std::size_t held;
@@ -316,7 +316,7 @@ TEST(KeyNumbersTest, OfKnownLengthsTheLeadingZeroGoesOrStays) {
     }
 }
 
-TEST(KeyNumbersTest, OtherFirstBytesStayAtAnyLength) {
+TEST(key_numbers_test, OtherFirstBytesStayAtAnyLength) {
     for (const std::size_t length : {1U, 8U, 9U, 64U, 65U, 129U, 257U}) {
         const Bytes given(length, 0x71);
         VT_P11_Key key;
@@ -326,7 +326,7 @@ TEST(KeyNumbersTest, OtherFirstBytesStayAtAnyLength) {
 }
 
 // Some programs leave the zero out that keeps a number positive.
-TEST(KeyNumbersTest, ANegativeNumberCountsByItsBytes) {
+TEST(key_numbers_test, ANegativeNumberCountsByItsBytes) {
     const Bytes modulus(128, 0xC3);
     VT_P11_Key key;
     ASSERT_EQ(key.setRSAPublicKey(publicDer({modulus, {0x80}})), 0);
@@ -349,7 +349,7 @@ Numbers held(const KeyVector& vector) {
     return numbers;
 }
 
-TEST(KeyNumbersTest, ReadsThePublicKeysOfOpensslAndWritesTheSame) {
+TEST(key_numbers_test, ReadsThePublicKeysOfOpensslAndWritesTheSame) {
     for (const KeyVector& vector : kKeyVectors) {
         VT_P11_Key key;
         ASSERT_EQ(key.setRSAPublicKey(decoded<RSAPublicKey>(vector.publicDer)), 0);
@@ -362,7 +362,7 @@ TEST(KeyNumbersTest, ReadsThePublicKeysOfOpensslAndWritesTheSame) {
     }
 }
 
-TEST(KeyNumbersTest, ReadsThePrivateKeysOfOpensslAndWritesTheSame) {
+TEST(key_numbers_test, ReadsThePrivateKeysOfOpensslAndWritesTheSame) {
     for (const KeyVector& vector : kKeyVectors) {
         VT_P11_Key key;
         ASSERT_EQ(key.setRSAPrivateKey(decoded<RSAPrivateKey>(vector.privateDer)), 0);
@@ -374,7 +374,7 @@ TEST(KeyNumbersTest, ReadsThePrivateKeysOfOpensslAndWritesTheSame) {
     }
 }
 
-TEST(KeyNumbersTest, AModulusOf1032BitsKeepsItsZero) {
+TEST(key_numbers_test, AModulusOf1032BitsKeepsItsZero) {
     VT_P11_Key key;
     ASSERT_EQ(key.setRSAPublicKey(decoded<RSAPublicKey>(kKeyVectors[2].publicDer)), 0);
     ASSERT_EQ(kKeyVectors[2].bits, 1032);
@@ -382,7 +382,7 @@ TEST(KeyNumbersTest, AModulusOf1032BitsKeepsItsZero) {
     EXPECT_EQ(publicNumbers(key)[0][0], 0);
 }
 
-TEST(KeyNumbersTest, NumbersInDerAreShortestWhateverZerosTheyCarry) {
+TEST(key_numbers_test, NumbersInDerAreShortestWhateverZerosTheyCarry) {
     for (const std::size_t zeros : {0U, 1U, 2U, 3U, 9U}) {
         for (const KeyVector& vector : kKeyVectors) {
             Numbers padded;
@@ -401,7 +401,7 @@ TEST(KeyNumbersTest, NumbersInDerAreShortestWhateverZerosTheyCarry) {
     }
 }
 
-TEST(KeyNumbersTest, ANumberOfZerosIsZeroInDer) {
+TEST(key_numbers_test, ANumberOfZerosIsZeroInDer) {
     RSAPublicKey written;
     ASSERT_EQ(publicKey({{0, 0, 0}, {0}}).getRSAPublicKey(written), 0);
     EXPECT_EQ(encoded(written), hex("30 06 02 01 00 02 01 00"));
@@ -409,7 +409,7 @@ TEST(KeyNumbersTest, ANumberOfZerosIsZeroInDer) {
     EXPECT_EQ(key.setRSAPublicKey(written), -1015);
 }
 
-TEST(KeyNumbersTest, TheCodeDecidesWhatIsWritten) {
+TEST(key_numbers_test, TheCodeDecidesWhatIsWritten) {
     for (const int code : {-1, 1, 2, 3, 4, 5, 6, 7}) {
         VT_P11_Key key = privateKey(sample(8, 1));
         const Numbers two = sample(2, 1);
@@ -431,7 +431,7 @@ TEST(KeyNumbersTest, TheCodeDecidesWhatIsWritten) {
     }
 }
 
-TEST(KeyNumbersTest, WithoutNumbersNothingIsWritten) {
+TEST(key_numbers_test, WithoutNumbersNothingIsWritten) {
     VT_P11_Key key;
     key.setKeyType(5);
     RSAPublicKey writtenPublic = publicDer(sample(2, 1));
@@ -485,13 +485,13 @@ void expectStopAtEachPublicNumber(int code, Spoil&& spoil) {
     }
 }
 
-TEST(KeyNumbersTest, AnAbsentNumberIsReported) {
+TEST(key_numbers_test, AnAbsentNumberIsReported) {
     const auto spoil = [](AsnSequence& key, const char* name) { key.Find(name)->SetAsnPresent(false); };
     expectStopAtEachPublicNumber(-1010, spoil);
     expectStopAtEachPrivateNumber(-1010, spoil);
 }
 
-TEST(KeyNumbersTest, ANumberThatIsZeroIsReported) {
+TEST(key_numbers_test, ANumberThatIsZeroIsReported) {
     const auto spoil = [](AsnSequence& key, const char* name) {
         const AsnInteger zero(0);
         key.Set(name, &zero);
@@ -500,7 +500,7 @@ TEST(KeyNumbersTest, ANumberThatIsZeroIsReported) {
     expectStopAtEachPrivateNumber(-1015, spoil);
 }
 
-TEST(KeyNumbersTest, AnEmptyKeyIsReported) {
+TEST(key_numbers_test, AnEmptyKeyIsReported) {
     VT_P11_Key key;
     EXPECT_EQ(key.setRSAPublicKey(RSAPublicKey()), -1010);
     EXPECT_EQ(key.setRSAPrivateKey(RSAPrivateKey()), -1010);
@@ -509,7 +509,7 @@ TEST(KeyNumbersTest, AnEmptyKeyIsReported) {
     EXPECT_EQ(typeOf(key), -1);
 }
 
-TEST(KeyNumbersTest, AMissingElement) {
+TEST(key_numbers_test, AMissingElement) {
     RSAPublicKey noModulus = publicDer(sample(2, 1));
     noModulus.DelElement("pkModulus");
     RSAPublicKey noExponent = publicDer(sample(2, 1));
@@ -533,7 +533,7 @@ TEST(KeyNumbersTest, AMissingElement) {
     EXPECT_THROW(key.setRSAPublicKey(noList), MiInvalidArgumentExp);
 }
 
-TEST(KeyNumbersTest, ANumberWithoutMemoryIsReported) {
+TEST(key_numbers_test, ANumberWithoutMemoryIsReported) {
     const Numbers numbers = sample(8, 0x21);
     const RSAPrivateKey givenPrivate = privateDer(numbers);
     const RSAPublicKey givenPublic = publicDer(numbers);
@@ -564,7 +564,7 @@ TEST(KeyNumbersTest, ANumberWithoutMemoryIsReported) {
     }
 }
 
-TEST(KeyNumbersTest, TheVersionIsNotLookedAt) {
+TEST(key_numbers_test, TheVersionIsNotLookedAt) {
     for (const int version : {0, 1, 77, -1}) {
         RSAPrivateKey given = privateDer(sample(8, 1));
         given.SetVersion(AsnInteger(version));
@@ -592,7 +592,7 @@ void expectAnswer(const Bytes& der, int (VT_P11_Key::*set)(const Key&)) {
     }
 }
 
-TEST(KeyNumbersTest, BrokenKeysGiveACodeOrAnException) {
+TEST(key_numbers_test, BrokenKeysGiveACodeOrAnException) {
     const KeyVector& vector = kKeyVectors[0];
     const auto all = [](const Bytes& good, const std::function<void(const Bytes&)>& use) {
         for (const auto& list :
@@ -607,7 +607,7 @@ TEST(KeyNumbersTest, BrokenKeysGiveACodeOrAnException) {
     all(hex(vector.privateDer), [](const Bytes& der) { expectAnswer(der, &VT_P11_Key::setRSAPrivateKey); });
 }
 
-TEST(KeyNumbersTest, AHugeModulusIsHeldAndRefusedByTheEngine) {
+TEST(key_numbers_test, AHugeModulusIsHeldAndRefusedByTheEngine) {
     VT_P11_Key key;
     ASSERT_EQ(key.setRSAPublicKey(publicDer({Bytes(100000, 0x55), {3}})), 0);
     EXPECT_EQ(publicNumbers(key)[0].size(), 100000U);

@@ -124,7 +124,7 @@ void expectFull(const VT_P11_Key& key) {
         EXPECT_EQ(bytesOf(fields.privateNumbers[i]), numbers.bytes[i]) << i;
 }
 
-TEST(KeyTest, FieldsStandInTheirOrderAndNothingElseIsThere) {
+TEST(key_test, FieldsStandInTheirOrderAndNothingElseIsThere) {
     EXPECT_TRUE(std::is_standard_layout_v<VT_P11_Key>);
     EXPECT_FALSE(std::is_polymorphic_v<VT_P11_Key>);
     constexpr std::size_t pointer = sizeof(void*);
@@ -140,7 +140,7 @@ TEST(KeyTest, FieldsStandInTheirOrderAndNothingElseIsThere) {
     expectFull(full());
 }
 
-TEST(KeyTest, ExchangeStructuresStandInTheirOrder) {
+TEST(key_test, ExchangeStructuresStandInTheirOrder) {
     constexpr std::size_t pair = 2 * sizeof(void*);
     EXPECT_EQ(sizeof(VT_PKCS11_BYTES), pair);
     EXPECT_EQ(offsetof(VT_PKCS11_SESSION_KEY, use), pair);
@@ -157,14 +157,14 @@ TEST(KeyTest, ExchangeStructuresStandInTheirOrder) {
     EXPECT_EQ(sizeof(VT_PKCS11_RSA_PRIVATE_KEY), sizeof(RSA_KEY_ITEMS));
 }
 
-TEST(KeyTest, ANewOneHasNoCodeAndNothingElse) {
+TEST(key_test, ANewOneHasNoCodeAndNothingElse) {
     const VT_P11_Key key;
     expectNew(key);
     EXPECT_EQ(typeOf(key), -1);
     EXPECT_EQ(key.getAK(), 1);
 }
 
-TEST(KeyTest, CodesAreOneToSeven) {
+TEST(key_test, CodesAreOneToSeven) {
     for (int code = 1; code <= 7; ++code)
         EXPECT_EQ(typeOf(withCode(code)), code);
     VT_P11_Key key = withCode(5);
@@ -173,7 +173,7 @@ TEST(KeyTest, CodesAreOneToSeven) {
     EXPECT_EQ(typeOf(key), 5) << "a refused code leaves the old one";
 }
 
-TEST(KeyTest, KeyClassesTellTheHalvesOfRsa) {
+TEST(key_test, KeyClassesTellTheHalvesOfRsa) {
     for (int code = 1; code <= 7; ++code)
         EXPECT_EQ(withCode(code).getAK(), code == 5 ? 2 : code == 6 ? 3 : 1) << code;
     VT_P11_Key labelled = withCode(6);
@@ -181,7 +181,7 @@ TEST(KeyTest, KeyClassesTellTheHalvesOfRsa) {
     EXPECT_EQ(labelled.getAK(), 3);
 }
 
-TEST(KeyTest, ALabelIsCopied) {
+TEST(key_test, ALabelIsCopied) {
     char label[] = "first";
     VT_P11_Key key;
     ASSERT_EQ(key.setTokenKeyLabel(text(label)), 0);
@@ -193,7 +193,7 @@ TEST(KeyTest, ALabelIsCopied) {
     EXPECT_EQ(fieldsOf(key).keyType, -1) << "the code is not touched";
 }
 
-TEST(KeyTest, AnAbsentOrEmptyLabelIsRefused) {
+TEST(key_test, AnAbsentOrEmptyLabelIsRefused) {
     VT_P11_Key key;
     for (const unsigned char* label : {static_cast<const unsigned char*>(nullptr), text("")}) {
         EXPECT_EQ(key.setTokenKeyLabel(label), -1010);
@@ -204,7 +204,7 @@ TEST(KeyTest, AnAbsentOrEmptyLabelIsRefused) {
     EXPECT_STREQ(fieldsOf(key).label, "old");
 }
 
-TEST(KeyTest, ALabelWithoutMemoryLeavesTheOldOne) {
+TEST(key_test, ALabelWithoutMemoryLeavesTheOldOne) {
     VT_P11_Key key;
     int code = 0;
     {
@@ -222,7 +222,7 @@ TEST(KeyTest, ALabelWithoutMemoryLeavesTheOldOne) {
     EXPECT_STREQ(fieldsOf(key).label, "old");
 }
 
-TEST(KeyTest, ASessionKeyGoesInAndOutAsACopy) {
+TEST(key_test, ASessionKeyGoesInAndOutAsACopy) {
     Bytes bytes = numbered(16);
     const VT_PKCS11_SESSION_KEY given = {over(bytes), -7};
     VT_P11_Key key = withCode(4);
@@ -241,7 +241,7 @@ TEST(KeyTest, ASessionKeyGoesInAndOutAsACopy) {
     VT_FreeSessionKey(nullptr);
 }
 
-TEST(KeyTest, AnAbsentOrEmptySessionKeyIsRefused) {
+TEST(key_test, AnAbsentOrEmptySessionKeyIsRefused) {
     VT_P11_Key key = sessionKey(2, numbered(8), 8);
     EXPECT_EQ(key.setSessionKey(nullptr), -1010);
     unsigned char byte = 1;
@@ -253,7 +253,7 @@ TEST(KeyTest, AnAbsentOrEmptySessionKeyIsRefused) {
     EXPECT_EQ(bytesOf(fieldsOf(key).sessionKey, 8), numbered(8)) << "the old one stays";
 }
 
-TEST(KeyTest, NoSessionKeyGivesZeros) {
+TEST(key_test, NoSessionKeyGivesZeros) {
     const VT_P11_Key key;
     unsigned char byte = 1;
     VT_PKCS11_SESSION_KEY got = {{&byte, 1}, 1};
@@ -263,7 +263,7 @@ TEST(KeyTest, NoSessionKeyGivesZeros) {
     EXPECT_EQ(sessionKey(2, numbered(8)).getSessionKey(nullptr), -1010);
 }
 
-TEST(KeyTest, ASessionKeyWithoutMemory) {
+TEST(key_test, ASessionKeyWithoutMemory) {
     VT_P11_Key key = sessionKey(2, numbered(8), 8);
     const Bytes bytes = numbered(24);
     const VT_PKCS11_SESSION_KEY given = {over(bytes), 24};
@@ -295,7 +295,7 @@ constexpr Named kNamed[] = {
     {"1.2.840.113549.3.7", 16, 7},  {"1.2.840.113549.3.7", 0, 1},  {"1.2.840.113549.3.7", 15, 1},
     {"1.2.840.113549.3.7", -16, 1}, {"1.2.840.113549.3.2", 16, 3}, {"1.2.840.113549.3.4", 16, 4}};
 
-TEST(KeyTest, AnIdentifierGivesASessionKeyItsCode) {
+TEST(key_test, AnIdentifierGivesASessionKeyItsCode) {
     for (const Named& row : kNamed) {
         VT_P11_Key key = withCode(5);
         ASSERT_EQ(key.setSessionKey(miByte(numbered(24)), row.use, identified(row.oid)), 0);
@@ -311,13 +311,13 @@ TEST(KeyTest, AnIdentifierGivesASessionKeyItsCode) {
     }
 }
 
-TEST(KeyTest, AnEmptySessionKeyChangesNothing) {
+TEST(key_test, AnEmptySessionKeyChangesNothing) {
     VT_P11_Key key = full();
     EXPECT_EQ(key.setSessionKey(MiByte(), 9, identified(kDes)), 0);
     expectFull(key);
 }
 
-TEST(KeyTest, ASessionKeyOfAnotherAlgorithmIsNotHeld) {
+TEST(key_test, ASessionKeyOfAnotherAlgorithmIsNotHeld) {
     AlgorithmIdentifier empty;
     const AlgorithmIdentifier rsa = identified("1.2.840.113549.1.1.1");
     const AlgorithmIdentifier sha1 = identified("1.3.14.3.2.26");
@@ -335,7 +335,7 @@ TEST(KeyTest, ASessionKeyOfAnotherAlgorithmIsNotHeld) {
     }
 }
 
-TEST(KeyTest, ASessionKeyWithoutMemoryIsNotHeld) {
+TEST(key_test, ASessionKeyWithoutMemoryIsNotHeld) {
     VT_P11_Key key = sessionKey(2, numbered(8), 8);
     const MiByte bytes = miByte(numbered(24));
     const AlgorithmIdentifier identifier = identified(kDes3);
@@ -350,7 +350,7 @@ TEST(KeyTest, ASessionKeyWithoutMemoryIsNotHeld) {
     EXPECT_EQ(key.GetVCKKIObj(&object.object, 1), -1003);
 }
 
-TEST(KeyTest, AMissingElementThrowsAndTheKeyStays) {
+TEST(key_test, AMissingElementThrowsAndTheKeyStays) {
     AlgorithmIdentifier identifier;
     identifier.DelElement("algorithm");
     VT_P11_Key key = full();
@@ -358,7 +358,7 @@ TEST(KeyTest, AMissingElementThrowsAndTheKeyStays) {
     expectFull(key);
 }
 
-TEST(KeyTest, AnAlgorithmIsGivenForSessionKeysAlone) {
+TEST(key_test, AnAlgorithmIsGivenForSessionKeysAlone) {
     for (const int code : {1, 2, 3, 4, 5, 6, 7}) {
         const VT_P11_Key key = sessionKey(code, numbered(24), 24);
         MiByte bytes;
@@ -383,7 +383,7 @@ TEST(KeyTest, AnAlgorithmIsGivenForSessionKeysAlone) {
     EXPECT_EQ(identifier.GetAlgorithm(), nullptr);
 }
 
-TEST(KeyTest, NoSessionKeyLeavesTheTargets) {
+TEST(key_test, NoSessionKeyLeavesTheTargets) {
     MiByte bytes = miByte(numbered(3));
     int use = 77;
     AlgorithmIdentifier identifier = identified("1.2.3");
@@ -393,7 +393,7 @@ TEST(KeyTest, NoSessionKeyLeavesTheTargets) {
     EXPECT_EQ(oidOf(identifier), "1.2.3");
 }
 
-TEST(KeyTest, EachSessionKeyHasItsObject) {
+TEST(key_test, EachSessionKeyHasItsObject) {
     struct Row {
         int code;
         KeyAllocator allocator;
@@ -413,7 +413,7 @@ TEST(KeyTest, EachSessionKeyHasItsObject) {
     }
 }
 
-TEST(KeyTest, SessionKeysHaveTheLengthsOfTheirCiphers) {
+TEST(key_test, SessionKeysHaveTheLengthsOfTheirCiphers) {
     struct Row {
         int code;
         std::size_t length;
@@ -428,7 +428,7 @@ TEST(KeyTest, SessionKeysHaveTheLengthsOfTheirCiphers) {
     }
 }
 
-TEST(KeyTest, AKeyOfSixteenBytesForTripleDesIsRefusedByItsObject) {
+TEST(key_test, AKeyOfSixteenBytesForTripleDesIsRefusedByItsObject) {
     VT_P11_Key key;
     ASSERT_EQ(key.setSessionKey(miByte(numbered(16)), 16, identified(kDes3)), 0);
     EXPECT_EQ(typeOf(key), 7);
@@ -436,7 +436,7 @@ TEST(KeyTest, AKeyOfSixteenBytesForTripleDesIsRefusedByItsObject) {
     EXPECT_EQ(key.GetVCKKIObj(&object.object, 1), -7);
 }
 
-TEST(KeyTest, OfAnRc2KeyTheBytesInUseCount) {
+TEST(key_test, OfAnRc2KeyTheBytesInUseCount) {
     struct Row {
         std::size_t length;
         int use;
@@ -456,7 +456,7 @@ TEST(KeyTest, OfAnRc2KeyTheBytesInUseCount) {
     }
 }
 
-TEST(KeyTest, APublicKeyHasItsObject) {
+TEST(key_test, APublicKeyHasItsObject) {
     const Numbers numbers;
     KeyObject object;
     ASSERT_EQ(rsaKey(5).GetVCKKIObj(&object.object, 2), 0);
@@ -467,7 +467,7 @@ TEST(KeyTest, APublicKeyHasItsObject) {
         EXPECT_EQ(bytesOf(items[i].bytes, items[i].length), numbers.bytes[i]) << i;
 }
 
-TEST(KeyTest, APrivateKeyHasItsObject) {
+TEST(key_test, APrivateKeyHasItsObject) {
     const Numbers numbers;
     KeyObject object;
     ASSERT_EQ(rsaKey(6).GetVCKKIObj(&object.object, 3), 0);
@@ -478,7 +478,7 @@ TEST(KeyTest, APrivateKeyHasItsObject) {
         EXPECT_EQ(bytesOf(items[i].bytes, items[i].length), numbers.bytes[i]) << i;
 }
 
-TEST(KeyTest, TheKeyClassIsNotLookedAt) {
+TEST(key_test, TheKeyClassIsNotLookedAt) {
     for (const int keyClass : {INT_MIN, -1, 0, 1, 2, 3, 4, INT_MAX}) {
         KeyObject object;
         EXPECT_EQ(rsaKey(6).GetVCKKIObj(&object.object, keyClass), 0);
@@ -486,7 +486,7 @@ TEST(KeyTest, TheKeyClassIsNotLookedAt) {
     }
 }
 
-TEST(KeyTest, ALabelWinsOverEverythingElse) {
+TEST(key_test, ALabelWinsOverEverythingElse) {
     const VT_P11_Key labelled = full();
     VT_P11_Key noCode;
     noCode.setTokenKeyLabel(text("label"));
@@ -502,7 +502,7 @@ TEST(KeyTest, ALabelWinsOverEverythingElse) {
     }
 }
 
-TEST(KeyTest, AbsentMaterialIsReported) {
+TEST(key_test, AbsentMaterialIsReported) {
     for (int code = 1; code <= 7; ++code) {
         KeyObject object;
         EXPECT_EQ(withCode(code).GetVCKKIObj(&object.object, 1), -1003) << code;
@@ -510,7 +510,7 @@ TEST(KeyTest, AbsentMaterialIsReported) {
     }
 }
 
-TEST(KeyTest, OneKindOfMaterialDoesNotServeForAnother) {
+TEST(key_test, OneKindOfMaterialDoesNotServeForAnother) {
     for (int code = 1; code <= 7; ++code) {
         VT_P11_Key key = code == 5 || code == 6 ? sessionKey(code, numbered(24), 24) : rsaKey(5);
         key.setKeyType(code);
@@ -527,7 +527,7 @@ TEST(KeyTest, OneKindOfMaterialDoesNotServeForAnother) {
     }
 }
 
-TEST(KeyTest, NoCodeHasNoObject) {
+TEST(key_test, NoCodeHasNoObject) {
     VT_P11_Key noCode;
     setSessionKey(noCode, numbered(24), 24);
     VT_P11_Key unknown = rsaKey(5);
@@ -540,7 +540,7 @@ TEST(KeyTest, NoCodeHasNoObject) {
 }
 
 // setKeyType does not take the code 8; a program that writes the field is answered all the same.
-TEST(KeyTest, CodeEightBuildsNothing) {
+TEST(key_test, CodeEightBuildsNothing) {
     const std::int32_t eight = 8;
     VT_P11_Key key;
     std::memcpy(reinterpret_cast<unsigned char*>(&key), &eight, sizeof eight);
@@ -554,7 +554,7 @@ TEST(KeyTest, CodeEightBuildsNothing) {
     EXPECT_EQ(key.GetVCKKIObj(nullptr, 1), 0);
 }
 
-TEST(KeyTest, AnAbsentShellIsRefused) {
+TEST(key_test, AnAbsentShellIsRefused) {
     for (const VT_P11_Key& key : {sessionKey(1, numbered(24)), rsaKey(5), rsaKey(6), full()}) {
         EXPECT_EQ(key.GetVCKKIObj(nullptr, 1), -2);
         unsigned char* none = nullptr;
@@ -563,7 +563,7 @@ TEST(KeyTest, AnAbsentShellIsRefused) {
     }
 }
 
-TEST(KeyTest, AnObjectWithoutMemoryIsFreedOnce) {
+TEST(key_test, AnObjectWithoutMemoryIsFreedOnce) {
     for (const VT_P11_Key& key : {sessionKey(1, numbered(24)), rsaKey(5), rsaKey(6), full()}) {
         long n = 1;
         for (bool failed = true; failed; ++n) {
@@ -581,7 +581,7 @@ TEST(KeyTest, AnObjectWithoutMemoryIsFreedOnce) {
     }
 }
 
-TEST(KeyTest, CopiesAreDeep) {
+TEST(key_test, CopiesAreDeep) {
     VT_P11_Key original = full();
     const VT_P11_Key copy(original);
     VT_P11_Key assigned = rsaKey(6);
@@ -593,7 +593,7 @@ TEST(KeyTest, CopiesAreDeep) {
     expectNew(assigned);
 }
 
-TEST(KeyTest, AssigningToItselfChangesNothing) {
+TEST(key_test, AssigningToItselfChangesNothing) {
     VT_P11_Key key = full();
     const VT_P11_Key& same = key;
     key = same;
@@ -601,7 +601,7 @@ TEST(KeyTest, AssigningToItselfChangesNothing) {
 }
 
 // One piece after the other: label, session key, two and eight numbers.
-TEST(KeyTest, ACopyWithoutMemoryLacksThatPieceAlone) {
+TEST(key_test, ACopyWithoutMemoryLacksThatPieceAlone) {
     const VT_P11_Key original = full();
     constexpr long kPieces = 12;
     for (long n = 1; n <= kPieces + 1; ++n) {
@@ -629,7 +629,7 @@ TEST(KeyTest, ACopyWithoutMemoryLacksThatPieceAlone) {
     }
 }
 
-TEST(KeyTest, ALabelThatWasNotCopiedGivesNoOtherKey) {
+TEST(key_test, ALabelThatWasNotCopiedGivesNoOtherKey) {
     const VT_P11_Key original = full();
     VT_P11_Key copy;
     {
@@ -641,7 +641,7 @@ TEST(KeyTest, ALabelThatWasNotCopiedGivesNoOtherKey) {
     EXPECT_TRUE(isShell(object));
 }
 
-TEST(KeyTest, ResetMakesItNew) {
+TEST(key_test, ResetMakesItNew) {
     VT_P11_Key key = full();
     key.Reset();
     expectNew(key);

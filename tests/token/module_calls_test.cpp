@@ -36,16 +36,16 @@ constexpr std::pair<decltype(&EncryptInitOp), const char*> kInits[] = {{EncryptI
                                                                        {SignInitOp, "C_SignInit"},
                                                                        {VerifyInitOp, "C_VerifyInit"}};
 
-class ModuleCallsTest : public testing::Test {
+class module_calls_test : public testing::Test {
   protected:
-    ModuleCallsTest() {
+    module_calls_test() {
         module.addToken("Card");
         EXPECT_EQ(TokenModuleLoad(module.path(), "Card", "1234"), 0);
         CHOOSER_WORK work = {0, nullptr, {0, "a", 1, "b", 1}};
         EXPECT_EQ(CreateChooserObject(&chooser, &work), 0);
         module.forgetCalls();
     }
-    ~ModuleCallsTest() override {
+    ~module_calls_test() override {
         module.succeed();
         EXPECT_EQ(DestroyChooserObject(&chooser), 0);
         UseTokenSide(nullptr);
@@ -86,7 +86,7 @@ struct RsaNumbers {
     }
 };
 
-TEST_F(ModuleCallsTest, SecretKeysBecomeSessionObjects) {
+TEST_F(module_calls_test, SecretKeysBecomeSessionObjects) {
     const Bytes value(24, 0x77);
     const struct {
         KeyAllocator allocator;
@@ -116,7 +116,7 @@ TEST_F(ModuleCallsTest, SecretKeysBecomeSessionObjects) {
     }
 }
 
-TEST_F(ModuleCallsTest, RsaPrivateKeyBecomesASessionObject) {
+TEST_F(module_calls_test, RsaPrivateKeyBecomesASessionObject) {
     const RsaNumbers numbers;
     const Alg alg(AlgAllocRsa);
     const Key key(KeyAllocRsaPrivate, numbers.items);
@@ -130,7 +130,7 @@ TEST_F(ModuleCallsTest, RsaPrivateKeyBecomesASessionObject) {
                     attribute(0x126, v[5]), attribute(0x127, v[6]), attribute(0x128, v[7])));
 }
 
-TEST_F(ModuleCallsTest, RsaPublicKeyBecomesASessionObject) {
+TEST_F(module_calls_test, RsaPublicKeyBecomesASessionObject) {
     const RsaNumbers numbers;
     const Alg alg(AlgAllocRsa);
     const Key key(KeyAllocRsaPublic, numbers.items);
@@ -141,7 +141,7 @@ TEST_F(ModuleCallsTest, RsaPublicKeyBecomesASessionObject) {
                     attribute(0x120, numbers.values[0]), attribute(0x122, numbers.values[1]), number(0x121, 512)));
 }
 
-TEST_F(ModuleCallsTest, SessionObjectLivesUntilTheAlgorithmObjectIsFreed) {
+TEST_F(module_calls_test, SessionObjectLivesUntilTheAlgorithmObjectIsFreed) {
     const Key key(KeyAllocRc4, Bytes(5, 1));
     {
         const Alg alg(AlgAllocRc4);
@@ -154,7 +154,7 @@ TEST_F(ModuleCallsTest, SessionObjectLivesUntilTheAlgorithmObjectIsFreed) {
     EXPECT_THAT(module.objects(), IsEmpty());
 }
 
-TEST_F(ModuleCallsTest, SessionObjectIsMadeOnce) {
+TEST_F(module_calls_test, SessionObjectIsMadeOnce) {
     const Key key(KeyAllocRc4, Bytes(5, 1));
     const Alg alg(AlgAllocRc4);
     EXPECT_EQ(EncryptInitOp(alg, key, chooser), 0);
@@ -162,7 +162,7 @@ TEST_F(ModuleCallsTest, SessionObjectIsMadeOnce) {
     EXPECT_THAT(newNames(), ElementsAre("C_CreateObject", "C_EncryptInit", "C_DecryptInit"));
 }
 
-TEST_F(ModuleCallsTest, KeyOfTheTokenIsFoundByItsLabel) {
+TEST_F(module_calls_test, KeyOfTheTokenIsFoundByItsLabel) {
     module.addObject({p11::label("other")});
     const CK_OBJECT_HANDLE object = module.addObject({p11::label("signing key"), number(CKA_CLASS, 3)});
     module.addObject({p11::label("signing key"), number(CKA_CLASS, 2)});
@@ -185,7 +185,7 @@ TEST_F(ModuleCallsTest, KeyOfTheTokenIsFoundByItsLabel) {
     EXPECT_EQ(module.objects().size(), 3u);
 }
 
-TEST_F(ModuleCallsTest, KeyOfTheTokenIsLookedForByEachInit) {
+TEST_F(module_calls_test, KeyOfTheTokenIsLookedForByEachInit) {
     module.addObject({p11::label("key")});
     const Alg alg(AlgAllocRsa);
     const Key key(KeyAllocTokenKey, p11::bytesOf("key"));
@@ -196,7 +196,7 @@ TEST_F(ModuleCallsTest, KeyOfTheTokenIsLookedForByEachInit) {
     EXPECT_EQ(module.calls().back().object, later);
 }
 
-TEST_F(ModuleCallsTest, KeyThatIsNotFound) {
+TEST_F(module_calls_test, KeyThatIsNotFound) {
     const Alg alg(AlgAllocRsa);
     const Key key(KeyAllocTokenKey, p11::bytesOf("key"));
     for (const auto& [init, name] : kInits) {
@@ -207,7 +207,7 @@ TEST_F(ModuleCallsTest, KeyThatIsNotFound) {
     }
 }
 
-TEST_F(ModuleCallsTest, EachCallOfASearchFails) {
+TEST_F(module_calls_test, EachCallOfASearchFails) {
     const Alg alg(AlgAllocRsa);
     const Key key(KeyAllocTokenKey, p11::bytesOf("key"));
     const auto endSearch = [&] { chooser->functions->C_FindObjectsFinal(chooser->session); };
@@ -233,7 +233,7 @@ TEST_F(ModuleCallsTest, EachCallOfASearchFails) {
     EXPECT_EQ(SignInitOp(alg, key, chooser), 0);
 }
 
-TEST_F(ModuleCallsTest, CodesThatMakeUpForEachOtherAreNoSuccess) {
+TEST_F(module_calls_test, CodesThatMakeUpForEachOtherAreNoSuccess) {
     const Alg alg(AlgAllocRsa);
     const Key key(KeyAllocTokenKey, p11::bytesOf("key"));
     module.fail("C_FindObjectsFinal", 19);
@@ -244,7 +244,7 @@ TEST_F(ModuleCallsTest, CodesThatMakeUpForEachOtherAreNoSuccess) {
     EXPECT_EQ(SignInitOp(alg, key, chooser), 0x7fffffff - 18) << "wraps around";
 }
 
-TEST_F(ModuleCallsTest, KeyThatCannotBeMade) {
+TEST_F(module_calls_test, KeyThatCannotBeMade) {
     const Alg alg(AlgAllocRc4);
     const Key key(KeyAllocRc4, Bytes(5, 1));
     module.fail("C_CreateObject", CKR_DEVICE_ERROR);
@@ -256,7 +256,7 @@ TEST_F(ModuleCallsTest, KeyThatCannotBeMade) {
     }
 }
 
-TEST_F(ModuleCallsTest, KeyIsGoneAfterAFailedInit) {
+TEST_F(module_calls_test, KeyIsGoneAfterAFailedInit) {
     const Key key(KeyAllocRc4, Bytes(5, 1));
     for (const auto& [init, name] : kInits) {
         SCOPED_TRACE(name);
@@ -269,7 +269,7 @@ TEST_F(ModuleCallsTest, KeyIsGoneAfterAFailedInit) {
     EXPECT_THAT(module.objects(), IsEmpty());
 }
 
-TEST_F(ModuleCallsTest, ObjectThatIsNotDestroyedIsNotAskedForAgain) {
+TEST_F(module_calls_test, ObjectThatIsNotDestroyedIsNotAskedForAgain) {
     const Key key(KeyAllocRc4, Bytes(5, 1));
     module.fail("C_DestroyObject", CKR_DEVICE_ERROR);
     {
@@ -279,7 +279,7 @@ TEST_F(ModuleCallsTest, ObjectThatIsNotDestroyedIsNotAskedForAgain) {
     EXPECT_EQ(module.count("C_DestroyObject"), 1u);
 }
 
-TEST_F(ModuleCallsTest, AbsentOrEmptyKey) {
+TEST_F(module_calls_test, AbsentOrEmptyKey) {
     const Alg alg(AlgAllocRsa);
     KEY_OBJ shell = {};
     const Key unset(KeyAllocRc4);
@@ -296,7 +296,7 @@ TEST_F(ModuleCallsTest, AbsentOrEmptyKey) {
 }
 
 // An algorithm object that is used again must neither destroy the token's own key nor leave a session object behind.
-TEST_F(ModuleCallsTest, KeysOfBothSortsOnOneAlgorithmObject) {
+TEST_F(module_calls_test, KeysOfBothSortsOnOneAlgorithmObject) {
     const CK_OBJECT_HANDLE own = module.addObject({p11::label("key")});
     const Key labelled(KeyAllocTokenKey, p11::bytesOf("key"));
     const Key given(KeyAllocRc4, Bytes(5, 1));
@@ -315,7 +315,7 @@ TEST_F(ModuleCallsTest, KeysOfBothSortsOnOneAlgorithmObject) {
 
 // Mechanisms.
 
-TEST_F(ModuleCallsTest, MechanismsGoWithTheirParameters) {
+TEST_F(module_calls_test, MechanismsGoWithTheirParameters) {
     const RC2_SETTING setting = {40, kIvItem};
     RC2_PARAMETER rc2 = {40, {}};
     std::copy(kIv.begin(), kIv.end(), rc2.iv);
@@ -357,7 +357,7 @@ TEST_F(ModuleCallsTest, MechanismsGoWithTheirParameters) {
     }
 }
 
-TEST_F(ModuleCallsTest, DigestMechanisms) {
+TEST_F(module_calls_test, DigestMechanisms) {
     const std::pair<AlgAllocator, CK_MECHANISM_TYPE> kRows[] = {
         {AlgAllocSha1, 0x220}, {AlgAllocMd5, 0x210}, {AlgAllocMd2, 0x200}};
     for (const auto& [allocator, mechanism] : kRows) {
@@ -402,7 +402,7 @@ constexpr Operation kOperations[] = {
     {"C_SignInit", "C_Sign", SignOp, SignInitOp, AlgAllocRsa},
 };
 
-class ModuleCallsOneCallTest : public ModuleCallsTest {
+class module_calls_test_one_call : public module_calls_test {
   protected:
     // Runs the check after an init of each of the operations.
     template <class Check>
@@ -420,7 +420,7 @@ class ModuleCallsOneCallTest : public ModuleCallsTest {
     }
 };
 
-TEST_F(ModuleCallsOneCallTest, CarriesTheWholeInput) {
+TEST_F(module_calls_test_one_call, CarriesTheWholeInput) {
     forEach([&](const Operation& operation, ALG_OBJ* alg) {
         module.answer(operation.name, hex("0a 0b 0c"));
         const Bytes large(5000, 0x61);
@@ -438,7 +438,7 @@ TEST_F(ModuleCallsOneCallTest, CarriesTheWholeInput) {
     });
 }
 
-TEST_F(ModuleCallsOneCallTest, EmptyInputGoesToTheModuleToo) {
+TEST_F(module_calls_test_one_call, EmptyInputGoesToTheModuleToo) {
     forEach([&](const Operation& operation, ALG_OBJ* alg) {
         module.answer(operation.name, hex("0a"));
         length = sizeof out;
@@ -448,7 +448,7 @@ TEST_F(ModuleCallsOneCallTest, EmptyInputGoesToTheModuleToo) {
     });
 }
 
-TEST_F(ModuleCallsOneCallTest, AbsentOutputAsksForTheSize) {
+TEST_F(module_calls_test_one_call, AbsentOutputAsksForTheSize) {
     forEach([&](const Operation& operation, ALG_OBJ* alg) {
         module.answer(operation.name, Bytes(200, 1));
         length = 0;
@@ -461,7 +461,7 @@ TEST_F(ModuleCallsOneCallTest, AbsentOutputAsksForTheSize) {
     });
 }
 
-TEST_F(ModuleCallsOneCallTest, ModulesCodePassesUp) {
+TEST_F(module_calls_test_one_call, ModulesCodePassesUp) {
     forEach([&](const Operation& operation, ALG_OBJ* alg) {
         module.fail(operation.name, CKR_DEVICE_REMOVED, 1);
         length = 200;
@@ -475,7 +475,7 @@ TEST_F(ModuleCallsOneCallTest, ModulesCodePassesUp) {
     });
 }
 
-TEST_F(ModuleCallsOneCallTest, LengthBeyondTheRoomIsRefused) {
+TEST_F(module_calls_test_one_call, LengthBeyondTheRoomIsRefused) {
     forEach([&](const Operation& operation, ALG_OBJ* alg) {
         module.answer(operation.name, Bytes(3, 1));
         module.claim(operation.name, 251);
@@ -487,7 +487,7 @@ TEST_F(ModuleCallsOneCallTest, LengthBeyondTheRoomIsRefused) {
 
 #if !defined(_WIN32)
 // On Windows a module cannot tell such a size.
-TEST_F(ModuleCallsOneCallTest, SizeBeyond32BitsIsRefused) {
+TEST_F(module_calls_test_one_call, SizeBeyond32BitsIsRefused) {
     forEach([&](const Operation& operation, ALG_OBJ* alg) {
         module.claim(operation.name, ~CK_ULONG{0});
         EXPECT_EQ(operation.run(alg, data.data(), 3, nullptr, &length), -3);
@@ -498,7 +498,7 @@ TEST_F(ModuleCallsOneCallTest, SizeBeyond32BitsIsRefused) {
 }
 #endif
 
-TEST_F(ModuleCallsOneCallTest, AbsentArguments) {
+TEST_F(module_calls_test_one_call, AbsentArguments) {
     forEach([&](const Operation& operation, ALG_OBJ* alg) {
         EXPECT_EQ(operation.run(alg, nullptr, 3, out, &length), -2);
         EXPECT_EQ(operation.run(alg, data.data(), 3, out, nullptr), -2);
@@ -506,7 +506,7 @@ TEST_F(ModuleCallsOneCallTest, AbsentArguments) {
     });
 }
 
-TEST_F(ModuleCallsTest, VerifyIsOneCall) {
+TEST_F(module_calls_test, VerifyIsOneCall) {
     module.addObject({p11::label("key")});
     const Alg alg(AlgAllocSha1Rsa);
     const Key key(KeyAllocTokenKey, p11::bytesOf("key"));
@@ -526,7 +526,7 @@ TEST_F(ModuleCallsTest, VerifyIsOneCall) {
 
 // Updates and finals.
 
-TEST_F(ModuleCallsTest, DigestInParts) {
+TEST_F(module_calls_test, DigestInParts) {
     const Alg alg(AlgAllocSha1);
     ASSERT_EQ(DigestInitOp(alg, chooser), 0);
     module.forgetCalls();
@@ -546,7 +546,7 @@ TEST_F(ModuleCallsTest, DigestInParts) {
     EXPECT_THAT((std::vector{calls[0].session, calls[1].session, calls[2].session}), Each(chooser->session));
 }
 
-TEST_F(ModuleCallsTest, SignatureInParts) {
+TEST_F(module_calls_test, SignatureInParts) {
     const Alg alg(AlgAllocSha1Rsa);
     const Key key(KeyAllocRc4, Bytes(5, 1));
     ASSERT_EQ(SignInitOp(alg, key, chooser), 0);
@@ -559,7 +559,7 @@ TEST_F(ModuleCallsTest, SignatureInParts) {
     EXPECT_EQ(module.call("C_SignFinal").room, 258u);
 }
 
-TEST_F(ModuleCallsTest, VerificationInParts) {
+TEST_F(module_calls_test, VerificationInParts) {
     const Alg alg(AlgAllocSha1Rsa);
     const Key key(KeyAllocRc4, Bytes(5, 1));
     ASSERT_EQ(VerifyInitOp(alg, key, chooser), 0);
@@ -573,7 +573,7 @@ TEST_F(ModuleCallsTest, VerificationInParts) {
     EXPECT_EQ(VerifyFinalOp(alg, signature.data(), 1), 0xC0);
 }
 
-TEST_F(ModuleCallsTest, CiphersInParts) {
+TEST_F(module_calls_test, CiphersInParts) {
     const Key key(KeyAllocDes, Bytes(8, 1));
     const struct {
         decltype(&EncryptInitOp) init;
@@ -603,7 +603,7 @@ TEST_F(ModuleCallsTest, CiphersInParts) {
     }
 }
 
-TEST_F(ModuleCallsTest, UpdatesOfRsaHaveTheLimitsOfA1024BitKey) {
+TEST_F(module_calls_test, UpdatesOfRsaHaveTheLimitsOfA1024BitKey) {
     module.addObject({p11::label("key")});
     const Key key(KeyAllocTokenKey, p11::bytesOf("key"));
     const Bytes large(129, 0x61);
@@ -625,7 +625,7 @@ TEST_F(ModuleCallsTest, UpdatesOfRsaHaveTheLimitsOfA1024BitKey) {
     EXPECT_EQ(module.call("C_DecryptUpdate").input.size(), 128u);
 }
 
-TEST_F(ModuleCallsTest, PartsPassTheModulesCodeUp) {
+TEST_F(module_calls_test, PartsPassTheModulesCodeUp) {
     module.addObject({p11::label("key")});
     const Key key(KeyAllocTokenKey, p11::bytesOf("key"));
     const Alg alg(AlgAllocRsa);
@@ -646,7 +646,7 @@ TEST_F(ModuleCallsTest, PartsPassTheModulesCodeUp) {
     EXPECT_EQ(length, 64u);
 }
 
-TEST_F(ModuleCallsTest, PartsWithoutTheirArguments) {
+TEST_F(module_calls_test, PartsWithoutTheirArguments) {
     const Alg alg(AlgAllocRc4);
     alg->chooser = chooser;
     EXPECT_EQ(DigestUpdateOp(alg, nullptr, 3), -2);
@@ -668,7 +668,7 @@ TEST_F(ModuleCallsTest, PartsWithoutTheirArguments) {
 
 // Random bytes.
 
-TEST_F(ModuleCallsTest, Random) {
+TEST_F(module_calls_test, Random) {
     const Alg alg(AlgAllocHashChainRandom);
     EXPECT_EQ(RandomInitOp(alg, data.data(), 3, chooser), 0);
     EXPECT_EQ(module.call("C_SeedRandom").input, data);
@@ -718,7 +718,7 @@ int codeAfter(const std::string& failed) {
     return failed == "C_DestroyObject" ? 0 : 0x30;  // nobody is told of a key that stays
 }
 
-TEST(ModuleCallsWholeRunTest, EachCallFailsInTurn) {
+TEST(module_calls_test_whole_run, EachCallFailsInTurn) {
     const std::vector<std::string> kCalls = {
         "C_GetFunctionList", "C_Initialize", "C_GetSlotList",     "C_GetSlotList",  "C_GetTokenInfo",
         "C_OpenSession",     "C_Login",      "C_GetFunctionList", "C_OpenSession",  "C_CreateObject",

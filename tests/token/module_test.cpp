@@ -19,7 +19,7 @@ using support::Replaced;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-class ModuleTest : public testing::Test {
+class module_test : public testing::Test {
   protected:
     int load(const char* label = "Card") { return TokenModuleLoad(module.path(), label, "1234"); }
 
@@ -36,7 +36,7 @@ class ModuleTest : public testing::Test {
 
 // The module of the tests is built from the same declarations as the library. Others fill the list by place: in the
 // order of the standard, one pointer after the other, on Windows from the two bytes of the version on.
-TEST(ModuleFunctionListTest, EachFunctionStandsInItsPlace) {
+TEST(module_test_function_list, EachFunctionStandsInItsPlace) {
     std::size_t place = sizeof(void*) == 8 ? 8 : 2;
 #define VT_EXPECT_PLACE(name)                                    \
     EXPECT_EQ(offsetof(CK_FUNCTION_LIST, name), place) << #name; \
@@ -48,7 +48,7 @@ TEST(ModuleFunctionListTest, EachFunctionStandsInItsPlace) {
 
 // Loading.
 
-TEST_F(ModuleTest, LoadMakesTheseCalls) {
+TEST_F(module_test, LoadMakesTheseCalls) {
     module.addToken("Card");
     EXPECT_EQ(load(), 0);
     ASSERT_THAT(module.names(), ElementsAre("C_GetFunctionList", "C_Initialize", "C_GetSlotList", "C_GetSlotList",
@@ -70,7 +70,7 @@ TEST_F(ModuleTest, LoadMakesTheseCalls) {
     EXPECT_EQ(calls[6].input, p11::bytesOf("1234"));
 }
 
-TEST_F(ModuleTest, LoadedModuleIsTheCurrentOne) {
+TEST_F(module_test, LoadedModuleIsTheCurrentOne) {
     module.addToken("Other");
     module.addToken("Card");
     EXPECT_EQ(load(), 0);
@@ -80,14 +80,14 @@ TEST_F(ModuleTest, LoadedModuleIsTheCurrentOne) {
     EXPECT_THAT(libraries.names(), ElementsAre(testing::StrEq(module.path())));
 }
 
-TEST_F(ModuleTest, SessionOfTheLoginStaysOpen) {
+TEST_F(module_test, SessionOfTheLoginStaysOpen) {
     module.addToken("Card");
     EXPECT_EQ(load(), 0);
     EXPECT_EQ(module.openSessions(), 1u);
     EXPECT_TRUE(module.tokens()[0].isLoggedIn);
 }
 
-TEST_F(ModuleTest, AbsentModuleIsNoModule) {
+TEST_F(module_test, AbsentModuleIsNoModule) {
     tokenModuleTable.moduleSlots[0] = 5;  // left by a failed load
     EXPECT_EQ(TokenModuleLoad(nullptr, "Card", "1234"), 0);
     EXPECT_EQ(table.moduleCount, 0);
@@ -96,7 +96,7 @@ TEST_F(ModuleTest, AbsentModuleIsNoModule) {
     EXPECT_THAT(module.calls(), IsEmpty());
 }
 
-TEST_F(ModuleTest, AbsentModuleLeavesTheCurrentOne) {
+TEST_F(module_test, AbsentModuleLeavesTheCurrentOne) {
     module.addToken("Card");
     loaded();
     EXPECT_EQ(TokenModuleLoad(nullptr, nullptr, nullptr), 0);
@@ -104,7 +104,7 @@ TEST_F(ModuleTest, AbsentModuleLeavesTheCurrentOne) {
     EXPECT_EQ(table.moduleSlots[0], 7u);
 }
 
-TEST_F(ModuleTest, FileThatDoesNotLoad) {
+TEST_F(module_test, FileThatDoesNotLoad) {
     for (const char* file : {"vt_no_such_module", "", __FILE__}) {
         EXPECT_EQ(TokenModuleLoad(file, "Card", "1234"), -20) << file;
         EXPECT_EQ(table.moduleCount, 0);
@@ -113,20 +113,20 @@ TEST_F(ModuleTest, FileThatDoesNotLoad) {
     }
 }
 
-TEST_F(ModuleTest, LibraryWithoutFunctionList) {
+TEST_F(module_test, LibraryWithoutFunctionList) {
     EXPECT_EQ(TokenModuleLoad(p11::kModuleWithoutList, "Card", "1234"), -17);
     EXPECT_EQ(table.moduleCount, 0);
     EXPECT_THAT(libraries.open(), ElementsAre(table.moduleHandles[0]));
 }
 
-TEST_F(ModuleTest, FunctionListThatIsNotGiven) {
+TEST_F(module_test, FunctionListThatIsNotGiven) {
     module.addToken("Card");
     module.giveNoList();
     EXPECT_EQ(load(), -17);
     EXPECT_THAT(module.names(), ElementsAre("C_GetFunctionList"));
 }
 
-TEST_F(ModuleTest, EachCallOfALoadFails) {
+TEST_F(module_test, EachCallOfALoadFails) {
     const struct {
         const char* name;
         int occurrence;
@@ -155,7 +155,7 @@ TEST_F(ModuleTest, EachCallOfALoadFails) {
     EXPECT_EQ(libraries.open().size(), std::size(kRows)) << "a failed load leaves the module loaded";
 }
 
-TEST_F(ModuleTest, NextLoadOverwritesTheEntryOfAFailedOne) {
+TEST_F(module_test, NextLoadOverwritesTheEntryOfAFailedOne) {
     module.addToken("Card");
     module.tokens()[0].pin = "other";
     EXPECT_EQ(load(), static_cast<int>(CKR_PIN_INCORRECT));
@@ -172,7 +172,7 @@ TEST_F(ModuleTest, NextLoadOverwritesTheEntryOfAFailedOne) {
     EXPECT_THAT(libraries.open(), ElementsAre(left));
 }
 
-TEST_F(ModuleTest, FailedLoadLeavesTheCurrentModule) {
+TEST_F(module_test, FailedLoadLeavesTheCurrentModule) {
     module.addToken("Card");
     loaded();
     EXPECT_EQ(load("Other"), -21);
@@ -181,21 +181,21 @@ TEST_F(ModuleTest, FailedLoadLeavesTheCurrentModule) {
     EXPECT_NE(table.moduleHandles[1], nullptr);
 }
 
-TEST_F(ModuleTest, ModuleThatAnotherUserInitialised) {
+TEST_F(module_test, ModuleThatAnotherUserInitialised) {
     module.addToken("Card");
     module.initialise();
     EXPECT_EQ(load(), 0);
     EXPECT_EQ(module.call("C_Initialize").result, CKR_CRYPTOKI_ALREADY_INITIALIZED);
 }
 
-TEST_F(ModuleTest, FailedInitialisationShowsInTheNextCall) {
+TEST_F(module_test, FailedInitialisationShowsInTheNextCall) {
     module.addToken("Card");
     module.fail("C_Initialize", CKR_HOST_MEMORY);
     EXPECT_EQ(load(), static_cast<int>(CKR_CRYPTOKI_NOT_INITIALIZED));
     EXPECT_THAT(module.names(), ElementsAre("C_GetFunctionList", "C_Initialize", "C_GetSlotList"));
 }
 
-TEST_F(ModuleTest, NoTokenPresent) {
+TEST_F(module_test, NoTokenPresent) {
     EXPECT_EQ(load(), -17);
     EXPECT_EQ(module.calls().back().name, "C_GetSlotList");
     EXPECT_FALSE(module.calls().back().hasOutput);
@@ -204,28 +204,28 @@ TEST_F(ModuleTest, NoTokenPresent) {
     EXPECT_EQ(module.count("C_GetTokenInfo"), 0u);
 }
 
-TEST_F(ModuleTest, TokenThatGoesWhileSlotsAreListed) {
+TEST_F(module_test, TokenThatGoesWhileSlotsAreListed) {
     module.addToken("Card");
     module.before("C_GetSlotList", 2, [&] { module.tokens()[0].isPresent = false; });
     EXPECT_EQ(load(), -21);
     EXPECT_EQ(module.calls().back().name, "C_GetSlotList");
 }
 
-TEST_F(ModuleTest, TokenThatComesWhileSlotsAreListed) {
+TEST_F(module_test, TokenThatComesWhileSlotsAreListed) {
     module.addToken("Card");
     module.before("C_GetSlotList", 2, [&] { module.addToken("Late"); });
     EXPECT_EQ(load(), static_cast<int>(CKR_BUFFER_TOO_SMALL));
     EXPECT_EQ(module.calls().back().name, "C_GetSlotList");
 }
 
-TEST_F(ModuleTest, MoreSlotsToldThanThereWasRoomFor) {
+TEST_F(module_test, MoreSlotsToldThanThereWasRoomFor) {
     module.addToken("Other");
     module.before("C_GetSlotList", 2, [&] { module.claim("C_GetSlotList", 1000); });
     EXPECT_EQ(load(), -21);
     EXPECT_EQ(module.count("C_GetTokenInfo"), 1u);
 }
 
-TEST_F(ModuleTest, SlotListThatCannotBeAllocated) {
+TEST_F(module_test, SlotListThatCannotBeAllocated) {
     module.addToken("Card");
     for (const CK_ULONG count : {~CK_ULONG{0}, ~CK_ULONG{0} / sizeof(CK_SLOT_ID), ~CK_ULONG{0} / 2 + 1}) {
         module.claim("C_GetSlotList", count);
@@ -234,7 +234,7 @@ TEST_F(ModuleTest, SlotListThatCannotBeAllocated) {
     }
 }
 
-TEST_F(ModuleTest, ExhaustedMemory) {
+TEST_F(module_test, ExhaustedMemory) {
     const support::FrugalModule frugal;
     std::vector<int> codes;
     codes.reserve(8);
@@ -244,7 +244,7 @@ TEST_F(ModuleTest, ExhaustedMemory) {
 
 // Labels.
 
-TEST_F(ModuleTest, LabelIsAPrefix) {
+TEST_F(module_test, LabelIsAPrefix) {
     const std::string longest(32, 'L');
     const struct {
         std::string token, given;
@@ -272,7 +272,7 @@ TEST_F(ModuleTest, LabelIsAPrefix) {
     }
 }
 
-TEST_F(ModuleTest, EachTokenIsAskedInTurn) {
+TEST_F(module_test, EachTokenIsAskedInTurn) {
     module.addToken("Other");
     module.addToken("Third");
     EXPECT_EQ(load(), -21);
@@ -283,7 +283,7 @@ TEST_F(ModuleTest, EachTokenIsAskedInTurn) {
     EXPECT_EQ(module.count("C_OpenSession"), 0u);
 }
 
-TEST_F(ModuleTest, FirstMatchIsTaken) {
+TEST_F(module_test, FirstMatchIsTaken) {
     module.addToken("Card 1");
     module.addToken("Card 2");
     EXPECT_EQ(load(), 0);
@@ -291,7 +291,7 @@ TEST_F(ModuleTest, FirstMatchIsTaken) {
     EXPECT_EQ(table.moduleSlots[0], 7u);
 }
 
-TEST_F(ModuleTest, EmptyOrAbsentLabelMatchesTheFirstTokenThatTellsAboutItself) {
+TEST_F(module_test, EmptyOrAbsentLabelMatchesTheFirstTokenThatTellsAboutItself) {
     for (const char* label : {"", static_cast<const char*>(nullptr)}) {
         module.tokens().clear();
         module.addToken("One");
@@ -304,7 +304,7 @@ TEST_F(ModuleTest, EmptyOrAbsentLabelMatchesTheFirstTokenThatTellsAboutItself) {
 
 // The PIN.
 
-TEST_F(ModuleTest, WrongPinGivesTheModulesCodeEachTime) {
+TEST_F(module_test, WrongPinGivesTheModulesCodeEachTime) {
     module.addToken("Card");
     for (int i = 0; i < 12; ++i)
         EXPECT_EQ(TokenModuleLoad(module.path(), "Card", "12345"), static_cast<int>(CKR_PIN_INCORRECT));
@@ -312,13 +312,13 @@ TEST_F(ModuleTest, WrongPinGivesTheModulesCodeEachTime) {
     EXPECT_EQ(load(), 0);
 }
 
-TEST_F(ModuleTest, AbsentPinCountsAsEmpty) {
+TEST_F(module_test, AbsentPinCountsAsEmpty) {
     module.addToken("Card").pin = "";
     EXPECT_EQ(TokenModuleLoad(module.path(), "Card", nullptr), 0);
     EXPECT_THAT(module.call("C_Login").input, IsEmpty());
 }
 
-TEST_F(ModuleTest, CodesOfTheModulesMakerPassUp) {
+TEST_F(module_test, CodesOfTheModulesMakerPassUp) {
     module.addToken("Card");
     module.fail("C_Login", 0x80000123);
     EXPECT_EQ(static_cast<unsigned>(load()), 0x80000123u);
@@ -326,7 +326,7 @@ TEST_F(ModuleTest, CodesOfTheModulesMakerPassUp) {
 
 // Session limits.
 
-TEST_F(ModuleTest, SessionLimits) {
+TEST_F(module_test, SessionLimits) {
     constexpr CK_ULONG kAllOnes32 = 0xffffffff;
     constexpr CK_ULONG kAllOnes = ~CK_ULONG{0};
     const struct {
@@ -364,7 +364,7 @@ TEST_F(ModuleTest, SessionLimits) {
 
 // Unloading.
 
-TEST_F(ModuleTest, UnloadMakesTheseCalls) {
+TEST_F(module_test, UnloadMakesTheseCalls) {
     module.addToken("Card");
     loaded();
     EXPECT_EQ(TokenModuleUnload(), 0);
@@ -381,7 +381,7 @@ TEST_F(ModuleTest, UnloadMakesTheseCalls) {
     EXPECT_THAT(libraries.open(), IsEmpty());
 }
 
-TEST_F(ModuleTest, UnloadWithNothingLoaded) {
+TEST_F(module_test, UnloadWithNothingLoaded) {
     tokenModuleTable.moduleSlots[0] = 5;  // left by a failed load
     EXPECT_EQ(TokenModuleUnload(), 0);
     EXPECT_EQ(table.moduleCount, 0);
@@ -390,7 +390,7 @@ TEST_F(ModuleTest, UnloadWithNothingLoaded) {
     EXPECT_THAT(module.calls(), IsEmpty());
 }
 
-TEST_F(ModuleTest, UnloadForgetsWhatAFailedLoadLeft) {
+TEST_F(module_test, UnloadForgetsWhatAFailedLoadLeft) {
     module.addToken("Card");
     EXPECT_EQ(load("Other"), -21);
     EXPECT_NE(table.moduleHandles[0], nullptr);
@@ -399,7 +399,7 @@ TEST_F(ModuleTest, UnloadForgetsWhatAFailedLoadLeft) {
     EXPECT_EQ(libraries.open().size(), 1u) << "the file stays loaded";
 }
 
-TEST_F(ModuleTest, EachCallOfAnUnloadFails) {
+TEST_F(module_test, EachCallOfAnUnloadFails) {
     const struct {
         const char* name;
         std::size_t calls;
@@ -419,7 +419,7 @@ TEST_F(ModuleTest, EachCallOfAnUnloadFails) {
     }
 }
 
-TEST_F(ModuleTest, UnloadWithoutFunctionList) {
+TEST_F(module_test, UnloadWithoutFunctionList) {
     module.addToken("Card");
     loaded();
     {
@@ -438,7 +438,7 @@ TEST_F(ModuleTest, UnloadWithoutFunctionList) {
     EXPECT_THAT(libraries.open(), IsEmpty());
 }
 
-TEST_F(ModuleTest, WhatFreeLibrarySaysDoesNotCount) {
+TEST_F(module_test, WhatFreeLibrarySaysDoesNotCount) {
     module.addToken("Card");
     loaded();
     bool wasCalled = false;
@@ -452,7 +452,7 @@ TEST_F(ModuleTest, WhatFreeLibrarySaysDoesNotCount) {
 
 // The stack.
 
-TEST_F(ModuleTest, TwoLoadsAndOneUnloadLeaveTheFirst) {
+TEST_F(module_test, TwoLoadsAndOneUnloadLeaveTheFirst) {
     module.addToken("Card");
     RecordingModule second(p11::kSecondModule);
     second.addToken("Card").slot = 21;
@@ -471,7 +471,7 @@ TEST_F(ModuleTest, TwoLoadsAndOneUnloadLeaveTheFirst) {
     EXPECT_THAT(module.calls(), IsEmpty()) << "the first has nothing to do with it";
 }
 
-TEST_F(ModuleTest, SeventeenthModuleIsRefused) {
+TEST_F(module_test, SeventeenthModuleIsRefused) {
     for (int i = 0; i < 17; ++i)
         module.addToken("Card " + std::string(1, static_cast<char>('a' + i)));
     for (char last = 'a'; last < 'a' + 16; ++last)

@@ -9,7 +9,7 @@ using namespace operations;
 
 const Bytes kIv = hex("a0a1a2a3a4a5a6a7");
 
-class OpCipherTest : public testing::Test {
+class op_cipher_test : public testing::Test {
   protected:
     void expectEncrypt(int code, const VT_P11_Alg& alg, const VT_P11_Key& key, const Bytes& input) {
         MiByte output = untouched();
@@ -25,7 +25,7 @@ class OpCipherTest : public testing::Test {
     SoftOp op;
 };
 
-TEST_F(OpCipherTest, CiphersAgreeWithOpenssl) {
+TEST_F(op_cipher_test, CiphersAgreeWithOpenssl) {
     for (const TokenCipherVector& vector : kTokenCiphers) {
         SCOPED_TRACE(testing::Message() << "algorithm " << vector.algorithm << ", " << vector.plain);
         const VT_P11_Alg alg = algorithm(vector.algorithm, hex(vector.iv), vector.effectiveBits);
@@ -38,7 +38,7 @@ TEST_F(OpCipherTest, CiphersAgreeWithOpenssl) {
     }
 }
 
-TEST_F(OpCipherTest, TheOutputMayBeTheInput) {
+TEST_F(op_cipher_test, TheOutputMayBeTheInput) {
     const TokenCipherVector& vector = kTokenCiphers[5];
     const VT_P11_Alg alg = algorithm(vector.algorithm, hex(vector.iv));
     const VT_P11_Key key = sessionKey(vector.keyCode, hex(vector.key));
@@ -49,7 +49,7 @@ TEST_F(OpCipherTest, TheOutputMayBeTheInput) {
     EXPECT_EQ(bytesOf(value), hex(vector.plain));
 }
 
-TEST_F(OpCipherTest, RsaTakesNoSessionKeyAndACipherNoRsaKey) {
+TEST_F(op_cipher_test, RsaTakesNoSessionKeyAndACipherNoRsaKey) {
     const VT_P11_Key secret = sessionKey(2, Bytes(8, 1));
     expectEncrypt(-1006, algorithm(8), secret, Bytes(8, 2));
     expectDecrypt(-1006, algorithm(8), secret, Bytes(8, 2));
@@ -60,7 +60,7 @@ TEST_F(OpCipherTest, RsaTakesNoSessionKeyAndACipherNoRsaKey) {
     expectDecrypt(-4, algorithm(4, kIv), privateKey(items), Bytes(8, 2));
 }
 
-TEST_F(OpCipherTest, NoInputGivesNoOutput) {
+TEST_F(op_cipher_test, NoInputGivesNoOutput) {
     const struct {
         VT_P11_Alg alg;
         VT_P11_Key key;
@@ -79,7 +79,7 @@ TEST_F(OpCipherTest, NoInputGivesNoOutput) {
     }
 }
 
-TEST_F(OpCipherTest, RsaTakesInputInBlocks) {
+TEST_F(op_cipher_test, RsaTakesInputInBlocks) {
     for (const TokenBlocksVector& vector : kTokenBlocks) {
         SCOPED_TRACE(testing::Message() << vector.bits << " bits, " << hex(vector.plain).size() << " bytes");
         const VT_P11_Key key = publicKey(keyOfBits(vector.bits).items);
@@ -96,7 +96,7 @@ TEST_F(OpCipherTest, RsaTakesInputInBlocks) {
     }
 }
 
-TEST_F(OpCipherTest, OneBlockOf117BytesAndTwoOf118) {
+TEST_F(op_cipher_test, OneBlockOf117BytesAndTwoOf118) {
     const VT_P11_Key key = publicKey(keyOfBits(1024).items);
     MiByte output;
     EXPECT_EQ(op.Encrypt(algorithm(8), key, mi(Bytes(117, 1)), output), 0);
@@ -105,7 +105,7 @@ TEST_F(OpCipherTest, OneBlockOf117BytesAndTwoOf118) {
     EXPECT_EQ(output.GetLength(), 256u);
 }
 
-TEST_F(OpCipherTest, TheOutputFitsWhateverTheKey) {
+TEST_F(op_cipher_test, TheOutputFitsWhateverTheKey) {
     for (const RsaKeyVector& vector : kRsaKeys) {
         const std::size_t k = (static_cast<std::size_t>(vector.bits) + 7) / 8;
         for (const std::size_t length : {std::size_t{1}, k - 11, std::size_t{300}}) {
@@ -124,7 +124,7 @@ TEST_F(OpCipherTest, TheOutputFitsWhateverTheKey) {
     }
 }
 
-TEST_F(OpCipherTest, LeadingZerosOfAModulusDoNotCount) {
+TEST_F(op_cipher_test, LeadingZerosOfAModulusDoNotCount) {
     const RsaKeyVector& vector = keyOfBits(1024);
     const std::string padded = std::string("000000") + vector.items[0];
     const char* const items[8] = {padded.c_str(), vector.items[1]};
@@ -135,7 +135,7 @@ TEST_F(OpCipherTest, LeadingZerosOfAModulusDoNotCount) {
     EXPECT_EQ(bytesOf(output), Bytes(500, 0x5A));
 }
 
-TEST_F(OpCipherTest, APrivateKeyMakesBlocksThatThePublicOneOpens) {
+TEST_F(op_cipher_test, APrivateKeyMakesBlocksThatThePublicOneOpens) {
     const RsaKeyVector& vector = keyOfBits(1024);
     MiByte output;
     EXPECT_EQ(op.RSABigEncrypt(privateKey(vector.items), mi(hex(vector.message)), output), 0);
@@ -144,7 +144,7 @@ TEST_F(OpCipherTest, APrivateKeyMakesBlocksThatThePublicOneOpens) {
     EXPECT_EQ(bytesOf(output), hex(vector.message));
 }
 
-TEST_F(OpCipherTest, VerifyRecoverIsDecrypt) {
+TEST_F(op_cipher_test, VerifyRecoverIsDecrypt) {
     const TokenCipherVector& cipher = kTokenCiphers[3];
     const VT_P11_Alg alg = algorithm(cipher.algorithm, hex(cipher.iv));
     const VT_P11_Key key = sessionKey(cipher.keyCode, hex(cipher.key));
@@ -159,7 +159,7 @@ TEST_F(OpCipherTest, VerifyRecoverIsDecrypt) {
     EXPECT_EQ(output, untouched());
 }
 
-TEST_F(OpCipherTest, WhatCannotBeDecrypted) {
+TEST_F(op_cipher_test, WhatCannotBeDecrypted) {
     const VT_P11_Alg des = algorithm(4, kIv);
     const VT_P11_Key desKey = sessionKey(2, Bytes(8, 1));
     for (const std::size_t length : {1u, 7u, 9u, 15u})
@@ -177,7 +177,7 @@ TEST_F(OpCipherTest, WhatCannotBeDecrypted) {
     EXPECT_EQ(output, untouched());
 }
 
-TEST_F(OpCipherTest, KeysThatDoNotFit) {
+TEST_F(op_cipher_test, KeysThatDoNotFit) {
     const VT_P11_Alg des = algorithm(4, kIv);
     const Bytes input = {1};
     expectEncrypt(-1006, des, VT_P11_Key(), input);
@@ -206,7 +206,7 @@ TEST_F(OpCipherTest, KeysThatDoNotFit) {
     EXPECT_EQ(output, untouched());
 }
 
-TEST_F(OpCipherTest, AlgorithmsThatDoNotFit) {
+TEST_F(op_cipher_test, AlgorithmsThatDoNotFit) {
     const VT_P11_Key des = sessionKey(2, Bytes(8, 1));
     const Bytes input = {1};
     expectEncrypt(-1006, VT_P11_Alg(), des, input);
@@ -224,7 +224,7 @@ TEST_F(OpCipherTest, AlgorithmsThatDoNotFit) {
     }
 }
 
-TEST_F(OpCipherTest, AKeyWithReducedPrivateExponentIsRefused) {
+TEST_F(op_cipher_test, AKeyWithReducedPrivateExponentIsRefused) {
     const RsaKeyVector* vector = kRsaKeys;
     while (*vector->reducedD == '\0' || vector->bits < 1024)
         ++vector;
@@ -237,7 +237,7 @@ TEST_F(OpCipherTest, AKeyWithReducedPrivateExponentIsRefused) {
     EXPECT_EQ(output, untouched());
 }
 
-TEST_F(OpCipherTest, WithoutAChooser) {
+TEST_F(op_cipher_test, WithoutAChooser) {
     VT_P11_OP none;
     const VT_P11_Key key = publicKey(keyOfBits(1024).items);
     const VT_P11_Alg rsa = algorithm(8);

@@ -7,7 +7,7 @@ namespace {
 
 using namespace operations;
 
-TEST(OpDigestTest, DigestsAgreeWithOpenssl) {
+TEST(op_digest_test, DigestsAgreeWithOpenssl) {
     SoftOp op;
     for (const TokenDigestVector& vector : kTokenDigests) {
         MiByte output = untouched();
@@ -16,14 +16,14 @@ TEST(OpDigestTest, DigestsAgreeWithOpenssl) {
     }
 }
 
-TEST(OpDigestTest, TheOutputMayBeTheInput) {
+TEST(op_digest_test, TheOutputMayBeTheInput) {
     SoftOp op;
     MiByte value = mi("abc");
     EXPECT_EQ(op.Digest(algorithm(3), value, value), 0);
     EXPECT_EQ(bytesOf(value), hex("da853b0d3f88d99b30283a69e6ded6bb"));
 }
 
-TEST(OpDigestTest, AlgorithmsThatAreNoDigest) {
+TEST(op_digest_test, AlgorithmsThatAreNoDigest) {
     SoftOp op;
     MiByte output = untouched();
     const Bytes iv(8, 1);
@@ -38,7 +38,7 @@ TEST(OpDigestTest, AlgorithmsThatAreNoDigest) {
     EXPECT_EQ(output, untouched());
 }
 
-TEST(OpDigestTest, WithoutAChooser) {
+TEST(op_digest_test, WithoutAChooser) {
     VT_P11_OP none;
     MiByte output = untouched();
     EXPECT_EQ(none.Digest(algorithm(1), mi("abc"), output), -2);
@@ -46,7 +46,7 @@ TEST(OpDigestTest, WithoutAChooser) {
     EXPECT_EQ(output, untouched());
 }
 
-TEST(OpDigestTest, RandomBytesFollowFromSeedAndLength) {
+TEST(op_digest_test, RandomBytesFollowFromSeedAndLength) {
     SoftOp op;
     for (const TokenRandomVector& vector : kTokenRandom) {
         MiByte output = untouched();
@@ -55,7 +55,7 @@ TEST(OpDigestTest, RandomBytesFollowFromSeedAndLength) {
     }
 }
 
-TEST(OpDigestTest, TheSeedMayBeTheOutput) {
+TEST(op_digest_test, TheSeedMayBeTheOutput) {
     SoftOp op;
     const TokenRandomVector& vector = kTokenRandom[0];
     MiByte value = mi(hex(vector.seed));
@@ -63,7 +63,7 @@ TEST(OpDigestTest, TheSeedMayBeTheOutput) {
     EXPECT_EQ(bytesOf(value), hex(vector.output));
 }
 
-TEST(OpDigestTest, LengthsOfRandomBytes) {
+TEST(op_digest_test, LengthsOfRandomBytes) {
     SoftOp op;
     MiByte output = untouched();
     EXPECT_EQ(op.GenerateRandom(output, -1, mi("seed")), -3);

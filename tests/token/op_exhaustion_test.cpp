@@ -146,12 +146,12 @@ void expectEveryOperationSafe(VT_P11_OP& op) {
     expectSafe([&](MiByte& output) { return op.Digest(sha1, text, output); });
 }
 
-TEST(OpExhaustionTest, InSoftware) {
+TEST(op_exhaustion_test, InSoftware) {
     SoftOp op;
     expectEveryOperationSafe(op);
 }
 
-TEST(OpExhaustionTest, InAToken) {
+TEST(op_exhaustion_test, InAToken) {
     TokenOp op;
     expectEveryOperationSafe(op);
     const VT_P11_Key label = labelKey("label", 6);
@@ -163,7 +163,7 @@ TEST(OpExhaustionTest, InAToken) {
 
 // The generator has a working buffer of its own, and without it gives what was in the output: zeros, not what was in
 // that memory before.
-TEST(OpExhaustionTest, RandomBytesWithoutMemoryAreZeros) {
+TEST(op_exhaustion_test, RandomBytesWithoutMemoryAreZeros) {
     SoftOp op;
     const MiByte seed = mi("seed");
     const std::string zeros(32, '\0');
@@ -180,7 +180,7 @@ TEST(OpExhaustionTest, RandomBytesWithoutMemoryAreZeros) {
     EXPECT_TRUE(wasZeros);
 }
 
-TEST(OpExhaustionTest, KeyPairsInSoftware) {
+TEST(op_exhaustion_test, KeyPairsInSoftware) {
     SoftOp op;
     const MiByte label = mi("label");
     expectSafe([&](MiByte&) {
@@ -192,7 +192,7 @@ TEST(OpExhaustionTest, KeyPairsInSoftware) {
     });
 }
 
-TEST(OpExhaustionTest, ObjectsOfAToken) {
+TEST(op_exhaustion_test, ObjectsOfAToken) {
     TokenOp op;
     const MiByte taken = mi("taken");
     expectSafe([&](MiByte&) {
@@ -219,7 +219,7 @@ TEST(OpExhaustionTest, ObjectsOfAToken) {
     EXPECT_EQ(longest, sizeof kModulus);
 }
 
-TEST(OpExhaustionTest, Choosers) {
+TEST(op_exhaustion_test, Choosers) {
     VT_P11_OP op;
     VT_P11_SELECTION selection = {};
     expectSafe([&](MiByte&) {

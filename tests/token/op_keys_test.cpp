@@ -8,7 +8,7 @@ namespace {
 
 using namespace operations;
 
-class OpKeysTest : public testing::Test {
+class op_keys_test : public testing::Test {
   protected:
     int generate(int bits, int inToken = 0) {
         return op.GenRSAKeyPair(publicKey_, mi("public"), privateKey_, mi("private"), bits, inToken);
@@ -19,7 +19,7 @@ class OpKeysTest : public testing::Test {
     VT_P11_Key privateKey_;
 };
 
-TEST_F(OpKeysTest, BitsOtherThanThreeSizesAre1024) {
+TEST_F(op_keys_test, BitsOtherThanThreeSizesAre1024) {
     const struct {
         int asked;
         std::size_t bytes;
@@ -33,7 +33,7 @@ TEST_F(OpKeysTest, BitsOtherThanThreeSizesAre1024) {
     }
 }
 
-TEST_F(OpKeysTest, ThePairWorks) {
+TEST_F(op_keys_test, ThePairWorks) {
     // Keys that had a label lose it.
     publicKey_ = labelKey("old", 5);
     privateKey_ = labelKey("old", 6);
@@ -57,7 +57,7 @@ TEST_F(OpKeysTest, ThePairWorks) {
     EXPECT_EQ(hidden, mi("text"));
 }
 
-TEST_F(OpKeysTest, BothLabelsAreNeeded) {
+TEST_F(op_keys_test, BothLabelsAreNeeded) {
     VT_P11_OP none;
     for (const int inToken : {0, 1}) {
         EXPECT_EQ(op.GenRSAKeyPair(publicKey_, mi("public"), privateKey_, MiByte(), 512, inToken), -1010);
@@ -68,14 +68,14 @@ TEST_F(OpKeysTest, BothLabelsAreNeeded) {
     EXPECT_EQ(typeOf(privateKey_), -1);
 }
 
-TEST_F(OpKeysTest, AChooserInSoftwareMakesNoKeyInAToken) {
+TEST_F(op_keys_test, AChooserInSoftwareMakesNoKeyInAToken) {
     for (const int inToken : {1, 7, -1})
         EXPECT_EQ(generate(512, inToken), -2);
     EXPECT_EQ(typeOf(publicKey_), -1);
     EXPECT_EQ(typeOf(privateKey_), -1);
 }
 
-TEST_F(OpKeysTest, WithoutAChooser) {
+TEST_F(op_keys_test, WithoutAChooser) {
     VT_P11_OP none;
     for (const int inToken : {0, 1})
         EXPECT_EQ(none.GenRSAKeyPair(publicKey_, mi("a"), privateKey_, mi("b"), 512, inToken), -2);
@@ -88,7 +88,7 @@ TEST_F(OpKeysTest, WithoutAChooser) {
     EXPECT_EQ(typeOf(publicKey_), -1);
 }
 
-TEST_F(OpKeysTest, SoftwareHoldsNoPublicKeys) {
+TEST_F(op_keys_test, SoftwareHoldsNoPublicKeys) {
     EXPECT_EQ(op.GetHardPubKey(mi("label"), publicKey_), -2);
     EXPECT_EQ(op.GetHardPubKey(MiByte(), publicKey_), -1010);
     EXPECT_EQ(typeOf(publicKey_), -1);
@@ -97,12 +97,12 @@ TEST_F(OpKeysTest, SoftwareHoldsNoPublicKeys) {
     EXPECT_FALSE(op.CheckRSAKeyPair(numbers, text("label"), 5));
 }
 
-TEST_F(OpKeysTest, SoftwareHoldsNoLabels) {
+TEST_F(op_keys_test, SoftwareHoldsNoLabels) {
     for (const int ignored : {0, 1, -1})
         EXPECT_FALSE(op.CheckLabelExistInToken(text("label"), 5, ignored));
 }
 
-TEST_F(OpKeysTest, SoftwareHoldsNoCertificates) {
+TEST_F(op_keys_test, SoftwareHoldsNoCertificates) {
     EXPECT_EQ(op.SetCertIntoToken(text("label"), 5, text("certificate"), 11), -2);
     EXPECT_EQ(op.SetCertIntoToken(nullptr, 5, text("certificate"), 11), -1010);
     EXPECT_EQ(op.SetCertIntoToken(text("label"), 0, text("certificate"), 11), -1010);

@@ -7,7 +7,7 @@ namespace {
 
 using namespace operations;
 
-class OpSignatureTest : public testing::Test {
+class op_signature_test : public testing::Test {
   protected:
     void expectSign(int code, const VT_P11_Alg& alg, const VT_P11_Key& key, const Bytes& input) {
         MiByte output = untouched();
@@ -22,7 +22,7 @@ class OpSignatureTest : public testing::Test {
     SoftOp op;
 };
 
-TEST_F(OpSignatureTest, SignaturesAgreeWithOpenssl) {
+TEST_F(op_signature_test, SignaturesAgreeWithOpenssl) {
     for (const TokenSignatureVector& vector : kTokenSignatures) {
         SCOPED_TRACE(testing::Message() << vector.bits << " bits, algorithm " << vector.algorithm);
         const VT_P11_Key secret = privateKey(keyOfBits(vector.bits).items);
@@ -47,7 +47,7 @@ TEST_F(OpSignatureTest, SignaturesAgreeWithOpenssl) {
     }
 }
 
-TEST_F(OpSignatureTest, Md2IsSignedBare) {
+TEST_F(op_signature_test, Md2IsSignedBare) {
     const RsaKeyVector& rsa = keyOfBits(1024);
     MiByte signature;
     EXPECT_EQ(op.Sign(algorithm(11), privateKey(rsa.items), mi("abc"), signature), 0);
@@ -58,7 +58,7 @@ TEST_F(OpSignatureTest, Md2IsSignedBare) {
     EXPECT_EQ(op.Verify(algorithm(11), publicKey(rsa.items), mi("abd"), signature), -13);
 }
 
-TEST_F(OpSignatureTest, TheLongestSignatureHas258Bytes) {
+TEST_F(op_signature_test, TheLongestSignatureHas258Bytes) {
     const TokenKeyVector& longest = kTokenKeys[0];
     const TokenKeyVector& tooLong = kTokenKeys[1];
     ASSERT_EQ(longest.bits, 2064);
@@ -72,7 +72,7 @@ TEST_F(OpSignatureTest, TheLongestSignatureHas258Bytes) {
     EXPECT_EQ(toHex(bytesOf(output)), toHex(hex(tooLong.signature)));
 }
 
-TEST_F(OpSignatureTest, SignRecoverFitsWhateverTheKey) {
+TEST_F(op_signature_test, SignRecoverFitsWhateverTheKey) {
     for (const RsaKeyVector& vector : kRsaKeys) {
         if (vector.bits < 96)
             continue;
@@ -83,7 +83,7 @@ TEST_F(OpSignatureTest, SignRecoverFitsWhateverTheKey) {
     }
 }
 
-TEST_F(OpSignatureTest, ABlockTakesElevenBytesLessThanTheModulus) {
+TEST_F(op_signature_test, ABlockTakesElevenBytesLessThanTheModulus) {
     const RsaKeyVector& rsa = keyOfBits(1024);
     MiByte output;
     EXPECT_EQ(op.Sign(algorithm(8), privateKey(rsa.items), mi(Bytes(117, 1)), output), 0);
@@ -94,7 +94,7 @@ TEST_F(OpSignatureTest, ABlockTakesElevenBytesLessThanTheModulus) {
     EXPECT_EQ(output, untouched());
 }
 
-TEST_F(OpSignatureTest, WrongSignatures) {
+TEST_F(op_signature_test, WrongSignatures) {
     const TokenSignatureVector& vector = kTokenSignatures[0];
     const VT_P11_Key key = publicKey(keyOfBits(vector.bits).items);
     const Bytes info = hex(vector.digestInfo);
@@ -115,13 +115,13 @@ TEST_F(OpSignatureTest, WrongSignatures) {
     expectVerify(-3, algorithm(9), key, hex(vector.message), shorter);
 }
 
-TEST_F(OpSignatureTest, VerifyKeepsAtMost1025BytesOfData) {
+TEST_F(op_signature_test, VerifyKeepsAtMost1025BytesOfData) {
     const VT_P11_Key key = publicKey(keyOfBits(1024).items);
     expectVerify(-13, algorithm(8), key, Bytes(1025, 1), Bytes(128, 1));
     expectVerify(-3, algorithm(8), key, Bytes(1026, 1), Bytes(128, 1));
 }
 
-TEST_F(OpSignatureTest, KeysAndAlgorithmsThatDoNotFit) {
+TEST_F(op_signature_test, KeysAndAlgorithmsThatDoNotFit) {
     const RsaKeyVector& rsa = keyOfBits(1024);
     const Bytes input = {1};
     expectSign(-1006, algorithm(8), VT_P11_Key(), input);
@@ -148,7 +148,7 @@ TEST_F(OpSignatureTest, KeysAndAlgorithmsThatDoNotFit) {
     expectSign(-106, algorithm(8), privateKey(keyOfBits(88).items), {});
 }
 
-TEST_F(OpSignatureTest, WithoutAChooser) {
+TEST_F(op_signature_test, WithoutAChooser) {
     VT_P11_OP none;
     const RsaKeyVector& rsa = keyOfBits(1024);
     MiByte output = untouched();

@@ -25,7 +25,7 @@ VT_P11_SELECTION tokenSelection() {
 }
 
 // A module with one token, loaded and logged in to.
-class OpTest : public testing::Test {
+class op_test : public testing::Test {
   protected:
     void SetUp() override {
         module.addToken("Token");
@@ -42,13 +42,13 @@ class OpTest : public testing::Test {
     VT_P11_SELECTION selection = tokenSelection();
 };
 
-TEST_F(OpTest, ANewObjectHasNoChooser) {
+TEST_F(op_test, ANewObjectHasNoChooser) {
     EXPECT_EQ(chooserOf(op), nullptr);
     EXPECT_EQ(op.destroyChooser(), 0);
     EXPECT_TRUE(module.calls().empty());
 }
 
-TEST_F(OpTest, BothTextsAndAModuleGiveAToken) {
+TEST_F(op_test, BothTextsAndAModuleGiveAToken) {
     EXPECT_EQ(op.createChooser(&selection), 0);
     EXPECT_EQ(module.names(), (std::vector<std::string>{"C_GetFunctionList", "C_OpenSession"}));
     const p11::Call& open = module.call("C_OpenSession");
@@ -66,7 +66,7 @@ TEST_F(OpTest, BothTextsAndAModuleGiveAToken) {
     EXPECT_EQ(module.calls()[0].session, session);
 }
 
-TEST_F(OpTest, ATextThatIsAbsentGivesSoftware) {
+TEST_F(op_test, ATextThatIsAbsentGivesSoftware) {
     for (const bool first : {true, false}) {
         VT_P11_SELECTION partial = selection;
         (first ? partial.text1 : partial.text2) = nullptr;  // its length does not count then
@@ -83,14 +83,14 @@ TEST_F(OpTest, ATextThatIsAbsentGivesSoftware) {
     EXPECT_TRUE(module.calls().empty());
 }
 
-TEST_F(OpTest, EmptyTextsAreTexts) {
+TEST_F(op_test, EmptyTextsAreTexts) {
     VT_P11_SELECTION empty = {0, "", 0, "", 0};
     EXPECT_EQ(op.createChooser(&empty), 0);
     EXPECT_EQ(chooserOf(op)->useToken, 1);
     op.destroyChooser();
 }
 
-TEST_F(OpTest, TheSelectionIsOnlyRead) {
+TEST_F(op_test, TheSelectionIsOnlyRead) {
     const VT_P11_SELECTION before = selection;
     EXPECT_EQ(op.createChooser(&selection), 0);
     EXPECT_EQ(std::tie(before.first, before.text1, before.length1, before.text2, before.length2),
@@ -98,12 +98,12 @@ TEST_F(OpTest, TheSelectionIsOnlyRead) {
     op.destroyChooser();
 }
 
-TEST_F(OpTest, WithoutASelection) {
+TEST_F(op_test, WithoutASelection) {
     EXPECT_EQ(op.createChooser(nullptr), -2);
     EXPECT_EQ(chooserOf(op), nullptr);
 }
 
-TEST_F(OpTest, ASessionThatIsRefusedIsNoFailureYet) {
+TEST_F(op_test, ASessionThatIsRefusedIsNoFailureYet) {
     module.fail("C_OpenSession", 0xB6);  // CKR_SESSION_EXCLUSIVE_EXISTS
     EXPECT_EQ(op.createChooser(&selection), 0);
     EXPECT_EQ(chooserOf(op), nullptr);
@@ -112,14 +112,14 @@ TEST_F(OpTest, ASessionThatIsRefusedIsNoFailureYet) {
     EXPECT_EQ(op.destroyChooser(), 0);
 }
 
-TEST_F(OpTest, AModuleThatHasLostItsListIsAFailure) {
+TEST_F(op_test, AModuleThatHasLostItsListIsAFailure) {
     const support::Replaced<&platform::SystemApi::GetProcAddress> lookUp(
         [](HMODULE, const char*) -> FARPROC { return nullptr; });
     EXPECT_EQ(op.createChooser(&selection), -17);
     EXPECT_EQ(chooserOf(op), nullptr);
 }
 
-TEST_F(OpTest, AFailureKeepsTheChooserThatIsThere) {
+TEST_F(op_test, AFailureKeepsTheChooserThatIsThere) {
     EXPECT_EQ(op.createChooser(&selection), 0);
     const CHOOSER* chooser = chooserOf(op);
     module.fail("C_OpenSession", CKR_DEVICE_ERROR);
@@ -129,7 +129,7 @@ TEST_F(OpTest, AFailureKeepsTheChooserThatIsThere) {
     op.destroyChooser();
 }
 
-TEST_F(OpTest, CopiesShareTheChooser) {
+TEST_F(op_test, CopiesShareTheChooser) {
     EXPECT_EQ(op.createChooser(&selection), 0);
     VT_P11_OP copy(op);
     VT_P11_OP assigned;
@@ -147,7 +147,7 @@ TEST_F(OpTest, CopiesShareTheChooser) {
     EXPECT_EQ(module.count("C_CloseSession"), 1u);
 }
 
-TEST_F(OpTest, ASessionThatDoesNotCloseIsGivenUp) {
+TEST_F(op_test, ASessionThatDoesNotCloseIsGivenUp) {
     EXPECT_EQ(op.createChooser(&selection), 0);
     module.fail("C_CloseSession", CKR_DEVICE_REMOVED);
     EXPECT_EQ(op.destroyChooser(), 0);
@@ -156,7 +156,7 @@ TEST_F(OpTest, ASessionThatDoesNotCloseIsGivenUp) {
     EXPECT_EQ(module.count("C_CloseSession"), 1u);
 }
 
-TEST(OpWithoutModuleTest, IsInSoftware) {
+TEST(op_test_without_module, IsInSoftware) {
     VT_P11_OP op;
     VT_P11_SELECTION selection = tokenSelection();
     EXPECT_EQ(op.createChooser(&selection), 0);

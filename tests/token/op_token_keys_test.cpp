@@ -38,7 +38,7 @@ Attribute room(CK_ATTRIBUTE_TYPE type, CK_ULONG size) {
     return {type, {}, true, size};
 }
 
-class OpTokenKeysTest : public testing::Test {
+class op_token_keys_test : public testing::Test {
   protected:
     void SetUp() override {
         module.addToken("Token");
@@ -100,7 +100,7 @@ class OpTokenKeysTest : public testing::Test {
     VT_P11_Key privateKey_;
 };
 
-TEST_F(OpTokenKeysTest, AKeyPairIsMadeAndReadBack) {
+TEST_F(op_token_keys_test, AKeyPairIsMadeAndReadBack) {
     publicKey_ = labelKey("old", 5);
     ASSERT_EQ(generate(), 0);
     EXPECT_EQ(module.names(),
@@ -163,7 +163,7 @@ TEST_F(OpTokenKeysTest, AKeyPairIsMadeAndReadBack) {
     EXPECT_EQ(module.names()[0], "C_CreateObject");
 }
 
-TEST_F(OpTokenKeysTest, BitsOtherThanThreeSizesAre1024) {
+TEST_F(op_token_keys_test, BitsOtherThanThreeSizesAre1024) {
     const std::pair<int, CK_ULONG> kCases[] = {{512, 512}, {2048, 2048}, {1536, 1024}, {0, 1024}, {4096, 1024}};
     for (const auto& [asked, made] : kCases) {
         module.objects().clear();
@@ -174,7 +174,7 @@ TEST_F(OpTokenKeysTest, BitsOtherThanThreeSizesAre1024) {
     }
 }
 
-TEST_F(OpTokenKeysTest, LabelsThatExist) {
+TEST_F(op_token_keys_test, LabelsThatExist) {
     module.addObject({p11::number(CKA_CLASS, 1), p11::label("private")});  // of any class
     EXPECT_EQ(generate(), -1030);
     EXPECT_EQ(module.names(), kSearch + kSearch);
@@ -186,18 +186,18 @@ TEST_F(OpTokenKeysTest, LabelsThatExist) {
     EXPECT_EQ(typeOf(privateKey_), -1);
 }
 
-TEST_F(OpTokenKeysTest, LabelsAreNeeded) {
+TEST_F(op_token_keys_test, LabelsAreNeeded) {
     EXPECT_EQ(op.GenRSAKeyPair(publicKey_, mi("public"), privateKey_, MiByte(), 1024, 1), -1010);
     EXPECT_EQ(op.GenRSAKeyPair(publicKey_, MiByte(), privateKey_, mi("private"), 1024, 1), -1010);
     EXPECT_TRUE(module.calls().empty());
 }
 
-TEST_F(OpTokenKeysTest, ATokenGivesNoPrivateKeyOut) {
+TEST_F(op_token_keys_test, ATokenGivesNoPrivateKeyOut) {
     EXPECT_EQ(generate(1024, 0), -2);
     EXPECT_TRUE(module.calls().empty());
 }
 
-TEST_F(OpTokenKeysTest, CodesOfTheCallsForAKeyPair) {
+TEST_F(op_token_keys_test, CodesOfTheCallsForAKeyPair) {
     const auto run = [&] { return generateAnew(); };
     EXPECT_EQ(codeOf(run, "C_FindObjectsInit", 1), -19 + kNotInitialised);
     EXPECT_EQ(codeOf(run, "C_FindObjects", 1), -19);
@@ -218,7 +218,7 @@ TEST_F(OpTokenKeysTest, CodesOfTheCallsForAKeyPair) {
     EXPECT_EQ(generateAnew(), 0);
 }
 
-TEST_F(OpTokenKeysTest, AModulusThatIsNotOfTheBits) {
+TEST_F(op_token_keys_test, AModulusThatIsNotOfTheBits) {
     module.answer("C_GenerateKeyPair", Bytes(129, 0xC3));
     EXPECT_EQ(generateAnew(), 0x150);
     module.answer("C_GenerateKeyPair", Bytes(127, 0xC3));
@@ -226,7 +226,7 @@ TEST_F(OpTokenKeysTest, AModulusThatIsNotOfTheBits) {
     EXPECT_EQ(PublicNumbers(publicKey_).modulus, Bytes(127, 0xC3));
 }
 
-TEST_F(OpTokenKeysTest, GeneratingByTheObjects) {
+TEST_F(op_token_keys_test, GeneratingByTheObjects) {
     const std::int32_t bits = 1024;
     token::OwnedAlg alg;
     token::OwnedKey publicObject;
@@ -249,7 +249,7 @@ TEST_F(OpTokenKeysTest, GeneratingByTheObjects) {
     EXPECT_EQ(GenerateKeyPairOp(alg, publicObject.address(), {}, privateObject.address(), {}, nullptr), -2);
 }
 
-TEST_F(OpTokenKeysTest, APublicKeyIsRead) {
+TEST_F(op_token_keys_test, APublicKeyIsRead) {
     const CK_OBJECT_HANDLE key = addPublicKey("key", Bytes(256, 0xB7), hex("03"));
     VT_P11_Key read = labelKey("old", 6);
     EXPECT_EQ(op.GetHardPubKey(mi("key"), read), 0);
@@ -271,7 +271,7 @@ TEST_F(OpTokenKeysTest, APublicKeyIsRead) {
     EXPECT_EQ(module.names()[0], "C_CreateObject");  // by its numbers: the old label is gone
 }
 
-TEST_F(OpTokenKeysTest, PublicKeysThatCannotBeRead) {
+TEST_F(op_token_keys_test, PublicKeysThatCannotBeRead) {
     VT_P11_Key read = labelKey("old", 6);
     EXPECT_EQ(op.GetHardPubKey(MiByte(), read), -1010);
     EXPECT_EQ(op.GetHardPubKey(mi("nowhere"), read), -19);
@@ -299,7 +299,7 @@ TEST_F(OpTokenKeysTest, PublicKeysThatCannotBeRead) {
     EXPECT_EQ(typeOf(read), 6);
 }
 
-TEST_F(OpTokenKeysTest, NumbersOfMoreThan1024BytesAreNotRead) {
+TEST_F(op_token_keys_test, NumbersOfMoreThan1024BytesAreNotRead) {
     VT_P11_Key read;
     addPublicKey("long enough", Bytes(1024, 1), Bytes(1024, 3));
     EXPECT_EQ(op.GetHardPubKey(mi("long enough"), read), 0);
@@ -315,7 +315,7 @@ TEST_F(OpTokenKeysTest, NumbersOfMoreThan1024BytesAreNotRead) {
     EXPECT_EQ(module.names(), kSearch + kRead + Names({"C_GetAttributeValue"}));
 }
 
-TEST_F(OpTokenKeysTest, ATokenWithoutAModulusGivesAnEmptyKey) {
+TEST_F(op_token_keys_test, ATokenWithoutAModulusGivesAnEmptyKey) {
     addPublicKey("empty", {}, hex("03"));
     VT_P11_Key read = publicKey(keyOfBits(512).items);
     EXPECT_EQ(op.GetHardPubKey(mi("empty"), read), 0);
@@ -323,7 +323,7 @@ TEST_F(OpTokenKeysTest, ATokenWithoutAModulusGivesAnEmptyKey) {
     EXPECT_TRUE(PublicNumbers(read).modulus.empty());
 }
 
-TEST_F(OpTokenKeysTest, ANumberThatChangesBetweenSizeAndValue) {
+TEST_F(op_token_keys_test, ANumberThatChangesBetweenSizeAndValue) {
     const CK_OBJECT_HANDLE key = addPublicKey("key", Bytes(128, 1), hex("03"));
     VT_P11_Key read;
     module.before("C_GetAttributeValue", 2, [&] { module.objects()[key][1].value = Bytes(200, 2); });
@@ -333,7 +333,7 @@ TEST_F(OpTokenKeysTest, ANumberThatChangesBetweenSizeAndValue) {
     EXPECT_EQ(PublicNumbers(read).modulus, Bytes(64, 2));
 }
 
-TEST_F(OpTokenKeysTest, ReadingForAComparisonPassesALongModulus) {
+TEST_F(op_token_keys_test, ReadingForAComparisonPassesALongModulus) {
     addPublicKey("key", Bytes(1025, 1), hex("03"));
     TOKEN_PUBLIC_KEY read;
     EXPECT_EQ(ReadPublicKeyOp(chooser, labelBytes("key"), read), -16);
@@ -352,7 +352,7 @@ TEST_F(OpTokenKeysTest, ReadingForAComparisonPassesALongModulus) {
     EXPECT_EQ(ReadPublicKeyCheckedOp(nullptr, labelBytes("good"), read), -2);
 }
 
-TEST_F(OpTokenKeysTest, ComparingWithAKeyOfTheToken) {
+TEST_F(op_token_keys_test, ComparingWithAKeyOfTheToken) {
     const Bytes modulus = hex(keyOfBits(1024).items[0]);
     const Bytes exponent = hex(keyOfBits(1024).items[1]);
     RSAPublicKey numbers;
@@ -385,7 +385,7 @@ TEST_F(OpTokenKeysTest, ComparingWithAKeyOfTheToken) {
     EXPECT_FALSE(same("same"));
 }
 
-TEST_F(OpTokenKeysTest, SearchingForALabel) {
+TEST_F(op_token_keys_test, SearchingForALabel) {
     module.addObject({p11::label("label")});
     EXPECT_TRUE(op.CheckLabelExistInToken(text("label"), 5, 0));
     EXPECT_EQ(module.names(), kSearch);
@@ -402,7 +402,7 @@ TEST_F(OpTokenKeysTest, SearchingForALabel) {
     EXPECT_TRUE(module.calls().empty());
 }
 
-TEST_F(OpTokenKeysTest, CodesOfASearchForALabel) {
+TEST_F(op_token_keys_test, CodesOfASearchForALabel) {
     module.addObject({p11::label("label")});
     const auto run = [&] { return LabelSearchOp(chooser, labelBytes("label")); };
     EXPECT_EQ(codeOf(run, "C_FindObjectsInit", 1), -19 + kNotInitialised);
@@ -415,7 +415,7 @@ TEST_F(OpTokenKeysTest, CodesOfASearchForALabel) {
     EXPECT_FALSE(op.CheckLabelExistInToken(text("label"), 5, 0));
 }
 
-TEST_F(OpTokenKeysTest, ACertificateIsStored) {
+TEST_F(op_token_keys_test, ACertificateIsStored) {
     const Bytes value = hex("30 03 02 01 05");
     EXPECT_EQ(op.SetCertIntoToken(text("mine"), 4, value.data(), 5), 0);
     EXPECT_EQ(module.names(), kSearch + Names({"C_CreateObject"}));
@@ -427,7 +427,7 @@ TEST_F(OpTokenKeysTest, ACertificateIsStored) {
     EXPECT_EQ(module.names(), kSearch);
 }
 
-TEST_F(OpTokenKeysTest, CertificatesThatCannotBeStored) {
+TEST_F(op_token_keys_test, CertificatesThatCannotBeStored) {
     module.fail("C_CreateObject", 0xD1);  // CKR_TEMPLATE_INCONSISTENT
     EXPECT_EQ(op.SetCertIntoToken(text("mine"), 4, text("value"), 5), 0xD1);
     module.succeed();
@@ -443,7 +443,7 @@ TEST_F(OpTokenKeysTest, CertificatesThatCannotBeStored) {
     EXPECT_EQ(StoreCertValueOp(nullptr, labelBytes("mine"), labelBytes("value")), -2);
 }
 
-TEST_F(OpTokenKeysTest, ACertificateIsRead) {
+TEST_F(op_token_keys_test, ACertificateIsRead) {
     const CK_OBJECT_HANDLE handle = addCertificate("mine", hex("30 03 02 01 05"));
     std::uint32_t length = 0;
     EXPECT_EQ(op.GetCertFromToken(text("mine"), 4, nullptr, &length), 0);
@@ -465,7 +465,7 @@ TEST_F(OpTokenKeysTest, ACertificateIsRead) {
     EXPECT_EQ(length, 100000u);
 }
 
-TEST_F(OpTokenKeysTest, CertificatesThatAreNotThere) {
+TEST_F(op_token_keys_test, CertificatesThatAreNotThere) {
     Bytes output = {7};
     std::uint32_t length = 1;
     const auto expectNone = [&](const char* label) {
@@ -521,7 +521,7 @@ struct OddModule {
     CHOOSER chooser = {1, &list, nullptr, 1};
 };
 
-TEST(OpOddModuleTest, TheCodesOfASearchAreAdded) {
+TEST(op_token_keys_test_odd_module, TheCodesOfASearchAreAdded) {
     OddModule module;
     TOKEN_PUBLIC_KEY read;
     EXPECT_EQ(LabelSearchOp(&module.chooser, labelBytes("label")), -22);
@@ -534,7 +534,7 @@ TEST(OpOddModuleTest, TheCodesOfASearchAreAdded) {
     EXPECT_EQ(ReadPublicKeyCheckedOp(&module.chooser, labelBytes("label"), read), -19);
 }
 
-TEST(OpOddModuleTest, LengthsThatNoValueHas) {
+TEST(op_token_keys_test_odd_module, LengthsThatNoValueHas) {
     OddModule module;
     constexpr CK_ULONG kAllOnes = ~CK_ULONG{0};
     TOKEN_PUBLIC_KEY read;
@@ -550,7 +550,7 @@ TEST(OpOddModuleTest, LengthsThatNoValueHas) {
     EXPECT_EQ(FindCertValueOp(&module.chooser, labelBytes("label"), value), -16);
 }
 
-TEST(OpOddModuleTest, NumbersOfANewKeyThatCannotBe) {
+TEST(op_token_keys_test_odd_module, NumbersOfANewKeyThatCannotBe) {
     OddModule module;
     const std::int32_t bits = 512;
     token::OwnedAlg alg;

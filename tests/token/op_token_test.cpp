@@ -29,7 +29,7 @@ Names searchThen(Names rest) {
 }
 
 // An operation with a key that the program holds, in every family.
-class OpTokenTest : public testing::Test {
+class op_token_test : public testing::Test {
   protected:
     void SetUp() override {
         module.addToken("Token");
@@ -77,7 +77,7 @@ class OpTokenTest : public testing::Test {
     MiByte output = untouched();
 };
 
-TEST_F(OpTokenTest, ASessionKeyBecomesASessionObject) {
+TEST_F(op_token_test, ASessionKeyBecomesASessionObject) {
     const Bytes iv = hex("a0a1a2a3a4a5a6a7");
     const Bytes bytes = hex("0102030405060708");
     EXPECT_EQ(op.Encrypt(algorithm(4, iv), sessionKey(2, bytes), input, output), 0);
@@ -98,7 +98,7 @@ TEST_F(OpTokenTest, ASessionKeyBecomesASessionObject) {
         EXPECT_EQ(call.session, module.calls()[0].session);
 }
 
-TEST_F(OpTokenTest, AKeyOfTheTokenIsFoundByItsLabel) {
+TEST_F(op_token_test, AKeyOfTheTokenIsFoundByItsLabel) {
     const CK_OBJECT_HANDLE key = addKey("a label");
     addKey("a label");  // the first one counts
     EXPECT_EQ(op.Decrypt(algorithm(8), labelKey("a label", 6), input, output), 0);
@@ -115,7 +115,7 @@ TEST_F(OpTokenTest, AKeyOfTheTokenIsFoundByItsLabel) {
     EXPECT_EQ(module.names(), searchThen({"C_DecryptInit", "C_Decrypt"}));
 }
 
-TEST_F(OpTokenTest, MechanismsByAlgorithm) {
+TEST_F(op_token_test, MechanismsByAlgorithm) {
     addKey("key");
     const struct {
         int algorithm;
@@ -137,7 +137,7 @@ TEST_F(OpTokenTest, MechanismsByAlgorithm) {
     EXPECT_EQ(op.Verify(algorithm(8), labelKey("key", 5), input, mi("another")), 0xC0);
 }
 
-TEST_F(OpTokenTest, APrivateKeyThatTheProgramHoldsSignsThere) {
+TEST_F(op_token_test, APrivateKeyThatTheProgramHoldsSignsThere) {
     const RsaKeyVector& rsa = keyOfBits(1024);
     EXPECT_EQ(op.Sign(algorithm(8), privateKey(rsa.items), input, output), 0);
     EXPECT_EQ(module.names(), (Names{"C_CreateObject", "C_SignInit", "C_Sign", "C_DestroyObject"}));
@@ -154,7 +154,7 @@ TEST_F(OpTokenTest, APrivateKeyThatTheProgramHoldsSignsThere) {
     EXPECT_EQ(module.call("C_CreateObject").attributes, wanted);
 }
 
-TEST_F(OpTokenTest, APublicKeyThatTheProgramHoldsVerifiesThere) {
+TEST_F(op_token_test, APublicKeyThatTheProgramHoldsVerifiesThere) {
     const RsaKeyVector& rsa = keyOfBits(1024);
     EXPECT_EQ(op.Verify(algorithm(8), publicKey(rsa.items), input, mi(Bytes(128, 0x51))), 0);
     EXPECT_EQ(module.names(), (Names{"C_CreateObject", "C_VerifyInit", "C_Verify", "C_DestroyObject"}));
@@ -171,7 +171,7 @@ TEST_F(OpTokenTest, APublicKeyThatTheProgramHoldsVerifiesThere) {
     EXPECT_EQ(module.call("C_CreateObject").attributes, kTemplate);
 }
 
-TEST_F(OpTokenTest, TheRoomHoldsABlockOfTheKey) {
+TEST_F(op_token_test, TheRoomHoldsABlockOfTheKey) {
     addKey("key");
     const struct {
         VT_P11_Key key;
@@ -202,7 +202,7 @@ TEST_F(OpTokenTest, TheRoomHoldsABlockOfTheKey) {
     EXPECT_EQ(output.GetLength(), 5000u);
 }
 
-TEST_F(OpTokenTest, ALongSignatureDoesNotFitIntoSign) {
+TEST_F(op_token_test, ALongSignatureDoesNotFitIntoSign) {
     addKey("key");
     module.answer("C_Sign", Bytes(258, 0x52));
     EXPECT_EQ(op.Sign(algorithm(8), labelKey("key", 6), input, output), 0);
@@ -216,7 +216,7 @@ TEST_F(OpTokenTest, ALongSignatureDoesNotFitIntoSign) {
     EXPECT_EQ(bytesOf(output), Bytes(259, 0x53));
 }
 
-TEST_F(OpTokenTest, BigOperationsAskForTheSizeFirst) {
+TEST_F(op_token_test, BigOperationsAskForTheSizeFirst) {
     addKey("key");
     EXPECT_EQ(op.RSABigEncrypt(labelKey("key", 5), input, output), 0);
     EXPECT_EQ(module.names(), searchThen({"C_EncryptInit", "C_Encrypt", "C_Encrypt"}));
@@ -230,7 +230,7 @@ TEST_F(OpTokenTest, BigOperationsAskForTheSizeFirst) {
     EXPECT_EQ(module.names(), (Names{"C_CreateObject", "C_DecryptInit", "C_Decrypt", "C_Decrypt", "C_DestroyObject"}));
 }
 
-TEST_F(OpTokenTest, DigestNeedsNoKey) {
+TEST_F(op_token_test, DigestNeedsNoKey) {
     const struct {
         int algorithm;
         CK_MECHANISM_TYPE mechanism;
@@ -246,7 +246,7 @@ TEST_F(OpTokenTest, DigestNeedsNoKey) {
     }
 }
 
-TEST_F(OpTokenTest, ARepeatedDigestIsCallByCall) {
+TEST_F(op_token_test, ARepeatedDigestIsCallByCall) {
     EXPECT_EQ(token::RepeatedDigest::sha1(op, input, 3, output), 0);
     EXPECT_EQ(module.names(),
               (Names{"C_DigestInit", "C_Digest", "C_DigestInit", "C_Digest", "C_DigestInit", "C_Digest"}));
@@ -261,7 +261,7 @@ TEST_F(OpTokenTest, ARepeatedDigestIsCallByCall) {
     EXPECT_EQ(output, untouched());
 }
 
-TEST_F(OpTokenTest, RandomBytesAreTheTokens) {
+TEST_F(op_token_test, RandomBytesAreTheTokens) {
     EXPECT_EQ(op.GenerateRandom(output, 5, mi("seed")), 0);
     EXPECT_EQ(module.names(), (Names{"C_SeedRandom", "C_GenerateRandom"}));
     EXPECT_EQ(module.call("C_SeedRandom").input, p11::bytesOf("seed"));
@@ -269,7 +269,7 @@ TEST_F(OpTokenTest, RandomBytesAreTheTokens) {
     EXPECT_EQ(bytesOf(output), hex("0102030405"));
 }
 
-TEST_F(OpTokenTest, CodesOfCallsWithAKeyThatTheProgramHolds) {
+TEST_F(op_token_test, CodesOfCallsWithAKeyThatTheProgramHolds) {
     const VT_P11_Alg des = algorithm(4, Bytes(8, 1));
     const VT_P11_Key desKey = sessionKey(2, Bytes(8, 2));
     const VT_P11_Key rsaKey = publicKey(keyOfBits(512).items);
@@ -297,7 +297,7 @@ TEST_F(OpTokenTest, CodesOfCallsWithAKeyThatTheProgramHolds) {
                 {{"C_SeedRandom", kDeviceError}, {"C_GenerateRandom", kDeviceError}});
 }
 
-TEST_F(OpTokenTest, TheSecondPassOfABigOperationFails) {
+TEST_F(op_token_test, TheSecondPassOfABigOperationFails) {
     output = untouched();
     module.fail("C_Encrypt", CKR_DEVICE_ERROR, 2);
     EXPECT_EQ(op.RSABigEncrypt(publicKey(keyOfBits(512).items), input, output), kDeviceError);
@@ -307,7 +307,7 @@ TEST_F(OpTokenTest, TheSecondPassOfABigOperationFails) {
     EXPECT_EQ(output, untouched());
 }
 
-TEST_F(OpTokenTest, ASizeThatCannotBeHadLeavesTheSessionFree) {
+TEST_F(op_token_test, ASizeThatCannotBeHadLeavesTheSessionFree) {
     const VT_P11_Key key = publicKey(keyOfBits(512).items);
     for (const CK_ULONG size : {CK_ULONG{0xffffffff}, ~CK_ULONG{0}}) {
         output = untouched();
@@ -323,13 +323,13 @@ TEST_F(OpTokenTest, ASizeThatCannotBeHadLeavesTheSessionFree) {
     }
 }
 
-TEST_F(OpTokenTest, AKeyThatCannotBeDestroyedIsNoFailure) {
+TEST_F(op_token_test, AKeyThatCannotBeDestroyedIsNoFailure) {
     module.fail("C_DestroyObject", CKR_DEVICE_ERROR);
     EXPECT_EQ(op.Sign(algorithm(8), publicKey(keyOfBits(512).items), input, output), 0);
     ++objectsOfToken;  // it stays until the session ends
 }
 
-TEST_F(OpTokenTest, CodesOfCallsWithAKeyOfTheToken) {
+TEST_F(op_token_test, CodesOfCallsWithAKeyOfTheToken) {
     addKey("key");
     const VT_P11_Alg rsa = algorithm(8);
     const VT_P11_Key key = labelKey("key", 6);
@@ -349,7 +349,7 @@ TEST_F(OpTokenTest, CodesOfCallsWithAKeyOfTheToken) {
     EXPECT_EQ(op.Sign(rsa, key, input, output), -19 + 6);
 }
 
-TEST_F(OpTokenTest, ALabelThatIsNotThere) {
+TEST_F(op_token_test, ALabelThatIsNotThere) {
     output = untouched();
     EXPECT_EQ(op.Sign(algorithm(8), labelKey("nowhere", 6), input, output), -19);
     EXPECT_EQ(module.names(), searchThen({}));
@@ -358,7 +358,7 @@ TEST_F(OpTokenTest, ALabelThatIsNotThere) {
     EXPECT_EQ(output, untouched());
 }
 
-TEST_F(OpTokenTest, WhatCannotBeBuiltMakesNoCall) {
+TEST_F(op_token_test, WhatCannotBeBuiltMakesNoCall) {
     output = untouched();
     EXPECT_EQ(op.Encrypt(algorithm(4), sessionKey(2, Bytes(8, 1)), input, output), -2);
     EXPECT_EQ(op.Encrypt(VT_P11_Alg(), sessionKey(2, Bytes(8, 1)), input, output), -1006);

@@ -18,7 +18,7 @@ MiByte callByCall(VT_P11_OP& op, const MiByte& input, int times) {
     return digest;
 }
 
-TEST(RepeatedDigestTest, SoftwareGivesWhatItsDigestGives) {
+TEST(repeated_digest_test, SoftwareGivesWhatItsDigestGives) {
     SoftOp op;
     for (const unsigned int length : {0U, 3U, 20U, 64U, 200U})
         for (const int times : {-1, 0, 1, 2, 3, 100}) {
@@ -29,7 +29,7 @@ TEST(RepeatedDigestTest, SoftwareGivesWhatItsDigestGives) {
         }
 }
 
-TEST(RepeatedDigestTest, TheOutputMayBeTheInput) {
+TEST(repeated_digest_test, TheOutputMayBeTheInput) {
     SoftOp op;
     MiByte value = mi("abc");
     const MiByte expected = callByCall(op, value, 3);
@@ -37,14 +37,14 @@ TEST(RepeatedDigestTest, TheOutputMayBeTheInput) {
     EXPECT_EQ(value, expected);
 }
 
-TEST(RepeatedDigestTest, WithoutAChooserThereIsTheCodeOfDigest) {
+TEST(repeated_digest_test, WithoutAChooserThereIsTheCodeOfDigest) {
     VT_P11_OP none;
     MiByte output = untouched();
     EXPECT_EQ(RepeatedDigest::sha1(none, mi("abc"), 3, output), none.Digest(algorithm(1), mi("abc"), output));
     EXPECT_EQ(output, untouched());
 }
 
-TEST(RepeatedDigestTest, TokenDigestsCallByCall) {
+TEST(repeated_digest_test, TokenDigestsCallByCall) {
     p11::RecordingModule module;
     module.addToken("Token");
     ASSERT_EQ(TokenModuleLoad(module.path(), "Token", "1234"), 0);
