@@ -118,12 +118,11 @@ int withAccess(ALG_OBJ* object, int result, AlgSetter setter, AlgGetter getter) 
     return result;
 }
 
-void destroyTokenKey(ALG_OBJ* object) {
+void destroyTokenKey(const ALG_OBJ* object) {
     const CHOOSER* chooser = object->chooser;
     if (chooser == nullptr || chooser->useToken == 0 || object->tokenKey == 0 || object->keyIsTokenObject != 0)
         return;
     chooser->functions->C_DestroyObject(chooser->session, object->tokenKey);
-    object->tokenKey = 0;
 }
 
 void freeContext(ALG_OBJ* object) {

@@ -11,6 +11,8 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 jobs=${VT_JOBS:-$(nproc)}
 packages=build/packages
+# Whoever makes them, what is in them may be read by all.
+umask 022
 
 say() { printf 'package: %s\n' "$*"; }
 

@@ -369,6 +369,23 @@ TEST(RsaTest, KeysOfCompositeFactorsDoNoHarm) {
     }
 }
 
+TEST(RsaTest, ANumberOfNoneOrOfMoreLimbsThanAnyKeyHasIsRefused) {
+    std::uint32_t* (*const numbers[])(RSA_CTX&) = {
+        [](RSA_CTX& c) { return c.modulus; },         [](RSA_CTX& c) { return c.publicExponent; },
+        [](RSA_CTX& c) { return c.privateExponent; }, [](RSA_CTX& c) { return c.prime1; },
+        [](RSA_CTX& c) { return c.prime2; },          [](RSA_CTX& c) { return c.exponent1; },
+        [](RSA_CTX& c) { return c.exponent2; },       [](RSA_CTX& c) { return c.coefficient; },
+    };
+    for (const auto& chosen : numbers) {
+        for (const std::uint32_t limbs : {0U, static_cast<std::uint32_t>(MPI_FULL_WORDS), 0x7FFFFFFFU, 0xFFFFFFFFU}) {
+            const auto context = loadPrivate(ofBits(512));
+            ASSERT_EQ(RSA_CheckKey(context.get()), 0);
+            chosen(*context)[0] = limbs;  // no load gives that
+            EXPECT_EQ(RSA_CheckKey(context.get()), -14) << limbs;
+        }
+    }
+}
+
 TEST(RsaTest, FactorsOfOneAreRefused) {
     Key key(ofBits(512));
     key.set(RSA_PRIME_1, {1});

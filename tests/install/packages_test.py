@@ -62,11 +62,19 @@ class PackagesTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
         outside.remake(WORK)
-        run(TOP / "scripts" / "package.sh", "deb", env=dict(os.environ, VT_NO_SETUP="1"))
-        cls.packages = sorted((TOP / "build" / "packages").glob("*.deb"))
+        cls.packages, cls.contents = cls.make()
         cls.root = Root(WORK / "root", BASE)
         cls.before = cls.root.files()
         cls.root.dpkg("--install", *cls.packages)
+
+    @staticmethod
+    def make(**options):
+        run(TOP / "scripts" / "package.sh", "deb", env=dict(os.environ, VT_NO_SETUP="1"), **options)
+        packages = sorted((TOP / "build" / "packages").glob("*.deb"))
+        return packages, [package.read_bytes() for package in packages]
+
+    def test_they_are_the_same_whoever_makes_them(self):
+        self.assertTrue(self.contents == self.make(umask=0o077)[1])
 
     @staticmethod
     def fields(package):
