@@ -27,9 +27,8 @@ constexpr int kNotLoaded = 2;
 class Page : public QWebPage {
   public:
     explicit Page(QString scriptBeforeAll) : before(std::move(scriptBeforeAll)) {
-        connect(
-            mainFrame(), &QWebFrame::javaScriptWindowObjectCleared, this,
-            [this] { mainFrame()->evaluateJavaScript(before); });
+        connect(mainFrame(), &QWebFrame::javaScriptWindowObjectCleared, this,
+                [this] { mainFrame()->evaluateJavaScript(before); });
     }
 
     // errors counts what the page complained of.
