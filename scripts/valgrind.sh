@@ -7,7 +7,7 @@
 # The build (preset valgrind) has no pool of small blocks, which would hide reads of freed memory. Instructions that
 # valgrind does not know are hidden by its CPUID, so that the portable kernels run. tests/support/valgrind.supp has what is
 # known of other people's libraries. Logs are in build/results/valgrind. The last line is "N clean, N with findings";
-# exit status: 0 when all are clean. It takes about an hour of processor time; VT_JOBS programs run at once.
+# exit status: 0 when all are clean. It is far too slow for each run of the tests; VT_JOBS programs run at once.
 # VT_VALGRIND has more options for valgrind, such as --track-origins=yes. VT_RESULTS is another folder for the logs.
 # VT_NO_SETUP=1: install nothing.
 set -uo pipefail
