@@ -27,14 +27,14 @@ constexpr const char* kWriters[] = {"writeClientCert", "writeClientCert_noprotec
 
 class hostile_test : public testing::Test {
   protected:
-    hostile() {
+    hostile_test() {
         resetSettings();
         crypto.providers = {{kProvider, PROV_RSA_FULL}};
         crypto.addKey(kProvider, kContainer, AT_SIGNATURE, 1024);
         store.add("MY", support::makeCertificate({}), true);
         page.call("setCSP", {kProvider});
     }
-    ~hostile() override {
+    ~hostile_test() override {
         EXPECT_THAT(browser.problems(), testing::IsEmpty());
         resetSettings();
     }

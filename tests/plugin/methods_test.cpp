@@ -21,7 +21,7 @@ constexpr char kNul[] = "\0";
 
 class methods_test : public PageTest {
   protected:
-    methods() { script = {}; }
+    methods_test() { script = {}; }
 
     // Every call with these arguments is an error of script, and no operation runs.
     void expectRefused(const std::string& method, const std::vector<std::vector<Value>>& argumentLists) {
