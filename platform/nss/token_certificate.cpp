@@ -102,12 +102,26 @@ Bytes keyIdentifier(const Certificate& certificate, PK11SlotInfo* slot) {
     return identifier;
 }
 
+Bytes derOf(const Certificate& certificate) {
+    const Span der = certificate.der();
+    return {der.data, der.data + der.size};
+}
+
+bool holds(PK11SlotInfo* slot, const Certificate& certificate) {
+    const Bytes value = derOf(certificate);
+    bool found = false;
+    forEachObject(slot, CKO_CERTIFICATE,
+                  [&](PK11GenericObject* object) { found = found || readAttribute(object, CKA_VALUE) == value; });
+    return found;
+}
+
 bool import(const Certificate& certificate, PK11SlotInfo* slot, CK_OBJECT_HANDLE key, const std::string& nickname) {
     const KeyNicknames kept(certificate, slot);
     const NssCertificate decoded = decode(certificate);
     const bool isImported =
         decoded != nullptr && nss().PK11_ImportCert(slot, decoded.get(), key, nickname.c_str(), PR_FALSE) == SECSuccess;
-    return isImported || createObject(certificate, slot, keyIdentifier(certificate, slot), nickname);
+    return isImported || holds(slot, certificate) ||
+           createObject(certificate, slot, keyIdentifier(certificate, slot), nickname);
 }
 
 bool isOnOneToken(CERTCertificate* certificate) {
@@ -117,8 +131,7 @@ bool isOnOneToken(CERTCertificate* certificate) {
 }
 
 bool destroyObject(const Certificate& certificate, PK11SlotInfo* slot) {
-    const Span der = certificate.der();
-    const Bytes value(der.data, der.data + der.size);
+    const Bytes value = derOf(certificate);
     bool good = true;
     forEachObject(slot, CKO_CERTIFICATE, [&](PK11GenericObject* object) {
         if (readAttribute(object, CKA_VALUE) == value)

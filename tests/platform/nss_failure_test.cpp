@@ -203,6 +203,21 @@ TEST_F(nss_failure_test, ACertificateIsAddedInEitherOfTwoWays) {
     EXPECT_EQ(contents("ROOT"), std::vector<Bytes>{der});
 }
 
+TEST_F(nss_failure_test, ACertificateThatIsThereIsNotAddedAgain) {
+    const Authority authority(home_);
+    makeKey("alice", 512);
+    const Bytes der = authority.certify(publicKeyPem(home_, "alice"), "/CN=Alice", 7);
+    {
+        const Prov prov("alice", 0);
+        KeyHandle key;
+        ASSERT_TRUE(capi().CryptGetUserKey(prov.get(), AT_SIGNATURE, key.out()));
+        const Replaced<&Functions::PK11_ImportCert> refused;
+        EXPECT_TRUE(capi().CryptSetKeyParam(key.get(), KP_CERTIFICATE, der.data(), 0));
+        EXPECT_TRUE(capi().CryptSetKeyParam(key.get(), KP_CERTIFICATE, der.data(), 0)) << "once more is no error";
+    }
+    EXPECT_EQ(contents("MY"), std::vector<Bytes>{der});
+}
+
 // One that NSS does not find is deleted past it as well.
 TEST_F(nss_failure_test, ACertificateThatNssDoesNotFindIsDeletedAllTheSame) {
     const Bytes der = selfSigned(home_, "/CN=Root", "");
