@@ -82,17 +82,6 @@ DWORD errorWithout(Call call) {
     return errorOf(call);
 }
 
-std::string keyList(const support::ScratchHome& home) {
-    return tool("certutil -K -d " + home.database()).output;
-}
-
-int count(const std::string& text, const std::string& part) {
-    int found = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        ++found;
-    return found;
-}
-
 }  // namespace
 
 TEST_F(nss_failure_test, AFailedGenerationLeavesTheFormerKey) {
@@ -106,7 +95,7 @@ TEST_F(nss_failure_test, AFailedGenerationLeavesTheFormerKey) {
     EXPECT_EQ(errorWithout<&Functions::PK11_SetPublicKeyNickname>(generate), NTE_FAIL);
     EXPECT_EQ(key.get(), 0u);
     EXPECT_EQ(exportKey("c", PUBLICKEYBLOB), former);
-    EXPECT_EQ(count(keyList(home_), "rsa "), 1) << "a key without a name is none that anybody would find";
+    EXPECT_EQ(count(keyList(), "rsa "), 1) << "a key without a name is none that anybody would find";
 }
 
 TEST_F(nss_failure_test, AKeyThatIsNotReadIsNotOpened) {

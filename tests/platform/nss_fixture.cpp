@@ -86,4 +86,15 @@ std::string textOf(const Bytes& bytes) {
     return {bytes.begin(), bytes.end()};
 }
 
+int count(const std::string& text, const std::string& part) {
+    int found = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++found;
+    return found;
+}
+
+std::string NssTest::keyList() const {
+    return tool("certutil -K -d " + home_.database()).output;
+}
+
 }  // namespace nss_test

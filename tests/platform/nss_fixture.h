@@ -89,9 +89,15 @@ class Authority {
 Bytes readFile(const std::string& path);
 std::string textOf(const Bytes& bytes);
 
+// count gives how often the part stands in the text.
+int count(const std::string& text, const std::string& part);
+
 // Each test has a home folder of its own, and with it a database.
 class NssTest : public ::testing::Test {
   protected:
+    // keyList gives what certutil says of the keys in the database.
+    std::string keyList() const;
+
     support::ScratchHome home_;
 };
 

@@ -22,7 +22,6 @@ class nss_key_import_test : public NssTest {
     Bytes foreignPublicKey() const { return readFile(home_.file("public.blob")); }
 
     // The keys that another program sees, one a line.
-    std::string keyList() const { return tool("certutil -K -d " + home_.database()).output; }
 };
 
 DWORD importError(HCRYPTPROV prov, const Bytes& blob, DWORD flags = CRYPT_EXPORTABLE, HCRYPTKEY wrapping = 0) {
@@ -44,13 +43,6 @@ DWORD exportError(const char* container) {
     EXPECT_TRUE(capi().CryptGetUserKey(prov.get(), AT_SIGNATURE, key.out()));
     DWORD size = 0;
     return errorOf([&] { return capi().CryptExportKey(key.get(), 0, PRIVATEKEYBLOB, 0, nullptr, &size); });
-}
-
-int count(const std::string& text, const std::string& part) {
-    int found = 0;
-    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        ++found;
-    return found;
 }
 
 }  // namespace

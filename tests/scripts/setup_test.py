@@ -3,10 +3,10 @@
 
 import os
 import pathlib
-import stat
 import subprocess
-import tempfile
 import unittest
+
+import stand_ins
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
 SCRIPT = TOP / "scripts" / "setup.sh"
@@ -28,13 +28,7 @@ STAND_INS = {
 
 class SetupTest(unittest.TestCase):
     def setUp(self):
-        holder = tempfile.TemporaryDirectory()
-        self.addCleanup(holder.cleanup)
-        self.folder = pathlib.Path(holder.name)
-        for name, body in STAND_INS.items():
-            file = self.folder / name
-            file.write_text("#!/bin/bash\n" + body)
-            file.chmod(file.stat().st_mode | stat.S_IXUSR)
+        self.folder = stand_ins.folder_of(self, STAND_INS)
 
     def run_setup(self, *arguments, **variables):
         log = self.folder / "log"

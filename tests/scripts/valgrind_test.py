@@ -4,11 +4,11 @@
 import json
 import os
 import pathlib
-import stat
 import subprocess
 import sys
-import tempfile
 import unittest
+
+import stand_ins
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
 SCRIPT = TOP / "scripts" / "valgrind.sh"
@@ -32,13 +32,7 @@ STAND_INS = {
 
 class ValgrindTest(unittest.TestCase):
     def setUp(self):
-        holder = tempfile.TemporaryDirectory()
-        self.addCleanup(holder.cleanup)
-        self.folder = pathlib.Path(holder.name)
-        for name, body in STAND_INS.items():
-            file = self.folder / name
-            file.write_text("#!/bin/bash\n" + body)
-            file.chmod(file.stat().st_mode | stat.S_IXUSR)
+        self.folder = stand_ins.folder_of(self, STAND_INS)
 
     def run_script(self, tests, *rooms):
         """The script's result and the stand-ins' log; tests are pairs of a room and a command."""
