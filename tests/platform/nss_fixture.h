@@ -95,7 +95,7 @@ int count(const std::string& text, const std::string& part);
 // Each test has a home folder of its own, and with it a database.
 class NssTest : public ::testing::Test {
   protected:
-    // keyList gives what certutil says of the keys in the database.
+    // keyList gives the database's keys as another program sees them, one a line.
     std::string keyList() const;
 
     support::ScratchHome home_;

@@ -20,8 +20,6 @@ class nss_key_import_test : public NssTest {
         return readFile(home_.file("key.blob"));
     }
     Bytes foreignPublicKey() const { return readFile(home_.file("public.blob")); }
-
-    // The keys that another program sees, one a line.
 };
 
 DWORD importError(HCRYPTPROV prov, const Bytes& blob, DWORD flags = CRYPT_EXPORTABLE, HCRYPTKEY wrapping = 0) {
