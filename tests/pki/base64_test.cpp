@@ -90,7 +90,7 @@ std::string noise(std::size_t length, std::uint32_t seed) {
 
 // plainlyEncoded gives the text as it is, or in lines.
 std::string plainlyEncoded(const std::string& data, bool wrap) {
-    const std::string text = support::plainBase64(Bytes(data.begin(), data.end()));
+    std::string text = support::plainBase64(Bytes(data.begin(), data.end()));
     if (!wrap)
         return text;
     std::string lines;
